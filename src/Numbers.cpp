@@ -1,0 +1,100 @@
+#include "Numbers.h"
+
+#include <charconv>
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#ifdef __APPLE__
+#include <xlocale.h>
+#else
+#include <locale.h>
+#endif
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// The C locale as an object; the process's own may print and expect a decimal comma.
+locale_t cLocale()
+{
+    static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return locale;
+}
+
+/// Drops the one sign that std::from_chars does not take. "+-1" is no number.
+bool dropPlus(std::string_view &word)
+{
+    if (word.empty() || word.front() != '+')
+        return true;
+    word.remove_prefix(1);
+    return word.empty() || word.front() != '-';
+}
+
+/// True for what may follow the sign of a number; keeps out "nan" and "inf".
+bool startsAsDecimal(std::string_view word)
+{
+    if (!word.empty() && word.front() == '-')
+        word.remove_prefix(1);
+    return !word.empty() && (word.front() == '.' || (word.front() >= '0' && word.front() <= '9'));
+}
+
+} // namespace
+
+bool toNumber(std::string_view word, double &value)
+{
+    if (!dropPlus(word) || !startsAsDecimal(word))
+        return false;
+    double number = 0;
+    const char *const end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data(), end, number);
+    if (error == std::errc::invalid_argument || stop != end)
+        return false;
+    if (error == std::errc::result_out_of_range) { // too large, or so small that it rounds to 0
+        number = strtod_l(std::string(word).c_str(), nullptr, cLocale());
+        if (std::isinf(number))
+            return false;
+    }
+    value = number;
+    return true;
+}
+
+bool toInteger(std::string_view word, int &value)
+{
+    if (!dropPlus(word))
+        return false;
+    int number = 0;
+    const char *const end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data(), end, number);
+    if (error != std::errc() || stop != end)
+        return false;
+    value = number;
+    return true;
+}
+
+void appendNumber(std::string &text, double value, int digits)
+{
+    char buffer[1100]; // the longest %g of a double at any precision has fewer than 1080 characters
+    const auto [end, error] =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, digits);
+    if (error == std::errc())
+        text.append(buffer, end);
+}
+
+std::string formatted(const char *format, va_list arguments)
+{
+    const locale_t previous = uselocale(cLocale());
+    va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
+    if (length > 0)
+        std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    uselocale(previous);
+    return text;
+}
+
+} // namespace Talmo

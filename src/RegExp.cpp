@@ -1,0 +1,54 @@
+#include "RegExp.h"
+
+#include "StartupGuard.h"
+
+namespace Talmo
+{
+
+QHash<QString, QRegExp *> RegExp::hash;
+QRegExp *RegExp::prev = nullptr;
+RegExp RE;
+
+int RegExp::find(QString pattern, QString text)
+{
+    startupGuard();
+    QRegExp *&compiled = hash[pattern];
+    if (compiled == nullptr)
+        compiled = new QRegExp(pattern, Qt::CaseSensitive, QRegExp::RegExp);
+    prev = compiled;
+    return prev->indexIn(text, 0, QRegExp::CaretAtZero);
+}
+
+bool RegExp::match(QString pattern, QString text)
+{
+    return find(pattern, text) >= 0;
+}
+
+QString RegExp::replace(QString pattern, QString text, QString replacement)
+{
+    substitute(pattern, text, replacement);
+    return text;
+}
+
+bool RegExp::substitute(QString pattern, QString &text, QString replacement)
+{
+    const int position = find(pattern, text);
+    if (position < 0)
+        return false;
+    text.replace(position, prev->matchedLength(), replacement);
+    return true;
+}
+
+QString RegExp::replaceAll(QString pattern, QString text, QString replacement)
+{
+    startupGuard();
+    if (pattern.isEmpty())
+        return text;
+    // Deliberate: what a replacement produced can match again, and the limit ends such loops.
+    constexpr int limit = 10001;
+    for (int count = 0; count < limit && substitute(pattern, text, replacement); ++count)
+        ;
+    return text;
+}
+
+} // namespace Talmo

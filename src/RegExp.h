@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QHash>
+#include <QRegExp>
+#include <QString>
+
+namespace Talmo
+{
+
+/// Pattern matching through one cache of compiled patterns, reached through the instance RE.
+/// Patterns use the rich syntax of QRegExp, case-sensitive. Each distinct pattern is compiled once
+/// and kept, never freed: the patterns are meant to be a small set of literals.
+///
+/// All operations but match's own result depend on `prev`, which the next call overwrites: read
+/// captures into locals before anything else can match. Before main, every operation crashes
+/// deliberately (see startupGuard).
+class RegExp
+{
+public:
+    /// Position of the first match of \a pattern in \a text, or -1. A caret in the pattern stands
+    /// for the start of the text.
+    int find(QString pattern, QString text);
+
+    /// True if \a pattern matches anywhere in \a text.
+    bool match(QString pattern, QString text);
+
+    /// \a text with its first match of \a pattern replaced by \a replacement, taken literally: no
+    /// back-references. Without a match, \a text.
+    QString replace(QString pattern, QString text, QString replacement);
+
+    /// Does what replace does in \a text itself; returns whether there was a match.
+    bool substitute(QString pattern, QString &text, QString replacement);
+
+    /// \a text with matches of \a pattern replaced by \a replacement, each time searching from the
+    /// start again, until none is left or 10001 replacements were made. An empty pattern replaces
+    /// nothing.
+    QString replaceAll(QString pattern, QString text, QString replacement);
+
+    static QHash<QString, QRegExp *> hash; ///< compiled patterns by their text; owned, never freed
+    static QRegExp *prev;                  ///< the pattern of the latest find; its captures
+};
+
+extern RegExp RE;
+
+} // namespace Talmo

@@ -1,0 +1,17 @@
+#include "StartupGuard.h"
+
+#include <cstdlib>
+
+bool mainHasBeenEntered = false;
+
+namespace Talmo
+{
+
+[[gnu::no_sanitize("undefined")]] void crashDeliberately()
+{
+    volatile int *volatile nowhere = nullptr;
+    *nowhere = 0;
+    std::abort(); // only where address 0 can be written
+}
+
+} // namespace Talmo

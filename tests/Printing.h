@@ -1,0 +1,24 @@
+#pragma once
+
+// How Qt's texts and ours look in a failing expectation.
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <ostream>
+
+inline void PrintTo(const QString &text, std::ostream *out)
+{
+    *out << (text.isNull() ? "null" : '"' + text.toStdString() + '"');
+}
+
+inline void PrintTo(const QByteArray &bytes, std::ostream *out)
+{
+    *out << '"' << bytes.toStdString() << '"';
+}
+
+inline void PrintTo(const QStringList &list, std::ostream *out)
+{
+    *out << '{' << list.join(QStringLiteral(", ")).toStdString() << '}';
+}

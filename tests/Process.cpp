@@ -1,0 +1,32 @@
+#include "Process.h"
+
+#include <QProcess>
+#include <QProcessEnvironment>
+
+#include <gtest/gtest.h>
+
+Outcome runProcess(const QString &program, const QStringList &arguments,
+    const Environment &environment, const QString &folder)
+{
+    QProcessEnvironment variables;
+    for (const char *name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
+        if (qEnvironmentVariableIsSet(name))
+            variables.insert(QString::fromLatin1(name), qEnvironmentVariable(name));
+    }
+    for (auto variable = environment.cbegin(); variable != environment.cend(); ++variable)
+        variables.insert(variable.key(), variable.value());
+
+    QProcess process;
+    process.setWorkingDirectory(folder);
+    process.setProcessEnvironment(variables);
+    process.start(program, arguments);
+    process.closeWriteChannel();
+    const bool finished = process.waitForFinished(300000);
+    EXPECT_TRUE(finished) << process.errorString().toStdString();
+    Outcome outcome;
+    outcome.output = process.readAllStandardOutput();
+    outcome.errors = process.readAllStandardError();
+    if (finished && process.exitStatus() == QProcess::NormalExit)
+        outcome.status = process.exitCode();
+    return outcome;
+}

@@ -1,0 +1,98 @@
+#include "RegExp.h"
+#include "Printing.h"
+
+#include <gtest/gtest.h>
+
+using Talmo::RE;
+using Talmo::RegExp;
+
+TEST(RegExp, FindGivesThePositionOfTheFirstMatch)
+{
+    const struct {
+        const char *pattern;
+        const char *text;
+        int position;
+    } rows[] = {
+        {"b+", "abbcb", 1},
+        {"x", "abc", -1},
+        {"", "abc", 0},
+        {"^a", "aa", 0},
+        {"^b", "ab", -1}, // a caret stands for the start of the text
+        {"A", "a", -1},   // case counts
+        {"[", "[", -1},   // an invalid pattern matches nothing
+        {"a", "", -1},
+        {"^$", "", 0},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.pattern);
+        EXPECT_EQ(RE.find(row.pattern, row.text), row.position);
+        EXPECT_EQ(RE.match(row.pattern, row.text), row.position >= 0);
+    }
+}
+
+TEST(RegExp, CompilesAPatternOnceAndRemembersTheLatest)
+{
+    RE.find("once", "text");
+    const QRegExp *const first = RegExp::prev;
+    RE.find("other", "text");
+    EXPECT_NE(RegExp::prev, first);
+    RE.find("once", "another text");
+    EXPECT_EQ(RegExp::prev, first);
+    EXPECT_EQ(RegExp::hash.value("once"), first);
+}
+
+TEST(RegExp, AnEmptySlotCountsAsAMiss)
+{
+    RegExp::hash["slot"] = nullptr;
+    EXPECT_TRUE(RE.match("slot", "a slot"));
+    EXPECT_NE(RegExp::hash.value("slot"), nullptr);
+}
+
+TEST(RegExp, PrevHoldsTheCapturesOfTheLatestMatch)
+{
+    ASSERT_EQ(RE.find("(\\d+)([a-z]*)", "x = 12mm"), 4);
+    EXPECT_EQ(RegExp::prev->captureCount(), 2);
+    EXPECT_EQ(RegExp::prev->cap(0), "12mm");
+    EXPECT_EQ(RegExp::prev->cap(1), "12");
+    EXPECT_EQ(RegExp::prev->pos(2), 6);
+}
+
+TEST(RegExp, ReplaceChangesTheFirstMatchOnly)
+{
+    EXPECT_EQ(RE.replace("a+", "baab a", "x"), "bxb a");
+    EXPECT_EQ(RE.replace("z", "baab", "x"), "baab");
+    EXPECT_EQ(RE.replace("^", "b", "x"), "xb");
+    EXPECT_EQ(RE.replace("a", "a", ""), "");
+}
+
+TEST(RegExp, ReplacementsAreLiteral)
+{
+    EXPECT_EQ(RE.replace("(a)", "a", "\\1\\0"), "\\1\\0");
+    EXPECT_EQ(RE.replaceAll("(a)", "aba", "\\1"), "\\1b\\1");
+}
+
+TEST(RegExp, SubstituteSaysWhetherItReplaced)
+{
+    QString text = "one two";
+    EXPECT_TRUE(RE.substitute("o", text, "0"));
+    EXPECT_EQ(text, "0ne two");
+    EXPECT_FALSE(RE.substitute("z", text, "0"));
+    EXPECT_EQ(text, "0ne two");
+}
+
+TEST(RegExp, ReplaceAllGoesOnUntilNothingMatches)
+{
+    EXPECT_EQ(RE.replaceAll("b", "abcb", "x"), "axcx");
+    EXPECT_EQ(RE.replaceAll("aa", "aaaa", "a"), "a"); // what it wrote matches again
+    EXPECT_EQ(RE.replaceAll("", "abc", "x"), "abc");
+    EXPECT_EQ(RE.replaceAll(QString(), "abc", "x"), "abc");
+}
+
+TEST(RegExp, ReplaceAllStopsAfter10001Replacements)
+{
+    EXPECT_EQ(RE.replaceAll("a", "a", "aa"), QString(10002, 'a'));
+    EXPECT_EQ(RE.replaceAll("^", "", "x"), QString(10001, 'x')); // matches the empty text
+    const QString many(10002, 'b');
+    EXPECT_EQ(RE.replaceAll("b", many, "c"), QString(10001, 'c') + 'b');
+    EXPECT_EQ(RE.replaceAll("b", many.mid(1), "c"), QString(10001, 'c'));
+}

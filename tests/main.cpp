@@ -1,0 +1,10 @@
+#include "StartupGuard.h"
+
+#include <gtest/gtest.h>
+
+int main(int argc, char *argv[])
+{
+    mainHasBeenEntered = true;
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,24 @@
+// The locale of the environment at work: first what the C library prints, then what we print, and
+// whether we still read a decimal point.
+
+#include "Console.h"
+#include "Numbers.h"
+
+#include <clocale>
+#include <cstdio>
+
+int main()
+{
+    std::setlocale(LC_ALL, "");
+    std::printf("%g\n", 0.5);
+    std::string text;
+    Talmo::appendNumber(text, 0.5);
+    double value = 0;
+    const bool point = Talmo::toNumber("0.5", value) && value == 0.5;
+    const bool tiny = Talmo::toNumber("0.5e-400", value) && value == 0;
+    const bool comma = Talmo::toNumber("0,5", value);
+    std::printf("%s %d %d %d\n", text.c_str(), point, tiny, comma);
+    std::fflush(stdout);
+    Talmo::Console::printf("%g %d %s\n", 1234567.5, 1234567, "text");
+    std::printf("%g\n", 0.5); // the process's locale is as it was
+}
