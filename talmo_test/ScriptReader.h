@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <string_view>
+
+/// A script in memory, read once: its lines, and the position of the next one. Text mode, as in
+/// LineReader; the bytes are handed out as they are, whatever their encoding.
+class ScriptReader
+{
+public:
+    /// Reads \a path whole; false if that fails.
+    bool open(const QString &path);
+
+    /// Moves over the next line, \a line without its end; false at the end of the script.
+    bool readLine(std::string_view &line);
+
+    /// As above, read as UTF-8; null at the end of the script. An empty line is not null.
+    QString readLine();
+
+    /// Moves to the next line that begins with \a prefix, at its very first byte, or to the end of
+    /// the script. Returns all lines passed over, with their ends.
+    std::string_view readUntil(std::string_view prefix);
+
+    size_t position() const { return next; }
+    void seek(size_t position) { next = position; } ///< to what position() returned
+
+private:
+    QByteArray content;
+    std::string_view text; // content without a byte order mark
+    size_t next = 0;
+};

@@ -1,0 +1,38 @@
+#include "Words.h"
+
+#include "textFiles.h"
+
+#include <algorithm>
+
+namespace
+{
+
+/// The ASCII characters that count as white space for QString.
+bool isBlank(char character)
+{
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+bool isAscii(char character)
+{
+    return static_cast<signed char>(character) >= 0;
+}
+
+} // namespace
+
+void Words::split(std::string_view line)
+{
+    words.clear();
+    if (!std::all_of(line.begin(), line.end(), isAscii)) { // Unicode has blanks of its own
+        simplified = decoded(line).simplified().toStdString();
+        line = simplified;
+    }
+    for (auto next = line.begin(); next != line.end();) {
+        const auto begin = std::find_if_not(next, line.end(), isBlank);
+        next = std::find_if(begin, line.end(), isBlank);
+        if (begin != next)
+            words.emplace_back(&*begin, static_cast<size_t>(next - begin));
+    }
+    if (words.empty())
+        words.emplace_back();
+}

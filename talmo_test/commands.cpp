@@ -1,0 +1,190 @@
+// The commands of a script: the table, and the handlers that fit on half a page. =compare has a
+// file of its own.
+
+#include "commands.h"
+
+#include "RegExp.h"
+#include "TestBeam.h"
+#include "compare.h"
+#include "talmo_test.h"
+#include "textFiles.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+
+using Talmo::RE;
+
+namespace
+{
+
+QString cannotWrite(const QString &fileName)
+{
+    return QStringLiteral("Cannot write file '%1'").arg(fileName);
+}
+
+/// \a words from index \a first on, joined by single blanks.
+QString joined(const QStringList &words, int first)
+{
+    return words.mid(first).join(QLatin1Char(' '));
+}
+
+/// =platform [PLATFORM ...]: skips to the next "=platform" line unless the driver's platform is
+/// among the words. Without words it ends a section.
+void platformCommand(Invocation &invocation)
+{
+    static const QStringList platforms = {
+        QStringLiteral("WINDOWS"), QStringLiteral("LINUX"), QStringLiteral("DARWIN")};
+    const QStringList names = invocation.words.mid(1);
+    for (const QString &name : names) {
+        if (!platforms.contains(name)) {
+            invocation.error = QStringLiteral("Invalid platform '%1'").arg(name);
+            return;
+        }
+    }
+    if (!names.isEmpty() && !names.contains(platformName))
+        invocation.script.readUntil("=platform");
+}
+
+/// =file NAME: writes the lines that follow, up to one that begins with "=", to the file NAME,
+/// byte for byte.
+void fileCommand(Invocation &invocation)
+{
+    if (invocation.words.size() < 2) {
+        invocation.error = QStringLiteral("Invalid =file command");
+        return;
+    }
+    const QString &name = invocation.words[1];
+    QFile file(diskPath(name));
+    if (!file.open(textModeWrite)) {
+        invocation.error = cannotWrite(name);
+        return;
+    }
+    const std::string_view body = invocation.script.readUntil("=");
+    const auto length = static_cast<qint64>(body.size());
+    bool written = file.write(body.data(), length) == length;
+    if (!body.empty() && body.back() != '\n') // the script's last line
+        written = file.write("\n") == 1 && written;
+    file.close();
+    if (!written || file.error() != QFile::NoError) // the run must not go on with half a file
+        invocation.error = cannotWrite(name);
+}
+
+/// =run PROGRAM [ARGUMENT ...]: passes the words to the shell, and fails if it reports failure.
+/// What the program prints is appended to a capture file, its base name and ".out", unless a word
+/// begins with ">".
+void runCommand(Invocation &invocation)
+{
+    if (invocation.words.size() < 2) {
+        invocation.error = QStringLiteral("Invalid =run command");
+        return;
+    }
+    const QString &program = invocation.words[1];
+    const QStringList arguments = invocation.words.mid(1);
+    const bool redirected = std::any_of(arguments.begin(), arguments.end(),
+        [](const QString &word) { return word.startsWith(QLatin1Char('>')); });
+    QString command = joined(arguments, 0);
+    if (!redirected) {
+        const QString baseName = RE.replace(QStringLiteral(".*/"), program, QString());
+        command += QStringLiteral(" >>%1.out 2>&1").arg(baseName);
+    }
+    std::fflush(stdout); // what the program prints comes after what we printed
+    // A command line ends at a NUL for the shell, and what it would then run was never written.
+    const bool runnable = !command.contains(QChar(u'\0'));
+    if (!runnable || std::system(qPrintable(command)) != 0)
+        invocation.error = QStringLiteral("running '%1' failed").arg(program);
+}
+
+/// =exists FILE: fails unless a file or directory of that name exists.
+void existsCommand(Invocation &invocation)
+{
+    if (invocation.words.size() != 2)
+        invocation.error = QStringLiteral("Invalid =exists command");
+    else if (!QFileInfo::exists(diskPath(invocation.words[1])))
+        invocation.error = QStringLiteral("File '%1' does not exist").arg(invocation.words[1]);
+}
+
+/// =echo [WORD ...]: prints the words.
+void echoCommand(Invocation &invocation)
+{
+    std::puts(qPrintable(joined(invocation.words, 1)));
+}
+
+/// =meanandsigma: reserved.
+void meanAndSigmaCommand(Invocation &invocation)
+{
+    invocation.error = QStringLiteral("=meanandsigma UNIMPLEMENTED");
+}
+
+/// =testbeam FILE x0 x1 nx y0 y1 ny z PDGid Pz: writes a track file with a grid of particles.
+/// Deliberate: once the file is open the command does not fail, a full disk included.
+void testbeamCommand(Invocation &invocation)
+{
+    const QStringList &words = invocation.words;
+    if (words.size() <= 10) {
+        invocation.error = QStringLiteral("=testbeam too few arguments");
+        return;
+    }
+    TestBeam beam;
+    if (!beam.parse(words, 2)) {
+        invocation.error = QStringLiteral("Syntax error");
+        return;
+    }
+    QFile file(diskPath(words[1]));
+    if (!file.open(textModeWrite)) {
+        invocation.error = cannotWrite(words[1]);
+        return;
+    }
+    file.write(QStringLiteral("#QXTrackFile %1\n").arg(joined(words, 0)).toUtf8());
+    file.write("#x y z Px Py Pz t PDGid EventID TrackID ParentID Weight\n");
+    beam.write(file);
+}
+
+/// =ignore PATTERN: the next command must fail with a message that matches PATTERN.
+void ignoreCommand(Invocation &invocation)
+{
+    // Deliberate: of the raw line, so that blanks inside and at the end belong to the pattern, and
+    // a blank before "=ignore", or nothing after it, leaves the line as it is.
+    invocation.expectedFailure =
+        RE.replace(QStringLiteral("^=ignore +"), invocation.line, QString());
+}
+
+/// =debug: traces the rest of the run, and keeps its directory.
+void debugCommand(Invocation & /*invocation*/)
+{
+    ++Debug;
+}
+
+struct Command {
+    const char *name;
+    Handler handler;
+};
+
+const Command commands[] = {
+    {"=platform", platformCommand},
+    {"=file", fileCommand},
+    {"=run", runCommand},
+    {"=compare", compareCommand},
+    {"=exists", existsCommand},
+    {"=echo", echoCommand},
+    {"=meanandsigma", meanAndSigmaCommand},
+    {"=testbeam", testbeamCommand},
+    {"=ignore", ignoreCommand},
+    {"=debug", debugCommand},
+};
+static_assert(std::size(commands) == 10);
+
+} // namespace
+
+Handler handlerOf(const QString &name)
+{
+    for (const Command &command : commands) {
+        if (name == QLatin1String(command.name))
+            return command.handler;
+    }
+    return nullptr;
+}

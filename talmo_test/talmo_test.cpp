@@ -1,0 +1,303 @@
+// The regression-test driver: main selects the test scripts, runTest runs one of them for each
+// simulation program that it applies to, each run in a directory of its own.
+//
+// A run is a walk over the script's lines. A line's command reports failure by leaving an error
+// message in its Invocation, and the first message that stands ends the run. "=ignore" turns that
+// around for one command: its pattern is pending while the "=ignore" line itself is settled, and
+// active for the next command.
+
+#include "talmo_test.h"
+
+#include "Preferences.h"
+#include "RegExp.h"
+#include "ScriptReader.h"
+#include "StartupGuard.h"
+#include "commands.h"
+#include "textFiles.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <tuple>
+#include <vector>
+
+using Talmo::Preferences;
+using Talmo::RE;
+
+int Debug = 0;
+QString platformName;
+
+void usage()
+{
+    std::fputs(
+        "USAGE: talmo_test [-d] [test file(s)]\n"
+        "If no test files are given, test* is used from the distribution.\n"
+        "-d sets debug mode for all tests.\n"
+        "Each file testX is run in a directory testX.dir, which is removed if the test succeeds.\n",
+        stderr);
+}
+
+namespace
+{
+
+/// The configured simulation programs whose whole name matches the wildcard \a pattern, in the
+/// order of their preferences; a name configured twice is there twice.
+QStringList configuredSimPrograms(const QString &pattern)
+{
+    static QStringList configured;
+    // Deliberate: with no program configured every call looks again and prints the empty list.
+    if (configured.isEmpty()) {
+        for (int n = 1; n <= 9; ++n) {
+            const QString name = Preferences::get(QStringLiteral("SimProgram%1.name").arg(n));
+            if (!name.isEmpty())
+                configured += name;
+        }
+        std::printf("Configured SimPrograms: %s\n", qPrintable(configured.join(QLatin1Char(' '))));
+    }
+    const QRegExp wildcard(pattern, Qt::CaseSensitive, QRegExp::Wildcard);
+    QStringList matching;
+    for (const QString &name : std::as_const(configured)) {
+        if (wildcard.exactMatch(name))
+            matching += name;
+    }
+    return matching;
+}
+
+/// Removes the directory \a directory and all that it holds, directories first, each sort by name.
+/// Stops at the first entry that cannot be removed; false then, and if there is no such directory.
+/// Never leaves the directory: a symbolic link is removed as a link, wherever it leads.
+bool removeDir(const std::filesystem::path &directory)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::is_symlink(fs::symlink_status(directory, error)))
+        return fs::remove(directory, error);
+
+    using Entry = std::tuple<bool, fs::path>; // is not a directory, path: in order of removal
+    std::vector<Entry> entries;
+    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const bool isDirectory = !entry->is_symlink(error) && entry->is_directory(error);
+        entries.emplace_back(!isDirectory, entry->path());
+    }
+    if (error)
+        return false;
+    std::sort(entries.begin(), entries.end());
+    for (const auto &[isFile, path] : entries) {
+        if (!(isFile ? fs::remove(path, error) : removeDir(path)))
+            return false;
+    }
+    return fs::remove(directory, error);
+}
+
+/// What settles a command: whether its failure was expected. Changes \a error accordingly.
+void settle(QString &error, const std::optional<QString> &expectedFailure)
+{
+    if (!expectedFailure)
+        return;
+    if (RE.match(*expectedFailure, error))
+        error = QString();
+    else if (error.isNull())
+        error = QStringLiteral("Command should have failed");
+}
+
+/// Runs the lines of \a script from its position on for \a program, in the current directory.
+/// Returns the message of the first failure, null if there is none.
+QString runLines(ScriptReader &script, const QString &program)
+{
+    std::optional<QString> expectedFailure;
+    for (QString line = script.readLine(); !line.isNull(); line = script.readLine()) {
+        line.replace(QLatin1String("$simProgram"), program);
+        if (Debug > 0)
+            std::printf("==== line='%s'\n", qPrintable(line));
+        const QStringList words = line.simplified().split(QLatin1Char(' '));
+        if (words[0].isEmpty() || words[0].startsWith(QLatin1Char('#')))
+            continue;
+        Invocation invocation = {words, line, script, program, QString(), std::nullopt};
+        if (const Handler handler = handlerOf(words[0]))
+            handler(invocation);
+        else
+            invocation.error = QStringLiteral("Unknown test command '%1'").arg(words[0]);
+        settle(invocation.error, expectedFailure);
+        expectedFailure = invocation.expectedFailure;
+        if (Debug > 0 && !invocation.error.isNull())
+            std::printf("***errorMsg=%s\n", qPrintable(invocation.error));
+        if (!invocation.error.isNull())
+            return invocation.error;
+    }
+    return {};
+}
+
+/// Makes the directory \a name anew and the current one; false if that is not possible.
+bool enterNewDir(const QString &name)
+{
+    removeDir(QFile::encodeName(name).toStdString());
+    QDir().mkdir(diskPath(name));
+    return QDir::setCurrent(diskPath(name));
+}
+
+/// Runs \a script once, for \a program, in a directory of its own, and reports. The directory of a
+/// failing run is kept.
+bool runOnce(ScriptReader &script, const QString &program, const QString &testName,
+    const QString &description)
+{
+    const QString dirName = testName + QStringLiteral(".dir");
+    if (Debug > 0)
+        std::printf("==== start test %s\n", qPrintable(testName));
+    if (!enterNewDir(dirName)) {
+        std::printf("%s: ***ERROR: cannot cd to '%s'\n", qPrintable(testName), qPrintable(dirName));
+        return false;
+    }
+    const QString error = runLines(script, program);
+    if (Debug > 0)
+        std::printf("==== end test %s\n", qPrintable(testName));
+    QDir::setCurrent(QStringLiteral(".."));
+    if (!error.isNull()) {
+        std::fflush(stdout);
+        std::printf("%s: ***ERROR: %s\n", qPrintable(testName), qPrintable(error));
+        std::fflush(stdout);
+        return false;
+    }
+    std::printf("%s: %s\n", qPrintable(testName), qPrintable(description));
+    if (Debug < 1)
+        removeDir(QFile::encodeName(dirName).toStdString());
+    --Debug; // Deliberate: on every pass, "=debug" or not, and never on a failure
+    std::fflush(stdout);
+    return true;
+}
+
+/// The programs that \a script runs for, as the line after its heading tells; one empty name if
+/// that line does not. Leaves the script at the first line to run.
+QStringList selectPrograms(ScriptReader &script)
+{
+    const size_t afterHeading = script.position();
+    const QString line = script.readLine().simplified();
+    if (!line.startsWith(QLatin1String("=simprogram"))) {
+        script.seek(afterHeading);
+        return {QString()};
+    }
+    QStringList programs;
+    const QStringList patterns = line.split(QLatin1Char(' ')).mid(1);
+    for (const QString &pattern : patterns)
+        programs += configuredSimPrograms(pattern);
+    return programs;
+}
+
+/// Runs the test script \a path, an absolute path, once for each simulation program that it applies
+/// to. True if every run passed, and if there was none to make.
+bool runTest(const QString &path)
+{
+    ScriptReader script;
+    if (!script.open(path)) {
+        std::printf("%s: ***ERROR: Cannot read file\n", qPrintable(path));
+        return false;
+    }
+    const QString heading = script.readLine();
+    if (!heading.startsWith(QLatin1Char('='))) {
+        std::printf("%s: ***ERROR: Invalid test file\n", qPrintable(path));
+        return false;
+    }
+    const QStringList programs = selectPrograms(script);
+    if (programs.isEmpty()) {
+        std::printf("%s: No applicable SimPrograms\n", qPrintable(path));
+        return true;
+    }
+    const size_t start = script.position();
+    const QString fileName = QFileInfo(path).fileName();
+    bool passed = true;
+    for (const QString &program : programs) {
+        script.seek(start);
+        const QString testName =
+            program.isEmpty() ? fileName : QStringLiteral("%1(%2)").arg(fileName, program);
+        passed = runOnce(script, program, testName, heading.mid(1)) && passed;
+    }
+    return passed;
+}
+
+QStringList testFiles(const QDir &dir, const QString &pattern)
+{
+    return dir.entryList({pattern}, QDir::Files | QDir::Readable, QDir::Name | QDir::IgnoreCase);
+}
+
+/// The scripts that match \a patterns in the current directory. If there is none, those of the
+/// distribution; \a dir becomes the directory that they are in.
+QStringList selectTests(const QStringList &patterns, QDir &dir)
+{
+    QStringList names;
+    for (const QString &pattern : patterns)
+        names += testFiles(dir, pattern);
+    if (!names.isEmpty())
+        return names;
+    dir.setPath(QCoreApplication::applicationDirPath());
+    dir.cdUp();
+    dir.cd(QStringLiteral("test")); // Deliberate: if there is none, the directory above serves
+    return testFiles(dir, QStringLiteral("test*"));
+}
+
+/// Runs the tests \a names of \a dir and prints the summary; returns how many failed.
+int runTests(const QStringList &names, const QDir &dir)
+{
+    int passes = 0;
+    int failures = 0;
+    for (const QString &name : names)
+        ++(runTest(dir.absolutePath() + QLatin1Char('/') + name) ? passes : failures);
+    if (failures == 0) {
+        std::printf("All tests passed (%d total)\n", passes);
+        return failures;
+    }
+    std::printf("***talmo_test: %d tests failed out of %d tests\n", failures, passes + failures);
+    std::printf("   The current directory is \"%s\".\n", qPrintable(QDir::currentPath()));
+    std::printf(
+        "   For each failing test a directory has been created containing the output(s).\n");
+    return failures;
+}
+
+const char *platformOfThisBuild()
+{
+#if defined(Q_OS_WIN)
+    return "WINDOWS";
+#elif defined(Q_OS_DARWIN)
+    return "DARWIN";
+#else
+    return "LINUX";
+#endif
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    mainHasBeenEntered = true;
+    // All of them: the application object would keep some for Qt.
+    const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
+    // Under a locale whose encoding is not UTF-8, Qt 6 switches to one by itself and would tell
+    // standard error so at every start.
+    const QtMessageHandler standardHandler =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    const QCoreApplication application(argc, argv);
+    qInstallMessageHandler(standardHandler);
+
+    std::printf("talmo_test: executing tests in '%s'\n", qPrintable(QDir::currentPath()));
+    Preferences::init();
+    QStringList patterns;
+    for (const char *const argument : arguments)
+        patterns += QString::fromLocal8Bit(argument);
+    if (!patterns.isEmpty() && patterns.first() == QLatin1String("-d")) {
+        Debug = 999999999;
+        patterns.removeFirst();
+    }
+    configuredSimPrograms(QString()); // lists them
+    platformName = QString::fromLatin1(platformOfThisBuild());
+
+    QDir dir = QDir::current();
+    const QStringList names = selectTests(patterns, dir);
+    std::printf("talmo_test: tests to run from '%s':\n%s\n", qPrintable(dir.absolutePath()),
+        qPrintable(names.join(QLatin1Char(' '))));
+    return runTests(names, dir) > 0 ? 2 : 0;
+}
