@@ -1,0 +1,62 @@
+#include "Difference.h"
+
+#include <QTemporaryFile>
+
+#include <benchmark/benchmark.h>
+
+namespace
+{
+
+/// A file of \a lines lines of twelve numbers; those of one \a seed are alike.
+void fill(QTemporaryFile &file, int64_t lines, unsigned seed)
+{
+    unsigned random = seed;
+    if (!file.open())
+        return;
+    for (int64_t line = 0; line < lines; ++line) {
+        QByteArray text;
+        for (int column = 0; column < 12; ++column) {
+            random = random * 1664525U + 1013904223U;
+            text += QByteArray::number(random / 4294967296.0, 'g', 8) + ' ';
+        }
+        file.write(text + '\n');
+    }
+    file.flush();
+}
+
+/// Bytes per second of either comparison, for files that agree to the byte.
+template <typename Compare>
+void compareAlike(benchmark::State &state, Compare compare)
+{
+    QTemporaryFile first;
+    QTemporaryFile second;
+    fill(first, state.range(0), 1);
+    fill(second, state.range(0), 1);
+    for (auto _ : state) {
+        LineReader file1;
+        LineReader file2;
+        const bool open = file1.open(first.fileName()) && file2.open(second.fileName());
+        if (!open || compare(file1, file2).kind != Difference::None) {
+            state.SkipWithError("the files must agree");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * (first.size() + second.size()));
+}
+
+void exactly(benchmark::State &state)
+{
+    compareAlike(state, compareExactly);
+}
+BENCHMARK(exactly)->RangeMultiplier(10)->Range(1000, 100000);
+
+void byColumns(benchmark::State &state)
+{
+    const std::vector<double> tolerances(12, 1e-6);
+    compareAlike(state, [&](LineReader &file1, LineReader &file2) {
+        return compareColumns(file1, file2, tolerances);
+    });
+}
+BENCHMARK(byColumns)->RangeMultiplier(10)->Range(1000, 100000);
+
+} // namespace

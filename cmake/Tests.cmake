@@ -1,0 +1,16 @@
+# talmo_add_test(NAME [LIBRARY ...]): the test program NAME.cpp of this folder, linked with a main
+# that every test shares, as one CTest entry. A program that links the preferences opens the user's
+# settings, and prints that it did, before main: each entry has a home of its own, and nothing runs
+# a test program while building.
+find_package(GTest REQUIRED)
+
+function(talmo_add_test name)
+  add_executable(${name} ${name}.cpp)
+  target_link_libraries(${name} PRIVATE ${ARGN} talmo_test_main talmo_warnings)
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  set(home ${CMAKE_BINARY_DIR}/tests/home/${name})
+  file(MAKE_DIRECTORY ${home})
+  add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${home})
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT
+    "HOME=${home};XDG_CONFIG_HOME=${home}/config;XDG_CONFIG_DIRS=${home}/none;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0")
+endfunction()
