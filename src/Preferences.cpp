@@ -48,7 +48,7 @@ void Preferences::init()
 QString Preferences::get(QString key)
 {
     startupGuard();
-    const QString value = qsettings->value(key, QStringLiteral("@")).toString();
+    QString value = qsettings->value(key, QStringLiteral("@")).toString();
     if (value == QLatin1String("@"))
         throw QStringLiteral("INTERNAL ERROR: Invalid Preferences name '%1'").arg(key);
     return value;

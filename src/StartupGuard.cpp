@@ -7,7 +7,7 @@ bool mainHasBeenEntered = false;
 namespace Talmo
 {
 
-[[gnu::no_sanitize("undefined")]] void crashDeliberately()
+__attribute__((no_sanitize("undefined"))) void crashDeliberately()
 {
     volatile int *volatile nowhere = nullptr;
     *nowhere = 0;

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Deck.h"
+
+#include <array>
+
+/// Linear optics of one element for one particle.
+///
+/// A ray is the particle's transverse state in the paraxial convention, x' = Px/Pz and y' = Py/Pz.
+/// To first order in x, x', y, y' every element of a deck is a linear map of it, whose strength
+/// depends on the particle's own rigidity p/q. The maps, and hence these formulas, are those of
+///   K. L. Brown, A First- and Second-Order Matrix Theory for the Design of Beam Transport Systems
+///     and Charged Particle Spectrometers, SLAC-75,
+///   H. Wiedemann, Particle Accelerator Physics (Springer),
+///   A. W. Chao and M. Tigner (eds.), Handbook of Accelerator Physics and Engineering.
+/// Drift and quadrupole obey x'' + kx x = 0, y'' + ky y = 0. A solenoid does so in a frame that
+/// turns about the axis at half the cyclotron frequency (Larmor); its hard edges are included.
+namespace tracker
+{
+
+/// Speed of light in mm/ns; the same digits are the momentum in MeV/c whose rigidity, at unit
+/// charge, is 1 T m.
+constexpr double speedOfLight = 299.792458;
+
+/// A particle's transverse state, outside of fields.
+struct Ray {
+    double x;      ///< mm
+    double xSlope; ///< Px/Pz
+    double y;      ///< mm
+    double ySlope; ///< Py/Pz
+};
+
+/// What an element is for a particle of given rigidity.
+struct Lens {
+    double kx = 0;     ///< focusing strength in x, 1/mm^2; negative if it defocuses
+    double ky = 0;     ///< focusing strength in y, 1/mm^2
+    double turn = 0;   ///< rotation per length from y towards x, rad/mm; only a solenoid turns
+    double length = 0; ///< mm
+};
+
+/// Maps (x, x', y, y'): lengths in mm, slopes without unit.
+using Matrix = std::array<std::array<double, 4>, 4>;
+
+/// The lens that \a step is for a particle of momentum \a p (MeV/c, greater than 0) and \a charge
+/// (in units of the positron's). A step that is no element is a lens of length 0.
+Lens lensOf(const Step &step, double p, double charge);
+
+/// The transfer matrix of \a lens. It is symplectic, and the drift's for a lens without strength.
+Matrix matrixOf(const Lens &lens);
+
+/// \a ray after \a lens, by its transfer matrix.
+Ray transported(const Lens &lens, const Ray &ray);
+
+} // namespace tracker

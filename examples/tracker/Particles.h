@@ -1,0 +1,16 @@
+#pragma once
+
+namespace tracker
+{
+
+/// A kind of particle that the tracker can transport.
+struct Particle {
+    int pdgId;     ///< code of the Particle Data Group's numbering scheme
+    double mass;   ///< MeV/c^2
+    double charge; ///< in units of the positron's
+};
+
+/// The particle with this code, or null if the tracker does not know it.
+const Particle *findParticle(int pdgId);
+
+} // namespace tracker

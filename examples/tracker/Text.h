@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace tracker
+{
+
+/// Reads the lines of a text file, without their ends. Returns false if the file cannot be read to
+/// its end, a directory for example.
+bool readLines(const std::string &file, std::vector<std::string> &lines);
+
+/// The blank-separated words of \a line. Tabs and the carriage return of a foreign line end count
+/// as blanks.
+std::vector<std::string> splitWords(const std::string &line);
+
+/// "FILE:LINE: WHAT", the form of every message about an input file. Lines count from 1.
+std::string messageAt(const std::string &file, std::size_t line, const std::string &what);
+
+/// \a word in single quotes, as messages cite it.
+std::string quoted(const std::string &word);
+
+} // namespace tracker

@@ -1,0 +1,114 @@
+#include "Tracker.h"
+
+#include "Particles.h"
+#include "Text.h"
+
+#include <cmath>
+#include <cstdio>
+
+namespace tracker
+{
+
+namespace
+{
+
+bool isUsable(const Track &track)
+{
+    const double numbers[] = {track.x, track.y, track.z, track.px, track.py, track.pz, track.t};
+    for (const double number : numbers) {
+        if (!std::isfinite(number))
+            return false;
+    }
+    return track.pz > 0;
+}
+
+/// Takes the whole beam through one step; the message in \a error is about the step.
+bool takeStep(
+    const Step &step, const Deck &deck, Integrator integrator, Beam &beam, std::string &error)
+{
+    if (step.action == Action::WriteBeam) {
+        if (writeBeam(step.file, deck.name, beam))
+            return true;
+        error = messageAt(deck.name, step.line, "cannot write " + quoted(step.file));
+        return false;
+    }
+    for (std::size_t i = 0; i < beam.size(); ++i) {
+        if (step.action == Action::Reverse) {
+            reverse(beam[i]);
+        } else if (!passElement(step, integrator, beam[i])) {
+            error = messageAt(deck.name, step.line,
+                quoted(commandWord(step.action)) + " is too strong or too long for track " +
+                    std::to_string(i + 1));
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool passElement(const Step &step, Integrator integrator, Track &track)
+{
+    const Particle *const particle = findParticle(track.pdgId);
+    if (!particle)
+        return false;
+    const double p = std::hypot(track.px, track.py, track.pz);
+    const Ray ray = integrator(lensOf(step, p, particle->charge),
+        {track.x, track.px / track.pz, track.y, track.py / track.pz});
+    track.x = ray.x;
+    track.y = ray.y;
+    track.pz = p / std::hypot(1, ray.xSlope, ray.ySlope);
+    track.px = ray.xSlope * track.pz;
+    track.py = ray.ySlope * track.pz;
+    track.z += step.length;
+    const double beta = p / std::hypot(p, particle->mass);
+    track.t += step.length / (beta * speedOfLight);
+    return isUsable(track);
+}
+
+void reverse(Track &track)
+{
+    track.px = -track.px;
+    track.py = -track.py;
+}
+
+bool runDeck(const std::string &file, Integrator integrator, std::string &error)
+{
+    Deck deck;
+    if (!readDeck(file, deck, error))
+        return false;
+    const Step &first = deck.steps.front();
+    std::vector<std::string> lines;
+    if (!readLines(first.file, lines)) {
+        error = messageAt(file, first.line, "cannot read " + quoted(first.file));
+        return false;
+    }
+    Beam beam;
+    if (!parseBeam(first.file, lines, beam, error))
+        return false;
+    for (std::size_t i = 1; i < deck.steps.size(); ++i) {
+        if (!takeStep(deck.steps[i], deck, integrator, beam, error))
+            return false;
+    }
+    return true;
+}
+
+int trackerMain(int argc, char **argv, Integrator integrator)
+{
+    if (argc != 2) {
+        std::fputs("Usage: tracker DECK\n"
+                   "       tracker-kick DECK\n"
+                   "Takes the beam of the input deck through its elements and writes track files:\n"
+                   "tracker by transfer matrices, tracker-kick in thin slices.\n",
+            stderr);
+        return 2;
+    }
+    std::string error;
+    if (runDeck(argv[1], integrator, error))
+        return 0;
+    // Both programs say "tracker", so that one reference text serves the tests of both.
+    std::fprintf(stderr, "tracker: %s\n", error.c_str());
+    return 1;
+}
+
+} // namespace tracker

@@ -1,0 +1,7 @@
+#include "Kick.h"
+#include "Tracker.h"
+
+int main(int argc, char **argv)
+{
+    return tracker::trackerMain(argc, argv, tracker::kicked);
+}
