@@ -6,8 +6,7 @@
 
 bool LineReader::open(const QString &fileName)
 {
-    file.setFileName(diskPath(fileName));
-    return file.open(textModeRead);
+    return openOnDisk(file, fileName, textModeRead);
 }
 
 bool LineReader::readLine(std::string_view &line)

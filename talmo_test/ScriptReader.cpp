@@ -2,15 +2,13 @@
 
 #include "textFiles.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <string>
 
 bool ScriptReader::open(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(textModeRead))
+    QFile file;
+    if (!openOnDisk(file, path, textModeRead))
         return false;
     content = file.readAll();
     text = std::string_view(content.constData(), static_cast<size_t>(content.size()));

@@ -9,7 +9,6 @@
 #include "talmo_test.h"
 #include "textFiles.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -59,8 +58,8 @@ void fileCommand(Invocation &invocation)
         return;
     }
     const QString &name = invocation.words[1];
-    QFile file(diskPath(name));
-    if (!file.open(textModeWrite)) {
+    QFile file;
+    if (!openOnDisk(file, name, textModeWrite)) {
         invocation.error = cannotWrite(name);
         return;
     }
@@ -134,8 +133,8 @@ void testbeamCommand(Invocation &invocation)
         invocation.error = QStringLiteral("Syntax error");
         return;
     }
-    QFile file(diskPath(words[1]));
-    if (!file.open(textModeWrite)) {
+    QFile file;
+    if (!openOnDisk(file, words[1], textModeWrite)) {
         invocation.error = cannotWrite(words[1]);
         return;
     }

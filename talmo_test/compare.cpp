@@ -22,6 +22,11 @@ const char *const differenceMessages[] = {
 };
 static_assert(std::size(differenceMessages) == Difference::Value + 1);
 
+QString cannotRead(const QString &fileName)
+{
+    return QStringLiteral("Cannot read file '%1'").arg(fileName);
+}
+
 QString describe(const Difference &difference, const QString &name1, const QString &name2)
 {
     const QString message = QString::fromLatin1(differenceMessages[difference.kind]);
@@ -59,11 +64,12 @@ void compareCommand(Invocation &invocation)
     const QString &name2 = words[2];
     LineReader file1;
     LineReader file2;
-    const auto cannotRead = [&] {
-        return QStringLiteral("Cannot read file '%1'").arg(file1.failed() ? name1 : name2);
-    };
-    if (!file1.open(name1) || !file2.open(name2)) {
-        invocation.error = cannotRead();
+    if (!file1.open(name1)) {
+        invocation.error = cannotRead(name1);
+        return;
+    }
+    if (!file2.open(name2)) {
+        invocation.error = cannotRead(name2);
         return;
     }
     std::vector<double> tolerances;
@@ -74,7 +80,7 @@ void compareCommand(Invocation &invocation)
     const Difference difference = tolerances.empty() ? compareExactly(file1, file2)
                                                      : compareColumns(file1, file2, tolerances);
     if (file1.failed() || file2.failed())
-        invocation.error = cannotRead();
+        invocation.error = cannotRead(file1.failed() ? name1 : name2);
     else if (difference.kind != Difference::None)
         invocation.error = describe(difference, name1, name2);
 }

@@ -69,15 +69,19 @@ QStringList configuredSimPrograms(const QString &pattern)
     return matching;
 }
 
-/// Removes the directory \a directory and all that it holds, directories first, each sort by name.
-/// Stops at the first entry that cannot be removed; false then, and if there is no such directory.
-/// Never leaves the directory: a symbolic link is removed as a link, wherever it leads.
+/// Removes the directory \a directory and all that it holds, directories first, either sort by
+/// name. Stops at the first entry that cannot be removed; false then, and if there is no such
+/// directory. An empty directory need not be readable. Never leaves the directory: a symbolic link
+/// is removed as a link, wherever it leads.
 bool removeDir(const std::filesystem::path &directory)
 {
     namespace fs = std::filesystem;
     std::error_code error;
-    if (fs::is_symlink(fs::symlink_status(directory, error)))
+    const fs::file_status status = fs::symlink_status(directory, error);
+    if (fs::is_symlink(status))
         return fs::remove(directory, error);
+    if (!fs::is_directory(status))
+        return false;
 
     using Entry = std::tuple<bool, fs::path>; // is not a directory, path: in order of removal
     std::vector<Entry> entries;
@@ -86,8 +90,6 @@ bool removeDir(const std::filesystem::path &directory)
         const bool isDirectory = !entry->is_symlink(error) && entry->is_directory(error);
         entries.emplace_back(!isDirectory, entry->path());
     }
-    if (error)
-        return false;
     std::sort(entries.begin(), entries.end());
     for (const auto &[isFile, path] : entries) {
         if (!(isFile ? fs::remove(path, error) : removeDir(path)))

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QIODevice>
+#include <QFile>
 #include <QString>
 
 #include <string>
@@ -20,6 +20,14 @@ constexpr QIODevice::OpenMode textModeWrite =
 inline QString diskPath(const QString &name)
 {
     return name.startsWith(QLatin1Char(':')) ? QStringLiteral("./") + name : name;
+}
+
+/// Opens \a file as the file \a name. A name with a NUL in it is none: the system would cut it
+/// there.
+inline bool openOnDisk(QFile &file, const QString &name, QIODevice::OpenMode mode)
+{
+    file.setFileName(diskPath(name));
+    return !name.contains(QChar(u'\0')) && file.open(mode);
 }
 
 /// How many bytes of \a start, the first of a file, are a UTF-8 byte order mark: 3 or 0.
