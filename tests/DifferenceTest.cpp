@@ -1,0 +1,206 @@
+#include "Difference.h"
+
+#include <QTemporaryFile>
+
+#include <ostream>
+
+#include <gtest/gtest.h>
+
+static bool operator==(const Difference &a, const Difference &b)
+{
+    return a.kind == b.kind && a.line == b.line && a.column == b.column;
+}
+
+static void PrintTo(const Difference &difference, std::ostream *out)
+{
+    *out << "kind " << difference.kind << " line " << difference.line << " column "
+         << difference.column;
+}
+
+namespace
+{
+
+constexpr Difference same = {};
+
+Difference judge(
+    std::string_view line1, std::string_view line2, const std::vector<double> &tolerances)
+{
+    Words words1;
+    Words words2;
+    words1.split(line1);
+    words2.split(line2);
+    return judgeColumns(words1, words2, tolerances);
+}
+
+/// A file with \a content, open in a reader.
+class ReaderOf
+{
+public:
+    explicit ReaderOf(std::string_view content)
+    {
+        const auto size = static_cast<qint64>(content.size());
+        EXPECT_TRUE(file.open());
+        EXPECT_EQ(file.write(content.data(), size), size);
+        EXPECT_TRUE(file.flush());
+        EXPECT_TRUE(reader.open(file.fileName()));
+    }
+
+    LineReader reader;
+
+private:
+    QTemporaryFile file;
+};
+
+Difference exactly(std::string_view content1, std::string_view content2)
+{
+    ReaderOf file1(content1);
+    ReaderOf file2(content2);
+    return compareExactly(file1.reader, file2.reader);
+}
+
+Difference byColumns(
+    std::string_view content1, std::string_view content2, const std::vector<double> &tolerances)
+{
+    ReaderOf file1(content1);
+    ReaderOf file2(content2);
+    return compareColumns(file1.reader, file2.reader, tolerances);
+}
+
+} // namespace
+
+TEST(JudgeColumns, ColumnsMayDifferByTheirTolerance)
+{
+    const struct {
+        const char *line1;
+        const char *line2;
+        std::vector<double> tolerances;
+        Difference difference;
+    } rows[] = {
+        {"1", "1.00", {0}, same},
+        {"1", "1.0000000000000002", {0}, {Difference::Value, 0, 1}},
+        {"0", "-0", {0}, same},
+        {"1", "1.5", {0.5}, same}, // equal to the tolerance
+        {"1.5", "1", {0.5}, same},
+        {"1", "1.5000000000000002", {0.5}, {Difference::Value, 0, 1}}, // just above
+        {"1", "1.5", {0.49999999999999994}, {Difference::Value, 0, 1}},
+        {"1.000", "1.001", {0.001}, same},                      // 1.001 - 1 is just below 0.001
+        {"2.000", "2.001", {0.001}, same},                      // and so is this
+        {"4.000", "4.001", {0.001}, {Difference::Value, 0, 1}}, // but this is just above
+        {"1.0", "1.002", {0.001}, {Difference::Value, 0, 1}},
+        {"-1", "1", {2}, same},
+        {"-1", "1", {1.9999999999999998}, {Difference::Value, 0, 1}},
+        {"1e308", "-1e308", {1e308}, {Difference::Value, 0, 1}}, // the difference overflows
+        {"1e-400", "0", {0}, same},
+        {"1 2 3", "1 2 4", {0, 0}, same}, // words beyond the tolerances do not count
+        {"1 2 x", "1 2", {0, 0}, same},
+        {"1 2", "1 3", {0, 0}, {Difference::Value, 0, 2}},
+        {"1 2", "2 3", {0, 0}, {Difference::Value, 0, 1}}, // the first one counts
+        {"1 2", "2 x", {1, 0}, {Difference::InvalidData, 0, 2}},
+        {"1 x", "3 x", {1, 0}, {Difference::Value, 0, 1}},
+        {"1 2", "1 2", {}, same},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(std::string(row.line1) + " | " + row.line2);
+        EXPECT_EQ(judge(row.line1, row.line2, row.tolerances), row.difference);
+        EXPECT_EQ(judge(row.line2, row.line1, row.tolerances), row.difference);
+    }
+}
+
+TEST(JudgeColumns, ANegativeToleranceLeavesItsColumnAlone)
+{
+    EXPECT_EQ(judge("a 1", "b 1", {-1, 0}), same);
+    EXPECT_EQ(judge("a 1", "b 2", {-1, 0}), (Difference{Difference::Value, 0, 2}));
+    EXPECT_EQ(judge("a 1", "b x", {-5e-324, 0}), (Difference{Difference::InvalidData, 0, 2}));
+    EXPECT_EQ(judge("", "x", {-1}), same);
+    EXPECT_EQ(judge("a", "b c", {-1, -1}), (Difference{Difference::TooFewColumns, 0, 0}));
+    EXPECT_EQ(judge("a", "a", {-0.0}), (Difference{Difference::InvalidData, 0, 1})); // not negative
+}
+
+TEST(JudgeColumns, OnlyNumbersCanBeCompared)
+{
+    const char *const words[] = {"nan", "-nan", "inf", "x", "0x1", "1,0", "1e999", "1#"};
+    for (const char *word : words) {
+        SCOPED_TRACE(word);
+        const Difference invalid = {Difference::InvalidData, 0, 1};
+        EXPECT_EQ(judge(word, "1", {1e300}), invalid);
+        EXPECT_EQ(judge("1", word, {1e300}), invalid);
+        EXPECT_EQ(judge(word, word, {1e300}), invalid);
+    }
+}
+
+TEST(JudgeColumns, CommentsAgreeWithComments)
+{
+    const Difference mismatch = {Difference::CommentMismatch, 0, 0};
+    EXPECT_EQ(judge("#a", "#b c d", {0, 0, 0}), same);
+    EXPECT_EQ(judge("#", "  # x", {0}), same);
+    EXPECT_EQ(judge("#1", "1", {0}), mismatch);
+    EXPECT_EQ(judge("1", "#1", {0}), mismatch);
+    EXPECT_EQ(judge("# 1", "1", {-1}), mismatch); // whatever the tolerances
+    EXPECT_EQ(judge("#", "", {0, 0}), mismatch);  // and before the columns are counted
+    EXPECT_EQ(judge("1 #", "1 # x", {0, 0}), (Difference{Difference::InvalidData, 0, 2}));
+}
+
+TEST(JudgeColumns, LinesNeedAsManyWordsAsThereAreTolerances)
+{
+    const Difference tooFew = {Difference::TooFewColumns, 0, 0};
+    EXPECT_EQ(judge("1", "1 2", {0, 0}), tooFew);
+    EXPECT_EQ(judge("1 2", "1", {0, 0}), tooFew);
+    EXPECT_EQ(judge("1", "2", {0, 0}), tooFew); // before a value is looked at
+    EXPECT_EQ(judge("", "", {0, 0}), tooFew);
+    EXPECT_EQ(judge("", "", {0}), (Difference{Difference::InvalidData, 0, 1})); // one empty word
+    EXPECT_EQ(judge("", "", {-1}), same);
+}
+
+TEST(CompareExactly, NamesTheFirstLineThatDiffers)
+{
+    const struct {
+        std::string_view content1;
+        std::string_view content2;
+        Difference difference;
+    } rows[] = {
+        {"", "", same}, {"a\nb\n", "a\nb", same}, {"a\r\nb\n", "a\nb\r\n", same},
+        {"\xEF\xBB\xBF"
+         "a",
+            "a", same},
+        {"", "\xEF\xBB\xBF", same}, {"a", "A", {Difference::Text, 1, 0}},
+        {"a\nb\nc\n", "a\nx\ny\n", {Difference::Text, 2, 0}},
+        {"1.0", "1.00", {Difference::Text, 1, 0}},
+        {"#a", "#b", {Difference::Text, 1, 0}}, // comments are lines like any other
+        {"a ", "a", {Difference::Text, 1, 0}}, {"a", " a", {Difference::Text, 1, 0}},
+        {"\xFF", "\xFE", {Difference::Text, 1, 0}},          // both invalid UTF-8
+        {"\xC3\xA9", "e\xCC\x81", {Difference::Text, 1, 0}}, // both look the same
+        {{"a\0b", 3}, {"a\0c", 3}, {Difference::Text, 1, 0}},
+        {{"a\0", 2}, "a", {Difference::Text, 1, 0}}, {"a\n", "", {Difference::Length, 0, 0}},
+        {"\n", "", {Difference::Length, 0, 0}}, {"a\n\n", "a\n", {Difference::Length, 0, 0}},
+        {"a\nb\n", "x\n", {Difference::Text, 1, 0}}, // the first difference counts
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.content1);
+        EXPECT_EQ(exactly(row.content1, row.content2), row.difference);
+        EXPECT_EQ(exactly(row.content2, row.content1), row.difference);
+    }
+}
+
+TEST(CompareColumns, NamesTheFirstLineAndColumnThatDiffer)
+{
+    const struct {
+        std::string_view content1;
+        std::string_view content2;
+        Difference difference;
+    } rows[] = {
+        {"", "", same},
+        {"1 2\n3 4\n", " 1\t 2 \n3.0 4", same},
+        {"#a\n1 2\n", "#b\n1 2\n", same},
+        {"1 2\n3 4\n", "1 2\n3 5\n", {Difference::Value, 2, 2}},
+        {"# c\n\n", "# c\n\n", {Difference::TooFewColumns, 2, 0}}, // comments count as lines
+        {"1 2\n#\n", "1 2\n1 2\n", {Difference::CommentMismatch, 2, 0}},
+        {"1 2\nx 2\n", "1 2\n1 2\n", {Difference::InvalidData, 2, 1}},
+        {"1 2\n", "1 2\n#\n", {Difference::Length, 0, 0}},
+        {"1 2\n", "9 2\n1 2\n", {Difference::Value, 1, 1}},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.content1);
+        EXPECT_EQ(byColumns(row.content1, row.content2, {0, 0}), row.difference);
+        EXPECT_EQ(byColumns(row.content2, row.content1, {0, 0}), row.difference);
+    }
+}

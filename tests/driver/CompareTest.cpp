@@ -1,0 +1,335 @@
+#include "DriverTest.h"
+
+// =compare, in its exact and its numeric mode. The parts it is made of have tests of their own;
+// these are about what a script sees.
+
+class Compare : public DriverTest
+{
+protected:
+    /// The error of comparing files "a" and "b" with these contents.
+    QByteArray errorOfComparing(
+        const QByteArray &content1, const QByteArray &content2, const QByteArray &tolerances = "")
+    {
+        write("a", content1);
+        write("b", content2);
+        return errorOf("=compare ../a ../b " + tolerances + "\n");
+    }
+
+    const QByteArray lengths = "Files '../a' and '../b' have different lengths";
+    const QByteArray differ = "Files '../a' and '../b' differ ";
+    const QByteArray mismatch = "File '../a' and '../b' comment mismatch, line ";
+    const QByteArray tooFew = "File '../a' and/or '../b' has too few columns, line ";
+    const QByteArray invalid = "File '../a' and/or '../b' has invalid data on line ";
+    const QByteArray badTolerance = "Invalid =compare column tolerance";
+};
+
+using CompareCommand = Compare;
+using CompareExactly = Compare;
+using CompareColumns = Compare;
+
+TEST_F(CompareCommand, NeedsTwoFiles)
+{
+    EXPECT_EQ(errorOf("=compare\n"), "Invalid =compare command");
+    EXPECT_EQ(errorOf("=compare ../test1\n"), "Invalid =compare command");
+    EXPECT_EQ(errorOf("=compare ../test1 ../test1\n"), "");
+    EXPECT_EQ(errorOf("=compare  ../test1\t../test1 -1 \n"), "");
+}
+
+TEST_F(CompareCommand, ChecksTheFilesInOrderAndThenTheTolerances)
+{
+    const struct {
+        const char *words;
+        const char *error;
+    } rows[] = {
+        {"no1 no2", "Cannot read file 'no1'"},
+        {"no1 no2 x", "Cannot read file 'no1'"},
+        {"no1 ../a x", "Cannot read file 'no1'"},
+        {"../a no2 x", "Cannot read file 'no2'"},
+        {"../a no2", "Cannot read file 'no2'"},
+        {"no/%1%2%s ../a", "Cannot read file 'no/%1%2%s'"},
+        {"../a ../b x", "Invalid =compare column tolerance"}, // before a line is read
+        {"../a ../b 0 0 0 0 x", "Invalid =compare column tolerance"},
+        {"../a ../b 0 0 0 0", "File '../a' and/or '../b' has too few columns, line 1"},
+    };
+    write("a", "1\n");
+    write("b", "2\n");
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.words);
+        EXPECT_EQ(errorOf("=compare " + QByteArray(row.words) + "\n"), row.error);
+    }
+}
+
+TEST_F(CompareCommand, CannotReadWhatIsNoFileOrCannotBeRead)
+{
+    for (const QByteArray tolerance : {"", " 0"}) {
+        EXPECT_EQ(errorOf("=compare .. ../test1" + tolerance + "\n"), "Cannot read file '..'");
+        EXPECT_EQ(errorOf("=compare ../test1 .." + tolerance + "\n"), "Cannot read file '..'");
+        // Opens, but cannot be read.
+        EXPECT_EQ(errorOf("=compare /proc/self/mem ../test1" + tolerance + "\n"),
+            "Cannot read file '/proc/self/mem'");
+        EXPECT_EQ(errorOf("=compare ../test1 /proc/self/mem" + tolerance + "\n"),
+            "Cannot read file '/proc/self/mem'");
+        EXPECT_EQ(errorOf("=file a\n=compare a /proc/self/mem" + tolerance + "\n"),
+            "Cannot read file '/proc/self/mem'"); // not even when it would be the longer one
+    }
+}
+
+TEST_F(CompareCommand, FilesAreNamedAsInTheScript)
+{
+    write("%1", "1\n");
+    write("%2", "x\n");
+    write("%3", "# 1\n");
+    write("%4", "");
+    const struct {
+        const char *words;
+        const char *error;
+    } rows[] = {
+        {"../%2 ../%1", "Files '../%2' and '../%1' differ at line 1"},
+        {"../%2 .././%1 0", "File '../%2' and/or '.././%1' has invalid data on line 1, column 1"},
+        {"../%3 ../%1 0", "File '../%3' and '../%1' comment mismatch, line 1"},
+        {"../%2 ../%1 0 0", "File '../%2' and/or '../%1' has too few columns, line 1"},
+        {"../%1 ../%4", "Files '../%1' and '../%4' have different lengths"},
+        {"../%4 ../%3", "Files '../%4' and '../%3' have different lengths"},
+        {"../%3 ../%4 0", "Files '../%3' and '../%4' have different lengths"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.words);
+        EXPECT_EQ(errorOf("=compare " + QByteArray(row.words) + "\n"), row.error);
+    }
+    write("%4%3", "2\n");
+    EXPECT_EQ(errorOf("=compare ../%4%3 ../%1 0.5\n"),
+        "Files '../%4%3' and '../%1' differ on line 1, column 1");
+    EXPECT_EQ(errorOf("=file \xC3\xB6\n=file %s\nx\n=compare \xC3\xB6 %s\n"),
+        "Files '\xC3\xB6' and '%s' have different lengths");
+    EXPECT_EQ(errorOf("=file :a\n=file :b\nx\n=compare :a :b\n"),
+        "Files ':a' and ':b' have different lengths");
+    EXPECT_EQ(errorOf("=file :a\n=compare :a :b\n"), "Cannot read file ':b'");
+}
+
+TEST_F(CompareCommand, ReadsPipes)
+{
+    // A carriage return, a byte order mark and a line each come in pieces.
+    addProgram("feed", "mkfifo fifo\n"
+                       "(for part in '\\357' '\\273\\277' '1 2' '\\r' '\\n' '# c\\n3' ' 4'; do\n"
+                       "    printf \"$part\"; sleep 0.05\n"
+                       "done >fifo) &\n");
+    const QByteArray script = "=run feed\n=file ref\n1 2\n# c\n3 4\n";
+    EXPECT_EQ(errorOf(script + "=compare fifo ref\n"), "");
+    EXPECT_EQ(errorOf(script + "=compare ref fifo 0 0\n"), "");
+    EXPECT_EQ(errorOf(script + "x\n=compare fifo ref\n"),
+        "Files 'fifo' and 'ref' have different lengths");
+}
+
+TEST_F(CompareCommand, AgreesWithItself)
+{
+    write("a", "#\n1 x\n\n\xFF\n");
+    EXPECT_EQ(errorOf("=compare ../a ../a\n"), "");
+    EXPECT_EQ(errorOf("=compare ../a ../a -1\n"), "");
+    EXPECT_EQ(errorOf("=compare ../a ../a 0\n"),
+        "File '../a' and/or '../a' has invalid data on line 3, column 1");
+}
+
+TEST_F(CompareExactly, LinesAreComparedAsBytes)
+{
+    const struct {
+        QByteArray content1;
+        QByteArray content2;
+        QByteArray error;
+    } rows[] = {
+        {"", "", ""}, {"a\nb\n", "a\nb\n", ""},
+        {"a\nb\n", "a\nb", ""},         // the last line needs no newline
+        {"a\r\nb\r\n", "a\r\r\nb", ""}, // carriage returns are dropped
+        {"a\rb\n", "ab\n", ""},
+        {"\xEF\xBB\xBF"
+         "a\n",
+            "a\n", ""}, // a byte order mark at the start is skipped
+        {"", "\xEF\xBB\xBF", ""},
+        {"a\nb\nc\n", "a\nB\nC\n", differ + "at line 2"}, // case counts, and the first one only
+        {"1.0\n", "1.00\n", differ + "at line 1"},
+        {"#a\n", "#b\n", differ + "at line 1"}, // comments are lines like any other
+        {"#a\n", "1\n", differ + "at line 1"},
+        {"a b\n", "a  b\n", differ + "at line 1"}, // nothing is trimmed
+        {"a\n", "a \n", differ + "at line 1"}, {"a\n", "\ta\n", differ + "at line 1"},
+        {"\xC3\xB6", "\xF6", differ + "at line 1"},
+        {"\xFF", "\xFE", differ + "at line 1"}, // two different sequences, both invalid
+        {"\xFF", "\xEF\xBF\xBD", differ + "at line 1"},
+        {"a\xEF\xBB\xBF\n", "a\n", differ + "at line 1"},
+        {"a\n\xEF\xBB\xBF\n", "a\n\n", differ + "at line 2"},
+        {QByteArray("a\0b\n", 4), QByteArray("a\0c\n", 4), differ + "at line 1"},
+        {QByteArray("a\0b\n", 4), "a\n", differ + "at line 1"}, {"a\n", "", lengths},
+        {"\n", "", lengths}, {"a\n\n\n", "a\n", lengths}, // blank lines count
+        {"a\n ", "a\n", lengths},
+        {"a\nb\n", "x\n", differ + "at line 1"}, // found before the end of the shorter one
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE((row.content1 + " | " + row.content2).toStdString());
+        EXPECT_EQ(errorOfComparing(row.content1, row.content2), row.error);
+        EXPECT_EQ(errorOfComparing(row.content2, row.content1), row.error);
+    }
+}
+
+TEST_F(CompareColumns, LinesAreComparedWordByWord)
+{
+    const struct {
+        QByteArray content1;
+        QByteArray content2;
+        const char *tolerances;
+        QByteArray error;
+    } rows[] = {
+        {"", "", "0", ""},
+        {"", "\xEF\xBB\xBF", "0", ""},
+        {"1 2\n3 4\n", "1 2\r\n3 4", "0 0", ""},
+        {"  1   2  \n", "1 2\n", "0 0", ""}, // lines are simplified before they are split
+        {"\t1\v2\f3\n", "1 2 3\n", "0 0 0", ""},
+        {"1\xC2\xA0\x32\n", "1 2\n", "0 0", ""},                    // U+00A0
+        {"1\xE2\x80\x83\x32\xC2\x85\n", "1 2\n", "0 0", ""},        // U+2003, U+0085
+        {"\xE3\x80\x80\x31\xE3\x80\x80\x32\n", "1 2\n", "0 0", ""}, // U+3000
+        {"\xEF\xBB\xBF\x31\n", "1\n", "0", ""},
+        {"1\n\xEF\xBB\xBF\x32\n", "1\n2\n", "0", invalid + "2, column 1"},
+        {"1 x y\n", "1 z\n", "0", ""}, // words beyond the tolerances are ignored
+        {"1.0\n", "1.00\n", "0", ""},
+        {"1\n2\n", "1\n3\n", "0", differ + "on line 2, column 1"},
+        {"1 2 3\n", "1 3 4\n", "0 0 0", differ + "on line 1, column 2"}, // the first one only
+        {"1 x\n", "2 y\n", "0 0", differ + "on line 1, column 1"},
+        {"1 x\n", "1 y\n", "0 0", invalid + "1, column 2"},
+        {"a 1\n", "b 1\n", "-1 0", ""},
+        {"a 1\n", "b 2\n", "-1 0", differ + "on line 1, column 2"},
+        {"1 2\n", "1\n", "0 0", tooFew + "1"},
+        {"1 2\n", "1\n", "-1 -1", tooFew + "1"},
+        {"x\n", "y\n", "0 0", tooFew + "1"}, // before any value is looked at
+        // Blank lines are one empty word.
+        {"\n", "\n", "0", invalid + "1, column 1"},
+        {" \t\n", "\n", "0.5", invalid + "1, column 1"},
+        {"1\n\n", "1\n\n", "0", invalid + "2, column 1"},
+        {"\n", "\n", "0 0", tooFew + "1"},
+        {"\n", "\n", "-1", ""},
+        // Comments
+        {"# one\n1\n", "#two 2 3\n1\n", "0", ""},
+        {"  # x\n", "#\n", "0 0 0", ""},
+        {"\xEF\xBB\xBF# x\n", "#\n", "0", ""},
+        {"#x\n", "1\n", "0", mismatch + "1"},
+        {"1\n #x\n", "1\n\n", "-1", mismatch + "2"},
+        {"# a\n# b\n1\n", "#\n#\n2\n", "0", differ + "on line 3, column 1"}, // they are counted
+        {"1 # x\n", "1 # y\n", "0", ""},
+        {"1 # x\n", "1 # y\n", "0 0", invalid + "1, column 2"}, // only as the first word
+        // Lengths
+        {"1\n", "", "0", lengths},
+        {"1\n\n", "1\n", "0", lengths},
+        {"1\n#\n", "1\n", "0", lengths},
+        {"1\n1\n", "2\n", "0", differ + "on line 1, column 1"},
+        {QByteArray("1\0\n", 3), "1\n", "0", invalid + "1, column 1"},
+        {"\xFF\n", "\xFE\n", "-1", ""},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE((row.content1 + " | " + row.content2 + " | " + row.tolerances).toStdString());
+        EXPECT_EQ(errorOfComparing(row.content1, row.content2, row.tolerances), row.error);
+        EXPECT_EQ(errorOfComparing(row.content2, row.content1, row.tolerances), row.error);
+    }
+}
+
+TEST_F(CompareColumns, AToleranceIsTheLargestDifferenceAllowed)
+{
+    const struct {
+        const char *value1;
+        const char *value2;
+        const char *tolerance;
+        bool agree;
+    } rows[] = {
+        {"1", "1.5", "0.5", true}, // equal to it
+        {"1", "1.5000000000000002", "0.5", false},
+        {"1", "1.5", "0.49999999999999994", false},
+        {"1.000", "1.001", "0.001", true},  // the difference as doubles have it: just below,
+        {"4.000", "4.001", "0.001", false}, // just above
+        {"1.0", "1.002", "0.001", false},
+        {"-1", "1", "2", true},
+        {"1", "1.0000000000000002", "0", false},
+        {"1", "1.0000000000000000001", "0", true}, // the same double
+        {"0", "-0", "0", true},
+        {"1", "1", "-0", true}, // not negative
+        {"1", "2", "-0", false},
+        {"1", "2", "-1e-400", false},
+        {"1", "2", "-1e-300", true},
+        {"1", "2", "+1.", true},
+        {"1e-400", "0", "0", true},
+        {"1e308", "-1e308", "1e308", false}, // the difference overflows
+        {"1e308", "0", "1E+308", true},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(std::string(row.value1) + " | " + row.value2 + " | " + row.tolerance);
+        const QByteArray error = row.agree ? QByteArray() : differ + "on line 1, column 1";
+        EXPECT_EQ(errorOfComparing(row.value1, row.value2, row.tolerance), error);
+        EXPECT_EQ(errorOfComparing(row.value2, row.value1, row.tolerance), error);
+    }
+}
+
+TEST_F(CompareColumns, TakesNumbersInDecimalNotation)
+{
+    const char *const words[] = {"1", "+1", "-1", "1.", ".5", "-.5", "1e3", "1E+03", "5.e-1", "-0",
+        "007", "1e-400", "1e308", "1.7976931348623157e308"};
+    for (const QByteArray word : words) {
+        SCOPED_TRACE(word.toStdString());
+        EXPECT_EQ(errorOfComparing("0 " + word, "0 " + word, "0 0"), "");
+        EXPECT_EQ(errorOfComparing("0 0", "0 0", "0 " + word), "");
+    }
+}
+
+TEST_F(CompareColumns, NothingElseIsANumber)
+{
+    const char *const words[] = {"nan", "NaN", "-nan", "inf", "-inf", "+Inf", "infinity", "0x10",
+        "1e", "1e+", ".", "+", "-", "e5", "1,5", "1d3", "1_0", "1e999", "-1e999", "++1", "+-1",
+        "--1", "\xD9\xA1", "1f", "one"};
+    for (const QByteArray word : words) {
+        SCOPED_TRACE(word.toStdString());
+        const QByteArray error = invalid + "1, column 2";
+        EXPECT_EQ(errorOfComparing("0 " + word, "0 " + word, "0 1e300"), error);
+        EXPECT_EQ(errorOfComparing("0 " + word, "0 1", "0 1e300"), error);
+        EXPECT_EQ(errorOfComparing("0 1", "0 " + word, "0 1e300"), error);
+        EXPECT_EQ(errorOfComparing("0 0", "0 0", "0 " + word), badTolerance);
+    }
+}
+
+TEST_F(CompareCommand, LinesMayEndAnywhereInABlock)
+{
+    constexpr int blockSize = 262144;
+    for (int length = blockSize - 3; length <= blockSize + 1; ++length) {
+        SCOPED_TRACE(length);
+        const QByteArray line(length, '7');
+        EXPECT_EQ(errorOfComparing(line + "\r\n1\n", line + "\n1"), "");
+        EXPECT_EQ(errorOfComparing("\xEF\xBB\xBF" + line + "\n1", line + "\r\n1"), "");
+        EXPECT_EQ(errorOfComparing(line + "\n1\n", line + "\n2\n"), differ + "at line 2");
+        EXPECT_EQ(errorOfComparing(line + "1\n", line + "2\n"), differ + "at line 1");
+        const QByteArray blanks(length, ' ');
+        EXPECT_EQ(errorOfComparing(blanks + "12\r\n", "12\n", "0"), "");
+    }
+}
+
+TEST_F(CompareCommand, LinesMayBeLong)
+{
+    const QByteArray line(3000000, '1');
+    EXPECT_EQ(errorOfComparing(line + "\n", line), "");
+    EXPECT_EQ(errorOfComparing(line + "2\n", line + "3\n"), differ + "at line 1");
+    QByteArray words;
+    for (int n = 0; n < 1000000; ++n)
+        words += "1 ";
+    EXPECT_EQ(errorOfComparing(words, words + "x", "0 0"), "");
+}
+
+TEST_F(CompareCommand, FilesMayHaveManyLines)
+{
+    QByteArray content;
+    for (int n = 1; n < 100000; ++n)
+        content += QByteArray::number(n) + " 0.5\n";
+    EXPECT_EQ(errorOfComparing(content + "1 1\n", content + "1 2\n"), differ + "at line 100000");
+    EXPECT_EQ(errorOfComparing(content + "1 1\n", content + "1 2\n", "0 0.5"),
+        differ + "on line 100000, column 2");
+    EXPECT_EQ(errorOfComparing(content + "1 1\n", content + "1 2\n", "0 1"), "");
+    EXPECT_EQ(errorOfComparing(content + "1 1\n", content, "0 1"), lengths);
+}
+
+TEST_F(CompareCommand, RefusesANameThatTheSystemWouldCut)
+{
+    const QByteArray name("/dev/null\0off", 13);
+    EXPECT_EQ(
+        errorOf("=ignore ^Cannot read file '/dev/null.off'\n=compare /dev/null " + name + "\n"),
+        "");
+}

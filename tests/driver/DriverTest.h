@@ -1,0 +1,65 @@
+#pragma once
+
+#include "Printing.h"
+#include "Process.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+/// A driver with a home, a settings folder, a folder of programs and a working directory of its
+/// own, all gone after the test. Paths are relative to the working directory.
+class DriverTest : public testing::Test
+{
+protected:
+    DriverTest();
+
+    void write(const QString &path, const QByteArray &content);
+    QByteArray read(const QString &path) const;
+    bool exists(const QString &path) const;
+
+    /// Every file and directory below the working directory, sorted; directories end with "/".
+    QStringList entries() const;
+
+    /// Puts the shell program \a name, with \a body after its "#!/bin/sh" line, into the PATH.
+    void addProgram(const QString &name, const QByteArray &body);
+
+    /// Writes the settings: SimProgram1.name and so on, in order; an empty name leaves a gap.
+    void configure(const QStringList &simPrograms);
+
+    /// Runs the driver in the working directory.
+    Outcome run(const QStringList &arguments);
+
+    /// What the driver prints before the first test, given the names of the tests to run.
+    QByteArray preamble(const QByteArray &names) const;
+
+    /// What the driver prints after the last test.
+    QByteArray summary(int failed, int total) const;
+
+    /// Runs \a script as the only test, "test1", and returns what was printed for it. Expects the
+    /// lines before and after to be as they must, and nothing on standard error.
+    QByteArray runScript(const QByteArray &script);
+
+    /// Runs the driver and expects that it prints \a printed between the preamble, which lists
+    /// \a names, and the summary, nothing on standard error, and the exit status that goes with it.
+    void expectRun(const QStringList &arguments, const QByteArray &names, const QByteArray &printed,
+        int failed, int total);
+
+    /// Makes permissions hold for the driver although root runs the tests; false if that cannot be.
+    bool obeyPermissions();
+
+    /// Runs a script with a heading and \a lines; the error message that its run fails with, empty
+    /// if it passes.
+    QByteArray errorOf(const QByteArray &lines);
+
+    QTemporaryDir folder;
+    QString work;            ///< the working directory
+    QString programs;        ///< first in the PATH
+    QString settings;        ///< the settings file
+    QStringList configured;  ///< the configured names, as the driver lists them
+    Environment environment; ///< what the driver is started with
+    QString driver;          ///< the executable
+};

@@ -1,0 +1,115 @@
+#include "DriverTest.h"
+
+// "=ignore PATTERN": the next command must fail, with a message that the pattern matches.
+
+class ExpectedFailure : public DriverTest
+{
+};
+
+TEST_F(ExpectedFailure, MustHappenAndMatch)
+{
+    const QByteArray shouldHaveFailed = "Command should have failed";
+    const QByteArray noFile = "File 'f' does not exist";
+    const struct {
+        QByteArray lines;
+        QByteArray error; // empty if the run passes
+    } rows[] = {
+        // the failure, wherever the pattern matches in its message
+        {"=ignore File 'f' does not exist\n=exists f\n", ""},
+        {"=ignore does\n=exists f\n", ""},
+        {"=ignore ^File .*exist$\n=exists f\n", ""},
+        {"=ignore 'f|g'\n=exists f\n", ""},
+        {"=ignore File 'g'\n=exists f\n", noFile},
+        {"=ignore ^does\n=exists f\n", noFile},
+        {"=ignore FILE\n=exists f\n", noFile}, // case counts
+        {"=ignore does  not\n=exists f\n", noFile},
+        {"=ignore (\n=exists f\n", noFile}, // no regular expression: matches nothing
+        {"=ignore Unknown test command '=foo'\n=foo a b\n", ""},
+        {"=ignore running 'false' failed\n=run false\n", ""},
+        {"=ignore Cannot write\n=file no/such/f\n", ""},
+        // no failure, though there should have been one
+        {"=ignore X\n=file f\n", shouldHaveFailed},
+        {"=ignore Command should have failed\n=file f\n", shouldHaveFailed},
+        {"=ignore (\n=file f\n", shouldHaveFailed},
+        // a pattern that matches the empty text allows both
+        {"=ignore .*\n=file f\n", ""},
+        {"=ignore .*\n=exists f\n", ""},
+        {"=ignore X*\n=file f\n", ""},
+        {"=ignore ^$\n=file f\n", ""},
+        {"=ignore ^$\n=exists f\n", noFile},
+        {"=ignore \n=file f\n", ""}, // the blank makes the pattern empty
+        {"=ignore \n=exists f\n", ""},
+        // only the next command
+        {"=ignore File\n=exists f\n=exists f\n", noFile},
+        {"=ignore .*\n=file f\n=foo\n", "Unknown test command '=foo'"},
+        {"=ignore File\n=exists f\n=file f\n=exists f\n", ""},
+        {"=ignore File\n=exists f\n=ignore File\n=exists f\n", ""},
+        {"=ignore File\n=exists f\n=ignore File\n=exists g\n=exists f\n", noFile},
+        // blank lines and comments are no commands
+        {"=ignore File\n\n  \n# comment\n  # =foo\n=exists f\n", ""},
+        {"=ignore X\n# comment\n=file f\n", shouldHaveFailed},
+        {"=exists f\n=ignore File\n", noFile},
+        // all commands are, those that do nothing here too
+        {"=ignore X\n=platform\n", shouldHaveFailed},
+        {"=ignore platform\n=platform Linux\n=file f\n=exists f\n", ""},
+        // two in a row: the first is for the second, which does not fail
+        {"=ignore X\n=ignore File\n=exists f\n", shouldHaveFailed},
+        {"=ignore X\n# comment\n=ignore File\n=exists f\n", shouldHaveFailed},
+        {"=ignore .*\n=ignore File\n=exists f\n", ""},
+        {"=ignore .*\n=ignore File\n=file f\n", shouldHaveFailed},
+        {"=ignore .*\n=ignore .*\n=ignore File\n=exists f\n", ""},
+        // without a command to follow
+        {"=ignore X\n", ""},
+        {"=ignore X", ""},
+        {"=ignore X\n\n# comment\n", ""},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.lines.toStdString());
+        EXPECT_EQ(errorOf(row.lines), row.error);
+    }
+}
+
+TEST_F(ExpectedFailure, IsNotMadeUpForByWhatTheCommandDoes)
+{
+    EXPECT_EQ(runScript("=heading\n=ignore X\n=echo done\n=echo not reached\n"),
+        "done\ntest1: ***ERROR: Command should have failed\n");
+    EXPECT_EQ(runScript("=heading\n=ignore X\n=debug\n"),
+        "***errorMsg=Command should have failed\n"
+        "==== end test test1\n"
+        "test1: ***ERROR: Command should have failed\n");
+    EXPECT_EQ(runScript("=heading\n=ignore X\n=file f\nbody\n=foo\n"),
+        "test1: ***ERROR: Command should have failed\n");
+    EXPECT_EQ(read("test1.dir/f"), "body\n");
+}
+
+TEST_F(ExpectedFailure, LetsTheRunGoOn)
+{
+    EXPECT_EQ(runScript("=heading\n=ignore foo\n=foo\n=echo reached\n=ignore bar\n=bar\n"),
+        "reached\ntest1: heading\n");
+    EXPECT_EQ(entries(), QStringList({"test1"}));
+}
+
+TEST_F(ExpectedFailure, DoesNotOutlastItsRun)
+{
+    configure({"sim1", "sim2"});
+    write("test1", "=one\n=simprogram *\n=file f\n=ignore X\n");
+    write("test2", "=two\n=file f\n");
+    write("test3", "=three\n=exists f\n=ignore X\n");
+    write("test4", "=four\n=exists f\n");
+    write("test5", "=five\n=foo\n");
+    expectRun({"test?"}, "test1 test2 test3 test4 test5",
+        "test1(sim1): one\n"
+        "test1(sim2): one\n"
+        "test2: two\n"
+        "test3: ***ERROR: File 'f' does not exist\n"
+        "test4: ***ERROR: File 'f' does not exist\n"
+        "test5: ***ERROR: Unknown test command '=foo'\n",
+        3, 5);
+}
+
+TEST_F(ExpectedFailure, ConcernsTheRunOnly)
+{
+    write("test1", "=ignore Cannot read\n=ignore cannot cd\n"); // the first line is the heading
+    write("test1.dir", "a file in the way");
+    expectRun({"test1"}, "test1", "test1: ***ERROR: cannot cd to 'test1.dir'\n", 1, 1);
+}

@@ -1,0 +1,136 @@
+#include "DriverTest.h"
+
+#include <QFile>
+#include <QSettings>
+
+#include <sys/stat.h>
+
+namespace
+{
+
+/// Tells one file from another written in its place.
+struct FileIdentity {
+    ino_t inode = 0;
+    timespec modified = {};
+
+    explicit FileIdentity(const QString &path)
+    {
+        struct stat status = {};
+        EXPECT_EQ(stat(qPrintable(path), &status), 0);
+        inode = status.st_ino;
+        modified = status.st_mtim;
+    }
+    bool operator==(const FileIdentity &other) const
+    {
+        return inode == other.inode && modified.tv_sec == other.modified.tv_sec &&
+               modified.tv_nsec == other.modified.tv_nsec;
+    }
+};
+
+class Settings : public DriverTest
+{
+protected:
+    QByteArray settingsText() const
+    {
+        QFile file(settings);
+        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+        return file.readAll();
+    }
+
+    /// Starts another program of the product, which prints the values of \a keys.
+    Outcome openSettings(const QStringList &keys) const
+    {
+        return runProcess(OPEN_SETTINGS, keys, environment, work);
+    }
+};
+
+} // namespace
+
+TEST_F(Settings, TheFirstStartWritesEveryKeyWithItsDefault)
+{
+    EXPECT_EQ(run({}).status, 0);
+    const QSettings file(settings, QSettings::IniFormat);
+    EXPECT_EQ(file.allKeys().size(), 74);
+    EXPECT_EQ(file.value("IconSize"), "48");
+    EXPECT_EQ(file.value("DrawTrackMinLength"), "1mm");
+    EXPECT_EQ(file.value("SimProgram9.simdef", "missing"), "");
+    EXPECT_EQ(file.value("RecentFile10", "missing"), "");
+}
+
+TEST_F(Settings, EveryProgramOfTheProductFillsTheFile)
+{
+    const Outcome outcome = openSettings({"SimProgram3.name", "IconSize"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "Preferences loaded from '" + settings.toUtf8() + "'\n\n48\n");
+    EXPECT_EQ(QSettings(settings, QSettings::IniFormat).allKeys().size(), 74);
+}
+
+TEST_F(Settings, LaterStartsWriteNothing)
+{
+    run({});
+    const FileIdentity written(settings);
+    const QByteArray text = settingsText();
+    run({});
+    openSettings({"IconSize"});
+    EXPECT_TRUE(FileIdentity(settings) == written);
+    EXPECT_EQ(settingsText(), text);
+}
+
+TEST_F(Settings, StoredValuesAreNeverOverwritten)
+{
+    configure({"sim1"});
+    QFile file(settings);
+    ASSERT_TRUE(file.open(QIODevice::Append));
+    file.write("IconSize=\nBackground=white\nUnknown=kept\n\n[Group]\nkey=too\n");
+    file.close();
+    EXPECT_EQ(run({}).status, 0);
+
+    const QSettings store(settings, QSettings::IniFormat);
+    EXPECT_EQ(store.allKeys().size(), 76);
+    EXPECT_EQ(store.value("IconSize", "missing"), "");
+    EXPECT_EQ(store.value("Background"), "white");
+    EXPECT_EQ(store.value("SimProgram1.name"), "sim1");
+    EXPECT_EQ(store.value("Unknown"), "kept");
+    EXPECT_EQ(store.value("Group/key"), "too");
+    EXPECT_EQ(store.value("CircleSides"), "36");
+}
+
+TEST_F(Settings, AStoredAtEndsTheDriver)
+{
+    configure({"@"});
+    const Outcome outcome = run({});
+    EXPECT_EQ(outcome.status, -1); // the exception is not caught
+    EXPECT_EQ(outcome.output, "Preferences loaded from '" + settings.toUtf8() + "'\n");
+}
+
+TEST_F(Settings, AnUnwritableStoreIsNotReported)
+{
+    // A plain file stands where the folder of the settings should be.
+    const QString config = environment["XDG_CONFIG_HOME"];
+    QFile file(config);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    write("test1", "=heading\n");
+    const Outcome outcome = run({"test1"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_EQ(outcome.output, preamble("test1") + "test1: heading\n" + summary(0, 1));
+    EXPECT_TRUE(QFileInfo(config).isFile());
+}
+
+TEST_F(Settings, TheStoreIsInTheHomeWithoutAConfigVariable)
+{
+    environment.remove("XDG_CONFIG_HOME");
+    settings = folder.filePath(".config/Brelund, Inc./Talmo.conf");
+    write("test1", "=heading\n");
+    EXPECT_EQ(run({"test1"}).output, preamble("test1") + "test1: heading\n" + summary(0, 1));
+    EXPECT_EQ(QSettings(settings, QSettings::IniFormat).allKeys().size(), 74);
+}
+
+TEST_F(Settings, ANameWithBlanksAndLettersOfAnyScriptSurvives)
+{
+    configure({QString::fromUtf8("größe 2")});
+    write("test1", "=heading\n=simprogram *\n=echo $simProgram\n");
+    EXPECT_EQ(run({"test1"}).output,
+        preamble("test1") + QByteArray("größe 2\ntest1(größe 2): heading\n") + summary(0, 1));
+}
