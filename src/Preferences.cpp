@@ -42,6 +42,9 @@ void Preferences::init()
     QCoreApplication::setApplicationName(QStringLiteral("Talmo"));
     QCoreApplication::setApplicationVersion(QStringLiteral("beta.7"));
     qsettings = new QSettings;
+#if QT_VERSION_MAJOR < 6
+    qsettings->setIniCodec("UTF-8"); // as Qt 6 has it, so that both read the same file alike
+#endif
     Console::printf("Preferences loaded from '%s'\n", qPrintable(qsettings->fileName()));
 }
 

@@ -13,7 +13,6 @@
 #include "ScriptReader.h"
 #include "StartupGuard.h"
 #include "commands.h"
-#include "textFiles.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -140,8 +139,8 @@ QString runLines(ScriptReader &script, const QString &program)
 bool enterNewDir(const QString &name)
 {
     removeDir(QFile::encodeName(name).toStdString());
-    QDir().mkdir(diskPath(name));
-    return QDir::setCurrent(diskPath(name));
+    QDir().mkdir(name);
+    return QDir::setCurrent(name);
 }
 
 /// Runs \a script once, for \a program, in a directory of its own, and reports. The directory of a
@@ -248,7 +247,8 @@ int runTests(const QStringList &names, const QDir &dir)
     int passes = 0;
     int failures = 0;
     for (const QString &name : names)
-        ++(runTest(dir.absolutePath() + QLatin1Char('/') + name) ? passes : failures);
+        ++(runTest(QDir::cleanPath(dir.absolutePath() + QLatin1Char('/') + name)) ? passes
+                                                                                  : failures);
     if (failures == 0) {
         std::printf("All tests passed (%d total)\n", passes);
         return failures;
@@ -278,8 +278,8 @@ int main(int argc, char *argv[])
     mainHasBeenEntered = true;
     // All of them: the application object would keep some for Qt.
     const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
-    // Under a locale whose encoding is not UTF-8, Qt 6 switches to one by itself and would tell
-    // standard error so at every start.
+    // Under a locale whose encoding is not UTF-8, newer versions of Qt 6 switch to one that is, and
+    // would tell standard error so at every start.
     const QtMessageHandler standardHandler =
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     const QCoreApplication application(argc, argv);
