@@ -202,7 +202,7 @@ TEST_F(Interpreter, ARunNeedsToBeAllowedADirectory)
 TEST_F(Interpreter, EachTestStartsInTheSameDirectory)
 {
     write("test1", "=one\n=run pwd > ../where1\n");
-    write("test2", "=two\n=run cd / && pwd\n=run pwd > ../where2\n=foo\n");
+    write("test2", "=two\n=run cd / && pwd >/dev/null\n=run pwd > ../where2\n=foo\n");
     write("test3", "=three\n=run pwd > ../where3\n");
     expectRun({"test?"}, "test1 test2 test3",
         "test1: one\ntest2: ***ERROR: Unknown test command '=foo'\ntest3: three\n", 1, 3);
