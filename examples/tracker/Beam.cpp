@@ -4,6 +4,7 @@
 #include "Particles.h"
 #include "Text.h"
 
+#include <charconv>
 #include <fstream>
 #include <iterator>
 
@@ -17,7 +18,7 @@ namespace
 struct Column {
     const char *name;
     double Track::*real;
-    int Track::*integer; ///< null for a column of reals
+    std::int64_t Track::*integer; ///< null for a column of reals
 };
 
 // clang-format off
@@ -49,13 +50,25 @@ std::string columnLine()
     return line;
 }
 
+/// Reads \a word as Talmo::toInteger does, but into 64 bits: =testbeam numbers more events than an
+/// int can count. Returns false, and says in \a what is wrong, if it does not fit or is no integer.
+bool parseInteger(const std::string &word, std::int64_t &value, std::string &what)
+{
+    const bool plus = word.size() > 1 && word[0] == '+' && word[1] != '-'; // from_chars takes none
+    const char *const end = word.data() + word.size();
+    const auto [stop, error] = std::from_chars(word.data() + (plus ? 1 : 0), end, value);
+    if (error == std::errc() && stop == end)
+        return true;
+    const bool tooLarge = error == std::errc::result_out_of_range && stop == end;
+    what = quoted(word) + (tooLarge ? " does not fit in 64 bits" : " is not an integer");
+    return false;
+}
+
 bool parseColumn(const Column &column, const std::string &word, Track &track, std::string &what)
 {
-    if (column.integer && !Talmo::toInteger(word, track.*column.integer)) {
-        what = quoted(word) + " is not an integer";
-        return false;
-    }
-    if (column.real && !Talmo::toNumber(word, track.*column.real)) {
+    if (column.integer)
+        return parseInteger(word, track.*column.integer, what);
+    if (!Talmo::toNumber(word, track.*column.real)) {
         what = quoted(word) + " is not a number";
         return false;
     }

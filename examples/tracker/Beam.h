@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -15,10 +16,10 @@ struct Track {
     double py = 0; ///< MeV/c
     double pz = 0; ///< MeV/c, greater than 0
     double t = 0;  ///< ns
-    int pdgId = 0;
-    int eventId = 0;
-    int trackId = 0;
-    int parentId = 0;
+    std::int64_t pdgId = 0;
+    std::int64_t eventId = 0;
+    std::int64_t trackId = 0;
+    std::int64_t parentId = 0;
     double weight = 1;
 };
 

@@ -10,9 +10,6 @@ namespace tracker
 namespace
 {
 
-constexpr double phasePerSlice = 2e-4; // rad; errors go with its square
-constexpr double largestPhase = 1e3;   // rad
-
 Ray drifted(const Ray &ray, double length)
 {
     return {ray.x + length * ray.xSlope, ray.xSlope, ray.y + length * ray.ySlope, ray.ySlope};

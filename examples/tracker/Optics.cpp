@@ -10,7 +10,15 @@ namespace
 
 constexpr double perMetre = 1e-3; // 1/m in 1/mm
 
+/// q/p in 1/(T m).
+double perRigidity(double charge, double p)
+{
+    return charge * speedOfLight / p;
+}
+
 /// The 2x2 matrix of x'' + k x = 0 over some length: rows (cosine, sine), (-k sine, cosine).
+/// K. L. Brown, A First- and Second-Order Matrix Theory for the Design of Beam Transport Systems
+/// and Charged Particle Spectrometers, SLAC-75, has it for drifts and for quadrupoles.
 struct Oscillation {
     double k;      ///< 1/mm^2
     double cosine; ///< the solution with x = 1, x' = 0
@@ -30,22 +38,25 @@ Oscillation oscillation(double k, double length)
 
 } // namespace
 
-Lens lensOf(const Step &step, double p, double charge)
+Lens drift(double length)
 {
-    const double perRigidity = charge * speedOfLight / p; // q/p in 1/(T m)
-    Lens lens;
-    lens.length = step.length;
-    if (step.action == Action::Quad) {
-        lens.kx = step.field * perRigidity * perMetre * perMetre;
-        lens.ky = -lens.kx;
-    } else if (step.action == Action::Solenoid) {
-        lens.turn = step.field * perRigidity / 2 * perMetre;
-        lens.kx = lens.turn * lens.turn;
-        lens.ky = lens.kx;
-    }
-    return lens;
+    return {0, 0, 0, length};
 }
 
+Lens quadrupole(double gradient, double length, double charge, double p)
+{
+    const double k = gradient * perRigidity(charge, p) * perMetre * perMetre;
+    return {k, -k, 0, length};
+}
+
+Lens solenoid(double field, double length, double charge, double p)
+{
+    const double turn = field * perRigidity(charge, p) / 2 * perMetre;
+    return {turn * turn, turn * turn, turn, length};
+}
+
+// Both planes oscillate, then turn together. With kx = ky = turn^2 this is the matrix of a solenoid
+// and its edges: H. Wiedemann, Particle Accelerator Physics (Springer), on motion in a solenoid.
 Matrix matrixOf(const Lens &lens)
 {
     const Oscillation x = oscillation(lens.kx, lens.length);

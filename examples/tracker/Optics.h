@@ -1,20 +1,14 @@
 #pragma once
 
-#include "Deck.h"
-
 #include <array>
 
 /// Linear optics of one element for one particle.
 ///
 /// A ray is the particle's transverse state in the paraxial convention, x' = Px/Pz and y' = Py/Pz.
-/// To first order in x, x', y, y' every element of a deck is a linear map of it, whose strength
-/// depends on the particle's own rigidity p/q. The maps, and hence these formulas, are those of
-///   K. L. Brown, A First- and Second-Order Matrix Theory for the Design of Beam Transport Systems
-///     and Charged Particle Spectrometers, SLAC-75,
-///   H. Wiedemann, Particle Accelerator Physics (Springer),
-///   A. W. Chao and M. Tigner (eds.), Handbook of Accelerator Physics and Engineering.
-/// Drift and quadrupole obey x'' + kx x = 0, y'' + ky y = 0. A solenoid does so in a frame that
-/// turns about the axis at half the cyclotron frequency (Larmor); its hard edges are included.
+/// To first order in x, x', y, y' every element is a linear map of it, whose strength depends on
+/// the particle's own rigidity p/q. Drift and quadrupole obey x'' + kx x = 0, y'' + ky y = 0. A
+/// solenoid does so in a frame that turns about the axis at half the cyclotron frequency (Larmor);
+/// its hard edges are included.
 namespace tracker
 {
 
@@ -41,9 +35,15 @@ struct Lens {
 /// Maps (x, x', y, y'): lengths in mm, slopes without unit.
 using Matrix = std::array<std::array<double, 4>, 4>;
 
-/// The lens that \a step is for a particle of momentum \a p (MeV/c, greater than 0) and \a charge
-/// (in units of the positron's). A step that is no element is a lens of length 0.
-Lens lensOf(const Step &step, double p, double charge);
+/// A field-free \a length (mm).
+Lens drift(double length);
+
+/// What a quadrupole of \a gradient (T/m) and \a length (mm) is for a particle of \a charge (in
+/// units of the positron's) and momentum \a p (MeV/c, greater than 0).
+Lens quadrupole(double gradient, double length, double charge, double p);
+
+/// The same for a solenoid with \a field (T) along z.
+Lens solenoid(double field, double length, double charge, double p);
 
 /// The transfer matrix of \a lens. It is symplectic, and the drift's for a lens without strength.
 Matrix matrixOf(const Lens &lens);

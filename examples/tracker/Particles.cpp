@@ -31,7 +31,7 @@ constexpr Particle particles[] = {
 
 } // namespace
 
-const Particle *findParticle(int pdgId)
+const Particle *findParticle(std::int64_t pdgId)
 {
     for (const Particle &particle : particles) {
         if (particle.pdgId == pdgId)

@@ -11,8 +11,8 @@ namespace tracker
 /// its end, a directory for example.
 bool readLines(const std::string &file, std::vector<std::string> &lines);
 
-/// The blank-separated words of \a line. Tabs and the carriage return of a foreign line end count
-/// as blanks.
+/// The blank-separated words of \a line. Blanks are spaces, tabs, vertical tabs, form feeds, and
+/// carriage returns, which foreign line ends leave.
 std::vector<std::string> splitWords(const std::string &line);
 
 /// "FILE:LINE: WHAT", the form of every message about an input file. Lines count from 1.

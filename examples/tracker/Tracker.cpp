@@ -12,6 +12,20 @@ namespace tracker
 namespace
 {
 
+/// The lens that \a step is for a particle of \a charge and momentum \a p. A step that is no
+/// element is a drift of length 0.
+Lens lensOf(const Step &step, double charge, double p)
+{
+    switch (step.action) {
+    case Action::Quad:
+        return quadrupole(step.field, step.length, charge, p);
+    case Action::Solenoid:
+        return solenoid(step.field, step.length, charge, p);
+    default:
+        return drift(step.length);
+    }
+}
+
 bool isUsable(const Track &track)
 {
     const double numbers[] = {track.x, track.y, track.z, track.px, track.py, track.pz, track.t};
@@ -53,7 +67,7 @@ bool passElement(const Step &step, Integrator integrator, Track &track)
     if (!particle)
         return false;
     const double p = std::hypot(track.px, track.py, track.pz);
-    const Ray ray = integrator(lensOf(step, p, particle->charge),
+    const Ray ray = integrator(lensOf(step, particle->charge, p),
         {track.x, track.px / track.pz, track.y, track.py / track.pz});
     track.x = ray.x;
     track.y = ray.y;
