@@ -14,3 +14,10 @@ function(talmo_add_test name)
   set_tests_properties(${name} PROPERTIES ENVIRONMENT
     "HOME=${home};XDG_CONFIG_HOME=${home}/config;XDG_CONFIG_DIRS=${home}/none;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0")
 endfunction()
+
+# talmo_test_starts(NAME DEFINITION TARGET): the test program NAME starts the executable TARGET, whose
+# path it knows as DEFINITION.
+function(talmo_test_starts name definition target)
+  target_compile_definitions(${name} PRIVATE ${definition}="$<TARGET_FILE:${target}>")
+  add_dependencies(${name} ${target})
+endfunction()

@@ -2,8 +2,7 @@
 
 #include "Numbers.h"
 #include "StartupGuard.h"
-
-#include <QFile>
+#include "diskFiles.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -15,13 +14,26 @@ namespace Talmo
 ConsoleWindow *Console::window_ = nullptr;
 QString *Console::initial = nullptr;
 
+namespace
+{
+
+/// \a bytes in the local 8-bit encoding as text. The first letter keeps QString from dropping a
+/// byte order mark.
+QString fromLocal(const QByteArray &bytes)
+{
+    const QByteArray guarded = 'x' + bytes;
+    return QString::fromLocal8Bit(guarded.constData(), guarded.size()).mid(1);
+}
+
+} // namespace
+
 void Console::printf(const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
     const std::string text = formatted(format, arguments);
     va_end(arguments);
-    appendText(QString::fromLocal8Bit(text.c_str()));
+    appendText(fromLocal(QByteArray::fromStdString(text)));
 }
 
 void Console::appendText(QString text)
@@ -39,10 +51,10 @@ void Console::appendText(QString text)
 void Console::copyFile(QString fileName)
 {
     appendText(QStringLiteral("\nFile %1:\n").arg(fileName));
-    QFile file(fileName);
-    const bool readable = file.open(QIODevice::ReadOnly | QIODevice::Text);
+    QFile file;
+    const bool readable = openOnDisk(file, fileName, textModeRead);
     const QByteArray content = readable ? file.readAll() : QByteArray();
-    appendText(QString::fromLocal8Bit(content.constData())); // ends at the first NUL
+    appendText(fromLocal(content.constData())); // ends at the first NUL
     appendText(QStringLiteral("\n"));
 }
 

@@ -15,7 +15,7 @@ class Console
 {
 public:
     /// Formats as the C library's printf does in the C locale (text arguments in the local 8-bit
-    /// encoding) and appends the result.
+    /// encoding, wide ones ASCII only) and appends the result.
     static void printf(const char *format, ...) Q_ATTRIBUTE_FORMAT_PRINTF(1, 2);
 
     /// Writes \a text as it is, without a newline of its own, and flushes standard output.

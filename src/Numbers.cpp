@@ -1,15 +1,11 @@
 #include "Numbers.h"
 
+#include <cassert>
 #include <charconv>
-#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#ifdef __APPLE__
-#include <xlocale.h>
-#else
-#include <locale.h>
-#endif
+#include <locale.h> // locale_t and strtod_l, of POSIX
 
 namespace Talmo
 {
@@ -79,8 +75,8 @@ void appendNumber(std::string &text, double value, int digits)
     char buffer[1100]; // the longest %g of a double at any precision has fewer than 1080 characters
     const auto [end, error] =
         std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, digits);
-    if (error == std::errc())
-        text.append(buffer, end);
+    assert(error == std::errc());
+    text.append(buffer, end);
 }
 
 std::string formatted(const char *format, va_list arguments)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QtGlobal>
+
 #include <cstdarg>
 #include <string>
 #include <string_view>
@@ -24,6 +26,6 @@ void appendNumber(std::string &text, double value, int digits = 6);
 
 /// What vprintf would print for \a format and \a arguments in the C locale; empty if the C library
 /// reports an error.
-std::string formatted(const char *format, va_list arguments);
+std::string formatted(const char *format, va_list arguments) Q_ATTRIBUTE_FORMAT_PRINTF(1, 0);
 
 } // namespace Talmo

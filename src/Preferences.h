@@ -11,7 +11,8 @@ namespace Talmo
 
 /// The product's persistent settings: one per-user store of keys and values, shared by all programs
 /// of the product. Values are text, numbers and booleans in decimal. A key must be declared by a
-/// Pref before it can be read.
+/// Pref before it can be read. What declarations add is saved when the program makes its
+/// application object; one without saves nothing.
 class Preferences
 {
 public:

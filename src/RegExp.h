@@ -11,9 +11,8 @@ namespace Talmo
 /// Patterns use the rich syntax of QRegExp, case-sensitive. Each distinct pattern is compiled once
 /// and kept, never freed: the patterns are meant to be a small set of literals.
 ///
-/// All operations but match's own result depend on `prev`, which the next call overwrites: read
-/// captures into locals before anything else can match. Before main, every operation crashes
-/// deliberately (see startupGuard).
+/// Every operation sets `prev`: read captures into locals before anything else can match. Before
+/// main, every operation crashes deliberately (see startupGuard).
 class RegExp
 {
 public:

@@ -1,7 +1,7 @@
 #pragma once
 
-/// False while static objects are constructed. Every program that links the library sets it as the
-/// first action of its main.
+/// False while static objects are constructed. Every program that calls a guarded operation sets it
+/// as the first action of its main.
 extern bool mainHasBeenEntered;
 
 namespace Talmo

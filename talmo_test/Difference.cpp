@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cmath>
 
+namespace Talmo
+{
+
 namespace
 {
 
@@ -50,7 +53,7 @@ Difference judgeColumns(
             continue;
         double value1 = 0;
         double value2 = 0;
-        if (!Talmo::toNumber(words1[column], value1) || !Talmo::toNumber(words2[column], value2))
+        if (!toNumber(words1[column], value1) || !toNumber(words2[column], value2))
             return {Difference::InvalidData, 0, column + 1};
         if (std::fabs(value1 - value2) > tolerances[column])
             return {Difference::Value, 0, column + 1};
@@ -76,3 +79,5 @@ Difference compareColumns(
         return judgeColumns(words1, words2, tolerances);
     });
 }
+
+} // namespace Talmo

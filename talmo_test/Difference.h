@@ -7,6 +7,9 @@
 
 #include <vector>
 
+namespace Talmo
+{
+
 // Comparing two files takes four steps that know nothing of one another: LineReader reads, Words
 // splits, Talmo::toNumber converts, and judgeColumns judges one pair of lines. The two functions at
 // the end walk the files.
@@ -41,3 +44,5 @@ Difference compareExactly(LineReader &file1, LineReader &file2);
 /// The first difference between two files as judgeColumns sees it. Failed readers as above.
 Difference compareColumns(
     LineReader &file1, LineReader &file2, const std::vector<double> &tolerances);
+
+} // namespace Talmo

@@ -1,8 +1,12 @@
 #include "LineReader.h"
 
-#include "textFiles.h"
+#include "diskFiles.h"
+#include "utf8.h"
 
 #include <algorithm>
+
+namespace Talmo
+{
 
 bool LineReader::open(const QString &fileName)
 {
@@ -41,3 +45,5 @@ bool LineReader::readBlock()
     buffer.resize(kept + static_cast<size_t>(std::max<qint64>(count, 0)));
     return count > 0;
 }
+
+} // namespace Talmo

@@ -6,6 +6,9 @@
 #include <string>
 #include <string_view>
 
+namespace Talmo
+{
+
 /// The lines of a file in text mode: a line ends at a newline, carriage returns are dropped, a last
 /// line without a newline counts, and a UTF-8 byte order mark at the start of the file is skipped.
 /// The file is read in blocks, so memory grows with its longest line only.
@@ -30,3 +33,5 @@ private:
     size_t lineStart = 0; // in buffer, where the next line begins
     bool begun = false;   // past a byte order mark
 };
+
+} // namespace Talmo

@@ -1,9 +1,13 @@
 #include "ScriptReader.h"
 
-#include "textFiles.h"
+#include "diskFiles.h"
+#include "utf8.h"
 
 #include <algorithm>
 #include <string>
+
+namespace Talmo
+{
 
 bool ScriptReader::open(const QString &path)
 {
@@ -14,23 +18,17 @@ bool ScriptReader::open(const QString &path)
     text = std::string_view(content.constData(), static_cast<size_t>(content.size()));
     text.remove_prefix(byteOrderMarkLength(text));
     next = 0;
-    return file.error() == QFile::NoError;
-}
-
-bool ScriptReader::readLine(std::string_view &line)
-{
-    if (next == text.size())
-        return false;
-    const size_t end = std::min(text.find('\n', next), text.size());
-    line = text.substr(next, end - next);
-    next = std::min(end + 1, text.size());
-    return true;
+    return file.error() == QFile::NoError && file.atEnd(); // not too large either
 }
 
 QString ScriptReader::readLine()
 {
-    std::string_view line;
-    return readLine(line) ? decoded(line) : QString();
+    if (next == text.size())
+        return {};
+    const size_t start = next;
+    const size_t end = std::min(text.find('\n', start), text.size());
+    next = std::min(end + 1, text.size());
+    return decoded(text.substr(start, end - start));
 }
 
 std::string_view ScriptReader::readUntil(std::string_view prefix)
@@ -42,3 +40,5 @@ std::string_view ScriptReader::readUntil(std::string_view prefix)
     }
     return text.substr(start, next - start);
 }
+
+} // namespace Talmo

@@ -5,18 +5,18 @@
 
 #include <string_view>
 
+namespace Talmo
+{
+
 /// A script in memory, read once: its lines, and the position of the next one. Text mode, as in
-/// LineReader; the bytes are handed out as they are, whatever their encoding.
+/// LineReader. Lines are UTF-8; readUntil hands out bytes, whatever their encoding.
 class ScriptReader
 {
 public:
     /// Reads \a path whole; false if that fails.
     bool open(const QString &path);
 
-    /// Moves over the next line, \a line without its end; false at the end of the script.
-    bool readLine(std::string_view &line);
-
-    /// As above, read as UTF-8; null at the end of the script. An empty line is not null.
+    /// The next line, without its end; null at the end of the script. An empty line is not null.
     QString readLine();
 
     /// Moves to the next line that begins with \a prefix, at its very first byte, or to the end of
@@ -31,3 +31,5 @@ private:
     std::string_view text; // content without a byte order mark
     size_t next = 0;
 };
+
+} // namespace Talmo

@@ -6,23 +6,28 @@
 
 #include <string>
 
+namespace Talmo
+{
+
 namespace
 {
 
+constexpr char columnLine[] = "#x y z Px Py Pz t PDGid EventID TrackID ParentID Weight\n";
+
 bool convert(const QString &word, double &value)
 {
-    return Talmo::toNumber(word.toStdString(), value);
+    return toNumber(word.toStdString(), value);
 }
 
 bool convert(const QString &word, int &value)
 {
-    return Talmo::toInteger(word.toStdString(), value);
+    return toInteger(word.toStdString(), value);
 }
 
 std::string number(double value)
 {
     std::string text;
-    Talmo::appendNumber(text, value);
+    appendNumber(text, value);
     return text;
 }
 
@@ -35,19 +40,19 @@ bool TestBeam::parse(const QStringList &words, int first)
            take(pdgId) && take(pz) && nx >= 2 && ny >= 2;
 }
 
-void TestBeam::write(QIODevice &file) const
+void TestBeam::write(QIODevice &file, const QString &title) const
 {
     constexpr size_t blockSize = 1 << 20;
     const double dx = (x1 - x0) / static_cast<double>(nx - 1);
     const double dy = (y1 - y0) / static_cast<double>(ny - 1);
     const std::string afterY =
         ' ' + number(z) + " 0 0 " + number(pz) + " 0 " + std::to_string(pdgId) + ' ';
-    std::string text;
+    std::string text = "#QXTrackFile " + title.toStdString() + '\n' + columnLine;
     for (int i = 0; i < nx; ++i) {
         const std::string x = number(i * dx + x0) + ' ';
         for (int j = 0; j < ny; ++j) {
             text += x;
-            Talmo::appendNumber(text, j * dy + y0);
+            appendNumber(text, j * dy + y0);
             text += afterY;
             text += std::to_string(eventId(i, j));
             text += " 1 0 1\n";
@@ -60,3 +65,5 @@ void TestBeam::write(QIODevice &file) const
     }
     file.write(text.data(), static_cast<qint64>(text.size()));
 }
+
+} // namespace Talmo

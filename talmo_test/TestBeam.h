@@ -5,6 +5,9 @@
 
 class QIODevice;
 
+namespace Talmo
+{
+
 /// A synthetic beam: a rectangular grid of nx by ny particles that all move along z. Positions and
 /// momentum are in the units of the simulation that reads them (customarily mm and MeV/c).
 struct TestBeam {
@@ -20,10 +23,12 @@ struct TestBeam {
     /// false if one is no number of its kind, or a count is below 2.
     bool parse(const QStringList &words, int first);
 
-    /// Writes one line for each grid point, y running fastest: x y z Px Py Pz t PDGid EventID
-    /// TrackID ParentID Weight. Stops early when \a file takes no more.
-    void write(QIODevice &file) const;
+    /// Writes the beam as a track file: a line with \a title, one that names the columns, and a
+    /// line for each grid point, y running fastest. Stops early when \a file takes no more.
+    void write(QIODevice &file, const QString &title) const;
 
     /// Running number, from 1, of the point in row \a i (of x) and column \a j, both from 0.
     qint64 eventId(int i, int j) const { return 1 + static_cast<qint64>(i) * ny + j; }
 };
+
+} // namespace Talmo

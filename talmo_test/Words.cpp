@@ -1,8 +1,11 @@
 #include "Words.h"
 
-#include "textFiles.h"
+#include "utf8.h"
 
 #include <algorithm>
+
+namespace Talmo
+{
 
 namespace
 {
@@ -36,3 +39,5 @@ void Words::split(std::string_view line)
     if (words.empty())
         words.emplace_back();
 }
+
+} // namespace Talmo

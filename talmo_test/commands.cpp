@@ -6,17 +6,15 @@
 #include "RegExp.h"
 #include "TestBeam.h"
 #include "compare.h"
+#include "diskFiles.h"
 #include "talmo_test.h"
-#include "textFiles.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
 
-using Talmo::RE;
+using namespace Talmo;
 
 namespace
 {
@@ -73,6 +71,14 @@ void fileCommand(Invocation &invocation)
         invocation.error = cannotWrite(name);
 }
 
+/// \a path from behind its last '/' on.
+QString baseNameOf(const QString &path)
+{
+    // Without a '/' the pattern would be tried at each character, each time up to the end.
+    const bool hasFolder = path.contains(QLatin1Char('/'));
+    return hasFolder ? RE.replace(QStringLiteral(".*/"), path, QString()) : path;
+}
+
 /// =run PROGRAM [ARGUMENT ...]: passes the words to the shell, and fails if it reports failure.
 /// What the program prints is appended to a capture file, its base name and ".out", unless a word
 /// begins with ">".
@@ -88,8 +94,7 @@ void runCommand(Invocation &invocation)
         [](const QString &word) { return word.startsWith(QLatin1Char('>')); });
     QString command = joined(arguments, 0);
     if (!redirected) {
-        const QString baseName = RE.replace(QStringLiteral(".*/"), program, QString());
-        command += QStringLiteral(" >>%1.out 2>&1").arg(baseName);
+        command += QStringLiteral(" >>%1.out 2>&1").arg(baseNameOf(program));
     }
     std::fflush(stdout); // what the program prints comes after what we printed
     // A command line ends at a NUL for the shell, and what it would then run was never written.
@@ -103,7 +108,7 @@ void existsCommand(Invocation &invocation)
 {
     if (invocation.words.size() != 2)
         invocation.error = QStringLiteral("Invalid =exists command");
-    else if (!QFileInfo::exists(diskPath(invocation.words[1])))
+    else if (!existsOnDisk(invocation.words[1]))
         invocation.error = QStringLiteral("File '%1' does not exist").arg(invocation.words[1]);
 }
 
@@ -138,9 +143,7 @@ void testbeamCommand(Invocation &invocation)
         invocation.error = cannotWrite(words[1]);
         return;
     }
-    file.write(QStringLiteral("#QXTrackFile %1\n").arg(joined(words, 0)).toUtf8());
-    file.write("#x y z Px Py Pz t PDGid EventID TrackID ParentID Weight\n");
-    beam.write(file);
+    beam.write(file, joined(words, 0));
 }
 
 /// =ignore PATTERN: the next command must fail with a message that matches PATTERN.

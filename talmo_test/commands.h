@@ -9,11 +9,11 @@
 
 /// One script line in the hands of its command.
 struct Invocation {
-    QStringList words;    ///< of the simplified line; words[0] is the command
-    QString line;         ///< the raw line, "$simProgram" already replaced
-    ScriptReader &script; ///< after this line; a handler may read on
-    QString program;      ///< simulation program, may be empty
-    QString error;        ///< null while all is well; set it to fail the run
+    QStringList words;           ///< of the simplified line; words[0] is the command
+    QString line;                ///< the raw line, "$simProgram" already replaced
+    Talmo::ScriptReader &script; ///< after this line; a handler may read on
+    QString program;             ///< simulation program, may be empty; for handlers to come
+    QString error;               ///< null while all is well; set it to fail the run
     /// Pattern that the next command's failure must match, set by =ignore. An empty pattern is one.
     std::optional<QString> expectedFailure;
 };

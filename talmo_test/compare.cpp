@@ -6,6 +6,8 @@
 
 #include <iterator>
 
+using namespace Talmo;
+
 namespace
 {
 

@@ -21,13 +21,14 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <optional>
-#include <tuple>
+#include <system_error>
+#include <utility>
 #include <vector>
 
-using Talmo::Preferences;
-using Talmo::RE;
+using namespace Talmo;
 
 int Debug = 0;
 QString platformName;
@@ -68,33 +69,48 @@ QStringList configuredSimPrograms(const QString &pattern)
     return matching;
 }
 
-/// Removes the directory \a directory and all that it holds, directories first, either sort by
-/// name. Stops at the first entry that cannot be removed; false then, and if there is no such
-/// directory. An empty directory need not be readable. Never leaves the directory: a symbolic link
-/// is removed as a link, wherever it leads.
-bool removeDir(const std::filesystem::path &directory)
-{
-    namespace fs = std::filesystem;
-    std::error_code error;
-    const fs::file_status status = fs::symlink_status(directory, error);
-    if (fs::is_symlink(status))
-        return fs::remove(directory, error);
-    if (!fs::is_directory(status))
-        return false;
+namespace fs = std::filesystem;
 
-    using Entry = std::tuple<bool, fs::path>; // is not a directory, path: in order of removal
-    std::vector<Entry> entries;
+/// The entries of \a directory in the order in which they are to be removed: directories first,
+/// either sort by name. None if it cannot be read.
+std::vector<fs::directory_entry> entriesOf(const fs::path &directory)
+{
+    std::vector<fs::directory_entry> entries;
+    std::error_code error;
     for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const bool isDirectory = !entry->is_symlink(error) && entry->is_directory(error);
-        entries.emplace_back(!isDirectory, entry->path());
-    }
+         entry.increment(error))
+        entries.push_back(*entry);
     std::sort(entries.begin(), entries.end());
-    for (const auto &[isFile, path] : entries) {
-        if (!(isFile ? fs::remove(path, error) : removeDir(path)))
-            return false;
+    std::stable_partition(entries.begin(), entries.end(), [](const fs::directory_entry &entry) {
+        std::error_code ignored;
+        return entry.is_directory(ignored); // a link to one, too
+    });
+    return entries;
+}
+
+/// Removes \a entry with all that it holds; false if that fails. Stops at the first entry that
+/// cannot be removed. A symbolic link is removed as a link, wherever it leads.
+bool removeTree(const fs::directory_entry &entry)
+{
+    std::error_code error;
+    if (entry.is_directory(error) && !entry.is_symlink(error)) {
+        for (const fs::directory_entry &inner : entriesOf(entry.path())) {
+            if (!removeTree(inner))
+                return false;
+        }
     }
-    return fs::remove(directory, error);
+    return fs::remove(entry.path(), error);
+}
+
+/// Removes the directory \a path with all that it holds; false if there is none, or if something
+/// could not be removed: that and what comes after it stays. Nothing outside is touched: a symbolic
+/// link, also one in the directory's place, is removed as a link.
+bool removeDir(const QString &path)
+{
+    std::error_code error;
+    const fs::directory_entry entry(QFile::encodeName(path).toStdString(), error);
+    const bool exists = entry.is_symlink(error) || entry.is_directory(error);
+    return exists && removeTree(entry);
 }
 
 /// What settles a command: whether its failure was expected. Changes \a error accordingly.
@@ -138,7 +154,9 @@ QString runLines(ScriptReader &script, const QString &program)
 /// Makes the directory \a name anew and the current one; false if that is not possible.
 bool enterNewDir(const QString &name)
 {
-    removeDir(QFile::encodeName(name).toStdString());
+    if (name.contains(QChar(u'\0'))) // the system would take another directory
+        return false;
+    removeDir(name);
     QDir().mkdir(name);
     return QDir::setCurrent(name);
 }
@@ -167,7 +185,7 @@ bool runOnce(ScriptReader &script, const QString &program, const QString &testNa
     }
     std::printf("%s: %s\n", qPrintable(testName), qPrintable(description));
     if (Debug < 1)
-        removeDir(QFile::encodeName(dirName).toStdString());
+        removeDir(dirName);
     --Debug; // Deliberate: on every pass, "=debug" or not, and never on a failure
     std::fflush(stdout);
     return true;
@@ -241,23 +259,36 @@ QStringList selectTests(const QStringList &patterns, QDir &dir)
     return testFiles(dir, QStringLiteral("test*"));
 }
 
-/// Runs the tests \a names of \a dir and prints the summary; returns how many failed.
-int runTests(const QStringList &names, const QDir &dir)
+/// Runs the tests \a names of \a dir and prints the summary; true if all passed.
+bool runTests(const QStringList &names, const QDir &dir)
 {
     int passes = 0;
     int failures = 0;
-    for (const QString &name : names)
-        ++(runTest(QDir::cleanPath(dir.absolutePath() + QLatin1Char('/') + name)) ? passes
-                                                                                  : failures);
+    for (const QString &name : names) {
+        // Not QDir::absoluteFilePath: that takes ":name" for a resource inside the program.
+        const QString path = QDir::cleanPath(dir.absolutePath() + QLatin1Char('/') + name);
+        if (runTest(path))
+            ++passes;
+        else
+            ++failures;
+    }
     if (failures == 0) {
         std::printf("All tests passed (%d total)\n", passes);
-        return failures;
+        return true;
     }
     std::printf("***talmo_test: %d tests failed out of %d tests\n", failures, passes + failures);
     std::printf("   The current directory is \"%s\".\n", qPrintable(QDir::currentPath()));
     std::printf(
         "   For each failing test a directory has been created containing the output(s).\n");
-    return failures;
+    return false;
+}
+
+/// Under a locale whose encoding is not UTF-8, newer versions of Qt 6 switch to one that is, and
+/// warn of it at every start; we have nothing to say on standard error.
+void dropWarning(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
+{
+    if (type != QtWarningMsg)
+        std::fprintf(stderr, "%s\n", qPrintable(text));
 }
 
 const char *platformOfThisBuild()
@@ -276,21 +307,19 @@ const char *platformOfThisBuild()
 int main(int argc, char *argv[])
 {
     mainHasBeenEntered = true;
-    // All of them: the application object would keep some for Qt.
+    // From argv itself: the application object takes Qt's own options out of its list.
     const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
-    // Under a locale whose encoding is not UTF-8, newer versions of Qt 6 switch to one that is, and
-    // would tell standard error so at every start.
-    const QtMessageHandler standardHandler =
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    const QtMessageHandler standardHandler = qInstallMessageHandler(dropWarning);
     const QCoreApplication application(argc, argv);
     qInstallMessageHandler(standardHandler);
 
     std::printf("talmo_test: executing tests in '%s'\n", qPrintable(QDir::currentPath()));
+    std::fflush(stdout); // an unusable preference ends the process
     Preferences::init();
     QStringList patterns;
     for (const char *const argument : arguments)
         patterns += QString::fromLocal8Bit(argument);
-    if (!patterns.isEmpty() && patterns.first() == QLatin1String("-d")) {
+    if (!arguments.empty() && std::strcmp(arguments.front(), "-d") == 0) {
         Debug = 999999999;
         patterns.removeFirst();
     }
@@ -301,5 +330,5 @@ int main(int argc, char *argv[])
     const QStringList names = selectTests(patterns, dir);
     std::printf("talmo_test: tests to run from '%s':\n%s\n", qPrintable(dir.absolutePath()),
         qPrintable(names.join(QLatin1Char(' '))));
-    return runTests(names, dir) > 0 ? 2 : 0;
+    return runTests(names, dir) ? 0 : 2;
 }
