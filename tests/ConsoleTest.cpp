@@ -1,6 +1,7 @@
 #include "Console.h"
 #include "Printing.h"
 
+#include <QDir>
 #include <QTemporaryFile>
 
 #include <gtest/gtest.h>
@@ -81,6 +82,17 @@ TEST_F(ConsoleTest, WritesTextInTheLocalEncoding)
         "\u00b5m \u00b5m");
 }
 
+TEST_F(ConsoleTest, DropsNoByteOrderMark)
+{
+    const std::string marked = "\xEF\xBB\xBFx";
+    EXPECT_EQ(printedBy([&] { Console::printf("%s", marked.c_str()); }), marked);
+}
+
+TEST_F(ConsoleTest, DoesNotEndAtANul)
+{
+    EXPECT_EQ(printedBy([] { Console::printf("[%c]\n", 0); }), std::string("[\0]\n", 4));
+}
+
 TEST_F(ConsoleTest, AddsNoNewlineAndTakesPercentSignsAsTheyAre)
 {
     EXPECT_EQ(printedBy([] { Console::appendText("100 %s"); }), "100 %s");
@@ -121,6 +133,31 @@ TEST_F(ConsoleTest, CopyFileStopsAtTheFirstNul)
     file.flush();
     EXPECT_EQ(printedBy([&] { Console::copyFile(file.fileName()); }),
         "\nFile " + file.fileName().toStdString() + ":\nbefore\n");
+}
+
+TEST_F(ConsoleTest, CopyFileKeepsAByteOrderMark)
+{
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    file.write("\xEF\xBB\xBFone\n");
+    file.flush();
+    EXPECT_EQ(printedBy([&] { Console::copyFile(file.fileName()); }),
+        "\nFile " + file.fileName().toStdString() + ":\n\xEF\xBB\xBFone\n\n");
+}
+
+TEST_F(ConsoleTest, CopyFileTakesANameWithAColonForAFile)
+{
+    QFile file("./:x");
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("colon\n");
+    file.close();
+    EXPECT_EQ(printedBy([] { Console::copyFile(":x"); }), "\nFile :x:\ncolon\n\n");
+    EXPECT_TRUE(file.remove());
+}
+
+TEST_F(ConsoleTest, CopyFileOfADirectoryShowsTheHeadingOnly)
+{
+    EXPECT_EQ(printedBy([] { Console::copyFile("."); }), "\nFile .:\n\n");
 }
 
 TEST_F(ConsoleTest, CopyFileOfAMissingFileShowsTheHeadingOnly)

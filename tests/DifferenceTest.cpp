@@ -6,6 +6,11 @@
 
 #include <gtest/gtest.h>
 
+using namespace Talmo;
+
+namespace Talmo
+{
+
 static bool operator==(const Difference &a, const Difference &b)
 {
     return a.kind == b.kind && a.line == b.line && a.column == b.column;
@@ -16,6 +21,8 @@ static void PrintTo(const Difference &difference, std::ostream *out)
     *out << "kind " << difference.kind << " line " << difference.line << " column "
          << difference.column;
 }
+
+} // namespace Talmo
 
 namespace
 {
@@ -98,6 +105,11 @@ TEST(JudgeColumns, ColumnsMayDifferByTheirTolerance)
         {"1 2", "2 x", {1, 0}, {Difference::InvalidData, 0, 2}},
         {"1 x", "3 x", {1, 0}, {Difference::Value, 0, 1}},
         {"1 2", "1 2", {}, same},
+        {"1e308", "0", {1e308}, same},
+        {"1", "1.0000000000000000001", {0}, same}, // the same double
+        {"1", "1", {-0.0}, same},                  // not negative
+        {"1", "2", {-0.0}, {Difference::Value, 0, 1}},
+        {"1", "2", {-1e-300}, same},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(std::string(row.line1) + " | " + row.line2);
@@ -137,6 +149,7 @@ TEST(JudgeColumns, CommentsAgreeWithComments)
     EXPECT_EQ(judge("1", "#1", {0}), mismatch);
     EXPECT_EQ(judge("# 1", "1", {-1}), mismatch); // whatever the tolerances
     EXPECT_EQ(judge("#", "", {0, 0}), mismatch);  // and before the columns are counted
+    EXPECT_EQ(judge("1 # x", "1 # y", {0}), same);
     EXPECT_EQ(judge("1 #", "1 # x", {0, 0}), (Difference{Difference::InvalidData, 0, 2}));
 }
 
@@ -149,6 +162,7 @@ TEST(JudgeColumns, LinesNeedAsManyWordsAsThereAreTolerances)
     EXPECT_EQ(judge("", "", {0, 0}), tooFew);
     EXPECT_EQ(judge("", "", {0}), (Difference{Difference::InvalidData, 0, 1})); // one empty word
     EXPECT_EQ(judge("", "", {-1}), same);
+    EXPECT_EQ(judge(" \t", "", {0.5}), (Difference{Difference::InvalidData, 0, 1}));
 }
 
 TEST(CompareExactly, NamesTheFirstLineThatDiffers)
@@ -166,7 +180,13 @@ TEST(CompareExactly, NamesTheFirstLineThatDiffers)
         {"a\nb\nc\n", "a\nx\ny\n", {Difference::Text, 2, 0}},
         {"1.0", "1.00", {Difference::Text, 1, 0}},
         {"#a", "#b", {Difference::Text, 1, 0}}, // comments are lines like any other
-        {"a ", "a", {Difference::Text, 1, 0}}, {"a", " a", {Difference::Text, 1, 0}},
+        {"#a", "1", {Difference::Text, 1, 0}}, {"a ", "a", {Difference::Text, 1, 0}},
+        {"a", " a", {Difference::Text, 1, 0}}, {"a", "\ta", {Difference::Text, 1, 0}},
+        {"a b", "a  b", {Difference::Text, 1, 0}}, {"\xC3\xB6", "\xF6", {Difference::Text, 1, 0}},
+        {"\xFF", "\xEF\xBF\xBD", {Difference::Text, 1, 0}},
+        {"a\xEF\xBB\xBF", "a", {Difference::Text, 1, 0}},
+        {"a\n\xEF\xBB\xBF\n", "a\n\n", {Difference::Text, 2, 0}},
+        {"a\n ", "a\n", {Difference::Length, 0, 0}},
         {"\xFF", "\xFE", {Difference::Text, 1, 0}},          // both invalid UTF-8
         {"\xC3\xA9", "e\xCC\x81", {Difference::Text, 1, 0}}, // both look the same
         {{"a\0b", 3}, {"a\0c", 3}, {Difference::Text, 1, 0}},
@@ -188,15 +208,17 @@ TEST(CompareColumns, NamesTheFirstLineAndColumnThatDiffer)
         std::string_view content2;
         Difference difference;
     } rows[] = {
-        {"", "", same},
-        {"1 2\n3 4\n", " 1\t 2 \n3.0 4", same},
-        {"#a\n1 2\n", "#b\n1 2\n", same},
+        {"", "", same}, {"1 2\n3 4\n", " 1\t 2 \n3.0 4", same}, {"#a\n1 2\n", "#b\n1 2\n", same},
         {"1 2\n3 4\n", "1 2\n3 5\n", {Difference::Value, 2, 2}},
         {"# c\n\n", "# c\n\n", {Difference::TooFewColumns, 2, 0}}, // comments count as lines
         {"1 2\n#\n", "1 2\n1 2\n", {Difference::CommentMismatch, 2, 0}},
         {"1 2\nx 2\n", "1 2\n1 2\n", {Difference::InvalidData, 2, 1}},
         {"1 2\n", "1 2\n#\n", {Difference::Length, 0, 0}},
-        {"1 2\n", "9 2\n1 2\n", {Difference::Value, 1, 1}},
+        {"1 2\n", "9 2\n1 2\n", {Difference::Value, 1, 1}}, {"\xEF\xBB\xBF", "", same},
+        {"\xEF\xBB\xBF\x31 2", "1 2", same},
+        {"1 2\n\xEF\xBB\xBF\x31 2", "1 2\n1 2", {Difference::InvalidData, 2, 1}},
+        {"1\xC2\xA0\x32\r\n", "1 2\n", same},
+        {"1 2\n\n", "1 2\n", {Difference::Length, 0, 0}}, // blank lines count
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.content1);

@@ -4,10 +4,14 @@
 
 #include <vector>
 
+#include <cstdio>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
+
+using namespace Talmo;
 
 using std::string_view_literals::operator""sv;
 
@@ -144,6 +148,26 @@ TEST(LineReader, ReadsManyLines)
     EXPECT_TRUE(linesOf(joined(lines)) == lines);
     const Lines empty(blockSize + 1);
     EXPECT_TRUE(linesOf(joined(empty)) == empty);
+}
+
+TEST(LineReader, MemoryDoesNotGrowWithTheNumberOfLines)
+{
+    const auto peakKilobytes = [] {
+        rusage usage = {};
+        EXPECT_EQ(getrusage(RUSAGE_SELF, &usage), 0);
+        return usage.ru_maxrss;
+    };
+    FILE *const lines = popen("yes 'a short line' | head -c 195000000", "r");
+    ASSERT_NE(lines, nullptr);
+    const long before = peakKilobytes();
+    LineReader reader;
+    EXPECT_TRUE(reader.open(QStringLiteral("/proc/self/fd/%1").arg(fileno(lines))));
+    int count = 0;
+    for (std::string_view line; reader.readLine(line); ++count)
+        ;
+    EXPECT_EQ(count, 15000000);
+    EXPECT_LT(peakKilobytes() - before, 40000);
+    pclose(lines);
 }
 
 TEST(LineReader, ReadsAPipeHoweverItsDataArrive)

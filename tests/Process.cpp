@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-Outcome runProcess(const QString &program, const QStringList &arguments,
+void startProcess(QProcess &process, const QString &program, const QStringList &arguments,
     const Environment &environment, const QString &folder)
 {
     QProcessEnvironment variables;
@@ -16,11 +16,17 @@ Outcome runProcess(const QString &program, const QStringList &arguments,
     for (auto variable = environment.cbegin(); variable != environment.cend(); ++variable)
         variables.insert(variable.key(), variable.value());
 
-    QProcess process;
     process.setWorkingDirectory(folder);
     process.setProcessEnvironment(variables);
     process.start(program, arguments);
     process.closeWriteChannel();
+}
+
+Outcome runProcess(const QString &program, const QStringList &arguments,
+    const Environment &environment, const QString &folder)
+{
+    QProcess process;
+    startProcess(process, program, arguments, environment, folder);
     const bool finished = process.waitForFinished(300000);
     EXPECT_TRUE(finished) << process.errorString().toStdString();
     Outcome outcome;
@@ -28,5 +34,7 @@ Outcome runProcess(const QString &program, const QStringList &arguments,
     outcome.errors = process.readAllStandardError();
     if (finished && process.exitStatus() == QProcess::NormalExit)
         outcome.status = process.exitCode();
+    else if (finished)
+        outcome.signal = process.exitCode(); // of a crashed process that is the signal
     return outcome;
 }

@@ -5,16 +5,23 @@
 #include <QString>
 #include <QStringList>
 
+class QProcess;
+
 /// What a process printed and how it ended.
 struct Outcome {
     QByteArray output;
     QByteArray errors; ///< what went to standard error
     int status = -1;   ///< exit status; -1 if a signal ended the process
+    int signal = 0;    ///< the signal that ended the process; 0 if none
 };
 
 using Environment = QMap<QString, QString>;
 
-/// Runs \a program in the directory \a folder, with the variables \a environment and those that
-/// steer the sanitizers, and nothing on standard input.
+/// Starts \a program as \a process in the directory \a folder, with the variables \a environment
+/// and those that steer the sanitizers, and nothing on standard input.
+void startProcess(QProcess &process, const QString &program, const QStringList &arguments,
+    const Environment &environment, const QString &folder);
+
+/// Starts a process likewise and waits for its end.
 Outcome runProcess(const QString &program, const QStringList &arguments,
     const Environment &environment, const QString &folder);

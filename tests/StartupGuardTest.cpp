@@ -4,6 +4,8 @@
 
 #include <QDir>
 
+#include <csignal>
+
 #include <gtest/gtest.h>
 
 namespace
@@ -28,7 +30,7 @@ TEST(StartupGuard, GuardedOperationsDieBeforeMainWithoutAWord)
     for (const char *const operation : operations) {
         SCOPED_TRACE(operation);
         const Outcome outcome = runProbe(operation);
-        EXPECT_EQ(outcome.status, -1);
+        EXPECT_EQ(outcome.signal, SIGSEGV);
         EXPECT_EQ(outcome.output, "");
         EXPECT_EQ(outcome.errors, "");
     }
@@ -47,7 +49,7 @@ TEST(StartupGuard, PreferencesCannotBeReadBeforeMain)
     environment["XDG_CONFIG_HOME"] = QDir::current().filePath("config");
     const QString settings = environment["XDG_CONFIG_HOME"] + "/Brelund, Inc./Talmo.conf";
     const Outcome outcome = runProcess(GET_BEFORE_MAIN, {}, environment, QDir::currentPath());
-    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.signal, SIGSEGV);
     EXPECT_EQ(outcome.output, "Preferences loaded from '" + settings.toUtf8() + "'\n");
     EXPECT_EQ(outcome.errors, "");
 }
@@ -61,7 +63,7 @@ TEST(StartupGuard, DoesNothingOnceMainHasBeenEntered)
 TEST(StartupGuard, AProgramWithoutAConsoleWindowMustNotAskForIt)
 {
     const Outcome outcome = runProcess(ASK_FOR_WINDOW, {}, plainCrashes, QDir::currentPath());
-    EXPECT_EQ(outcome.status, -1);
+    EXPECT_EQ(outcome.signal, SIGSEGV);
     EXPECT_EQ(outcome.output, "text without a newline; ***ERROR ConsoleWindow cannot be used!\n");
     EXPECT_EQ(outcome.errors, "");
 }

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Talmo;
+
 namespace
 {
 
@@ -41,12 +43,16 @@ bool parse(const QString &words, TestBeam &beam)
     return beam.parse(words.split(QLatin1Char(' ')), 0);
 }
 
+/// The lines after the heading, which is expected to be as it must.
 QByteArray linesOf(const TestBeam &beam)
 {
+    const QByteArray heading = "#QXTrackFile a title\n"
+                               "#x y z Px Py Pz t PDGid EventID TrackID ParentID Weight\n";
     QBuffer buffer;
     EXPECT_TRUE(buffer.open(QIODevice::WriteOnly));
-    beam.write(buffer);
-    return buffer.data();
+    beam.write(buffer, "a title");
+    EXPECT_TRUE(buffer.data().startsWith(heading));
+    return buffer.data().mid(heading.size());
 }
 
 QByteArray linesOf(const QString &words)
@@ -230,7 +236,7 @@ TEST(TestBeam, StopsWhenTheFileTakesNoMore)
     TestBeam beam;
     ASSERT_TRUE(parse("-100 100 300 -1 1 400 0 -13 200", beam));
     FullDisk disk(1);
-    beam.write(disk);
+    beam.write(disk, "a title");
     EXPECT_EQ(disk.writesLeft, -1);
     EXPECT_EQ(disk.refusals, 1);
 }

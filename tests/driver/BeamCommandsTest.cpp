@@ -173,6 +173,14 @@ TEST_F(TestbeamCommand, ItsFilesCanBeCompared)
         "");
 }
 
+TEST_F(TestbeamCommand, RefusesANameThatTheSystemWouldCut)
+{
+    const QByteArray name("cut\0off", 7);
+    EXPECT_EQ(errorOf("=ignore ^Cannot write file 'cut.off'\n=testbeam " + name +
+                      " 0 1 2 0 1 2 0 11 200\n=ignore ^File 'cut' does not exist$\n=exists cut\n"),
+        "");
+}
+
 using ExistsCommand = DriverTest;
 
 TEST_F(ExistsCommand, FindsFilesAndDirectories)
@@ -200,6 +208,12 @@ TEST_F(ExistsCommand, TakesOneName)
     EXPECT_EQ(errorOf("=exists  .  \n"), "");
 }
 
+TEST_F(ExistsCommand, FindsNothingUnderANameThatTheSystemWouldCut)
+{
+    const QByteArray name(".\0", 2);
+    EXPECT_EQ(errorOf("=ignore ^File '..' does not exist$\n=exists " + name + "\n"), "");
+}
+
 using MeanAndSigmaCommand = DriverTest;
 
 TEST_F(MeanAndSigmaCommand, AlwaysFails)
@@ -207,12 +221,4 @@ TEST_F(MeanAndSigmaCommand, AlwaysFails)
     EXPECT_EQ(errorOf("=meanandsigma\n"), "=meanandsigma UNIMPLEMENTED");
     EXPECT_EQ(errorOf("=meanandsigma ../test1 0 1\n"), "=meanandsigma UNIMPLEMENTED");
     EXPECT_EQ(errorOf("=ignore ^=meanandsigma UNIMPLEMENTED$\n=meanandsigma x\n"), "");
-}
-
-TEST_F(TestbeamCommand, RefusesANameThatTheSystemWouldCut)
-{
-    const QByteArray name("cut\0off", 7);
-    EXPECT_EQ(errorOf("=ignore ^Cannot write file 'cut.off'\n=testbeam " + name +
-                      " 0 1 2 0 1 2 0 11 200\n=ignore ^File 'cut' does not exist$\n=exists cut\n"),
-        "");
 }

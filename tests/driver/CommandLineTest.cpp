@@ -124,6 +124,28 @@ TEST_F(CommandLine, UnknownOptionsAreFilePatterns)
     EXPECT_EQ(entries(), QStringList());
 }
 
+TEST_F(CommandLine, AByteOrderMarkMakesAnOptionAPattern)
+{
+    const QString marked = QChar(0xFEFF) + QStringLiteral("-d");
+    writeScripts({"-d", marked}); // of either name, whatever becomes of the mark
+    const QByteArray output = run({marked}).output;
+    EXPECT_TRUE(output.endsWith("-d: h\n" + summary(0, 1))) << output.toStdString();
+    EXPECT_FALSE(output.contains("====")) << output.toStdString();
+    EXPECT_EQ(entries(), QStringList({"-d", marked}));
+}
+
+TEST_F(CommandLine, TheUsageIsInTheProgram)
+{
+    // Nothing prints it: what looks like an option is a pattern.
+    const QByteArray usage =
+        "USAGE: talmo_test [-d] [test file(s)]\n"
+        "If no test files are given, test* is used from the distribution.\n"
+        "-d sets debug mode for all tests.\n"
+        "Each file testX is run in a directory testX.dir, which is removed if the test succeeds.\n";
+    ASSERT_EQ(usage.size(), 225);
+    EXPECT_EQ(read(driver).count(usage), 1);
+}
+
 TEST_F(CommandLine, NoArgumentIsSetAside)
 {
     writeScripts({"test1", "-qmljsdebugger=x"});

@@ -136,30 +136,10 @@ TEST_F(CompareExactly, LinesAreComparedAsBytes)
         QByteArray content2;
         QByteArray error;
     } rows[] = {
-        {"", "", ""}, {"a\nb\n", "a\nb\n", ""},
-        {"a\nb\n", "a\nb", ""},         // the last line needs no newline
-        {"a\r\nb\r\n", "a\r\r\nb", ""}, // carriage returns are dropped
-        {"a\rb\n", "ab\n", ""},
-        {"\xEF\xBB\xBF"
-         "a\n",
-            "a\n", ""}, // a byte order mark at the start is skipped
-        {"", "\xEF\xBB\xBF", ""},
-        {"a\nb\nc\n", "a\nB\nC\n", differ + "at line 2"}, // case counts, and the first one only
-        {"1.0\n", "1.00\n", differ + "at line 1"},
-        {"#a\n", "#b\n", differ + "at line 1"}, // comments are lines like any other
-        {"#a\n", "1\n", differ + "at line 1"},
-        {"a b\n", "a  b\n", differ + "at line 1"}, // nothing is trimmed
-        {"a\n", "a \n", differ + "at line 1"}, {"a\n", "\ta\n", differ + "at line 1"},
-        {"\xC3\xB6", "\xF6", differ + "at line 1"},
-        {"\xFF", "\xFE", differ + "at line 1"}, // two different sequences, both invalid
-        {"\xFF", "\xEF\xBF\xBD", differ + "at line 1"},
-        {"a\xEF\xBB\xBF\n", "a\n", differ + "at line 1"},
-        {"a\n\xEF\xBB\xBF\n", "a\n\n", differ + "at line 2"},
-        {QByteArray("a\0b\n", 4), QByteArray("a\0c\n", 4), differ + "at line 1"},
-        {QByteArray("a\0b\n", 4), "a\n", differ + "at line 1"}, {"a\n", "", lengths},
-        {"\n", "", lengths}, {"a\n\n\n", "a\n", lengths}, // blank lines count
-        {"a\n ", "a\n", lengths},
-        {"a\nb\n", "x\n", differ + "at line 1"}, // found before the end of the shorter one
+        {"\xEF\xBB\xBF#a\r\nb\r\n", "#a\nb", ""}, // text mode, and no newline at the end
+        {"a\nb\nc\n", "a\nB\nC\n", differ + "at line 2"},
+        {"\xFF", "\xEF\xBF\xBD", differ + "at line 1"}, // no text in between
+        {"a\n\n\n", "a\n", lengths},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE((row.content1 + " | " + row.content2).toStdString());
@@ -176,49 +156,15 @@ TEST_F(CompareColumns, LinesAreComparedWordByWord)
         const char *tolerances;
         QByteArray error;
     } rows[] = {
-        {"", "", "0", ""},
-        {"", "\xEF\xBB\xBF", "0", ""},
-        {"1 2\n3 4\n", "1 2\r\n3 4", "0 0", ""},
-        {"  1   2  \n", "1 2\n", "0 0", ""}, // lines are simplified before they are split
-        {"\t1\v2\f3\n", "1 2 3\n", "0 0 0", ""},
-        {"1\xC2\xA0\x32\n", "1 2\n", "0 0", ""},                    // U+00A0
-        {"1\xE2\x80\x83\x32\xC2\x85\n", "1 2\n", "0 0", ""},        // U+2003, U+0085
-        {"\xE3\x80\x80\x31\xE3\x80\x80\x32\n", "1 2\n", "0 0", ""}, // U+3000
-        {"\xEF\xBB\xBF\x31\n", "1\n", "0", ""},
-        {"1\n\xEF\xBB\xBF\x32\n", "1\n2\n", "0", invalid + "2, column 1"},
-        {"1 x y\n", "1 z\n", "0", ""}, // words beyond the tolerances are ignored
-        {"1.0\n", "1.00\n", "0", ""},
-        {"1\n2\n", "1\n3\n", "0", differ + "on line 2, column 1"},
-        {"1 2 3\n", "1 3 4\n", "0 0 0", differ + "on line 1, column 2"}, // the first one only
-        {"1 x\n", "2 y\n", "0 0", differ + "on line 1, column 1"},
-        {"1 x\n", "1 y\n", "0 0", invalid + "1, column 2"},
-        {"a 1\n", "b 1\n", "-1 0", ""},
+        {"\xEF\xBB\xBF 1\xC2\xA0 2 x\r\n#a\n", "1 2\n #b c", "0 0", ""},
+        {"# a\n# b\n1\n", "#\n#\n2\n", "0", differ + "on line 3, column 1"}, // all lines count
         {"a 1\n", "b 2\n", "-1 0", differ + "on line 1, column 2"},
-        {"1 2\n", "1\n", "0 0", tooFew + "1"},
-        {"1 2\n", "1\n", "-1 -1", tooFew + "1"},
-        {"x\n", "y\n", "0 0", tooFew + "1"}, // before any value is looked at
-        // Blank lines are one empty word.
-        {"\n", "\n", "0", invalid + "1, column 1"},
-        {" \t\n", "\n", "0.5", invalid + "1, column 1"},
+        {"a 1\n", "b 1\n", "-1 0", ""},
         {"1\n\n", "1\n\n", "0", invalid + "2, column 1"},
-        {"\n", "\n", "0 0", tooFew + "1"},
-        {"\n", "\n", "-1", ""},
-        // Comments
-        {"# one\n1\n", "#two 2 3\n1\n", "0", ""},
-        {"  # x\n", "#\n", "0 0 0", ""},
-        {"\xEF\xBB\xBF# x\n", "#\n", "0", ""},
-        {"#x\n", "1\n", "0", mismatch + "1"},
+        {"1 nan\n", "1 nan\n", "0 1e300", invalid + "1, column 2"},
+        {"x\n", "y\n", "0 0", tooFew + "1"}, // before any value is looked at
         {"1\n #x\n", "1\n\n", "-1", mismatch + "2"},
-        {"# a\n# b\n1\n", "#\n#\n2\n", "0", differ + "on line 3, column 1"}, // they are counted
-        {"1 # x\n", "1 # y\n", "0", ""},
-        {"1 # x\n", "1 # y\n", "0 0", invalid + "1, column 2"}, // only as the first word
-        // Lengths
-        {"1\n", "", "0", lengths},
-        {"1\n\n", "1\n", "0", lengths},
         {"1\n#\n", "1\n", "0", lengths},
-        {"1\n1\n", "2\n", "0", differ + "on line 1, column 1"},
-        {QByteArray("1\0\n", 3), "1\n", "0", invalid + "1, column 1"},
-        {"\xFF\n", "\xFE\n", "-1", ""},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE((row.content1 + " | " + row.content2 + " | " + row.tolerances).toStdString());
@@ -229,61 +175,20 @@ TEST_F(CompareColumns, LinesAreComparedWordByWord)
 
 TEST_F(CompareColumns, AToleranceIsTheLargestDifferenceAllowed)
 {
-    const struct {
-        const char *value1;
-        const char *value2;
-        const char *tolerance;
-        bool agree;
-    } rows[] = {
-        {"1", "1.5", "0.5", true}, // equal to it
-        {"1", "1.5000000000000002", "0.5", false},
-        {"1", "1.5", "0.49999999999999994", false},
-        {"1.000", "1.001", "0.001", true},  // the difference as doubles have it: just below,
-        {"4.000", "4.001", "0.001", false}, // just above
-        {"1.0", "1.002", "0.001", false},
-        {"-1", "1", "2", true},
-        {"1", "1.0000000000000002", "0", false},
-        {"1", "1.0000000000000000001", "0", true}, // the same double
-        {"0", "-0", "0", true},
-        {"1", "1", "-0", true}, // not negative
-        {"1", "2", "-0", false},
-        {"1", "2", "-1e-400", false},
-        {"1", "2", "-1e-300", true},
-        {"1", "2", "+1.", true},
-        {"1e-400", "0", "0", true},
-        {"1e308", "-1e308", "1e308", false}, // the difference overflows
-        {"1e308", "0", "1E+308", true},
-    };
-    for (const auto &row : rows) {
-        SCOPED_TRACE(std::string(row.value1) + " | " + row.value2 + " | " + row.tolerance);
-        const QByteArray error = row.agree ? QByteArray() : differ + "on line 1, column 1";
-        EXPECT_EQ(errorOfComparing(row.value1, row.value2, row.tolerance), error);
-        EXPECT_EQ(errorOfComparing(row.value2, row.value1, row.tolerance), error);
-    }
+    const QByteArray different = differ + "on line 1, column 1";
+    EXPECT_EQ(errorOfComparing("1", "1.5", "0.5"), ""); // equal to it
+    EXPECT_EQ(errorOfComparing("1", "1.5", "0.49999999999999994"), different);
+    EXPECT_EQ(errorOfComparing("1", "2", "-0"), different); // not negative
+    EXPECT_EQ(errorOfComparing("1", "2", "-1e-300"), "");
 }
 
-TEST_F(CompareColumns, TakesNumbersInDecimalNotation)
+TEST_F(CompareColumns, TolerancesAreNumbersLikeTheColumns)
 {
-    const char *const words[] = {"1", "+1", "-1", "1.", ".5", "-.5", "1e3", "1E+03", "5.e-1", "-0",
-        "007", "1e-400", "1e308", "1.7976931348623157e308"};
-    for (const QByteArray word : words) {
+    for (const QByteArray word : {"+1.", ".5E+03", "1e-400"})
+        EXPECT_EQ(errorOfComparing("0 " + word, "0 " + word, "0 " + word), "");
+    for (const QByteArray word : {"nan", "0x10", "1e999"}) {
         SCOPED_TRACE(word.toStdString());
-        EXPECT_EQ(errorOfComparing("0 " + word, "0 " + word, "0 0"), "");
-        EXPECT_EQ(errorOfComparing("0 0", "0 0", "0 " + word), "");
-    }
-}
-
-TEST_F(CompareColumns, NothingElseIsANumber)
-{
-    const char *const words[] = {"nan", "NaN", "-nan", "inf", "-inf", "+Inf", "infinity", "0x10",
-        "1e", "1e+", ".", "+", "-", "e5", "1,5", "1d3", "1_0", "1e999", "-1e999", "++1", "+-1",
-        "--1", "\xD9\xA1", "1f", "one"};
-    for (const QByteArray word : words) {
-        SCOPED_TRACE(word.toStdString());
-        const QByteArray error = invalid + "1, column 2";
-        EXPECT_EQ(errorOfComparing("0 " + word, "0 " + word, "0 1e300"), error);
-        EXPECT_EQ(errorOfComparing("0 " + word, "0 1", "0 1e300"), error);
-        EXPECT_EQ(errorOfComparing("0 1", "0 " + word, "0 1e300"), error);
+        EXPECT_EQ(errorOfComparing("0 1", "0 " + word, "0 0"), invalid + "1, column 2");
         EXPECT_EQ(errorOfComparing("0 0", "0 0", "0 " + word), badTolerance);
     }
 }

@@ -87,7 +87,7 @@ TEST_F(DebugLevel, OptionDIsOneOnlyAsTheFirstArgument)
 
 TEST_F(DebugLevel, DebugTracesTheLinesAfterIt)
 {
-    write("test1", "=one\n=echo before\n=debug\n=echo after\n# comment\n");
+    write("test1", "=one\n=echo before\n =debug any words\n=echo after\n# comment\n");
     write("test2", "=two\n=echo untraced\n");
     write("test3", "=three\n=debug\n=echo\n"); // only brings the level back to 0
     expectRun({"test?"}, "test1 test2 test3",
@@ -150,6 +150,7 @@ TEST_F(DebugLevel, CarriesOverFromTestToTest)
         {"dd", "ll", "++"},
         {"pd", "--", "--"}, // after a pass =debug only comes back to 0
         {"pdd", "---", "---"},
+        {"pdD", "--l", "--+"},
         {"ppD", "---", "---"},
         {"pD", "-l", "-+"},
         {"Dpp", "ls-", "++-"},

@@ -14,7 +14,7 @@ protected:
     {
         const QDir bin = QFileInfo(driver).dir();
         environment["PATH"] = bin.path() + ':' + environment["PATH"];
-        scripts = QDir(bin.filePath("../test")).entryList({"test*"}, QDir::Files, QDir::Name);
+        scripts = QDir(SCRIPTS).entryList({"test*"}, QDir::Files, QDir::Name);
     }
 
     QStringList scripts;

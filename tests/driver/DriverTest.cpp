@@ -5,6 +5,10 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <cstdlib>
+
+#include <unistd.h>
+
 namespace
 {
 

@@ -55,6 +55,11 @@ protected:
     /// if it passes.
     QByteArray errorOf(const QByteArray &lines);
 
+    /// What the script "=heading", named "test1", prints when it passes, and when its last line is
+    /// "=end": an unknown command, so that the run leaves its directory behind.
+    const QByteArray passed = "test1: heading\n";
+    const QByteArray ended = "test1: ***ERROR: Unknown test command '=end'\n";
+
     QTemporaryDir folder;
     QString work;            ///< the working directory
     QString programs;        ///< first in the PATH

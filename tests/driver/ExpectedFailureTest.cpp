@@ -51,12 +51,14 @@ TEST_F(ExpectedFailure, MustHappenAndMatch)
         {"=exists f\n=ignore File\n", noFile},
         // all commands are, those that do nothing here too
         {"=ignore X\n=platform\n", shouldHaveFailed},
+        {"=ignore X\n=platform WINDOWS\n=foo\n", shouldHaveFailed},
         {"=ignore platform\n=platform Linux\n=file f\n=exists f\n", ""},
         // two in a row: the first is for the second, which does not fail
         {"=ignore X\n=ignore File\n=exists f\n", shouldHaveFailed},
         {"=ignore X\n# comment\n=ignore File\n=exists f\n", shouldHaveFailed},
         {"=ignore .*\n=ignore File\n=exists f\n", ""},
         {"=ignore .*\n=ignore File\n=file f\n", shouldHaveFailed},
+        {"=ignore .*\n=ignore X\n=exists f\n", noFile},
         {"=ignore .*\n=ignore .*\n=ignore File\n=exists f\n", ""},
         // without a command to follow
         {"=ignore X\n", ""},
@@ -67,6 +69,58 @@ TEST_F(ExpectedFailure, MustHappenAndMatch)
         SCOPED_TRACE(row.lines.toStdString());
         EXPECT_EQ(errorOf(row.lines), row.error);
     }
+}
+
+TEST_F(ExpectedFailure, ThePatternIsWhatFollowsTheBlanks)
+{
+    const QByteArray shouldHaveFailed = "Command should have failed";
+    const QByteArray invalid = "Invalid =exists command"; // the message of "=exists a b"
+    const struct {
+        QByteArray line;
+        QByteArray command;
+        QByteArray error; // empty if the run passes
+    } rows[] = {
+        {"=ignore  Invalid", "=exists a b", ""},
+        {"=ignore      ^Invalid", "=exists a b", ""},
+        {"=ignore   ", "=echo", ""}, // nothing but blanks: empty
+        {"=ignore Invalid ", "=exists a b", ""},
+        {"=ignore command ", "=exists a b", invalid}, // trailing blanks count
+        {"=ignore command\t", "=exists a b", invalid},
+        {"=ignore command\r", "=exists a b", ""},
+        {"=ignore Invalid # no comment", "=exists a b", invalid},
+        {"=ignore # '#x'|#x", "=exists #x", ""},
+        {"=ignore $simProgram^Invalid", "=exists a b", ""},
+        {"=ignore (Other|=exists) \\w+$", "=exists a b", ""},
+        {"=ignore [", "=exists [", "File '[' does not exist"}, // invalid, not literal
+        {"=ignore \xC3\xB6.$", "=exists \xC3\xB6", "File '\xC3\xB6' does not exist"},
+        {"=ignore '\xC3\xB6.? does", "=exists \xC3\xB6", ""}, // one character, not two bytes
+        {"=ignore =ignore", "=exists =ignore", ""},
+        // A line that does not begin with "=ignore" and a blank is the pattern itself.
+        {" =ignore ^Invalid", "=exists a b", invalid},
+        {" =ignore Invalid| =ignore", "=exists a b", invalid},
+        {" =ignore Other|Invalid", "=exists a b", ""},
+        {"=ignore\tInvalid", "=exists a b", invalid},
+        {"=ignore\t\tOther|Invalid", "=exists a b", ""},
+        {"=ignore", "=exists a b", invalid},
+        {"=ignore", "=exists =ignore", ""},
+        {"=ignore", "=echo", shouldHaveFailed},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE((row.line + " | " + row.command).toStdString());
+        const QByteArray printed = row.command == "=echo" ? "\n" : "";
+        EXPECT_EQ(runScript("=heading\n" + row.line + '\n' + row.command + '\n'),
+            printed + (row.error.isEmpty() ? passed : "test1: ***ERROR: " + row.error + '\n'));
+    }
+}
+
+TEST_F(ExpectedFailure, TheLineMayBeLong)
+{
+    const QByteArray text(20000, 'x'); // QRegExp takes a time quadratic in the pattern's length
+    EXPECT_EQ(errorOf("=ignore " + text + "\n=exists f\n"), "File 'f' does not exist");
+    EXPECT_EQ(errorOf("=ignore " + text + "|exist$\n=exists f\n"), "");
+    const QByteArray blanks(1000000, ' ');
+    EXPECT_EQ(errorOf("=ignore" + blanks + "exist$\n=exists f\n"), "");
+    EXPECT_EQ(errorOf("=ignore" + blanks + "other\n=exists f\n"), "File 'f' does not exist");
 }
 
 TEST_F(ExpectedFailure, IsNotMadeUpForByWhatTheCommandDoes)

@@ -1,15 +1,6 @@
 #include "DriverTest.h"
 
-// =file and =run. A script that is to leave its directory behind ends with the unknown command
-// "=end".
-
-namespace
-{
-
-const QByteArray passed = "test1: heading\n";
-const QByteArray ended = "test1: ***ERROR: Unknown test command '=end'\n";
-
-} // namespace
+// =file and =run.
 
 class FileCommand : public DriverTest
 {
@@ -258,6 +249,9 @@ TEST_F(RunCommand, FailsIfThereIsNoWayToPassTheLineOn)
     EXPECT_EQ(errorOf(QByteArray("=run say a\0b\n", 13)), "running 'say' failed");
     EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/"}));
     EXPECT_EQ(errorOf("=run say " + QByteArray(3000000, 'x') + "\n"), "running 'say' failed");
+    const QByteArray word(1000000, 'x');
+    EXPECT_EQ(errorOf("=run " + word + "\n"), "running '" + word + "' failed");
+    EXPECT_EQ(errorOf("=run a/" + word + "\n"), "running 'a/" + word + "' failed");
 }
 
 TEST_F(RunCommand, SaysInTheCaptureWhatTheShellSays)

@@ -43,8 +43,8 @@ class Manual : public DriverTest
 
 TEST_F(Manual, TheExamplesOfTheScriptLanguageAreTrue)
 {
-    addProgram("sim1", "");
-    addProgram("sim2", "");
+    addProgram("sim1", "echo start; echo finish\n");
+    addProgram("sim2", "echo start; echo finish\n");
     configure({"sim1", "sim2"});
     const QList<Example> examples = examplesOf(MANUAL_OF_SCRIPTS);
     ASSERT_GE(examples.size(), 10);

@@ -204,6 +204,21 @@ TEST_F(RemoveDirWithPermissions, StopsAtTheFirstEntryThatCannotBeRemoved)
             "test1.dir/b/y/", "test1.dir/c/", "test1.dir/c/x", "test1.dir/made", "test1.dir/z"}));
 }
 
+TEST_F(RemoveDirWithPermissions, LinksGoWithTheKindOfWhatTheyLeadTo)
+{
+    for (const char *path : {"reference/data", "test1.dir/b/x", "test1.dir/file"})
+        write(path, "");
+    link("../reference", "test1.dir/a");
+    link("../reference", "test1.dir/c");
+    link("file", "test1.dir/A");
+    link("nowhere", "test1.dir/B");
+    restrict("test1.dir/b", 0500);
+    EXPECT_EQ(runScript("=heading\n=exists c/data\n=ignore 'a'\n=exists a\n"), "test1: heading\n");
+    EXPECT_EQ(entries(),
+        QStringList({"reference/", "reference/data", "test1", "test1.dir/", "test1.dir/A",
+            "test1.dir/B", "test1.dir/b/", "test1.dir/b/x", "test1.dir/c", "test1.dir/file"}));
+}
+
 TEST_F(RemoveDirWithPermissions, ADirectoryThatStaysIsNoFailure)
 {
     addProgram("litter", "mkdir d && touch d/f && chmod 500 d");

@@ -1,7 +1,11 @@
 #include "DriverTest.h"
 
+#include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QSettings>
+
+#include <csignal>
 
 #include <sys/stat.h>
 
@@ -65,6 +69,49 @@ TEST_F(Settings, EveryProgramOfTheProductFillsTheFile)
     EXPECT_EQ(QSettings(settings, QSettings::IniFormat).allKeys().size(), 74);
 }
 
+TEST_F(Settings, AProgramThatUsesNoPreferenceOpensTheFileToo)
+{
+    const Outcome outcome = runProcess(NAMES_NOTHING, {}, environment, work);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "Preferences loaded from '" + settings.toUtf8() + "'\nmain\n");
+    EXPECT_FALSE(QFile::exists(settings)); // without an application object nothing is saved
+}
+
+TEST_F(Settings, FirstStartsAtTheSameTimeAgree)
+{
+    write("test1", "=heading\n=simprogram none\n"); // needs no directory
+    QProcess drivers[8];
+    for (QProcess &process : drivers)
+        startProcess(process, driver, {"test1"}, environment, work);
+    for (QProcess &process : drivers) {
+        EXPECT_TRUE(process.waitForFinished(300000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process.exitCode(), 0);
+        EXPECT_EQ(process.readAllStandardError(), "");
+    }
+    EXPECT_EQ(QSettings(settings, QSettings::IniFormat).allKeys().size(), 74);
+    const QDir dir = QFileInfo(settings).dir();
+    EXPECT_EQ(dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+        QStringList({"Talmo.conf"})); // no lock, no temporary file
+}
+
+TEST_F(Settings, TheSystemsFileSuppliesWhatTheUsersLacks)
+{
+    const QString userFile = settings;
+    settings = folder.filePath("system/Brelund, Inc./Talmo.conf");
+    configure({"everyone's", "unseen"});
+    settings = userFile;
+    environment["XDG_CONFIG_DIRS"] = folder.filePath("system");
+    write(settings, "[General]\nSimProgram2.name=mine\n");
+    configured = QStringList({"everyone's", "mine"});
+    write("test1", "=heading\n=simprogram *\n");
+    expectRun({"test1"}, "test1", "test1(everyone's): heading\ntest1(mine): heading\n", 0, 1);
+
+    const QStringList keys = QSettings(settings, QSettings::IniFormat).allKeys();
+    EXPECT_EQ(keys.size(), 73);
+    EXPECT_FALSE(keys.contains("SimProgram1.name"));
+}
+
 TEST_F(Settings, LaterStartsWriteNothing)
 {
     run({});
@@ -99,8 +146,9 @@ TEST_F(Settings, AStoredAtEndsTheDriver)
 {
     configure({"@"});
     const Outcome outcome = run({});
-    EXPECT_EQ(outcome.status, -1); // the exception is not caught
-    EXPECT_EQ(outcome.output, "Preferences loaded from '" + settings.toUtf8() + "'\n");
+    EXPECT_EQ(outcome.signal, SIGABRT); // the exception is not caught
+    EXPECT_EQ(outcome.output, "Preferences loaded from '" + settings.toUtf8() +
+                                  "'\ntalmo_test: executing tests in '" + work.toUtf8() + "'\n");
 }
 
 TEST_F(Settings, AnUnwritableStoreIsNotReported)

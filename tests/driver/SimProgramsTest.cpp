@@ -289,3 +289,17 @@ TEST_F(SimPrograms, NamesAreTakenAsTheyStand)
     write("test%2", "=heading\n=simprogram %1\n");
     expectRun({"test%2"}, "test%2", "test%2(%1): heading\n", 0, 1);
 }
+
+TEST_F(SimPrograms, ANameThatTheSystemWouldCutHasNoDirectory)
+{
+    configure({"\"a\\x0 b\""});
+    configured = QStringList({"a"}); // printed up to the NUL
+    write("test1(a/kept", "");
+    EXPECT_EQ(runScript("=heading\n=simprogram *\n=echo not reached\n"),
+        "test1(a: ***ERROR: cannot cd to 'test1(a'\n");
+    EXPECT_EQ(entries(), QStringList({"test1", "test1(a/", "test1(a/kept"}));
+    QDir(work + "/test1(a").removeRecursively();
+    EXPECT_EQ(
+        runScript("=heading\n=simprogram *\n"), "test1(a: ***ERROR: cannot cd to 'test1(a'\n");
+    EXPECT_EQ(entries(), QStringList({"test1"}));
+}

@@ -1,0 +1,37 @@
+#include "DriverTest.h"
+
+#include <QDir>
+#include <QProcess>
+
+#include <sys/stat.h>
+
+// When results are printed: at the end of each run, not of the driver.
+
+using Results = DriverTest;
+
+TEST_F(Results, OfARunArriveBeforeTheNextEnds)
+{
+    const struct {
+        QByteArray script;
+        QByteArray result;
+    } rows[] = {
+        {"=heading\n", passed},
+        {"=heading\n=end\n", ended},
+    };
+    ASSERT_EQ(mkfifo(qPrintable(QDir(work).filePath("fifo")), 0600), 0);
+    write("test2", "=blocks\n=compare ../fifo ../fifo\n"); // nobody ever writes to it
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.script.toStdString());
+        write("test1", row.script);
+        QProcess process;
+        startProcess(process, driver, {"test1", "test2"}, environment, work);
+        const QByteArray expected = preamble("test1 test2") + row.result;
+        QByteArray output;
+        while (output.size() < expected.size() && process.waitForReadyRead(60000))
+            output += process.readAllStandardOutput();
+        EXPECT_EQ(output, expected);
+        EXPECT_EQ(process.state(), QProcess::Running);
+        process.kill();
+        EXPECT_TRUE(process.waitForFinished(60000));
+    }
+}

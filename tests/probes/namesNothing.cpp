@@ -1,0 +1,11 @@
+// A program that is linked with the preferences and names nothing of theirs.
+
+#include "StartupGuard.h"
+
+#include <cstdio>
+
+int main()
+{
+    mainHasBeenEntered = true;
+    std::puts("main");
+}
