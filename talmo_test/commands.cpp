@@ -79,28 +79,29 @@ QString baseNameOf(const QString &path)
     return hasFolder ? RE.replace(QStringLiteral(".*/"), path, QString()) : path;
 }
 
+/// What the shell is told to run: \a words, the program first. What it prints is appended to a
+/// capture file, the program's base name and ".out", unless a word begins with ">".
+QString shellLine(const QStringList &words)
+{
+    const bool redirected = std::any_of(words.begin(), words.end(),
+        [](const QString &word) { return word.startsWith(QLatin1Char('>')); });
+    const QString line = joined(words, 0);
+    return redirected ? line : line + QStringLiteral(" >>%1.out 2>&1").arg(baseNameOf(words[0]));
+}
+
 /// =run PROGRAM [ARGUMENT ...]: passes the words to the shell, and fails if it reports failure.
-/// What the program prints is appended to a capture file, its base name and ".out", unless a word
-/// begins with ">".
 void runCommand(Invocation &invocation)
 {
     if (invocation.words.size() < 2) {
         invocation.error = QStringLiteral("Invalid =run command");
         return;
     }
-    const QString &program = invocation.words[1];
-    const QStringList arguments = invocation.words.mid(1);
-    const bool redirected = std::any_of(arguments.begin(), arguments.end(),
-        [](const QString &word) { return word.startsWith(QLatin1Char('>')); });
-    QString command = joined(arguments, 0);
-    if (!redirected) {
-        command += QStringLiteral(" >>%1.out 2>&1").arg(baseNameOf(program));
-    }
+    const QString line = shellLine(invocation.words.mid(1));
     std::fflush(stdout); // what the program prints comes after what we printed
-    // A command line ends at a NUL for the shell, and what it would then run was never written.
-    const bool runnable = !command.contains(QChar(u'\0'));
-    if (!runnable || std::system(qPrintable(command)) != 0)
-        invocation.error = QStringLiteral("running '%1' failed").arg(program);
+    // For the shell a line ends at a NUL, and what it would then run was never written.
+    const bool runnable = !line.contains(QChar(u'\0'));
+    if (!runnable || std::system(qPrintable(line)) != 0)
+        invocation.error = QStringLiteral("running '%1' failed").arg(invocation.words[1]);
 }
 
 /// =exists FILE: fails unless a file or directory of that name exists.
