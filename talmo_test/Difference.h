@@ -11,7 +11,7 @@ namespace Talmo
 {
 
 // Comparing two files takes four steps that know nothing of one another: LineReader reads, Words
-// splits, Talmo::toNumber converts, and judgeColumns judges one pair of lines. The two functions at
+// splits, toNumber converts, and judgeColumns judges one pair of lines. The two functions at
 // the end walk the files.
 
 /// Where two files part, and how.
@@ -31,9 +31,9 @@ struct Difference {
 };
 
 /// Judges one pair of lines, column by column, each by its own tolerance: the largest absolute
-/// difference allowed, or, if negative, leave to hold anything. Words beyond the tolerances do not
-/// count, and two comments, lines whose first word begins with '#', always agree. Leaves
-/// Difference::line to the caller.
+/// difference allowed, or, if negative, a mark that the column may hold anything. Words beyond the
+/// tolerances do not count, and two comments, lines whose first word begins with '#', always agree.
+/// Leaves Difference::line to the caller.
 Difference judgeColumns(
     const Words &words1, const Words &words2, const std::vector<double> &tolerances);
 

@@ -167,22 +167,27 @@ TEST(JudgeColumns, LinesNeedAsManyWordsAsThereAreTolerances)
 
 TEST(CompareExactly, NamesTheFirstLineThatDiffers)
 {
+    // clang-format off
     const struct {
         std::string_view content1;
         std::string_view content2;
         Difference difference;
     } rows[] = {
-        {"", "", same}, {"a\nb\n", "a\nb", same}, {"a\r\nb\n", "a\nb\r\n", same},
-        {"\xEF\xBB\xBF"
-         "a",
-            "a", same},
-        {"", "\xEF\xBB\xBF", same}, {"a", "A", {Difference::Text, 1, 0}},
+        {"", "", same},
+        {"a\nb\n", "a\nb", same},
+        {"a\r\nb\n", "a\nb\r\n", same},
+        {"\xEF\xBB\xBF" "a", "a", same},
+        {"", "\xEF\xBB\xBF", same},
+        {"a", "A", {Difference::Text, 1, 0}},
         {"a\nb\nc\n", "a\nx\ny\n", {Difference::Text, 2, 0}},
         {"1.0", "1.00", {Difference::Text, 1, 0}},
         {"#a", "#b", {Difference::Text, 1, 0}}, // comments are lines like any other
-        {"#a", "1", {Difference::Text, 1, 0}}, {"a ", "a", {Difference::Text, 1, 0}},
-        {"a", " a", {Difference::Text, 1, 0}}, {"a", "\ta", {Difference::Text, 1, 0}},
-        {"a b", "a  b", {Difference::Text, 1, 0}}, {"\xC3\xB6", "\xF6", {Difference::Text, 1, 0}},
+        {"#a", "1", {Difference::Text, 1, 0}},
+        {"a ", "a", {Difference::Text, 1, 0}},
+        {"a", " a", {Difference::Text, 1, 0}},
+        {"a", "\ta", {Difference::Text, 1, 0}},
+        {"a b", "a  b", {Difference::Text, 1, 0}},
+        {"\xC3\xB6", "\xF6", {Difference::Text, 1, 0}},
         {"\xFF", "\xEF\xBF\xBD", {Difference::Text, 1, 0}},
         {"a\xEF\xBB\xBF", "a", {Difference::Text, 1, 0}},
         {"a\n\xEF\xBB\xBF\n", "a\n\n", {Difference::Text, 2, 0}},
@@ -190,10 +195,13 @@ TEST(CompareExactly, NamesTheFirstLineThatDiffers)
         {"\xFF", "\xFE", {Difference::Text, 1, 0}},          // both invalid UTF-8
         {"\xC3\xA9", "e\xCC\x81", {Difference::Text, 1, 0}}, // both look the same
         {{"a\0b", 3}, {"a\0c", 3}, {Difference::Text, 1, 0}},
-        {{"a\0", 2}, "a", {Difference::Text, 1, 0}}, {"a\n", "", {Difference::Length, 0, 0}},
-        {"\n", "", {Difference::Length, 0, 0}}, {"a\n\n", "a\n", {Difference::Length, 0, 0}},
+        {{"a\0", 2}, "a", {Difference::Text, 1, 0}},
+        {"a\n", "", {Difference::Length, 0, 0}},
+        {"\n", "", {Difference::Length, 0, 0}},
+        {"a\n\n", "a\n", {Difference::Length, 0, 0}},
         {"a\nb\n", "x\n", {Difference::Text, 1, 0}}, // the first difference counts
     };
+    // clang-format on
     for (const auto &row : rows) {
         SCOPED_TRACE(row.content1);
         EXPECT_EQ(exactly(row.content1, row.content2), row.difference);
@@ -203,23 +211,28 @@ TEST(CompareExactly, NamesTheFirstLineThatDiffers)
 
 TEST(CompareColumns, NamesTheFirstLineAndColumnThatDiffer)
 {
+    // clang-format off
     const struct {
         std::string_view content1;
         std::string_view content2;
         Difference difference;
     } rows[] = {
-        {"", "", same}, {"1 2\n3 4\n", " 1\t 2 \n3.0 4", same}, {"#a\n1 2\n", "#b\n1 2\n", same},
+        {"", "", same},
+        {"1 2\n3 4\n", " 1\t 2 \n3.0 4", same},
+        {"#a\n1 2\n", "#b\n1 2\n", same},
         {"1 2\n3 4\n", "1 2\n3 5\n", {Difference::Value, 2, 2}},
         {"# c\n\n", "# c\n\n", {Difference::TooFewColumns, 2, 0}}, // comments count as lines
         {"1 2\n#\n", "1 2\n1 2\n", {Difference::CommentMismatch, 2, 0}},
         {"1 2\nx 2\n", "1 2\n1 2\n", {Difference::InvalidData, 2, 1}},
         {"1 2\n", "1 2\n#\n", {Difference::Length, 0, 0}},
-        {"1 2\n", "9 2\n1 2\n", {Difference::Value, 1, 1}}, {"\xEF\xBB\xBF", "", same},
+        {"1 2\n", "9 2\n1 2\n", {Difference::Value, 1, 1}},
+        {"\xEF\xBB\xBF", "", same},
         {"\xEF\xBB\xBF\x31 2", "1 2", same},
         {"1 2\n\xEF\xBB\xBF\x31 2", "1 2\n1 2", {Difference::InvalidData, 2, 1}},
         {"1\xC2\xA0\x32\r\n", "1 2\n", same},
         {"1 2\n\n", "1 2\n", {Difference::Length, 0, 0}}, // blank lines count
     };
+    // clang-format on
     for (const auto &row : rows) {
         SCOPED_TRACE(row.content1);
         EXPECT_EQ(byColumns(row.content1, row.content2, {0, 0}), row.difference);
