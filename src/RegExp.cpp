@@ -11,12 +11,17 @@ RegExp RE;
 
 int RegExp::find(QString pattern, QString text)
 {
+    return findAt(pattern, text, 0);
+}
+
+int RegExp::findAt(QString pattern, QString text, int offset)
+{
     startupGuard();
     QRegExp *&compiled = hash[pattern];
     if (compiled == nullptr)
         compiled = new QRegExp(pattern, Qt::CaseSensitive, QRegExp::RegExp);
     prev = compiled;
-    return prev->indexIn(text, 0, QRegExp::CaretAtZero);
+    return prev->indexIn(text, offset, QRegExp::CaretAtOffset);
 }
 
 bool RegExp::match(QString pattern, QString text)

@@ -20,6 +20,10 @@ public:
     /// for the start of the text.
     int find(QString pattern, QString text);
 
+    /// Position of the first match of \a pattern in \a text from \a offset on, or -1. A caret in
+    /// the pattern stands for \a offset.
+    int findAt(QString pattern, QString text, int offset);
+
     /// True if \a pattern matches anywhere in \a text.
     bool match(QString pattern, QString text);
 

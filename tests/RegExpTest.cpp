@@ -30,6 +30,32 @@ TEST(RegExp, FindGivesThePositionOfTheFirstMatch)
     }
 }
 
+TEST(RegExp, FindAtSearchesFromAnOffsetWhereACaretMatches)
+{
+    const struct {
+        const char *pattern;
+        int offset;
+        int position;
+    } rows[] = {
+        {"b", 0, 1},
+        {"b", 1, 1},
+        {"b", 2, 3},
+        {"b", 4, -1},
+        {"^b", 0, -1},
+        {"^b", 1, 1}, // nowhere but at the offset
+        {"^b", 2, -1},
+        {"^b*", 4, 4},
+        {"b$", 1, 3},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.pattern);
+        EXPECT_EQ(RE.findAt(row.pattern, "abab", row.offset), row.position);
+    }
+    ASSERT_EQ(RE.findAt("^([a-z])[a-z]", "x = 12mm", 6), 6);
+    EXPECT_EQ(RegExp::prev->cap(0), "mm");
+    EXPECT_EQ(RegExp::prev->pos(1), 6);
+}
+
 TEST(RegExp, CompilesAPatternOnceAndRemembersTheLatest)
 {
     RE.find("once", "text");
