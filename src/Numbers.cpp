@@ -37,6 +37,16 @@ bool startsAsDecimal(std::string_view word)
     return !word.empty() && (word.front() == '.' || (word.front() >= '0' && word.front() <= '9'));
 }
 
+/// Collects variable arguments for formatted.
+std::string formattedList(const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    std::string text = formatted(format, arguments);
+    va_end(arguments);
+    return text;
+}
+
 } // namespace
 
 bool toNumber(std::string_view word, double &value)
@@ -91,6 +101,11 @@ std::string formatted(const char *format, va_list arguments)
     va_end(again);
     uselocale(previous);
     return text;
+}
+
+std::string formattedNumber(const std::string &format, double value)
+{
+    return formattedList(format.c_str(), value);
 }
 
 } // namespace Talmo

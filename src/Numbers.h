@@ -28,4 +28,7 @@ void appendNumber(std::string &text, double value, int digits = 6);
 /// reports an error.
 std::string formatted(const char *format, va_list arguments) Q_ATTRIBUTE_FORMAT_PRINTF(1, 0);
 
+/// What printf would print for \a format, which takes one double, and \a value in the C locale.
+std::string formattedNumber(const std::string &format, double value);
+
 } // namespace Talmo

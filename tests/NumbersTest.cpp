@@ -345,3 +345,16 @@ TEST(Formatted, IsEmptyIfTheLibraryReportsAnError)
 {
     EXPECT_EQ(formatted("a%lsb", L"\u00E9"), ""); // the C locale has no such character
 }
+
+TEST(FormattedNumber, WritesWhatPrintfWould)
+{
+    for (const char *format :
+        {"%g", "%.12g", "%8.3f|", "%-+12.4E|", "% 05.1f", "%#g", "%la", "%G"}) {
+        for (const double value : {0.0, -0.0, 0.25, -123456.5, largest, smallest, -infinity}) {
+            char text[1000];
+            const int length = std::snprintf(text, sizeof text, format, value);
+            EXPECT_TRUE(length > 0 && static_cast<size_t>(length) < sizeof text);
+            EXPECT_EQ(Talmo::formattedNumber(format, value), text);
+        }
+    }
+}
