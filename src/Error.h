@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QtGlobal>
+
+namespace Talmo
+{
+
+/// The one place where the library reports problems to the user, through the console. Whoever reads
+/// input line by line keeps `line` and `lineNumber` up to date, so that a report names its line.
+class Error
+{
+public:
+    /// Prints "Error: " and \a text as a line of its own. Usable before main.
+    static void message(QString text);
+
+    /// Reports \a problem as a syntax error in \a inputLine, whose number is \a number. An empty
+    /// line stands for Error::line and a negative number for Error::lineNumber; a line that is
+    /// empty even so, and a number below 1, are left out.
+    static void syntax(QString problem, QString inputLine, int number);
+
+    /// Reserved: nothing is deferred or collected yet, so both do nothing.
+    static void displayDeferredMessages(QString heading);
+    static void display();
+
+    static QString line;   ///< the input line being processed
+    static int lineNumber; ///< its number, from 1; 0 if it has none
+
+    // Declared for deferring and collecting messages; nothing fills them yet.
+    static quintptr current;          ///< error state
+    static QString collectedMessages; ///< for display
+    static bool defer;                ///< whether messages are to be deferred
+    static QString deferredMessages;  ///< held back meanwhile
+    static QList<bool> stack;         ///< saved values of defer
+    static QList<bool> stack2;        ///< the same, a second time
+};
+
+} // namespace Talmo

@@ -1,0 +1,570 @@
+#include "Units.h"
+
+#include "Error.h"
+#include "Macro.h"
+#include "RegExp.h"
+#include "StartupGuard.h"
+#include "WorkingText.h"
+
+#include <cmath>
+#include <cstddef>
+#include <functional>
+
+// Units continued: scan, parse and apply expressions. This file owns no static member.
+//
+// The evaluator works by operator precedence, with two stacks. Scan takes one token after the other
+// from the front of the text. Numbers go to `val`. An operator goes to `op`, but first those are
+// popped and applied (doit) that bind as strongly or more; so what is pending rises in precedence
+// towards the top. A ")" applies what came after its "(", the end of the text all that is left.
+//
+// What a failing operator leaves on the stacks stays there, and the scan goes on: only what is no
+// token, a ":" or ")" without its partner, and a stack that does not end with one value make an
+// evaluation fail.
+
+namespace Talmo
+{
+
+namespace
+{
+
+using Value = Units::Value;
+
+/// In ascending order; stands for the class of an operator, too.
+enum Precedence {
+    Start,
+    Function,
+    Parenthesis,
+    Comma,
+    Conditional,
+    LogicalOr,
+    LogicalAnd,
+    Comparison,
+    Sum,
+    Product,
+    Power,
+    UnaryMinus,
+    Nothing ///< above all operators
+};
+
+void report(const QString &problem)
+{
+    Error::syntax(problem, QString(), -1);
+}
+
+/// Reports \a problem, whose %1 is the expression.
+void reportInExpression(const char *problem)
+{
+    report(QString(problem).arg(Units::currentExpression));
+}
+
+Value number(double value)
+{
+    Value result;
+    result.value = value;
+    return result;
+}
+
+bool hasUnits(const Value &value)
+{
+    return !value.units.isEmpty();
+}
+
+// Applying operators and functions. What a row of the tables applies finds at least as many values
+// on the stack as the row says; what it pops before it reports a problem stays popped.
+
+constexpr double smallestTruth = 1e-12; ///< magnitudes below are false
+
+bool isFalse(const Value &value)
+{
+    return std::fabs(value.value) < smallestTruth;
+}
+
+/// Deliberate: not the opposite of isFalse. Of NaN neither holds, so it passes in && and as a
+/// condition, but not in ||.
+bool isTrue(const Value &value)
+{
+    return std::fabs(value.value) >= smallestTruth;
+}
+
+struct Choice {
+    Value condition;
+    Value chosen; ///< of the two alternatives
+};
+
+/// Pops the second alternative, the first one, and the condition.
+Choice popChoice()
+{
+    const Value second = Units::val.pop();
+    const Value first = Units::val.pop();
+    const Value condition = Units::val.pop();
+    return {condition, isFalse(condition) ? second : first};
+}
+
+void chooseByOperator()
+{
+    const Choice choice = popChoice();
+    if (hasUnits(choice.condition))
+        reportInExpression("J:Units conversion error in '%1'");
+    else
+        Units::val.append(choice.chosen);
+}
+
+void chooseByFunction() // Deliberate: the condition may have units
+{
+    Units::val.append(popChoice().chosen);
+}
+
+void logicalOr()
+{
+    const Value right = Units::val.pop();
+    const Value left = Units::val.pop();
+    Units::val.append(number(isTrue(left) || isTrue(right)));
+}
+
+void logicalAnd()
+{
+    const Value right = Units::val.pop();
+    const Value left = Units::val.pop();
+    Units::val.append(number(!isFalse(left) && !isFalse(right)));
+}
+
+/// Pops the right operand; the left one minus that, which stays.
+double popDifference()
+{
+    const Value right = Units::val.pop();
+    Value difference = Units::val.top();
+    return difference.sub(right).value;
+}
+
+// Deliberate: exact, without a tolerance.
+template <typename Relation>
+void compare()
+{
+    const double difference = popDifference();
+    Units::val.top() = number(Relation()(difference, 0.0));
+}
+
+template <Value &(Value::*operation)(Value)>
+void combine()
+{
+    const Value right = Units::val.pop();
+    (Units::val.top().*operation)(right);
+}
+
+void raise()
+{
+    const Value exponent = Units::val.pop();
+    Value &base = Units::val.top();
+    if (hasUnits(exponent) || hasUnits(base))
+        reportInExpression("S:Invalid units in '%1'");
+    else
+        base.value = std::pow(base.value, exponent.value);
+}
+
+struct OperatorRow {
+    int precedence;
+    const char *name; ///< null for any
+    int values;       ///< how many it needs
+    void (*apply)();
+};
+
+constexpr const char *any = nullptr;
+
+// precedence, name, how many values it needs, what it applies. Other operators do nothing: the
+// start of the evaluation, and the ":" of a "?", which does the work.
+// clang-format off
+const OperatorRow operatorRows[] = {
+    { Parenthesis, any,  0, [] { reportInExpression("I:Syntax Error in '%1'"); } }, // never closed
+    { Comma,       any,  0, [] { ++Units::commaCount; } },
+    { Conditional, "?",  3, chooseByOperator },
+    { LogicalOr,   any,  2, logicalOr },
+    { LogicalAnd,  any,  2, logicalAnd },
+    { Comparison,  "==", 2, compare<std::equal_to<>> },
+    { Comparison,  "<=", 2, compare<std::less_equal<>> },
+    { Comparison,  ">=", 2, compare<std::greater_equal<>> },
+    { Comparison,  ">",  2, compare<std::greater<>> },
+    { Comparison,  "<",  2, compare<std::less<>> },
+    { Comparison,  "!=", 2, compare<std::not_equal_to<>> },
+    { Comparison,  any,  2, [] { popDifference(); reportInExpression("K:Syntax Error in '%1'"); } },
+    { Sum,         "+",  2, combine<&Value::add> },
+    { Sum,         "-",  2, combine<&Value::sub> },
+    { Sum,         any,  2, [] { Units::val.pop(); reportInExpression("L:Syntax Error in '%1'"); } },
+    { Product,     "*",  2, combine<&Value::mul> },
+    { Product,     "/",  2, combine<&Value::div> },
+    { Product,     any,  2, [] { Units::val.pop(); reportInExpression("R:Syntax Error in '%1'"); } },
+    { Power,       any,  2, raise },
+    { UnaryMinus,  "-",  1, [] { Units::val.top().neg(); } },
+    { UnaryMinus,  any,  1, [] { reportInExpression("T:Syntax Error in '%1'"); } },
+};
+// clang-format on
+
+/// Pops the second argument and expresses it in the units of the first, which stays.
+double popConverted()
+{
+    Value second = Units::val.pop();
+    return second.convert(Units::val.top().units);
+}
+
+void arcTangent()
+{
+    const double second = popConverted();
+    Units::val.top() = number(std::atan2(Units::val.top().value, second));
+}
+
+void power()
+{
+    const Value exponent = Units::val.pop();
+    const Value base = Units::val.pop();
+    if (hasUnits(exponent) || hasUnits(base))
+        reportInExpression("Q:Invalid units in '%1'");
+    else
+        Units::val.append(number(std::pow(base.value, exponent.value)));
+}
+
+/// Keeps the second of two values, in the units of the first, where it is at least as far in the
+/// direction of \a Relation; else the first.
+template <typename Relation>
+void extreme()
+{
+    const double second = popConverted();
+    Value &first = Units::val.top();
+    if (Relation()(second, first.value))
+        first.value = second;
+}
+
+struct FunctionRow {
+    const char *name;
+    int arguments;
+    const char *wrongCount; ///< what is reported of any other number of arguments
+    void (*apply)();
+};
+
+constexpr const char *notTwoArguments = "O:Syntax Error in '%1'";
+
+// name, arguments, what is reported of any other number of them, what it applies
+// clang-format off
+const FunctionRow functions[] = {
+    { "if",    3, "M:Syntax Error in '%1'", chooseByFunction },
+    { "atan2", 2, notTwoArguments,          arcTangent },
+    { "pow",   2, "P:Syntax Error in '%1'", power },
+    { "min",   2, notTwoArguments,          extreme<std::less_equal<>> },
+    { "max",   2, notTwoArguments,          extreme<std::greater_equal<>> },
+};
+
+struct UnaryFunction {
+    const char *name;
+    double (*apply)(double);
+};
+
+// Those of one number without units.
+const UnaryFunction unaryFunctions[] = {
+    { "sqrt",  std::sqrt  },
+    { "sin",   std::sin   },
+    { "cos",   std::cos   },
+    { "tan",   std::tan   },
+    { "asin",  std::asin  },
+    { "acos",  std::acos  },
+    { "atan",  std::atan  },
+    { "exp",   std::exp   },
+    { "sinh",  std::sinh  },
+    { "cosh",  std::cosh  },
+    { "tanh",  std::tanh  },
+    { "log",   std::log   },
+    { "log10", std::log10 },
+    { "ceil",  std::ceil  },
+    { "floor", std::floor },
+    { "abs",   std::fabs  },
+    { "fabs",  std::fabs  },
+};
+// clang-format on
+
+/// The row of \a table that is called \a name, or null.
+template <typename Row, std::size_t size>
+const Row *findRow(const Row (&table)[size], const QString &name)
+{
+    for (const Row &row : table) {
+        if (name == QLatin1String(row.name))
+            return &row;
+    }
+    return nullptr;
+}
+
+/// Whether a call has \a count arguments, and the stack as many values.
+bool hasArguments(int count)
+{
+    return Units::commaCount == count - 1 && Units::val.size() >= count;
+}
+
+/// Applies a function of one number; so is any name that is not in the other table.
+void applyUnaryFunction(const QString &name)
+{
+    if (!hasArguments(1)) {
+        reportInExpression("G:Syntax Error in '%1'");
+        return;
+    }
+    Value &argument = Units::val.top();
+    if (hasUnits(argument)) {
+        reportInExpression("H:Units conversion error in '%1'");
+        return;
+    }
+    if (const UnaryFunction *const function = findRow(unaryFunctions, name))
+        argument.value = function->apply(argument.value);
+    else
+        report(QStringLiteral("Unknown function %1 in '%2'").arg(name, Units::currentExpression));
+}
+
+void applyFunction(const QString &name)
+{
+    const FunctionRow *const function = findRow(functions, name);
+    if (function == nullptr)
+        applyUnaryFunction(name);
+    else if (!hasArguments(function->arguments))
+        reportInExpression(function->wrongCount);
+    else
+        function->apply();
+}
+
+void applyOperator(const OperatorRow &row)
+{
+    if (Units::val.size() >= row.values)
+        row.apply();
+    else if (row.precedence == Conditional)
+        reportInExpression("J:Syntax  error in '%1'"); // Deliberate: two blanks
+    else
+        reportInExpression("X:Syntax error in '%1'");
+}
+
+} // namespace
+
+void Units::doit(Operator pending)
+{
+    startupGuard();
+    if (pending.precedence == Function) {
+        applyFunction(pending.name);
+        return;
+    }
+    for (const OperatorRow &row : operatorRows) {
+        const bool named = row.name == any || pending.name == QLatin1String(row.name);
+        if (named && row.precedence == pending.precedence) {
+            applyOperator(row);
+            return;
+        }
+    }
+}
+
+// Scanning.
+
+namespace
+{
+
+struct OperatorToken {
+    char first; ///< what its pattern begins with; saves most of the tries
+    QString pattern;
+    int precedence;   ///< of the operator that is pushed
+    int appliedFirst; ///< pending operators from this precedence upwards
+};
+
+// clang-format off
+const OperatorToken operatorTokens[] = {
+    { '(', QStringLiteral(R"(^\()"),   Parenthesis, Nothing     },
+    { ',', QStringLiteral(R"(^,)"),    Comma,       Conditional },
+    { '?', QStringLiteral(R"(^\?)"),   Conditional, Conditional },
+    { ':', QStringLiteral(R"(^:)"),    Conditional, LogicalOr   },   // then a "?" must be pending
+    { '|', QStringLiteral(R"(^\|\|)"), LogicalOr,   LogicalOr   },
+    { '&', QStringLiteral(R"(^\&\&)"), LogicalAnd,  LogicalAnd  },
+    { '=', QStringLiteral(R"(^==)"),   Comparison,  Comparison  },
+    { '>', QStringLiteral(R"(^>=)"),   Comparison,  Comparison  },
+    { '<', QStringLiteral(R"(^<=)"),   Comparison,  Comparison  },
+    { '>', QStringLiteral(R"(^>)"),    Comparison,  Comparison  },
+    { '<', QStringLiteral(R"(^<)"),    Comparison,  Comparison  },
+    { '!', QStringLiteral(R"(^!=)"),   Comparison,  Comparison  },
+    { '+', QStringLiteral(R"(^\+)"),   Sum,         Sum         },
+    { '-', QStringLiteral(R"(^-)"),    Sum,         Sum         },
+    { '*', QStringLiteral(R"(^\*)"),   Product,     Product     },
+    { '/', QStringLiteral(R"(^/)"),    Product,     Product     },
+    { '^', QStringLiteral(R"(^\^)"),   Power,       UnaryMinus  },   // right-associative: a pending ^ stays
+};
+
+// Takes the place of the "-" above where an operand is expected. There is no unary plus.
+const OperatorToken unaryMinus =
+    { '-', QStringLiteral(R"(^-)"),    UnaryMinus,  UnaryMinus  };
+// clang-format on
+
+/// Pops and applies the pending operators from \a precedence upwards.
+void applyPending(int precedence)
+{
+    while (!Units::op.isEmpty() && Units::op.top().precedence >= precedence)
+        Units::doit(Units::op.pop());
+}
+
+/// One pass over an expression.
+class Scan
+{
+public:
+    explicit Scan(const QString &expression)
+        : rest(expression)
+    {
+    }
+
+    /// Takes all tokens; false at what is none.
+    bool run();
+
+private:
+    bool takeToken();
+    bool takeName();
+    bool takeNumber();
+    bool takeOperator();
+    bool closeParenthesis();
+
+    const OperatorToken *operatorAhead() const; ///< null if there is none
+
+    bool sees(const QString &pattern) const { return RE.match(pattern, ahead); }
+    bool sees(const OperatorToken &token) const
+    {
+        return ahead[0] == QLatin1Char(token.first) && sees(token.pattern);
+    }
+
+    WorkingText rest;
+    QString ahead; ///< the front of the rest, with the next token whole
+    bool expectOperand = true;
+};
+
+bool Scan::run()
+{
+    while (!rest.isEmpty()) {
+        ahead = rest.nextToken();
+        if (!takeToken())
+            return false;
+    }
+    return true;
+}
+
+// The first character tells which patterns can match at all.
+bool Scan::takeToken()
+{
+    const QChar first = ahead[0];
+    if (first == '.' || (first >= '0' && first <= '9'))
+        return takeNumber();
+    if (isWordCharacter(first))
+        return takeName();
+    if (first == ')')
+        return closeParenthesis();
+    return takeOperator();
+}
+
+bool Scan::takeName()
+{
+    if (sees(QStringLiteral(R"(^([A-Za-z_][A-Za-z_0-9]*)\()"))) {
+        rest.drop(RegExp::prev->matchedLength());
+        Units::op.append({RegExp::prev->cap(1), Function});
+        expectOperand = true;
+        return true;
+    }
+    if (!sees(QStringLiteral("^([A-Za-z_][A-Za-z_0-9]*)")))
+        return false;
+    // Deliberate: the text of the macro is scanned in place of its name. It may merge with what
+    // follows, it may be empty, and one that holds its own name goes on for ever.
+    const int length = RegExp::prev->matchedLength();
+    rest.replaceFront(length, Macro::value(RegExp::prev->cap(1)));
+    return true;
+}
+
+bool Scan::takeNumber()
+{
+    if (!sees(QStringLiteral(R"(^([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)?)")))
+        return false;
+    rest.drop(RegExp::prev->matchedLength());
+    Units::val.append(Value(RegExp::prev->cap(0)));
+    expectOperand = false;
+    return true;
+}
+
+const OperatorToken *Scan::operatorAhead() const
+{
+    if (expectOperand && sees(unaryMinus))
+        return &unaryMinus;
+    for (const OperatorToken &token : operatorTokens) {
+        if (sees(token))
+            return &token;
+    }
+    return nullptr;
+}
+
+bool Scan::takeOperator()
+{
+    const OperatorToken *const token = operatorAhead();
+    if (token == nullptr)
+        return false;
+    const QString name = RegExp::prev->cap(0);
+    rest.drop(RegExp::prev->matchedLength());
+    applyPending(token->appliedFirst);
+    if (name == ":" && Units::op.top().name != "?")
+        return false;
+    Units::op.append({name, token->precedence});
+    expectOperand = true;
+    return true;
+}
+
+bool Scan::closeParenthesis()
+{
+    rest.drop(1);
+    Units::commaCount = 0; // Deliberate: here and nowhere else
+    applyPending(Comma);
+    const int opening = Units::op.top().precedence;
+    if (opening != Parenthesis && opening != Function)
+        return false;
+    const Units::Operator opened = Units::op.pop();
+    if (opening == Function)
+        Units::doit(opened);
+    expectOperand = false;
+    return true;
+}
+
+/// Evaluates \a text, which is not empty, onto the stack; false if it is no expression.
+bool evaluateText(const QString &text)
+{
+    Units::val.clear();
+    Units::op.clear();
+    Units::op.append({QStringLiteral("--start--"), Start});
+    Units::commaCount = 0;
+    if (!Scan(text).run())
+        return false;
+    applyPending(Start);
+    return Units::val.size() == 1;
+}
+
+/// Expresses the top value in \a units (see Value::convert); its number.
+double expressTop(const QString &units, bool *ok)
+{
+    Value &top = Units::val.top();
+    top.value = top.convert(units, ok);
+    top.units = units;
+    return top.value;
+}
+
+} // namespace
+
+double Units::value(QString expr, QString units, bool *ok)
+{
+    startupGuard();
+    if (units == "*") {
+        value(expr, QStringLiteral("-"), ok);
+        return val.isEmpty() ? 0 : expressTop(standardUnit(val.top().units), nullptr);
+    }
+    currentExpression = expr;
+    // Deliberate: blanks stay in the working text, so "1 + 2" is a syntax error.
+    const QString text = expr.remove('$');
+    if (text.isEmpty())
+        return 0; // Deliberate: neither the flag nor the stacks are touched
+    static bool my_ok;
+    bool &flag = ok != nullptr ? *ok : my_ok;
+    flag = evaluateText(text);
+    if (!flag) {
+        if (ok == nullptr)
+            reportInExpression("D:Syntax Error in '%1'");
+        return 0;
+    }
+    return units == "-" ? val.top().value : expressTop(units, ok);
+}
+
+} // namespace Talmo

@@ -1,0 +1,98 @@
+#include "Error.h"
+#include "LibraryTest.h"
+
+using Talmo::Error;
+
+namespace
+{
+
+class ErrorReport : public LibraryTest
+{
+};
+
+} // namespace
+
+TEST_F(ErrorReport, MessagesArePrintedAtOnceOnALineOfTheirOwn)
+{
+    Error::defer = true; // nothing is deferred yet
+    Error::message("one");
+    Error::message("");
+    Error::message(QString::fromUtf8("Größe %s %1"));
+    Error::defer = false;
+    EXPECT_EQ(printed(), QString::fromUtf8("Error: one\nError: \nError: Größe %s %1\n"));
+}
+
+TEST_F(ErrorReport, SyntaxErrorsShowTheLineAndItsNumberIfTheyAreKnown)
+{
+    const struct {
+        const char *storedLine;
+        int storedNumber;
+        const char *line;
+        int number;
+        const char *expected;
+    } rows[] = {
+        // nothing is known
+        {"", 0, "", -1, "Error: Syntax Error m\n"},
+        {"", -5, "", -1, "Error: Syntax Error m\n"},
+        {"", 12, "", 0, "Error: Syntax Error m\n"}, // 0 suppresses the stored number
+        // the stored ones are used
+        {"x", 12, "", -1, "Error: Syntax Error m, at line 12\n       line: x\n"},
+        {"x", 12, "", -99, "Error: Syntax Error m, at line 12\n       line: x\n"},
+        {"x", 0, "", -1, "Error: Syntax Error m\n       line: x\n"},
+        {"x", -1, "", -1, "Error: Syntax Error m\n       line: x\n"},
+        {"", 12, "", -1, "Error: Syntax Error m, at line 12\n"},
+        {"", 1, "", -1, "Error: Syntax Error m, at line 1\n"},
+        // arguments come first
+        {"x", 12, "y", 7, "Error: Syntax Error m, at line 7\n       line: y\n"},
+        {"x", 12, "y", 0, "Error: Syntax Error m\n       line: y\n"},
+        {"x", 12, "y", -1, "Error: Syntax Error m, at line 12\n       line: y\n"},
+        {"x", 12, "", 1, "Error: Syntax Error m, at line 1\n       line: x\n"},
+        {"", 0, " ", 2147483647, "Error: Syntax Error m, at line 2147483647\n       line:  \n"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.expected);
+        Error::line = row.storedLine;
+        Error::lineNumber = row.storedNumber;
+        Error::syntax("m", row.line, row.number);
+        EXPECT_EQ(printed(), row.expected);
+    }
+}
+
+TEST_F(ErrorReport, ANullLineIsAnEmptyOne)
+{
+    Error::line = "x";
+    Error::syntax("m", QString(), 3);
+    EXPECT_EQ(printed(), "Error: Syntax Error m, at line 3\n       line: x\n");
+}
+
+TEST_F(ErrorReport, TheUsersOwnPercentSignsStay)
+{
+    Error::syntax("a %2 %1 %3", "b %1 %2 %L1", 5);
+    EXPECT_EQ(printed(), "Error: Syntax Error a %2 %1 %3, at line 5\n       line: b %1 %2 %L1\n");
+    Error::syntax("a %2", "b %1", 0);
+    EXPECT_EQ(printed(), "Error: Syntax Error a %2\n       line: b %1\n");
+    Error::syntax("a %2 %1", "", 5);
+    EXPECT_EQ(printed(), "Error: Syntax Error a %2 %1, at line 5\n");
+    Error::syntax("a %1 %s", "", 0);
+    EXPECT_EQ(printed(), "Error: Syntax Error a %1 %s\n");
+}
+
+TEST_F(ErrorReport, ShowingWhatWasCollectedDoesNothingYet)
+{
+    Error::deferredMessages = "later";
+    Error::collectedMessages = "collected";
+    Error::display();
+    Error::displayDeferredMessages("heading");
+    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(Error::deferredMessages, "later");
+    EXPECT_EQ(Error::collectedMessages, "collected");
+    Error::deferredMessages.clear();
+    Error::collectedMessages.clear();
+}
+
+TEST_F(ErrorReport, TheStateStartsEmpty)
+{
+    EXPECT_EQ(Error::current, 0U);
+    EXPECT_FALSE(Error::defer);
+    EXPECT_TRUE(Error::stack.isEmpty() && Error::stack2.isEmpty());
+}

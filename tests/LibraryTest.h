@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Console.h"
+#include "Error.h"
+#include "Macro.h"
+#include "Printing.h"
+#include "Units.h"
+
+#include <gtest/gtest.h>
+
+/// A test of modules that keep their state in static members and report through the console. Each
+/// test starts with the tables as they were after start-up (unknown units are remembered!), without
+/// macros, with empty stacks, and with nothing printed.
+class LibraryTest : public testing::Test
+{
+protected:
+    LibraryTest()
+    {
+        printed();
+        Talmo::Error::line.clear();
+        Talmo::Error::lineNumber = 0;
+        Talmo::Macro::hash.clear();
+        Talmo::Macro::globalHash.clear();
+        Talmo::Macro::stack.clear();
+        Talmo::Units::currentExpression.clear();
+        Talmo::Units::commaCount = 0;
+        Talmo::Units::val.clear();
+        Talmo::Units::op.clear();
+    }
+    ~LibraryTest() override
+    {
+        Talmo::Units::typeHash = typeHash;
+        Talmo::Units::factorHash = factorHash;
+    }
+
+    /// What was printed since the last call.
+    static QString printed()
+    {
+        const QString text = Talmo::Console::initial == nullptr ? "" : *Talmo::Console::initial;
+        if (Talmo::Console::initial != nullptr)
+            Talmo::Console::initial->clear();
+        return text.isEmpty() ? "" : text;
+    }
+
+    /// What Error::syntax prints for \a problem when there is neither a line nor its number.
+    static QString reported(const QString &problem)
+    {
+        return "Error: Syntax Error " + problem + "\n";
+    }
+
+    /// A value as the tables of tests write it.
+    static Talmo::Units::Value value(double number, const QString &units = "")
+    {
+        Talmo::Units::Value result;
+        result.value = number;
+        result.units = units;
+        return result;
+    }
+
+    /// The values on the stack, from the bottom, with their units.
+    static QStringList valuesLeft()
+    {
+        QStringList list;
+        for (const Talmo::Units::Value &left : Talmo::Units::val)
+            list.append(left.to_s("%.12g", /*withUnits=*/true));
+        return list;
+    }
+
+private:
+    const QHash<QString, int> typeHash = Talmo::Units::typeHash;
+    const QHash<QString, double> factorHash = Talmo::Units::factorHash;
+};
