@@ -1,14 +1,22 @@
 // Calls the operation that the variable OPERATION names from a static initialiser, then says
-// "main" from main.
+// "main" from main. Without the variable, lists the operations that must not survive this.
 
 #include "Console.h"
+#include "Error.h"
+#include "Macro.h"
 #include "RegExp.h"
+#include "Units.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
+using Talmo::Console;
+using Talmo::Error;
+using Talmo::Macro;
 using Talmo::RE;
+using Talmo::Units;
+using Value = Talmo::Units::Value;
 
 namespace
 {
@@ -18,28 +26,83 @@ struct Operation {
     void (*call)();
 };
 
-const Operation operations[] = {
-    {"find", [] { RE.find("a", "a"); }},
-    {"match", [] { RE.match("a", "a"); }},
-    {"replace", [] { RE.replace("a", "a", "b"); }},
-    {"substitute",
+QString text = "a";
+Value length;
+
+// The arguments are such that, but for the guard, there would be nothing to do.
+const Operation guarded[] = {
+    {"RE.find", [] { RE.find("a", "a"); }},
+    {"RE.findAt", [] { RE.findAt("a", "a", 0); }},
+    {"RE.match", [] { RE.match("a", "a"); }},
+    {"RE.replace", [] { RE.replace("a", "a", "b"); }},
+    {"RE.substitute", [] { RE.substitute("a", text, "b"); }},
+    {"RE.replaceAll", [] { RE.replaceAll("a", "a", "b"); }},
+    {"RE.replaceAll of nothing", [] { RE.replaceAll("", "a", "b"); }},
+    {"Error::syntax", [] { Error::syntax("a", "", -1); }},
+    {"Error::displayDeferredMessages", [] { Error::displayDeferredMessages(""); }},
+    {"Error::display", [] { Error::display(); }},
+    {"Macro::value", [] { Macro::value("a"); }},
+    {"Macro::isDefined", [] { Macro::isDefined("a"); }},
+    {"Macro::deleteName", [] { Macro::deleteName("a"); }},
+    {"Macro::pushDefinitions", [] { Macro::pushDefinitions(/*clear=*/true); }},
+    {"Macro::popDefinitions", [] { Macro::popDefinitions(); }},
+    {"Macro::pushAndDefine", [] { Macro::pushAndDefine({}); }},
+    {"Macro::inspect", [] { Macro::inspect(); }},
+    {"Macro::expand", [] { Macro::expand(""); }},
+    {"Macro::successor", [] { Macro::successor(""); }},
+    {"Units::standardUnit", [] { Units::standardUnit(""); }},
+    {"Units::value", [] { Units::value("", "-", nullptr); }},
+    {"Units::value in standard units", [] { Units::value("", "*", nullptr); }},
+    {"Units::doit",
         [] {
-            QString text = "a";
-            RE.substitute("a", text, "b");
+            Units::doit({"--start--", 0});
         }},
-    {"replaceAll", [] { RE.replaceAll("a", "a", "b"); }},
-    {"replaceAll of nothing", [] { RE.replaceAll("", "a", "b"); }},
-    {"Console::printf", [] { Talmo::Console::printf("early %d\n", 1); }},
+    {"Units::evaluate", [] { Units::evaluate("%g", "", "-"); }},
+    {"Units::unit", [] { Units::unit(""); }},
+    {"Units::isSimpleNumber", [] { Units::isSimpleNumber(""); }},
+    {"Units::isFloat", [] { Units::isFloat(""); }},
+    {"Units::factor", [] { Units::factor("mm", "m"); }},
+    {"Units::convertAll", [] { Units::convertAll("", "mm"); }},
+    {"Units::check", [] { Units::check("a", "b"); }},
+    {"Units::inspect", [] { Units::inspect(); }},
+    {"Value from text", [] { Value(QString("1")); }},
+    {"Value::convert", [] { length.convert(""); }},
+    {"Value::to_s", [] { length.to_s("%g", /*withUnits=*/false); }},
+    {"Value::add", [] { length.add({}); }},
+    {"Value::sub", [] { length.sub({}); }},
+    {"Value::mul", [] { length.mul({}); }},
+    {"Value::div", [] { length.div({}); }},
+    {"Value::neg", [] { length.neg(); }},
+};
+
+const Operation unguarded[] = {
+    {"Console::printf", [] { Console::printf("early %d\n", 1); }},
+    {"Error::message", [] { Error::message("early"); }},
+    {"Units::compatibleUnits",
+        [] { Console::printf("%s\n", qPrintable(Units::compatibleUnits("T").join(" "))); }},
+    {"Units::Units",
+        [] {
+            const Units again;
+            Console::printf("%d units\n", static_cast<int>(Units::typeHash.size()));
+        }},
+    {"Value", [] { Console::printf("%g%s\n", Value().value, qPrintable(Value().units)); }},
 };
 
 struct Caller {
     Caller()
     {
         const char *const wanted = std::getenv("OPERATION");
-        for (const Operation &operation : operations) {
-            if (wanted != nullptr && std::string_view(wanted) == operation.name)
-                operation.call();
-        }
+        if (wanted == nullptr)
+            return;
+        for (const Operation &operation : guarded)
+            callIfNamed(operation, wanted);
+        for (const Operation &operation : unguarded)
+            callIfNamed(operation, wanted);
+    }
+    static void callIfNamed(const Operation &operation, std::string_view wanted)
+    {
+        if (wanted == operation.name)
+            operation.call();
     }
 } caller;
 
@@ -47,5 +110,10 @@ struct Caller {
 
 int main()
 {
-    std::puts("main");
+    if (std::getenv("OPERATION") != nullptr) {
+        std::puts("main");
+        return 0;
+    }
+    for (const Operation &operation : guarded)
+        std::puts(operation.name);
 }
