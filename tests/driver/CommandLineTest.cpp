@@ -350,3 +350,13 @@ TEST_F(Fallback, DistributionServesOptionD)
     EXPECT_EQ(run({"-d"}).output, expected);
     EXPECT_EQ(entries(), QStringList({"test1.dir/", "test2"}));
 }
+
+TEST_F(CommandLine, TheDriverCarriesTheUnitsAndFillsTheirTableAtStart)
+{
+    environment["LD_PRELOAD"] = UNITS_AT_START;
+    environment["ASAN_OPTIONS"] = "verify_asan_link_order=0"; // our library comes before its own
+    write("test1", "=starts no program\n");
+    const Outcome outcome = run({"test1"});
+    EXPECT_EQ(outcome.errors, "70 units of 18 kinds\n");
+    EXPECT_EQ(outcome.status, 0);
+}
