@@ -18,7 +18,7 @@ public:
     /// Reports \a problem as a syntax error in \a inputLine, whose number is \a number. An empty
     /// line stands for Error::line and a negative number for Error::lineNumber; a line that is
     /// empty even so, and a number below 1, are left out.
-    static void syntax(QString problem, QString inputLine, int number);
+    static void syntax(QString problem, QString inputLine = QString(), int number = -1);
 
     /// Reserved: nothing is deferred or collected yet, so both do nothing.
     static void displayDeferredMessages(QString heading);

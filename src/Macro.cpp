@@ -103,14 +103,9 @@ bool findReference(const QString &pattern, const QString &text, Reference &found
     return true;
 }
 
-void report(const QString &problem)
-{
-    Error::syntax(problem, QString(), -1);
-}
-
 void reportUndefined(const QString &name)
 {
-    report(QStringLiteral("Undefined macro '%1'").arg(name));
+    Error::syntax(QStringLiteral("Undefined macro '%1'").arg(name));
 }
 
 /// Replaces what \a pattern finds by the values of the macros named there.
@@ -199,7 +194,7 @@ QString Macro::expand(QString text)
         return QStringLiteral("");
     expandExpressions(expanded);
     if (RE.match(QStringLiteral(R"(\$\{)"), expanded)) {
-        report(QStringLiteral("unbalanced ${ in '%1'").arg(text));
+        Error::syntax(QStringLiteral("unbalanced ${ in '%1'").arg(text));
         return QStringLiteral("");
     }
     return expanded;

@@ -38,16 +38,11 @@ const QString numberWithUnits =
 /// characters from one conversion (C17, 7.21.6.1).
 constexpr int longestConversion = 4095;
 
-void report(const QString &problem)
-{
-    Error::syntax(problem, QString(), -1);
-}
-
 void reportConversion(const QString &from, const QString &to)
 {
     // Deliberate: only the first is replaced by "(none)".
-    report(QStringLiteral("Units Conversion Error from %1 to %2")
-               .arg(from.isEmpty() ? QStringLiteral("(none)") : from, to));
+    Error::syntax(QStringLiteral("Units Conversion Error from %1 to %2")
+                      .arg(from.isEmpty() ? QStringLiteral("(none)") : from, to));
 }
 
 /// The double nearest to \a number, a text that begins as numberWithUnits does: infinite if it is
@@ -83,7 +78,7 @@ QString printed(const QString &format, double number)
             R"(^((?:[^%]|%%)*)(%[-+ #0]*([0-9]*)(?:\.([0-9]*))?l?[aAeEfFgG])((?:[^%]|%%)*)$)"),
         format);
     if (!valid || !isBounded(RegExp::prev->cap(3)) || !isBounded(RegExp::prev->cap(4))) {
-        report(QStringLiteral("Invalid format '%1'").arg(format));
+        Error::syntax(QStringLiteral("Invalid format '%1'").arg(format));
         return QStringLiteral("");
     }
     const std::string text = formattedNumber(RegExp::prev->cap(2).toStdString(), number);
@@ -160,7 +155,7 @@ Units::Value::Value(QString text)
 {
     startupGuard();
     if (!RE.match(numberWithUnits, text)) {
-        report(QStringLiteral("A:Invalid string with units '%1'").arg(text));
+        Error::syntax(QStringLiteral("A:Invalid string with units '%1'").arg(text));
         return;
     }
     value = toDouble(RegExp::prev->cap(1));
@@ -210,7 +205,7 @@ Units::Value &Units::Value::mul(Value other)
         if (units.isEmpty())
             units = other.units;
         else
-            report(QStringLiteral("U:Invalid units in '%1'").arg(currentExpression));
+            Error::syntax(QStringLiteral("U:Invalid units in '%1'").arg(currentExpression));
     }
     value *= other.value;
     return *this;

@@ -46,15 +46,10 @@ enum Precedence {
     Nothing ///< above all operators
 };
 
-void report(const QString &problem)
-{
-    Error::syntax(problem, QString(), -1);
-}
-
 /// Reports \a problem, whose %1 is the expression.
 void reportInExpression(const char *problem)
 {
-    report(QString(problem).arg(Units::currentExpression));
+    Error::syntax(QString(problem).arg(Units::currentExpression));
 }
 
 Value number(double value)
@@ -310,7 +305,8 @@ void applyUnaryFunction(const QString &name)
     if (const UnaryFunction *const function = findRow(unaryFunctions, name))
         argument.value = function->apply(argument.value);
     else
-        report(QStringLiteral("Unknown function %1 in '%2'").arg(name, Units::currentExpression));
+        Error::syntax(
+            QStringLiteral("Unknown function %1 in '%2'").arg(name, Units::currentExpression));
 }
 
 void applyFunction(const QString &name)
