@@ -98,7 +98,8 @@ public:
     /// operator or function that cannot be applied is reported, and the evaluation goes on without
     /// it. A result of another kind than \a units comes back unconverted, and \a ok says so;
     /// without \a ok, that is reported. An empty \a expr is 0 and changes neither \a ok nor `val`.
-    /// Afterwards `val` holds the result, or what was left of it.
+    /// With "*" the result is always what `val` has on top afterwards, even if that was left by a
+    /// failure or by the expression before.
     static double value(QString expr, QString units, bool *ok);
 
     /// Applies \a pending to `val`. If that cannot be, it is reported, and what has been taken from
