@@ -25,7 +25,7 @@ TEST_P(Locale, TheLocaleOfThisTestIsThere)
     const QByteArray libraryPrints = isGerman ? "0,5" : "0.5";
     const Outcome outcome = runProcess(PRINT_UNDER_LOCALE, {}, environment, work);
     EXPECT_EQ(outcome.output,
-        libraryPrints + "\n0.5 1 1 0\n1.23457e+06 1234567 text\n" + libraryPrints + "\n");
+        libraryPrints + "\n0.5 1 1 0\n1.23457e+06 1234567 text\n5.00\n" + libraryPrints + "\n");
 }
 
 TEST_P(Locale, NumbersAreWrittenWithAPoint)

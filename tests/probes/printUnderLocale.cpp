@@ -1,14 +1,17 @@
 // The locale of the environment at work: first what the C library prints, then what we print, and
-// whether we still read a decimal point.
+// whether we still read a decimal point, in numbers and in expressions.
 
 #include "Console.h"
 #include "Numbers.h"
+#include "StartupGuard.h"
+#include "Units.h"
 
 #include <clocale>
 #include <cstdio>
 
 int main()
 {
+    mainHasBeenEntered = true;
     std::setlocale(LC_ALL, "");
     std::printf("%g\n", 0.5);
     std::string text;
@@ -20,5 +23,6 @@ int main()
     std::printf("%s %d %d %d\n", text.c_str(), point, tiny, comma);
     std::fflush(stdout);
     Talmo::Console::printf("%g %d %s\n", 1234567.5, 1234567, "text");
+    Talmo::Console::printf("%s\n", qPrintable(Talmo::Units::evaluate("%.2f", "0.5cm", "mm")));
     std::printf("%g\n", 0.5); // the process's locale is as it was
 }
