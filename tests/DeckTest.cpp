@@ -1,12 +1,41 @@
 #include "Deck.h"
+#include "Console.h"
+#include "Error.h"
+#include "Macro.h"
 #include "Text.h"
 #include "TrackerFiles.h"
+#include "Units.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 using namespace tracker;
 
-using DeckFiles = TrackerFiles;
+namespace
+{
+
+class DeckFiles : public TrackerFiles
+{
+protected:
+    /// Reads a deck that holds \a text. Returns the error.
+    static std::string readText(const std::string &text, Deck &deck)
+    {
+        write("deck", text);
+        std::string error;
+        const bool good = readDeck("deck", deck, error);
+        EXPECT_EQ(good, error.empty());
+        return error;
+    }
+};
+
+/// What the library has printed so far, in this process.
+std::string printed()
+{
+    return Talmo::Console::initial ? Talmo::Console::initial->toStdString() : "";
+}
+
+} // namespace
 
 TEST(Text, WordsAreSeparatedByBlanksOfAnyKind)
 {
@@ -16,6 +45,17 @@ TEST(Text, WordsAreSeparatedByBlanksOfAnyKind)
     EXPECT_EQ(splitWords("drift"), (Words{"drift"}));
     EXPECT_EQ(splitWords(" \t\r"), Words());
     EXPECT_EQ(splitWords(""), Words());
+}
+
+TEST(Text, RestOfALineKeepsItsInnerBlanks)
+{
+    const std::string line = "\tdefine  x \ta  b \r";
+    EXPECT_EQ(textAfterWords(line, 0), "define  x \ta  b");
+    EXPECT_EQ(textAfterWords(line, 2), "a  b");
+    EXPECT_EQ(textAfterWords(line, 3), "b");
+    EXPECT_EQ(textAfterWords(line, 4), "");
+    EXPECT_EQ(textAfterWords("x", 1), "");
+    EXPECT_EQ(textAfterWords(" ", 0), "");
 }
 
 TEST(Deck, DeckLinesBecomeSteps)
@@ -33,6 +73,7 @@ TEST(Deck, DeckLinesBecomeSteps)
         {{"drift", "0"}, Action::Drift, 0, 0, ""},
         {{"quad", "-4", "300"}, Action::Quad, -4, 300, ""},
         {{"solenoid", ".5", "+10"}, Action::Solenoid, 0.5, 10, ""},
+        {{"accelerate", "-5"}, Action::Accelerate, 0, 0, ""},
         {{"reverse"}, Action::Reverse, 0, 0, ""},
         {{"output", "o.dat"}, Action::WriteBeam, 0, 0, "o.dat"},
     };
@@ -44,8 +85,186 @@ TEST(Deck, DeckLinesBecomeSteps)
         EXPECT_EQ(step.action, row.action);
         EXPECT_EQ(step.field, row.field);
         EXPECT_EQ(step.length, row.length);
+        EXPECT_EQ(step.energy, row.action == Action::Accelerate ? -5 : 0);
         EXPECT_EQ(step.file, row.file);
         EXPECT_EQ(commandWord(step.action), row.words.front());
+    }
+}
+
+TEST(Deck, NumbersAreExpressionsInTheirOwnUnits)
+{
+    struct Row {
+        std::vector<std::string> words;
+        double field;
+        double length;
+        double energy;
+    };
+    const Row rows[] = {
+        {{"drift", "300mm"}, 0, 300, 0},
+        {{"drift", "0.5m"}, 0, 500, 0},
+        {{"drift", "2*3mm+5cm"}, 0, 56, 0},
+        {{"drift", "2*(3+4)"}, 0, 14, 0},
+        {{"drift", "6m/2m"}, 0, 3, 0}, // the unit is gone: mm
+        {{"drift", "max(1in,2cm)"}, 0, 25.4, 0},
+        {{"drift", "2.5e1mm"}, 0, 25, 0},
+        {{"drift", "+5"}, 0, 5, 0}, // not an expression, but a number
+        {{"drift", "5."}, 0, 5, 0},
+        {{"drift", "0*-1mm"}, 0, 0, 0},
+        {{"quad", "3.5Tpm", "200mm"}, 3.5, 200, 0},
+        {{"quad", "-20000Gpm", "2*10"}, -2, 20, 0},
+        {{"quad", "-(1+1)", "1"}, -2, 1, 0},
+        {{"solenoid", "15kG", "1ft"}, 1.5, 304.8, 0},
+        {{"solenoid", "-0.5T/2", "1"}, -0.25, 1, 0},
+        {{"accelerate", "2GeV"}, 0, 0, 2000},
+        {{"accelerate", "-3*10"}, 0, 0, -30},
+        {{"accelerate", "500keV"}, 0, 0, 0.5},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(joinWords(row.words));
+        Step step;
+        std::string what;
+        ASSERT_TRUE(parseStep(row.words, step, what)) << what;
+        EXPECT_DOUBLE_EQ(step.field, row.field);
+        EXPECT_DOUBLE_EQ(step.length, row.length);
+        EXPECT_DOUBLE_EQ(step.energy, row.energy);
+    }
+}
+
+TEST_F(DeckFiles, MacrosStandForTheirText)
+{
+    struct Row {
+        std::string title;
+        std::string lines;
+        std::string plain; ///< other lines for the same steps
+    };
+    const Row rows[] = {
+        {"with a unit", "define cell 600mm\ndrift $cell\n", "drift 600\n"},
+        {"behind a number", "define n 2\ndrift ${n}5mm\n", "drift 25\n"},
+        {"as bare numbers", "define cell 600mm\ndrift ${2*$cell;mm}\n", "drift 1200\n"},
+        {"named in an expression", "define cell 600mm\ndrift ${2*cell;mm}\n", "drift 1200\n"},
+        {"named in a word", "define cell 600mm\ndrift cell/2\n", "drift 300\n"},
+        {"through another", "define a 3mm\ndefine b 2*a\ndefine a 4mm\ndrift b\n", "drift 8\n"},
+        {"evaluated first", "define a 3mm\ndefine b ${2*$a}\ndefine a 4mm\ndrift $b\n",
+            "drift 6\n"},
+        {"with a format", "define third ${%.3f;1/3}\nquad $third 1\n", "quad 0.333 1\n"},
+        {"as a text, not a value", "define sum 1+2\ndrift 2*$sum\n", "drift 4\n"},
+        {"of words", "define lens 4Tpm 30cm\nquad $lens\n", "quad 4 300\n"},
+        {"for a command", "define element drift\n$element 5\n", "drift 5\n"},
+        {"for a name", "define n 7\ndefine cell_$n 5mm\ndrift ${cell_${n}}\n", "drift 5\n"},
+        {"in an expression, named by another",
+            "define n 7\ndefine cell_7 5mm\n"
+            "drift ${2*cell_${n};mm}\n",
+            "drift 10\n"},
+        {"replaced", "define a 1\ndefine a 2\ndrift $a\n", "drift 2\n"},
+        {"from itself", "define a 1\ndefine a ${$a+1}\ndrift $a\n", "drift 2\n"},
+        {"counting", "define n 9\noutput c${n++}\noutput c${n++}\ndrift $n\n",
+            "output c9\noutput c10\ndrift 11\n"},
+        {"without the blanks around", "define\ta \t 5 \r\noutput <$a>\n", "output <5>\n"},
+        {"underscores", "define _a_1 5\ndrift $_a_1\n", "drift 5\n"},
+        {"in comments", " # $nothing ${\n", ""},
+        {"a file beside a macro of its name", "define out x\noutput out\n", "output out\n"},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.title);
+        Deck deck;
+        Deck plain;
+        EXPECT_EQ(readText("beam b\n" + row.lines + "output o\n", deck), "");
+        ASSERT_EQ(readText("beam b\n" + row.plain + "output o\n", plain), "");
+        ASSERT_EQ(deck.steps.size(), plain.steps.size());
+        for (std::size_t i = 0; i < deck.steps.size(); ++i) {
+            EXPECT_EQ(deck.steps[i].action, plain.steps[i].action);
+            EXPECT_DOUBLE_EQ(deck.steps[i].field, plain.steps[i].field);
+            EXPECT_DOUBLE_EQ(deck.steps[i].length, plain.steps[i].length);
+            EXPECT_EQ(deck.steps[i].file, plain.steps[i].file);
+        }
+    }
+}
+
+TEST_F(DeckFiles, DefinitionsMayStandAnywhere)
+{
+    Deck deck;
+    EXPECT_EQ(readText("define in b\nbeam $in\ndefine out o\noutput $out\ndefine x y\n", deck), "");
+    ASSERT_EQ(deck.steps.size(), 2U);
+    EXPECT_EQ(deck.steps[0].file, "b");
+    EXPECT_EQ(deck.steps[0].line, 2U);
+    EXPECT_EQ(deck.steps[1].line, 4U);
+}
+
+TEST_F(DeckFiles, MacrosLastAsLongAsTheirDeck)
+{
+    Talmo::Macro::hash["outer"] = "kept";
+    const std::string definition = "beam b\ndefine inner 5\n";
+    for (const std::string end : {"output o\n", "unknown\n"}) { // a good deck and a wrong one
+        Deck deck;
+        const std::string error = readText(definition + end, deck);
+        EXPECT_EQ(error, end == "unknown\n" ? "deck:3: unknown element 'unknown'" : "");
+        EXPECT_EQ(Talmo::Macro::hash, (Talmo::Macro::Table{{"outer", "kept"}}));
+        EXPECT_EQ(Talmo::Macro::stack.size(), 0);
+    }
+    for (const std::string name : {"inner", "outer"}) {
+        Deck deck;
+        EXPECT_EQ(readText("beam b\ndrift " + name + "\noutput o\n", deck),
+            "deck:2: unknown name '" + name + "'");
+    }
+    Talmo::Macro::hash.clear();
+}
+
+TEST_F(DeckFiles, WhatTheLibraryReportsFailsTheLine)
+{
+    struct Row {
+        std::string line;
+        std::string problem; ///< as the library tells it
+    };
+    // clang-format off
+    const Row rows[] = {
+        {"drift $x", "Undefined macro 'x'"},
+        {"drift ${x}", "Undefined macro 'x'"},
+        {"drift \t $x", "Undefined macro 'x'"},
+        {"output o${x++}", "Undefined macro 'x'"},
+        {"define a ${}", "Undefined macro ''"},
+        {"drift ${2*3", "unbalanced ${ in 'drift ${2*3'"},
+        {"define a ${1,5}", "D:Syntax Error in '1,5'"},
+        {"define a ${%d;1}", "Invalid format '%d'"},
+        {"drift ${2;mm}", "Units Conversion Error from (none) to mm"},
+        {"drift sin(1mm)", "H:Units conversion error in 'sin(1mm)'"},
+        {"drift 2*", "X:Syntax error in '2*'"},
+        {"drift 2*+3", "X:Syntax error in '2*+3'"},
+        {"drift nosuch(3)", "Unknown function nosuch in 'nosuch(3)'"},
+        {"drift 1mm+1", "Units Conversion Error from (none) to mm"},
+        {"quad 1Tpm*1m 1", "U:Invalid units in '1Tpm*1m'"},
+        {"accelerate (3", "I:Syntax Error in '(3'"},
+        {"drift -sqrt(4mm)", "H:Units conversion error in '-sqrt(4mm)'"}, // not: negative length
+    };
+    // clang-format on
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.line);
+        const std::string before = printed();
+        testing::internal::CaptureStdout();
+        Deck deck;
+        EXPECT_EQ(readText("# one\nbeam b\n\n" + row.line + "\noutput o\n", deck),
+            "deck:4: error in '" + row.line + "'");
+        const std::string report = "Error: Syntax Error " + row.problem + ", at line 4\n" +
+                                   "       line: " + row.line + "\n";
+        EXPECT_EQ(printed(), before + report);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), report);
+        EXPECT_TRUE(Talmo::Error::line.isEmpty());
+        EXPECT_EQ(Talmo::Error::lineNumber, 0);
+    }
+    // What was reported before does not count.
+    Deck deck;
+    EXPECT_EQ(readText("beam b\ndrift 1mm\noutput o\n", deck), "");
+    EXPECT_TRUE(Talmo::Error::line.isEmpty());
+    EXPECT_EQ(Talmo::Error::lineNumber, 0);
+}
+
+TEST_F(DeckFiles, NamesOfFilesPassInAnyEncoding)
+{
+    for (const std::string name : {"\xc3\xa9.dat", "\xe9.dat", "\xff\xfe"}) {
+        SCOPED_TRACE(name);
+        Deck deck;
+        EXPECT_EQ(readText("beam b\ndefine name " + name + "\noutput $name\n", deck), "");
+        ASSERT_EQ(deck.steps.size(), 2U);
+        EXPECT_EQ(deck.steps[1].file, name);
     }
 }
 
@@ -65,11 +284,10 @@ TEST_F(DeckFiles, WrongDecksAreToldByFileLineAndWord)
         {"beam b\nsolenoid 1\n", "deck:2: expected 'solenoid FIELD LENGTH', found 'solenoid 1'"},
         {"beam b\nreverse 1\n", "deck:2: expected 'reverse', found 'reverse 1'"},
         {"beam b\noutput\n", "deck:2: expected 'output FILE', found 'output'"},
-        {"beam b\ndrift 1mm\n", "deck:2: '1mm' is not a number"},
-        {"beam b\nquad 1,5 10\n", "deck:2: '1,5' is not a number"},
-        {"beam b\nquad nan 10\n", "deck:2: 'nan' is not a number"},
-        {"beam b\nquad 1 1e999\n", "deck:2: '1e999' is not a number"},
-        {"beam b\ndrift -1e-9\n", "deck:2: negative length '-1e-9'"},
+        {"beam b\naccelerate 1 2\n",
+            "deck:2: expected 'accelerate ENERGY', found 'accelerate 1 2'"},
+        {"define a 5\n", "deck: the deck has no commands"},
+        {"define a 5\ndrift $a\n", "deck:2: the first command must be 'beam FILE', found 'drift'"},
         {"output o\n", "deck:1: the first command must be 'beam FILE', found 'output'"},
         {"\nreverse\n", "deck:2: the first command must be 'beam FILE', found 'reverse'"},
         {"beam b\nbeam b\n", "deck:2: 'beam' may only be the first command"},
@@ -81,12 +299,75 @@ TEST_F(DeckFiles, WrongDecksAreToldByFileLineAndWord)
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.deck);
-        write("deck", row.deck);
         Deck deck;
-        std::string error;
-        EXPECT_FALSE(readDeck("deck", deck, error));
-        EXPECT_EQ(error, row.message);
+        EXPECT_EQ(readText(row.deck, deck), row.message);
     }
+}
+
+TEST_F(DeckFiles, WhatIsNotANumberOrAMacroIsTold)
+{
+    struct Row {
+        std::string lines; ///< the last one is wrong
+        std::string message;
+    };
+    // clang-format off
+    const Row rows[] = {
+        {"quad 1,5 10", "'1,5' is not an expression"},
+        {"quad 4, 10", "'4,' is not an expression"},
+        {"quad ,4 10", "',4' is not an expression"},
+        {"quad 1 max(2,,3)", "'max(2,,3)' is not an expression"},
+        {"drift ()5", "'()5' is not an expression"},
+        {"drift 1;2", "'1;2' is not an expression"},
+        {"drift 3)", "'3)' is not an expression"},
+        {"drift $", "'$' is not an expression"},
+        {"drift 5$", "'5$' is not an expression"},
+        {"define a 5,\ndrift a", "'5,' is not an expression"},
+        {"drift ${5,;mm}", "'5,' is not an expression"},
+        {"quad nan 10", "unknown name 'nan'"},
+        {"drift (nosuch)5mm", "unknown name 'nosuch'"},
+        {"drift 5_1", "unknown name '_1'"},
+        {"drift ${(nosuch)5mm}", "unknown name 'nosuch'"},
+        {"drift ${%.3f;2*nosuch;mm}", "unknown name 'nosuch'"},
+        {"define a 2+b\ndrift a", "unknown name 'b'"},
+        {"define f sin\ndrift f(1)*f", "unknown name 'sin'"},
+        {"drift 3+2parsec", "unknown unit 'parsec'"},
+        {"drift ${3+2parsec}", "unknown unit 'parsec'"},
+        {"drift ${3mm;parsec}", "unknown unit 'parsec'"},
+        {"define a 2parsec\ndrift 3+a", "unknown unit 'parsec'"},
+        {"define a a/2\ndrift a", "macro 'a' refers to itself"},
+        {"define a a/2\ndrift ${2*$a}", "macro 'a' refers to itself"},
+        {"define a b\ndefine b 2*a\ndrift b", "macro 'b' refers to itself"},
+        {"drift 3kg", "'3kg' is not a length"},
+        {"quad 15kG 10", "'15kG' is not a gradient"},
+        {"solenoid 2Tpm 10", "'2Tpm' is not a field"},
+        {"solenoid 2 10MeV", "'10MeV' is not a length"},
+        {"accelerate 1MV", "'1MV' is not an energy"},
+        {"drift 1/0", "'1/0' is not finite"},
+        {"drift sqrt(-1)", "'sqrt(-1)' is not finite"},
+        {"accelerate 1e308GeV", "'1e308GeV' is not finite"},
+        {"quad 1 1e999", "'1e999' is not finite"},
+        {"drift -1e-9", "negative length '-1e-9'"},
+        {"drift 2mm-1cm", "negative length '2mm-1cm'"},
+        {"define", "expected 'define NAME TEXT', found 'define'"},
+        {"define a ", "expected 'define NAME TEXT', found 'define a'"},
+        {"define 2x 5", "'2x' is not a name"},
+        {"define a.b 5", "'a.b' is not a name"},
+        {"define \xe9 5", "'\xe9' is not a name"},
+        {"define a b$", "macro 'a' holds a '$'"},
+        {"define a #z\noutput ${a++}", "macro 'a' holds a '$'"}, // then "$a"
+    };
+    // clang-format on
+    Talmo::Units::factorHash["parsec"] = 0; // as the library remembers a unit that it did not find
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.lines);
+        const std::string before = printed();
+        const auto number = 2 + std::count(row.lines.begin(), row.lines.end(), '\n');
+        Deck deck;
+        EXPECT_EQ(readText("beam b\n" + row.lines + "\noutput o\n", deck),
+            "deck:" + std::to_string(number) + ": " + row.message);
+        EXPECT_EQ(printed(), before); // the library has not noticed
+    }
+    Talmo::Units::factorHash.remove("parsec");
 }
 
 TEST_F(DeckFiles, DecksThatCannotBeReadAreTold)

@@ -104,6 +104,84 @@ TEST(Tracker, TracksThatOverflowAreReported)
     EXPECT_FALSE(passElement(drift, transported, fast));
 }
 
+TEST(Tracker, GapsAddEnergyAndKeepTransverseMomenta)
+{
+    // In units of the mass: P = 0.75 makes E = 1.25, P = 2.4 makes E = 2.6, P = 4/3 makes E = 5/3.
+    struct Row {
+        double px;
+        double py;
+        double pz;
+        double energy;
+        double pzAfter;
+    };
+    const Row rows[] = {
+        {0, 0, 0.75, 1.35, 2.4},
+        {0, 0, 2.4, -1.35, 0.75},
+        {0, 0, 0.75, 1.25 / 3, 4.0 / 3},
+        {0.45, 0, 0.6, 1.35, std::sqrt(5.5575)}, // 2.4^2 - 0.45^2
+        {-0.3, 0.4, std::sqrt(0.3125), 1.25 / 3, std::sqrt(16.0 / 9 - 0.25)},
+        {0.45, 0, 0.6, 0, 0.6},
+    };
+    for (const Row &row : rows)
+        for (const int pdgId : {11, -11, -13, 2212}) {
+            SCOPED_TRACE(testing::Message() << "PDGid " << pdgId << ", Pz " << row.pz);
+            const double mass = findParticle(pdgId)->mass;
+            Track track;
+            track.pdgId = pdgId;
+            track.x = 1;
+            track.y = -2;
+            track.z = 300;
+            track.t = 4;
+            track.px = row.px * mass;
+            track.py = row.py * mass;
+            track.pz = row.pz * mass;
+            const Track before = track;
+            ASSERT_TRUE(accelerate(row.energy * mass, track));
+            EXPECT_NEAR(track.pz / mass, row.pzAfter, 1e-14);
+            EXPECT_EQ(track.px, before.px);
+            EXPECT_EQ(track.py, before.py);
+            EXPECT_EQ(track.x, 1);
+            EXPECT_EQ(track.y, -2);
+            EXPECT_EQ(track.z, 300);
+            EXPECT_EQ(track.t, 4);
+            ASSERT_TRUE(accelerate(-row.energy * mass, track));
+            EXPECT_NEAR(track.pz / mass, row.pz, 1e-14);
+        }
+}
+
+TEST(Tracker, GapsRefuseWhatCouldNotFlyOn)
+{
+    struct Row {
+        double px;
+        double pz;
+        double energy; ///< all three in units of the mass
+        bool passes;
+    };
+    const Row rows[] = {
+        {0, 0.75, -0.2499, true},  // E = 1.25
+        {0, 0.75, -0.2501, false}, // less than the mass is left
+        {0, 0.75, -1.2501, false}, // less than nothing
+        {0, 0.75, -2.5, false},    // as far below 0 as it was above: P^2 would be the same
+        {0, 0.75, -9, false},
+        {0.45, 0.6, -0.1534, true}, // sqrt(1 + 0.45^2) = 1.09659 is left
+        {0.45, 0.6, -0.1535, false},
+        {0.45, 0.6, 1e200, false},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(testing::Message() << row.px << ' ' << row.energy);
+        Track track;
+        track.pdgId = 13;
+        const double mass = findParticle(13)->mass;
+        track.px = row.px * mass;
+        track.pz = row.pz * mass;
+        EXPECT_EQ(accelerate(row.energy * mass, track), row.passes);
+    }
+    Track photon;
+    photon.pdgId = 22;
+    photon.pz = 100;
+    EXPECT_FALSE(accelerate(1, photon));
+}
+
 TEST(Tracker, ReversedBeamRetracesTheMirroredLine)
 {
     struct Row {
@@ -147,6 +225,7 @@ TEST_F(TrackerFiles, NothingIsWrittenBeforeAllIsUnderstood)
     const std::string goodTrack = "0 0 0 0 0 1 0 11 1 1 0 1\n";
     const Row rows[] = {
         {goodDeck + "kicker\n" + "output out\n", goodTrack, "deck:3: unknown element 'kicker'"},
+        {goodDeck + "drift 3kg\n" + "output out\n", goodTrack, "deck:3: '3kg' is not a length"},
         {goodDeck + "reverse\n", goodTrack,
             "deck:3: the last command must be 'output FILE', found 'reverse'"},
         {goodDeck, goodTrack + "0\n", "beam:4: expected 12 columns, found 1"},
@@ -210,6 +289,29 @@ TEST_F(TrackerFiles, TooStrongElementsAreToldByTrack)
     }
 }
 
+TEST_F(TrackerFiles, StoppedTracksAreTold)
+{
+    write("beam", heading + "0 0 0 0 0 200 0 -13 1 1 0 1\n0 0 0 0 0 100 0 -13 2 1 0 1\n");
+    struct Row {
+        std::string energy;
+        std::string message;
+    };
+    const Row rows[] = {
+        {"-100", "deck:2: 'accelerate' stops or turns back track 2"},
+        {"-200MeV", "deck:2: 'accelerate' stops or turns back track 1"},
+        {"1e200", "deck:2: 'accelerate' is too strong or too long for track 1"},
+        {"-0.03GeV", ""},
+    };
+    for (const Integrator integrator : {Integrator(transported), Integrator(kicked)})
+        for (const Row &row : rows) {
+            SCOPED_TRACE(row.energy);
+            write("deck", "beam beam\naccelerate " + row.energy + "\noutput out\n");
+            std::string error;
+            EXPECT_EQ(runDeck("deck", integrator, error), row.message.empty());
+            EXPECT_EQ(error, row.message);
+        }
+}
+
 TEST_F(TrackerFiles, SlicesRefuseWhatTakesTooMany)
 {
     // K L = 99.9 and 100.1 rad at a rigidity of 1 T m
@@ -242,13 +344,16 @@ TEST_F(TrackerFiles, MainAnswersWithAnExitStatus)
     write("beam", heading);
     write("good", "beam beam\noutput out\n");
     write("bad", "output out\n");
+    write("macro", "beam beam\ndrift $x\noutput out\n");
     char program[] = "tracker";
     char good[] = "good";
     char bad[] = "bad";
+    char macro[] = "macro";
     struct Row {
         std::vector<char *> arguments;
         int status;
         std::string errors;
+        std::string output;
     };
     const std::string usage = "Usage: tracker DECK\n"
                               "       tracker-kick DECK\n"
@@ -256,18 +361,22 @@ TEST_F(TrackerFiles, MainAnswersWithAnExitStatus)
                               "track files:\n"
                               "tracker by transfer matrices, tracker-kick in thin slices.\n";
     const Row rows[] = {
-        {{program, good}, 0, ""},
+        {{program, good}, 0, "", ""},
         {{program, bad}, 1,
-            "tracker: bad:1: the first command must be 'beam FILE', found 'output'\n"},
-        {{program}, 2, usage},
-        {{program, good, good}, 2, usage},
+            "tracker: bad:1: the first command must be 'beam FILE', found 'output'\n", ""},
+        {{program, macro}, 1, "tracker: macro:2: error in 'drift $x'\n",
+            "Error: Syntax Error Undefined macro 'x', at line 2\n       line: drift $x\n"},
+        {{program}, 2, usage, ""},
+        {{program, good, good}, 2, usage, ""},
     };
     for (Row row : rows) {
         SCOPED_TRACE(row.arguments.size());
         testing::internal::CaptureStderr();
+        testing::internal::CaptureStdout();
         EXPECT_EQ(
             trackerMain(static_cast<int>(row.arguments.size()), row.arguments.data(), transported),
             row.status);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), row.errors);
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), row.output);
     }
 }

@@ -1,6 +1,8 @@
 #include "Deck.h"
 
-#include "Numbers.h"
+#include "Expansion.h"
+#include "Expression.h"
+#include "ReportWatch.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -15,18 +17,32 @@ namespace
 struct Command {
     const char *word;
     Action action;
-    const char *parameters; ///< one letter each: File, Strength of the field, Length
+    const char *parameters; ///< one letter each: File, or one of the quantities
     const char *usage;
 };
 
 // clang-format off
 constexpr Command commands[] = {
-    { "beam",     Action::ReadBeam,  "F",  "beam FILE"             },
-    { "drift",    Action::Drift,     "L",  "drift LENGTH"          },
-    { "quad",     Action::Quad,      "SL", "quad GRADIENT LENGTH"  },
-    { "solenoid", Action::Solenoid,  "SL", "solenoid FIELD LENGTH" },
-    { "reverse",  Action::Reverse,   "",   "reverse"               },
-    { "output",   Action::WriteBeam, "F",  "output FILE"           },
+    { "beam",       Action::ReadBeam,   "F",  "beam FILE"             },
+    { "drift",      Action::Drift,      "L",  "drift LENGTH"          },
+    { "quad",       Action::Quad,       "GL", "quad GRADIENT LENGTH"  },
+    { "solenoid",   Action::Solenoid,   "BL", "solenoid FIELD LENGTH" },
+    { "accelerate", Action::Accelerate, "E",  "accelerate ENERGY"     },
+    { "reverse",    Action::Reverse,    "",   "reverse"               },
+    { "output",     Action::WriteBeam,  "F",  "output FILE"           },
+};
+
+struct Parameter {
+    char letter;
+    Quantity quantity;
+    double Step::*number;
+};
+
+constexpr Parameter quantities[] = {
+    { 'L', { "a length",   "mm"  }, &Step::length },
+    { 'G', { "a gradient", "Tpm" }, &Step::field  },
+    { 'B', { "a field",    "T"   }, &Step::field  },
+    { 'E', { "an energy",  "MeV" }, &Step::energy },
 };
 // clang-format on
 
@@ -37,18 +53,24 @@ const Command *findCommand(const std::string &word)
     return found == std::end(commands) ? nullptr : found;
 }
 
-bool parseParameter(char kind, const std::string &word, Step &step, std::string &what)
+/// Words that are not as many as \a usage shows.
+std::string wrongUsage(const char *usage, const std::vector<std::string> &words)
 {
-    if (kind == 'F') {
+    return "expected " + quoted(usage) + ", found " + quoted(joinWords(words));
+}
+
+bool parseParameter(char letter, const std::string &word, Step &step, std::string &what)
+{
+    if (letter == 'F') {
         step.file = word;
         return true;
     }
-    double &number = kind == 'L' ? step.length : step.field;
-    if (!Talmo::toNumber(word, number)) {
-        what = quoted(word) + " is not a number";
+    const Parameter &parameter = *std::find_if(std::begin(quantities), std::end(quantities),
+        [&](const Parameter &row) { return row.letter == letter; });
+    double &number = step.*parameter.number;
+    if (!readQuantity(word, parameter.quantity, number, what))
         return false;
-    }
-    if (kind == 'L' && number < 0) {
+    if (letter == 'L' && number < 0) {
         what = "negative length " + quoted(word);
         return false;
     }
@@ -66,12 +88,18 @@ std::string misplaced(const Step &step, const std::vector<Step> &steps)
     return {};
 }
 
-/// Takes line number \a line of the deck, which may be blank or a comment.
-bool readLine(const std::string &text, std::size_t line, Deck &deck, std::string &what)
+/// Takes \a text, an expanded line, which may be a definition.
+bool takeCommand(const std::string &text, std::size_t line, Deck &deck, std::string &what)
 {
     const std::vector<std::string> words = splitWords(text);
-    if (words.empty() || words.front().front() == '#')
+    if (words.empty()) // blank, or an error of the expansion has left nothing
         return true;
+    if (words.front() == "define") {
+        if (words.size() >= 3)
+            return defineMacro(words[1], textAfterWords(text, 2), what);
+        what = wrongUsage("define NAME TEXT", words);
+        return false;
+    }
     Step step;
     step.line = line;
     if (!parseStep(words, step, what))
@@ -81,6 +109,23 @@ bool readLine(const std::string &text, std::size_t line, Deck &deck, std::string
         return false;
     deck.steps.push_back(step);
     return true;
+}
+
+/// Takes line number \a number of the deck, which may be blank or a comment.
+bool readLine(const std::string &line, std::size_t number, Deck &deck, std::string &what)
+{
+    const std::vector<std::string> words = splitWords(line);
+    if (words.empty() || words.front().front() == '#')
+        return true;
+    DeckScope::setLine(line, number);
+    const ReportWatch watch;
+    std::string text = line;
+    const bool good =
+        expandLine(text, what) && takeCommand(text, number, deck, what) && checkMacros(what);
+    if (!watch.sawReport())
+        return good;
+    what = "error in " + quoted(textAfterWords(line, 0));
+    return false;
 }
 
 } // namespace
@@ -102,10 +147,7 @@ bool parseStep(const std::vector<std::string> &words, Step &step, std::string &w
         return false;
     }
     if (words.size() != 1 + std::strlen(command->parameters)) {
-        std::string found;
-        for (const std::string &word : words)
-            found += (found.empty() ? "" : " ") + word;
-        what = "expected " + quoted(command->usage) + ", found " + quoted(found);
+        what = wrongUsage(command->usage, words);
         return false;
     }
     step.action = command->action;
@@ -124,6 +166,7 @@ bool readDeck(const std::string &file, Deck &deck, std::string &error)
         return false;
     }
     deck.name = file;
+    const DeckScope scope;
     for (std::size_t i = 0; i < lines.size(); ++i) {
         std::string what;
         if (!readLine(lines[i], i + 1, deck, what)) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -14,6 +16,17 @@ bool readLines(const std::string &file, std::vector<std::string> &lines);
 /// The blank-separated words of \a line. Blanks are spaces, tabs, vertical tabs, form feeds, and
 /// carriage returns, which foreign line ends leave.
 std::vector<std::string> splitWords(const std::string &line);
+
+/// \a words with a space between each two.
+std::string joinWords(const std::vector<std::string> &words);
+
+/// What follows the first \a count words of \a line, without the blanks around it.
+std::string textAfterWords(const std::string &line, std::size_t count);
+
+/// \a text for the library and back: a character a byte, so that names of files pass unchanged
+/// whatever their encoding.
+QString fromBytes(const std::string &text);
+std::string toBytes(const QString &text);
 
 /// "FILE:LINE: WHAT", the form of every message about an input file. Lines count from 1.
 std::string messageAt(const std::string &file, std::size_t line, const std::string &what);

@@ -36,6 +36,26 @@ bool isUsable(const Track &track)
     return track.pz > 0;
 }
 
+bool takeTrack(const Step &step, Integrator integrator, Track &track)
+{
+    switch (step.action) {
+    case Action::Reverse:
+        reverse(track);
+        return true;
+    case Action::Accelerate:
+        return accelerate(step.energy, track);
+    default:
+        return passElement(step, integrator, track);
+    }
+}
+
+/// What \a step has done to a track that cannot fly on.
+const char *failure(const Step &step)
+{
+    return step.energy < 0 ? " stops or turns back track "
+                           : " is too strong or too long for track ";
+}
+
 /// Takes the whole beam through one step; the message in \a error is about the step.
 bool takeStep(
     const Step &step, const Deck &deck, Integrator integrator, Beam &beam, std::string &error)
@@ -47,12 +67,9 @@ bool takeStep(
         return false;
     }
     for (std::size_t i = 0; i < beam.size(); ++i) {
-        if (step.action == Action::Reverse) {
-            reverse(beam[i]);
-        } else if (!passElement(step, integrator, beam[i])) {
+        if (!takeTrack(step, integrator, beam[i])) {
             error = messageAt(deck.name, step.line,
-                quoted(commandWord(step.action)) + " is too strong or too long for track " +
-                    std::to_string(i + 1));
+                quoted(commandWord(step.action)) + failure(step) + std::to_string(i + 1));
             return false;
         }
     }
@@ -77,6 +94,22 @@ bool passElement(const Step &step, Integrator integrator, Track &track)
     track.z += step.length;
     const double beta = p / std::hypot(p, particle->mass);
     track.t += step.length / (beta * speedOfLight);
+    return isUsable(track);
+}
+
+// With E^2 = P^2 + m^2 the gain changes P^2, and so Pz^2, by (E + gain)^2 - E^2 = gain (2E + gain):
+// H. Wiedemann, Particle Accelerator Physics (Springer), on relativistic kinematics. The mass drops
+// out of the difference, so nothing is lost to rounding where a gain is small.
+bool accelerate(double energy, Track &track)
+{
+    const Particle *const particle = findParticle(track.pdgId);
+    if (!particle)
+        return false;
+    const double before = std::hypot(std::hypot(track.px, track.py, track.pz), particle->mass);
+    if (before + energy <= 0) // its square grows again
+        return false;
+    // Not a number for a particle that is turned back.
+    track.pz = std::sqrt(track.pz * track.pz + energy * (2 * before + energy));
     return isUsable(track);
 }
 

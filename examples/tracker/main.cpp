@@ -1,6 +1,8 @@
+#include "StartupGuard.h"
 #include "Tracker.h"
 
 int main(int argc, char **argv)
 {
+    mainHasBeenEntered = true;
     return tracker::trackerMain(argc, argv, tracker::transported);
 }
