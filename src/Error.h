@@ -9,6 +9,8 @@ namespace Talmo
 
 /// The one place where the library reports problems to the user, through the console. Whoever reads
 /// input line by line keeps `line` and `lineNumber` up to date, so that a report names its line.
+///
+/// Before main, every operation but message crashes deliberately (see startupGuard).
 class Error
 {
 public:

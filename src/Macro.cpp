@@ -207,7 +207,8 @@ QString Macro::successor(QString text)
         const Alphabet *const alphabet = wrapping(text[index]);
         if (alphabet == nullptr) {
             // Deliberate: whatever it is, it becomes the next character; "1.9" becomes "1/0".
-            text[index] = QChar(text[index].unicode() + 1);
+            // After the last one, U+FFFF, comes U+0000.
+            text[index] = QChar(static_cast<char16_t>(text[index].unicode() + 1));
             return text;
         }
         text[index] = QLatin1Char(alphabet->first);

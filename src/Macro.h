@@ -43,7 +43,8 @@ public:
     /// units, with an optional format in front and an optional unit behind: ${%.3f;2*x;mm}.
     ///
     /// After an error, which Error::syntax has reported, "": a name that is not defined, or a "${"
-    /// that is never closed. A macro that refers to itself makes it loop for ever.
+    /// that is never closed. Counters that were replaced before it stay advanced. A macro that
+    /// refers to itself makes it go on for ever, or until memory runs out.
     static QString expand(QString text);
 
     /// What a counter holds after \a text: the last character counts up, digits and letters wrap

@@ -102,6 +102,7 @@ QString standardOf(int kind, const QString &otherwise)
 
 Units::Units()
 {
+    standardUnits.clear();
     for (const char *const unit : standardUnitNames)
         standardUnits.append(unit);
     int kind = -1;
@@ -207,7 +208,7 @@ Units::Value &Units::Value::mul(Value other)
         else
             Error::syntax(QStringLiteral("U:Invalid units in '%1'").arg(currentExpression));
     }
-    value *= other.value;
+    value *= other.value; // Deliberate: also of two values with units
     return *this;
 }
 
@@ -234,14 +235,15 @@ Units::Value &Units::Value::neg()
 
 QString Units::evaluate(QString format, QString expr, QString units)
 {
-    const double number = value(expr, units, nullptr);
-    if (val.isEmpty()) {
+    value(expr, units, nullptr);
+    if (val.isEmpty()) { // 0 in these units, even if they are "-"
         val.append(Value());
-        val.top().value = number;
         val.top().units = units;
     }
     Value result = val.top();
-    if (units != "-" && units != "*") // with "*" it is in its standard unit already
+    // Deliberate: what value has converted is converted once more, which makes a difference to an
+    // unknown unit (NaN). With "*" it is in its standard unit already.
+    if (units != "-" && units != "*")
         result.value = result.convert(units);
     return result.to_s(format, /*withUnits=*/units == "-");
 }
@@ -316,7 +318,7 @@ QString Units::convertAll(QString text, QString units)
         if (position == text.size())
             break;
         const int length = matchAt(withUnit, text, position);
-        if (length < 0) { // a plain number, or a "." that starts none
+        if (length < 0) { // a plain number, or one character: a "." that starts none
             copy(std::max(matchAt(plainNumber, text, position), 1));
             continue;
         }

@@ -75,14 +75,13 @@ public:
         }
     };
 
-    /// A list that is used from its end. Neither operation may be called on an empty one.
+    /// A list that is used from its end. Neither pop nor top may be called on an empty one.
     template <typename T>
     class Stack : public QList<T>
     {
     public:
         T pop() { return this->takeLast(); }
         T &top() { return this->last(); }
-        const T &top() const { return this->last(); }
     };
 
     /// Fills the table: done once, by `initializer`.
@@ -111,21 +110,25 @@ public:
     /// there, for an empty \a expr the result before, and 0 if there is none.
     static QString evaluate(QString format, QString expr, QString units);
 
-    /// The unit of the value of \a expr; "" if it has none or is no expression.
+    /// The unit of the value of \a expr; "" if it has none or is no expression. An expression of
+    /// nothing but "$" has the unit of the one before.
     static QString unit(QString expr);
 
     /// Whether \a text has none of the characters *+/><=!~%^()?:|& in it; a minus sign may be.
     static bool isSimpleNumber(QString text);
 
-    /// Whether \a text is an expression, with or without units.
+    /// Whether \a text is an expression, with or without units; that an operator or function could
+    /// not be applied is reported, but does not count.
     static bool isFloat(QString text);
 
-    /// How many \a to one \a from is. Problems are reported as by value.
+    /// How many \a to one \a from is. Problems are reported as by value: the result is 0 for what
+    /// is no unit, but 1 for one of another kind.
     static double factor(QString to, QString from);
 
     /// \a text with every number that has a unit directly behind it rewritten as the bare number in
     /// \a units, or with "*" in the standard unit of its kind. Numbers of another kind, and of
-    /// kinds without a standard unit, stay as they are. A sign is text.
+    /// kinds without a standard unit, stay as they are. A sign is text. An unknown unit counts as
+    /// none: with "" or "*" its number becomes 0.
     static QString convertAll(QString text, QString units);
 
     /// Compares the exponents of the numbers \a a and \a b as if they were units, and reports a

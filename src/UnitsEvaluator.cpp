@@ -14,8 +14,9 @@
 //
 // The evaluator works by operator precedence, with two stacks. Scan takes one token after the other
 // from the front of the text. Numbers go to `val`. An operator goes to `op`, but first those are
-// popped and applied (doit) that bind as strongly or more; so what is pending rises in precedence
-// towards the top. A ")" applies what came after its "(", the end of the text all that is left.
+// popped and applied (doit) that bind as strongly or more (a ^ leaves another one alone); so from
+// an open "(" or function upwards, what is pending rises in precedence. A ")" applies what came
+// after its "(", the end of the text all that is left.
 //
 // What a failing operator leaves on the stacks stays there, and the scan goes on: only what is no
 // token, a ":" or ")" without its partner, and a stack that does not end with one value make an
@@ -43,7 +44,7 @@ enum Precedence {
     Product,
     Power,
     UnaryMinus,
-    Nothing ///< above all operators
+    AboveAll ///< no operator's: nothing is applied first
 };
 
 /// Reports \a problem, whose %1 is the expression.
@@ -362,10 +363,10 @@ struct OperatorToken {
 
 // clang-format off
 const OperatorToken operatorTokens[] = {
-    { '(', QStringLiteral(R"(^\()"),   Parenthesis, Nothing     },
+    { '(', QStringLiteral(R"(^\()"),   Parenthesis, AboveAll    },
     { ',', QStringLiteral(R"(^,)"),    Comma,       Conditional },
     { '?', QStringLiteral(R"(^\?)"),   Conditional, Conditional },
-    { ':', QStringLiteral(R"(^:)"),    Conditional, LogicalOr   },   // then a "?" must be pending
+    { ':', QStringLiteral(R"(^:)"),    Conditional, LogicalOr   },   // then a "?" must be on top
     { '|', QStringLiteral(R"(^\|\|)"), LogicalOr,   LogicalOr   },
     { '&', QStringLiteral(R"(^\&\&)"), LogicalAnd,  LogicalAnd  },
     { '=', QStringLiteral(R"(^==)"),   Comparison,  Comparison  },
@@ -412,7 +413,8 @@ private:
     bool takeOperator();
     bool closeParenthesis();
 
-    const OperatorToken *operatorAhead() const; ///< null if there is none
+    /// The operator at the front, or null; RE has just matched it.
+    const OperatorToken *operatorAhead() const;
 
     bool sees(const QString &pattern) const { return RE.match(pattern, ahead); }
     bool sees(const OperatorToken &token) const
@@ -439,7 +441,7 @@ bool Scan::run()
 bool Scan::takeToken()
 {
     const QChar first = ahead[0];
-    if (first == '.' || (first >= '0' && first <= '9'))
+    if (isNumberStart(first))
         return takeNumber();
     if (isWordCharacter(first))
         return takeName();

@@ -89,10 +89,3 @@ TEST_F(ErrorReport, ShowingWhatWasCollectedDoesNothingYet)
     Error::deferredMessages.clear();
     Error::collectedMessages.clear();
 }
-
-TEST_F(ErrorReport, TheStateStartsEmpty)
-{
-    EXPECT_EQ(Error::current, 0U);
-    EXPECT_FALSE(Error::defer);
-    EXPECT_TRUE(Error::stack.isEmpty() && Error::stack2.isEmpty());
-}

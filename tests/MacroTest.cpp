@@ -252,7 +252,10 @@ TEST_F(MacroExpansion, CountersAreReplacedAndAdvanced)
     EXPECT_EQ(expanded("f_${n++}.dat"), "f_z.dat");
     EXPECT_EQ(Macro::value("n"), "aa");
     Macro::hash["n"] = "1";
-    EXPECT_EQ(expanded("${n++} $n"), "1 1") << "plain names come first";
+    EXPECT_EQ(expanded("${n++} $n ${n}"), "1 1 1") << "names come first, in braces too";
+    Macro::hash["a"] = "1+2";
+    Macro::hash["m"] = "${a}";
+    EXPECT_EQ(expanded("${m++}"), "3") << "what a counter inserts is an expression by now";
 }
 
 TEST_F(MacroExpansion, OnlyALocalMacroCounts)
@@ -287,7 +290,7 @@ TEST_F(MacroExpansion, ExpressionsAreEvaluated)
         {"${%.2f;1/3}", "0.33"}, {"${%.2f;1/3} and ${%.3e;2}", "0.33 and 2.000e+00"},
         {"${%.3f;2*x;mm}", "3.000"}, {"${%.3f;2*x}", "3.000mm"}, {"${%.1f;$half;um}", "750.0"},
         {"${%g ;1+1}", "2 "}, {"${%%%g;1+1}", "%2"}, {"a${1+1}b${2*2}c", "a2b4c"},
-        {"${1+1}${1+1}", "22"}, {"{${1+1}}", "{2}"},
+        {"${1+1}${1+1}", "22"}, {"{${1+1}}", "{2}"}, {"${2Tpm2;Tpm2}", "2"},
         {"${%g${1+1;1+1}}", "22"}, // the format makes it "2${1+1}", a reference again
     };
     for (const auto &row : rows) {
@@ -307,6 +310,17 @@ TEST_F(MacroExpansion, WhatAnExpressionReportsItsTextIsInserted)
     EXPECT_EQ(Macro::expand("${3kg+1;mm}"), "4");
     EXPECT_EQ(printed(), reported("Units Conversion Error from (none) to kg") +
                              reported("Units Conversion Error from kg to mm"));
+}
+
+TEST_F(MacroExpansion, FormatAndUnitsHaveTheirCharacters)
+{
+    EXPECT_EQ(Macro::expand("${1in;*}"), "1in"); // no units: part of the expression
+    EXPECT_EQ(printed(), reported("D:Syntax Error in '1in;*'"));
+    EXPECT_EQ(Macro::expand("${1in;-}"), "1in");
+    EXPECT_EQ(printed(), reported("D:Syntax Error in '1in;-'"));
+    EXPECT_EQ(Macro::expand("${%;mm}"), "0"); // no format
+    EXPECT_EQ(printed(), reported("D:Syntax Error in '%'"));
+    EXPECT_EQ(expanded("${%g${;1}}"), "11"); // "1${}": an empty expression, so the result before
 }
 
 TEST_F(MacroExpansion, FormatsOfUsersCannotHarm)
@@ -355,6 +369,11 @@ TEST_F(MacroExpansion, SuccessorsCountLikeAnOdometer)
         SCOPED_TRACE(row.text);
         EXPECT_EQ(Macro::successor(QString::fromUtf8(row.text)), QString::fromUtf8(row.successor));
     }
+}
+
+TEST_F(MacroExpansion, TheSuccessorOfTheLastCharacterIsTheFirst)
+{
+    EXPECT_EQ(Macro::successor(QString(QChar(0xFFFF))), QString(QChar(0)));
 }
 
 TEST_F(MacroExpansion, SuccessorsOfNumbersAreTheNextNumbers)

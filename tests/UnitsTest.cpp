@@ -134,6 +134,8 @@ TEST_F(UnitsTable, UnknownUnitsAreRememberedWhereTheyWereLookedUp)
     EXPECT_FALSE(Units::factorHash.contains("xyz"));
 
     EXPECT_EQ(Units::compatibleUnits(""), (QStringList{"", "furlong", "xyz"}));
+    value(3).convert("league"); // the target's factor is looked up, too
+    EXPECT_EQ(Units::factorHash.value("league", -1), 0.0);
     EXPECT_EQ(printed(), "");
 }
 
@@ -271,7 +273,7 @@ TEST_F(UnitsValue, ConvertsWithinAKind)
         {value(1, "mile"), "ft", 5280},
         {value(5, ""), "", 5},
         {value(1, "J"), "joule", 1},
-        {value(2, "T"), "G", 2 * 1.0 / 0.0001}, // multiplied first, then divided
+        {value(3, "ft"), "mm", 3 * 12.0 / 0.03937007874015748}, // the product first
         {value(0.1, "m"), "mm", 0.1 * 39.37007874015748 / 0.03937007874015748},
         {value(-infinity, "m"), "mm", -infinity},
     };
@@ -528,6 +530,13 @@ TEST_F(UnitsEntryPoints, EvaluateReportsAConversionThatCannotBeOnce)
     EXPECT_EQ(printed(), reported("Units Conversion Error from mm to "));
 }
 
+TEST_F(UnitsEntryPoints, EvaluateConvertsToUnitsOnceMore)
+{
+    EXPECT_EQ(Units::value("1", "furlong", nullptr), infinity);
+    EXPECT_TRUE(Units::evaluate("%g", "1", "furlong").endsWith("nan")); // of either sign
+    EXPECT_EQ(printed(), "");
+}
+
 TEST_F(UnitsEntryPoints, EvaluateOfNothingPrintsTheResultBefore)
 {
     EXPECT_EQ(Units::evaluate("%g", "", "mm"), "0"); // there is none: 0 in the units asked for
@@ -561,13 +570,9 @@ TEST_F(UnitsEntryPoints, UnitGivesTheUnitsOfAnExpression)
         const char *expression;
         const char *units;
     } rows[] = {
-        {"", ""},
-        {"3mm*2", "mm"},
-        {"2*3GeV", "GeV"},
-        {"6mm/2mm", ""},
-        {"7", ""},
-        {"1 mm", ""}, // no expression
-        {"3furlong", "furlong"},
+        {"", ""}, {"3mm*2", "mm"}, {"2*3GeV", "GeV"}, {"6mm/2mm", ""}, {"7", ""},
+        {"1 mm", ""},                          // no expression
+        {"3furlong", "furlong"}, {"2mm)", ""}, // no expression, though 2mm is left
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.expression);
@@ -578,6 +583,8 @@ TEST_F(UnitsEntryPoints, UnitGivesTheUnitsOfAnExpression)
     EXPECT_EQ(printed(), reported("X:Syntax error in '1+'"));
     Units::value("4cm", "-", nullptr);
     EXPECT_EQ(Units::unit("$"), "cm"); // nothing to evaluate: the result before
+    Units::val.clear();
+    EXPECT_EQ(Units::unit("$"), ""); // and if there is none
     EXPECT_EQ(Units::unit(""), "");
 }
 
@@ -618,6 +625,8 @@ TEST_F(UnitsEntryPoints, FloatsAreExpressions)
         EXPECT_EQ(Units::isFloat(row.text), row.isFloat);
     }
     EXPECT_EQ(printed(), reported("X:Syntax error in '+5'"));
+    EXPECT_TRUE(Units::isFloat("2cm"));
+    EXPECT_EQ(valuesLeft(), QStringList{"20mm"}); // evaluated in its standard unit
 }
 
 TEST_F(UnitsEntryPoints, FactorIsWhatOneUnitIsWorth)
@@ -631,6 +640,7 @@ TEST_F(UnitsEntryPoints, FactorIsWhatOneUnitIsWorth)
     EXPECT_EQ(printed(), "");
     EXPECT_EQ(Units::factor("mm", "m)"), 0);
     EXPECT_EQ(printed(), reported("D:Syntax Error in '1.0m)'"));
+    // Deliberate: the number that value returns of another kind, not 0.
     EXPECT_EQ(Units::factor("mm", "kg"), 1);
     EXPECT_EQ(printed(), reported("Units Conversion Error from kg to mm"));
 }
@@ -700,6 +710,8 @@ TEST_F(UnitsServices, ConvertAllRemembersTheNamesItMeets)
     EXPECT_EQ(Units::compatibleUnits(""), (QStringList{"", "*"}));
     Units::convertAll("1abc 1mm", "zzz");
     EXPECT_EQ(Units::compatibleUnits(""), (QStringList{"", "*", "abc", "zzz"}));
+    Units::convertAll("1def", "mm");
+    EXPECT_TRUE(Units::typeHash.contains("def"));
     Units::convertAll("no numbers", "yyy");
     EXPECT_FALSE(Units::typeHash.contains("yyy"));
 }

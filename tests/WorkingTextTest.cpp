@@ -61,12 +61,16 @@ TEST(WorkingText, TheNextTokenShowsWhatThePatternsFindInTheWhole)
 
 TEST(WorkingText, TheNextTokenIsNoLongerThanItMustBe)
 {
-    EXPECT_EQ(WorkingText("1+1+1+1+1").nextToken(), "1+1+1");
+    EXPECT_EQ(WorkingText("1+1+1+1+1").nextToken(), "1+1");
     EXPECT_EQ(WorkingText("1.1.1.1.1").nextToken(), "1.1.1");
-    EXPECT_EQ(WorkingText("name(1,2)").nextToken(), "name(1,2");
-    EXPECT_EQ(WorkingText("12.5e-3mm*2").nextToken(), "12.5e-3mm");
+    EXPECT_EQ(WorkingText("name(1,2)").nextToken(), "name(1");
+    EXPECT_EQ(WorkingText("12.5e-3mm*2").nextToken(), "12.5e-3mm*2");
     EXPECT_EQ(WorkingText("((((").nextToken(), "((");
     EXPECT_EQ(WorkingText("x").nextToken(), "x");
+    // A name is soon replaced; whatever long word follows is not looked at again and again.
+    EXPECT_EQ(WorkingText("m0+" + QString(1000, '2')).nextToken(), "m0+2");
+    EXPECT_EQ(WorkingText("1e+" + QString(5, '2') + "mm+3").nextToken(), "1e+22222mm+3");
+    EXPECT_EQ(WorkingText("1f+" + QString(5, '2') + "mm+3").nextToken(), "1f+2");
 }
 
 TEST(WorkingText, ReplacesItsFrontLikeAPlainText)

@@ -83,7 +83,17 @@ const Operation unguarded[] = {
     {"Units::Units",
         [] {
             const Units again;
-            Console::printf("%d units\n", static_cast<int>(Units::typeHash.size()));
+            Console::printf("%d units, %d of them standard\n",
+                static_cast<int>(Units::typeHash.size()),
+                static_cast<int>(Units::standardUnits.size()));
+        }},
+    {"the state of Error",
+        [] {
+            Console::printf("'%s' %d %d '%s' %d '%s' %d %d\n", qPrintable(Error::line),
+                Error::lineNumber, static_cast<int>(Error::current),
+                qPrintable(Error::collectedMessages), Error::defer,
+                qPrintable(Error::deferredMessages), static_cast<int>(Error::stack.size()),
+                static_cast<int>(Error::stack2.size()));
         }},
     {"Value", [] { Console::printf("%g%s\n", Value().value, qPrintable(Value().units)); }},
 };
