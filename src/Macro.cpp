@@ -159,7 +159,9 @@ QString evaluated(QString expression)
 void expandExpressions(QString &text)
 {
     Reference reference;
-    while (findReference(QStringLiteral(R"(\$\{([^}]*)\})"), text, reference))
+    // If no "}" follows the first "${", none follows any: do not try them all.
+    while (text.indexOf('}', text.indexOf("${")) >= 0 &&
+           findReference(QStringLiteral(R"(\$\{([^}]*)\})"), text, reference))
         text.replace(reference.position, reference.length, evaluated(reference.inside));
 }
 

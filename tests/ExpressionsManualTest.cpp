@@ -1,8 +1,4 @@
-#include "Console.h"
-#include "Error.h"
-#include "Macro.h"
-#include "Printing.h"
-#include "Units.h"
+#include "LibraryTest.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -34,7 +30,7 @@ namespace
 
 // As the manual shows it.
 
-/// The value of \a expression in \a units. \a ok tells whether it can be relied upon.
+/// The value of \a expression in \a units. \a ok tells whether all went without a report.
 double checkedValue(const QString &expression, const QString &units, bool &ok)
 {
     const auto printed = [] { return Console::initial != nullptr ? Console::initial->size() : 0; };
@@ -165,17 +161,12 @@ bool isDirective(const QString &line)
 {
     const QStringList definition = captures("(global )?([A-Za-z0-9_]+) =(?: (.*))?", line);
     const QStringList number = captures("line ([0-9]+)", line);
-    const QStringList deleted = captures(R"(deleteName\((.*)\))", line);
     if (!definition.isEmpty())
         (definition[1].isEmpty() ? Macro::hash : Macro::globalHash)[definition[2]] = definition[3];
     else if (!number.isEmpty())
         Error::lineNumber = number[1].toInt();
-    else if (!deleted.isEmpty())
-        Macro::deleteName(deleted[1]);
     else if (line == "pushDefinitions(true)")
         Macro::pushDefinitions(/*clear=*/true);
-    else if (line == "pushDefinitions(false)")
-        Macro::pushDefinitions(/*clear=*/false);
     else if (line == "popDefinitions()")
         Macro::popDefinitions();
     else
@@ -183,36 +174,11 @@ bool isDirective(const QString &line)
     return true;
 }
 
-/// Each test, and each example, starts as a program does.
-class ExpressionsManual : public testing::Test
+/// Each block starts as a program does; so does each example in it, but with the macros and the
+/// line number that the block has set.
+class ExpressionsManual : public LibraryTest
 {
 protected:
-    ~ExpressionsManual() override
-    {
-        forgetMacros();
-        forgetEvaluations();
-    }
-
-    void forgetMacros()
-    {
-        Macro::hash.clear();
-        Macro::globalHash.clear();
-        Macro::stack.clear();
-        Error::line.clear();
-        Error::lineNumber = 0;
-    }
-
-    void forgetEvaluations()
-    {
-        Units::typeHash = kinds;
-        Units::factorHash = factors;
-        Units::val.clear();
-        delete Console::initial;
-        Console::initial = nullptr;
-    }
-
-    static QString printed() { return Console::initial != nullptr ? *Console::initial : QString(); }
-
     QString evaluated(const QString &expression)
     {
         forgetEvaluations();
@@ -222,14 +188,10 @@ protected:
     void runBlock(const Block &block);
     QString resultOf(const Block &block, const QString &example);
     QString resultOfCall(const QString &call);
-    void expectFlagFor(const QString &expression);
+    void expectFlagFor(const QString &expression, bool failed);
 
     QHash<QString, int> examples; ///< how many have been run of each kind
     QString allPrinted;           ///< by them
-
-private:
-    const QHash<QString, int> kinds = Units::typeHash;
-    const QHash<QString, double> factors = Units::factorHash;
 };
 
 QString ExpressionsManual::resultOfCall(const QString &call)
@@ -260,10 +222,9 @@ QString ExpressionsManual::resultOf(const Block &block, const QString &example)
     return Macro::expand(example);
 }
 
-/// With a flag, an evaluation fails where it reports D without one; its value is 0 then.
-void ExpressionsManual::expectFlagFor(const QString &expression)
+/// With a flag, an evaluation fails where it has \a failed without one; its value is 0 then.
+void ExpressionsManual::expectFlagFor(const QString &expression, bool failed)
 {
-    const bool failed = printed().contains("D:Syntax Error");
     bool ok = false;
     const double result = Units::value(expression, "-", &ok);
     EXPECT_EQ(ok, !failed);
@@ -284,16 +245,17 @@ void ExpressionsManual::runBlock(const Block &block)
             EXPECT_TRUE(takesDirectives && isDirective(line)) << "a line that means nothing";
             continue;
         }
-        QString report;
+        QString expected;
         const QRegularExpression continues("^(Error|       line): ");
         while (index + 1 < block.lines.size() && block.lines[index + 1].contains(continues))
-            report += block.lines[++index] + '\n';
+            expected += block.lines[++index] + '\n';
         EXPECT_EQ(resultOf(block, example[1]).toStdString(), example[2].toStdString());
-        EXPECT_EQ(printed().toStdString(), report.toStdString());
+        const QString report = printed();
+        EXPECT_EQ(report.toStdString(), expected.toStdString());
         ++examples[block.kind];
-        allPrinted += printed();
+        allPrinted += report;
         if (block.kind == "expressions")
-            expectFlagFor(example[1]);
+            expectFlagFor(example[1], report.contains("D:Syntax Error"));
     }
 }
 

@@ -16,21 +16,33 @@ class LibraryTest : public testing::Test
 protected:
     LibraryTest()
     {
-        printed();
-        Talmo::Error::line.clear();
-        Talmo::Error::lineNumber = 0;
+        forgetMacros();
+        forgetEvaluations();
+    }
+    ~LibraryTest() override
+    {
+        forgetMacros();
+        forgetEvaluations();
+    }
+
+    static void forgetMacros()
+    {
         Talmo::Macro::hash.clear();
         Talmo::Macro::globalHash.clear();
         Talmo::Macro::stack.clear();
+        Talmo::Error::line.clear();
+        Talmo::Error::lineNumber = 0;
+    }
+
+    void forgetEvaluations()
+    {
+        Talmo::Units::typeHash = typeHash;
+        Talmo::Units::factorHash = factorHash;
         Talmo::Units::currentExpression.clear();
         Talmo::Units::commaCount = 0;
         Talmo::Units::val.clear();
         Talmo::Units::op.clear();
-    }
-    ~LibraryTest() override
-    {
-        Talmo::Units::typeHash = typeHash;
-        Talmo::Units::factorHash = factorHash;
+        printed();
     }
 
     /// What was printed since the last call.

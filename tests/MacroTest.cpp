@@ -340,6 +340,8 @@ TEST_F(MacroExpansion, AnOpenBraceIsReportedWithTheWholeInput)
     EXPECT_EQ(failure("$a ${x"), reported("unbalanced ${ in '$a ${x'"));
     EXPECT_EQ(failure("${"), reported("unbalanced ${ in '${'"));
     EXPECT_EQ(failure("%1 %2 ${"), reported("unbalanced ${ in '%1 %2 ${'"));
+    const QString many = "}" + QString("${").repeated(50000); // takes minutes if all are tried
+    EXPECT_EQ(failure(many), reported("unbalanced ${ in '" + many + "'"));
     Macro::hash["open"] = "${";
     EXPECT_EQ(failure("${open}"), reported("unbalanced ${ in '${open}'"));
 }
