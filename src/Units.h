@@ -99,7 +99,7 @@ public:
     /// without \a ok, that is reported. An empty \a expr is 0 and changes neither \a ok nor `val`.
     /// With "*" the result is always what `val` has on top afterwards, even if that was left by a
     /// failure or by the expression before.
-    static double value(QString expr, QString units, bool *ok);
+    static double value(QString expr, QString units, bool *ok = nullptr);
 
     /// Applies \a pending to `val`. If that cannot be, it is reported, and what has been taken from
     /// `val` is gone.
