@@ -112,19 +112,18 @@ bool takeCommand(const std::string &text, std::size_t line, Deck &deck, std::str
 }
 
 /// Takes line number \a number of the deck, which may be blank or a comment.
-bool readLine(const std::string &line, std::size_t number, Deck &deck, std::string &what)
+bool readLine(const std::string &raw, std::size_t number, Deck &deck, std::string &what)
 {
-    const std::vector<std::string> words = splitWords(line);
-    if (words.empty() || words.front().front() == '#')
+    const std::string line = textAfterWords(raw, 0); // without the blanks around it
+    if (line.empty() || line.front() == '#')
         return true;
     DeckScope::setLine(line, number);
     const ReportWatch watch;
     std::string text = line;
-    const bool good =
-        expandLine(text, what) && takeCommand(text, number, deck, what) && checkMacros(what);
+    const bool good = expandLine(text, what) && takeCommand(text, number, deck, what);
     if (!watch.sawReport())
         return good;
-    what = "error in " + quoted(textAfterWords(line, 0));
+    what = "error in " + quoted(line);
     return false;
 }
 

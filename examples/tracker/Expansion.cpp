@@ -17,21 +17,54 @@ using Talmo::Macro;
 using Talmo::RE;
 using Talmo::RegExp;
 
-/// See silentFlaw; \a inside is what a "${" and a "}" enclose.
+/// \a text as it is when its expressions come to be evaluated: with the macros in place of their
+/// names. No macro holds a "$", so the order does not matter. Returns false, and may say in \a what
+/// is wrong, if that cannot be; the library tells of a name that is not defined.
+bool insertMacros(QString &text, std::string &what)
+{
+    const QString reference = QStringLiteral(R"(\$([A-Za-z0-9_]+)|\$\{([A-Za-z0-9_]*)(\+\+)?\})");
+    for (int at = 0; (at = RE.find(reference, text)) >= 0;) {
+        const int length = RegExp::prev->matchedLength();
+        const QString name = RegExp::prev->cap(1) + RegExp::prev->cap(2);
+        const bool counts = !RegExp::prev->cap(3).isEmpty();
+        if (!Macro::isDefined(name))
+            return false;
+        const QString value = Macro::value(name);
+        if (counts && !RE.match(QStringLiteral("^([0-9]+|[A-Za-z]+)$"), value)) {
+            what = "macro " + quoted(toBytes(name)) + " cannot count";
+            return false;
+        }
+        text.replace(at, length, value);
+    }
+    return true;
+}
+
+/// See silentFlaw; \a inside is what a "${" and a "}" enclose: an optional format, an expression,
+/// and an optional unit.
 std::string flawOfReference(QString inside)
 {
-    if (RE.match(QStringLiteral(R"(^[A-Za-z0-9_]*(\+\+)?$)"), inside))
-        return {}; // the name of a macro or a counter; the library tells if there is none
-    if (RE.match(QStringLiteral("^%[^;]+;"), inside)) // a format
+    if (RE.match(QStringLiteral("^%[^;]+;"), inside))
         inside.remove(0, RegExp::prev->matchedLength());
-    if (RE.match(QStringLiteral(";([A-Za-z][A-Za-z0-9]*)?$"), inside)) {
+    if (RE.match(QStringLiteral(";([A-Za-z0-9]*)$"), inside)) {
         const QString unit = RegExp::prev->cap(1);
         inside.chop(RegExp::prev->matchedLength());
-        std::string flaw = silentFlaw("1" + toBytes(unit));
+        if (!isKnownUnit(toBytes(unit)))
+            return "unknown unit " + quoted(toBytes(unit));
+    }
+    return silentFlaw(toBytes(inside));
+}
+
+/// What is wrong with the first expression in \a text, or nothing.
+std::string flawOfLine(const QString &text)
+{
+    const QString reference = QStringLiteral(R"(\$\{([^}]*)\})");
+    for (int at = 0; text.indexOf('}', at) >= 0 && (at = RE.findAt(reference, text, at)) >= 0;) {
+        at += RegExp::prev->matchedLength();
+        std::string flaw = flawOfReference(RegExp::prev->cap(1));
         if (!flaw.empty())
             return flaw;
     }
-    return silentFlaw(toBytes(inside));
+    return {};
 }
 
 } // namespace
@@ -57,14 +90,11 @@ void DeckScope::setLine(const std::string &line, std::size_t number)
 bool expandLine(std::string &line, std::string &what)
 {
     const QString text = fromBytes(line);
-    const QString reference = QStringLiteral(R"(\$\{([^}]*)\})");
-    int length = 0;
-    for (int at = 0; (at = RE.findAt(reference, text, at)) >= 0; at += length) {
-        length = RegExp::prev->matchedLength();
-        what = flawOfReference(RegExp::prev->cap(1));
-        if (!what.empty())
-            return false;
-    }
+    QString checked = text;
+    if (insertMacros(checked, what))
+        what = flawOfLine(checked);
+    if (!what.empty())
+        return false;
     line = toBytes(Macro::expand(text));
     return true;
 }
@@ -75,18 +105,11 @@ bool defineMacro(const std::string &name, const std::string &text, std::string &
         what = quoted(name) + " is not a name";
         return false;
     }
-    Macro::hash[fromBytes(name)] = fromBytes(text);
-    return true;
-}
-
-bool checkMacros(std::string &what)
-{
-    for (auto macro = Macro::hash.cbegin(); macro != Macro::hash.cend(); ++macro) {
-        if (macro->contains('$')) {
-            what = "macro " + quoted(toBytes(macro.key())) + " holds a '$'";
-            return false;
-        }
+    if (text.find('$') != std::string::npos) {
+        what = "macro " + quoted(name) + " holds a '$'";
+        return false;
     }
+    Macro::hash[fromBytes(name)] = fromBytes(text);
     return true;
 }
 

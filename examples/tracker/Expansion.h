@@ -22,16 +22,14 @@ public:
 };
 
 /// Replaces the macros and expressions in \a line (see Talmo::Macro::expand). Returns false, and
-/// says in \a what is wrong, if the library would pass over a flaw in an expression. What it
-/// reports (see ReportWatch) is not told, and may leave nothing of the line.
+/// says in \a what is wrong, if the library would pass over a flaw in an expression (see
+/// silentFlaw), or a counter holds neither digits nor letters alone. What the library reports (see
+/// ReportWatch) is not told, and may leave nothing of the line.
 bool expandLine(std::string &line, std::string &what);
 
 /// Makes \a text the macro \a name, whatever that was. Returns false, and says in \a what is wrong,
-/// if \a name is no name.
+/// if \a name is no name, or \a text holds a "$": that would be taken for a reference wherever the
+/// macro is used, and could refer to itself for ever.
 bool defineMacro(const std::string &name, const std::string &text, std::string &what);
-
-/// Checks that no macro holds a "$", which would be taken for a reference wherever it is used, and
-/// could refer to itself for ever. To be called after each line, for a counter may run into one.
-bool checkMacros(std::string &what);
 
 } // namespace tracker

@@ -6,7 +6,7 @@
 #include "Text.h"
 #include "Units.h"
 
-#include <QStringList>
+#include <QList>
 
 #include <cmath>
 
@@ -21,49 +21,124 @@ using Talmo::RE;
 using Talmo::RegExp;
 using Talmo::Units;
 
-/// A number, with its unit in capture 3; or a name, in capture 4, with what tells that it is no
-/// macro in capture 5: the "(" of a function, or the "$" of a reference that completes it. Numbers
-/// and names end where they do for the evaluator.
-const QString token = QStringLiteral(R"(([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)?)"
-                                     R"(|([A-Za-z_][A-Za-z_0-9]*)([($])?)");
-
-const QString emptyPlace = QStringLiteral(R"((^|[(,])[,)]|,$)");
+/// A number, with its unit in capture 3; a function, in capture 4; the name of a macro, in capture
+/// 5; or an operator, in capture 6. They end where they do for the evaluator.
+const QString token =
+    QStringLiteral(R"(^([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)?)"
+                   R"(|^([A-Za-z_][A-Za-z_0-9]*)\(|^([A-Za-z_][A-Za-z_0-9]*))"
+                   R"(|^(\|\||&&|[=<>!]=|[-+*/^<>?:,()]))");
 
 std::string noExpression(const std::string &word)
 {
     return quoted(word) + " is not an expression";
 }
 
-/// Whether the table has \a unit. The library remembers an unknown one that was asked for, as 0.
-bool isKnownUnit(const QString &unit)
+/// Walks an expression as the evaluator does, with the texts of macros in place of their names, and
+/// demands what that does not: operands and operators in turn, closed parentheses, one minus sign
+/// at a time, names that are macros, units of the table.
+class Walk
 {
-    return Units::factorHash.value(unit) > 0;
+public:
+    explicit Walk(const QString &expression)
+        : rest(expression)
+    {
+    }
+
+    /// Goes to the end; false, with `what` if it is nothing general, where something is wrong.
+    bool run();
+
+    std::string what;
+
+private:
+    struct OpenMacro {
+        QString name;
+        qint64 left; ///< how many characters are behind its text
+    };
+
+    bool takeToken();
+    bool enterMacro(const QString &name);
+    bool takeNumber(const QString &unit);
+
+    /// Takes what an operand begins with, or may follow one, as \a symbol says.
+    bool takeOperator(const QString &symbol);
+
+    QString rest;
+    QList<OpenMacro> open; ///< whose texts the walk is in, the innermost last
+    bool wantsOperand = true;
+    bool isNegated = false; ///< a minus sign was the last token
+    int depth = 0;          ///< of open parentheses
+};
+
+bool Walk::run()
+{
+    while (!rest.isEmpty()) {
+        if (!takeToken())
+            return false;
+    }
+    return !wantsOperand && depth == 0;
 }
 
-/// See silentFlaw; \a within names the macros in whose text \a expression is.
-std::string flawIn(const QString &expression, const QStringList &within)
+bool Walk::takeToken()
 {
-    if (RE.match(emptyPlace, expression))
-        return noExpression(toBytes(expression));
-    int length = 0;
-    for (int at = 0; (at = RE.findAt(token, expression, at)) >= 0; at += length) {
-        length = RegExp::prev->matchedLength();
-        const QString unit = RegExp::prev->cap(3);
-        const QString name = RegExp::prev->cap(4);
-        const bool isMacro = !name.isEmpty() && RegExp::prev->cap(5).isEmpty();
-        if (!unit.isEmpty() && !isKnownUnit(unit))
-            return "unknown unit " + quoted(toBytes(unit));
-        if (!isMacro)
-            continue;
-        if (!Macro::isDefined(name))
-            return "unknown name " + quoted(toBytes(name));
-        if (within.contains(name))
-            return "macro " + quoted(toBytes(name)) + " refers to itself";
-        std::string flaw = flawIn(Macro::value(name), within + QStringList(name));
-        if (!flaw.empty())
-            return flaw;
+    if (!RE.match(token, rest))
+        return false;
+    const QString text = RegExp::prev->cap(0);
+    const QString unit = RegExp::prev->cap(3);
+    const bool isFunction = !RegExp::prev->cap(4).isEmpty();
+    const bool isMacro = !RegExp::prev->cap(5).isEmpty();
+    const bool isOperator = !RegExp::prev->cap(6).isEmpty();
+    rest.remove(0, text.size());
+    while (!open.isEmpty() && rest.size() < open.last().left)
+        open.removeLast();
+    if (isMacro)
+        return enterMacro(text);
+    if (isFunction)
+        return takeOperator("(");
+    return isOperator ? takeOperator(text) : takeNumber(unit);
+}
+
+bool Walk::enterMacro(const QString &name)
+{
+    if (!Macro::isDefined(name)) {
+        what = "unknown name " + quoted(toBytes(name));
+        return false;
     }
-    return {};
+    for (const OpenMacro &macro : open) {
+        if (macro.name == name) {
+            what = "macro " + quoted(toBytes(name)) + " refers to itself";
+            return false;
+        }
+    }
+    open.append({name, rest.size()});
+    rest.prepend(Macro::value(name));
+    return true;
+}
+
+bool Walk::takeNumber(const QString &unit)
+{
+    if (!isKnownUnit(toBytes(unit))) {
+        what = "unknown unit " + quoted(toBytes(unit));
+        return false;
+    }
+    const bool fits = wantsOperand;
+    wantsOperand = false;
+    isNegated = false;
+    return fits;
+}
+
+bool Walk::takeOperator(const QString &symbol)
+{
+    const bool isSign = symbol == "-" && wantsOperand;
+    const bool beginsOperand = symbol == "(" || (isSign && !isNegated);
+    if (beginsOperand != wantsOperand)
+        return false;
+    if (symbol == "(")
+        ++depth;
+    if (symbol == ")")
+        --depth;
+    isNegated = isSign;
+    wantsOperand = symbol != ")";
+    return depth >= 0;
 }
 
 } // namespace
@@ -78,7 +153,7 @@ bool readQuantity(
         return false;
     bool ok = false;
     Units::value(fromBytes(word), QStringLiteral("-"), &ok);
-    if (!ok || word.find('$') != std::string::npos) { // the library passes over any "$"
+    if (!ok) {
         what = noExpression(word);
         return false;
     }
@@ -91,9 +166,18 @@ bool readQuantity(
     return what.empty();
 }
 
+bool isKnownUnit(const std::string &unit)
+{
+    // The library remembers an unknown unit that was asked for, with the factor 0.
+    return Units::factorHash.value(fromBytes(unit)) > 0;
+}
+
 std::string silentFlaw(const std::string &expression)
 {
-    return flawIn(fromBytes(expression), {});
+    Walk walk(fromBytes(expression));
+    if (walk.run())
+        return {};
+    return walk.what.empty() ? noExpression(expression) : walk.what;
 }
 
 } // namespace tracker

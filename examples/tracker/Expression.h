@@ -19,10 +19,13 @@ struct Quantity {
 bool readQuantity(
     const std::string &word, const Quantity &quantity, double &number, std::string &what);
 
-/// What is wrong in \a expression that the library would pass over in silence, or nothing: a name
-/// that is no macro, which it takes for an empty text; an unknown unit, which it takes for 0; a
-/// macro that refers to itself, with which it would never end; an empty place between parentheses
-/// and commas.
+/// Whether \a unit is in the library's table; so is "", no unit.
+bool isKnownUnit(const std::string &unit);
+
+/// What is wrong in \a expression that the library may pass over in silence, or nothing: operands
+/// and operators that do not take turns, parentheses that are not closed, a minus sign behind
+/// another; a name that is no macro, which it takes for an empty text; an unknown unit, which it
+/// takes for 0; a macro that refers to itself, with which it would never end.
 std::string silentFlaw(const std::string &expression);
 
 } // namespace tracker

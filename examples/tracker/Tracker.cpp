@@ -52,8 +52,9 @@ bool takeTrack(const Step &step, Integrator integrator, Track &track)
 /// What \a step has done to a track that cannot fly on.
 const char *failure(const Step &step)
 {
-    return step.energy < 0 ? " stops or turns back track "
-                           : " is too strong or too long for track ";
+    if (step.action != Action::Accelerate)
+        return " is too strong or too long for track ";
+    return step.energy < 0 ? " stops or turns back track " : " is too strong for track ";
 }
 
 /// Takes the whole beam through one step; the message in \a error is about the step.
@@ -99,17 +100,23 @@ bool passElement(const Step &step, Integrator integrator, Track &track)
 
 // With E^2 = P^2 + m^2 the gain changes P^2, and so Pz^2, by (E + gain)^2 - E^2 = gain (2E + gain):
 // H. Wiedemann, Particle Accelerator Physics (Springer), on relativistic kinematics. The mass drops
-// out of the difference, so nothing is lost to rounding where a gain is small.
+// out of the difference, so nothing is lost to rounding where a gain is small. A loss is another
+// matter: of two large terms little may be left, so P^2 is computed from what is left of E.
 bool accelerate(double energy, Track &track)
 {
     const Particle *const particle = findParticle(track.pdgId);
     if (!particle)
         return false;
     const double before = std::hypot(std::hypot(track.px, track.py, track.pz), particle->mass);
-    if (before + energy <= 0) // its square grows again
+    const double after = before + energy;
+    if (after <= particle->mass)
         return false;
     // Not a number for a particle that is turned back.
-    track.pz = std::sqrt(track.pz * track.pz + energy * (2 * before + energy));
+    if (energy < 0)
+        track.pz = std::sqrt((after - particle->mass) * (after + particle->mass) -
+                             track.px * track.px - track.py * track.py);
+    else
+        track.pz = std::sqrt(track.pz * track.pz + energy * (2 * before + energy));
     return isUsable(track);
 }
 
