@@ -122,7 +122,6 @@ bool Walk::takeNumber(const QString &unit)
     }
     const bool fits = wantsOperand;
     wantsOperand = false;
-    isNegated = false;
     return fits;
 }
 
