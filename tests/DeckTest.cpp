@@ -362,7 +362,7 @@ TEST_F(DeckFiles, WhatIsNotANumberOrAMacroIsTold)
         {"drift 1Tpm9", "unknown unit 'Tpm9'"},
         {"drift ${3;5}", "unknown unit '5'"},
         {"drift ${3;e5}", "unknown unit 'e5'"},
-        {"drift ${2%x;1}", "unknown unit '1'"},
+        {"drift ${2%x;mm}", "'2%x' is not an expression"},
         {"quad 1 -1", "negative length '-1'"},
         {"solenoid 1 -1mm", "negative length '-1mm'"},
         {"define c #\n$c drift 5", "unknown element '#'"},
