@@ -408,7 +408,7 @@ public:
 
 private:
     bool takeToken();
-    bool takeName();
+    void takeName();
     bool takeNumber();
     bool takeOperator();
     bool closeParenthesis();
@@ -443,28 +443,28 @@ bool Scan::takeToken()
     const QChar first = ahead[0];
     if (isNumberStart(first))
         return takeNumber();
-    if (isWordCharacter(first))
-        return takeName();
+    if (isWordCharacter(first)) {
+        takeName();
+        return true;
+    }
     if (first == ')')
         return closeParenthesis();
     return takeOperator();
 }
 
-bool Scan::takeName()
+void Scan::takeName()
 {
     if (sees(QStringLiteral(R"(^([A-Za-z_][A-Za-z_0-9]*)\()"))) {
         rest.drop(RegExp::prev->matchedLength());
         Units::op.append({RegExp::prev->cap(1), Function});
         expectOperand = true;
-        return true;
+        return;
     }
-    if (!sees(QStringLiteral("^([A-Za-z_][A-Za-z_0-9]*)")))
-        return false;
+    sees(QStringLiteral("^([A-Za-z_][A-Za-z_0-9]*)")); // it does: the first character is of a name
     // Deliberate: the text of the macro is scanned in place of its name. It may merge with what
     // follows, it may be empty, and one that holds its own name goes on for ever.
     const int length = RegExp::prev->matchedLength();
     rest.replaceFront(length, Macro::value(RegExp::prev->cap(1)));
-    return true;
 }
 
 bool Scan::takeNumber()
