@@ -62,4 +62,14 @@ void expandLine(benchmark::State &state)
 }
 BENCHMARK(expandLine);
 
+void expandReferences(benchmark::State &state)
+{
+    Macro::hash["a"] = "5mm";
+    const QString line = QString("$a ").repeated(static_cast<int>(state.range()));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Macro::expand(line));
+    state.SetComplexityN(state.range());
+}
+BENCHMARK(expandReferences)->RangeMultiplier(10)->Range(1000, 100000)->Complexity(benchmark::oN);
+
 } // namespace

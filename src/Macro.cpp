@@ -1,13 +1,16 @@
 #include "Macro.h"
 
 #include "Error.h"
+#include "PushbackText.h"
 #include "RegExp.h"
 #include "StartupGuard.h"
 #include "Units.h"
+#include "WorkingText.h"
 
 #include <QStringList>
 
 #include <algorithm>
+#include <vector>
 
 namespace Talmo
 {
@@ -80,62 +83,111 @@ QString Macro::inspect()
     return text + "}\n";
 }
 
-// Expansion. Each kind of reference is one pass over the text: while its pattern matches, the
-// first match is replaced, and the search starts again at the beginning. So a pass also sees what
-// it has inserted itself, but never what a later pass inserts.
+// Expansion. Each kind of reference is one pass over the text: while there is a reference, the
+// first one is replaced, and the search starts again at the beginning. So a pass also sees what it
+// has inserted itself, but never what a later pass inserts.
+//
+// What stands before a replacement has been searched in vain, so it is not searched again, but for
+// what the inserted text may complete there: a "$" right before it, or a "${" that is still open. A
+// pass moves the text bit by bit to what is `done`, and puts what it inserts back in front of the
+// rest. No reference holds another one of its kind, so the first to begin is the first to end, and
+// is replaced where it ends.
 
 namespace
 {
 
-/// A reference in a text.
-struct Reference {
-    int position;
-    int length;
-    QString inside; ///< its name or expression
-};
+/// Gives the text that \a name stands for. Returns false, and reports it, if there is none.
+using LookUp = bool (*)(const QString &name, QString &value);
 
-/// Finds the first match of \a pattern in \a text.
-bool findReference(const QString &pattern, const QString &text, Reference &found)
-{
-    if (!RE.match(pattern, text))
-        return false;
-    found = {RegExp::prev->pos(0), RegExp::prev->matchedLength(), RegExp::prev->cap(1)};
-    return true;
-}
-
-void reportUndefined(const QString &name)
+bool reportUndefined(const QString &name)
 {
     Error::syntax(QStringLiteral("Undefined macro '%1'").arg(name));
+    return false;
 }
 
-/// Replaces what \a pattern finds by the values of the macros named there.
-// Deliberate: a value that refers to its own name makes this loop without end; there is no guard.
-bool expandNames(const QString &pattern, QString &text)
+bool lookUp(const QString &name, QString &value)
 {
-    Reference reference;
-    while (findReference(pattern, text, reference)) {
-        if (!Macro::isDefined(reference.inside)) {
-            reportUndefined(reference.inside);
-            return false;
-        }
-        text.replace(reference.position, reference.length, Macro::value(reference.inside));
-    }
+    if (!Macro::isDefined(name))
+        return reportUndefined(name);
+    value = Macro::value(name);
     return true;
 }
 
-/// Replaces each ${name++} by the value of the local macro, and advances that.
-bool expandCounters(QString &text)
+/// Looks up a local macro, and advances it. Deliberate: a global one does not count.
+bool count(const QString &name, QString &value)
 {
-    Reference reference;
-    while (findReference(QStringLiteral(R"(\$\{([A-Za-z0-9_]*)\+\+\})"), text, reference)) {
-        const auto counter = Macro::hash.find(reference.inside);
-        if (counter == Macro::hash.end()) { // Deliberate: a global macro does not count
-            reportUndefined(reference.inside);
-            return false;
+    const auto counter = Macro::hash.find(name);
+    if (counter == Macro::hash.end())
+        return reportUndefined(name);
+    value = *counter;
+    *counter = Macro::successor(value);
+    return true;
+}
+
+bool isNoWordCharacter(QChar character)
+{
+    return !isWordCharacter(character);
+}
+
+/// Replaces each $name by the value of the macro; the name is as long as possible.
+// Deliberate: a value that refers to its own name makes this loop without end; there is no guard.
+bool expandNames(QString &text)
+{
+    PushbackText rest(text);
+    QString done;
+    while (!rest.isEmpty()) {
+        if (!done.endsWith('$')) {
+            rest.moveThrough('$', done);
+            continue;
         }
-        text.replace(reference.position, reference.length, *counter);
-        *counter = Macro::successor(*counter);
+        const int begin = static_cast<int>(done.size());
+        rest.moveUntil(isNoWordCharacter, done);
+        const QString name = done.mid(begin);
+        if (name.isEmpty()) {
+            done.append(rest.take());
+            continue;
+        }
+        QString value;
+        if (!lookUp(name, value))
+            return false;
+        done.truncate(begin - 1);
+        rest.putBack(value);
     }
+    text = done;
+    return true;
+}
+
+/// Replaces each "${", name, \a tail and "}" by what \a valueOf gives for the name.
+bool expandBraces(const QString &tail, LookUp valueOf, QString &text)
+{
+    PushbackText rest(text);
+    QString done;
+    std::vector<int> open; // where each "${" stands that a "}" may still complete
+    while (!rest.isEmpty()) {
+        rest.moveUntil([](QChar character) { return character == '{' || character == '}'; }, done);
+        if (rest.isEmpty())
+            break;
+        const int end = static_cast<int>(done.size());
+        done.append(rest.take());
+        if (done.endsWith("${"))
+            open.push_back(end - 1);
+        if (done.endsWith('{') || open.empty())
+            continue;
+        const int begin = open.back();
+        const QString inside = done.mid(begin + 2, end - begin - 2);
+        const QString name = inside.left(inside.size() - tail.size());
+        if (!inside.endsWith(tail) || std::any_of(name.begin(), name.end(), isNoWordCharacter)) {
+            open.clear(); // they all have this between themselves and the next "}"
+            continue;
+        }
+        QString value;
+        if (!valueOf(name, value))
+            return false;
+        open.pop_back();
+        done.truncate(begin);
+        rest.putBack(value);
+    }
+    text = done;
     return true;
 }
 
@@ -156,13 +208,26 @@ QString evaluated(QString expression)
     return Units::evaluate(format, expression, units);
 }
 
+/// Replaces each "${", up to the next "}", by what is inside evaluates to.
 void expandExpressions(QString &text)
 {
-    Reference reference;
-    // If no "}" follows the first "${", none follows any: do not try them all.
-    while (text.indexOf('}', text.indexOf("${")) >= 0 &&
-           findReference(QStringLiteral(R"(\$\{([^}]*)\})"), text, reference))
-        text.replace(reference.position, reference.length, evaluated(reference.inside));
+    PushbackText rest(text);
+    QString done;
+    while (!rest.isEmpty()) {
+        rest.moveThrough('{', done);
+        if (!done.endsWith("${"))
+            continue;
+        QString inside;
+        rest.moveThrough('}', inside);
+        if (!inside.endsWith('}')) { // never closed; what follows is not, either
+            done.append(inside);
+            break;
+        }
+        inside.chop(1);
+        done.chop(2);
+        rest.putBack(evaluated(inside));
+    }
+    text = done;
 }
 
 /// Characters that a counter runs through; after the last comes the first, and a carry.
@@ -189,13 +254,14 @@ const Alphabet *wrapping(QChar character)
 QString Macro::expand(QString text)
 {
     startupGuard();
+    if (!text.contains('$'))
+        return text;
     QString expanded = text;
-    if (!expandNames(QStringLiteral(R"(\$([A-Za-z0-9_]+))"), expanded) ||
-        !expandNames(QStringLiteral(R"(\$\{([A-Za-z0-9_]*)\})"), expanded) ||
-        !expandCounters(expanded))
+    if (!expandNames(expanded) || !expandBraces(QString(), lookUp, expanded) ||
+        !expandBraces(QStringLiteral("++"), count, expanded))
         return QStringLiteral("");
     expandExpressions(expanded);
-    if (RE.match(QStringLiteral(R"(\$\{)"), expanded)) {
+    if (expanded.contains("${")) {
         Error::syntax(QStringLiteral("unbalanced ${ in '%1'").arg(text));
         return QStringLiteral("");
     }
