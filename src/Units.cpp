@@ -30,9 +30,11 @@ Units Units::initializer;
 namespace
 {
 
-/// A number with an optional unit, and nothing else; captures the number, its exponent, the unit.
-const QString numberWithUnits =
-    QStringLiteral(R"(^([-+]?[0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)?$)");
+// A number, captured with its exponent; a number and a unit, captured behind them; a number with an
+// optional unit, and nothing else.
+const QString plainNumber = QStringLiteral(R"(^([-+]?[0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?))");
+const QString numberAndUnit = plainNumber + QStringLiteral("([A-Za-z][A-Za-z0-9]*)");
+const QString numberWithUnits = numberAndUnit + QStringLiteral("?$");
 
 /// Bounds the width and the precision that users can ask for. The C standard promises no more
 /// characters from one conversion (C17, 7.21.6.1).
@@ -305,8 +307,6 @@ QString Units::convertAll(QString text, QString units)
 {
     startupGuard();
     const QString noNumber = QStringLiteral("^[^0-9.]*");
-    const QString plainNumber = QStringLiteral(R"(^([-+]?[0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?))");
-    const QString withUnit = plainNumber + QStringLiteral("([A-Za-z][A-Za-z0-9]*)");
     QString result;
     int position = 0;
     const auto copy = [&](int length) {
@@ -317,7 +317,7 @@ QString Units::convertAll(QString text, QString units)
         copy(matchAt(noNumber, text, position));
         if (position == text.size())
             break;
-        const int length = matchAt(withUnit, text, position);
+        const int length = matchAt(numberAndUnit, text, position);
         if (length < 0) { // a plain number, or one character: a "." that starts none
             copy(std::max(matchAt(plainNumber, text, position), 1));
             continue;
