@@ -1,8 +1,8 @@
 #include "Console.h"
 
+#include "DiskFile.h"
 #include "Numbers.h"
 #include "StartupGuard.h"
-#include "diskFiles.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -51,9 +51,8 @@ void Console::appendText(QString text)
 void Console::copyFile(QString fileName)
 {
     appendText(QStringLiteral("\nFile %1:\n").arg(fileName));
-    QFile file;
-    const bool readable = openOnDisk(file, fileName, textModeRead);
-    const QByteArray content = readable ? file.readAll() : QByteArray();
+    DiskFile file;
+    const QByteArray content = file.openToRead(fileName) ? file.readAllText() : QByteArray();
     appendText(fromLocal(content.constData())); // ends at the first NUL
     appendText(QStringLiteral("\n"));
 }

@@ -1,49 +1,88 @@
 #include "LineReader.h"
 
-#include "diskFiles.h"
 #include "utf8.h"
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 namespace Talmo
 {
 
+namespace
+{
+
+constexpr size_t smallestBlock = 1 << 12;
+// Larger ones would fall out of the processor's cache between being read and being looked at.
+constexpr size_t largestBlock = 1 << 18;
+
+} // namespace
+
 bool LineReader::open(const QString &fileName)
 {
-    return openOnDisk(file, fileName, textModeRead);
+    return file.openToRead(fileName);
 }
 
 bool LineReader::readLine(std::string_view &line)
 {
-    size_t end = buffer.find('\n', lineStart);
-    while (end == std::string::npos) {
-        const size_t searched = buffer.size() - lineStart;
-        if (!readBlock())
-            break;
-        end = buffer.find('\n', searched); // readBlock moved the begun line to the front
+    const std::string_view lines = window();
+    if (!lines.empty()) {
+        line = lines.substr(0, lines.find('\n'));
+        next += line.size() + 1;
+        return true;
     }
-    end = std::min(end, buffer.size()); // the last line needs no newline
-    if (!begun)
-        lineStart += byteOrderMarkLength(buffer);
-    begun = true;
-    if (lineStart == buffer.size())
+    if (next == end)
         return false;
-    line = std::string_view(buffer).substr(lineStart, end - lineStart);
-    lineStart = std::min(end + 1, buffer.size());
+    line = std::string_view(buffer.get() + next, end - next); // the last line needs no newline
+    next = end;
     return true;
 }
 
-/// Drops the lines that were read and appends the file's next block; false at its end.
+std::string_view LineReader::window()
+{
+    if (next >= linesEnd)
+        readWholeLine();
+    return {buffer.get() + next, std::max(linesEnd, next) - next};
+}
+
+/// Reads until there is a whole line, or nothing more.
+void LineReader::readWholeLine()
+{
+    while (next >= linesEnd && readBlock())
+        ;
+    if (!begun)
+        next += byteOrderMarkLength({buffer.get(), end});
+    begun = true;
+}
+
+/// Drops the lines that were handed out and appends the file's next block; false at its end.
 bool LineReader::readBlock()
 {
-    constexpr size_t blockSize = 1 << 18;
-    buffer.erase(0, lineStart);
-    lineStart = 0;
-    const size_t kept = buffer.size();
-    buffer.resize(kept + blockSize);
-    const qint64 count = file.read(buffer.data() + kept, blockSize);
-    buffer.resize(kept + static_cast<size_t>(std::max<qint64>(count, 0)));
+    const size_t kept = end - next;
+    makeRoom();
+    const qint64 count = file.readText(buffer.get() + kept, static_cast<qint64>(capacity - kept));
+    next = 0;
+    end = kept + static_cast<size_t>(count);
+    const size_t newline = std::string_view(buffer.get() + kept, end - kept).rfind('\n');
+    linesEnd = newline == std::string_view::npos ? 0 : kept + newline + 1;
+    std::memset(buffer.get() + end, 0, padding);
     return count > 0;
+}
+
+/// Moves what is kept to the front, and sees to it that at least as much can be read again.
+void LineReader::makeRoom()
+{
+    const size_t kept = end - next;
+    if (capacity > 2 * kept) {
+        if (next > 0)
+            std::memmove(buffer.get(), buffer.get() + next, kept);
+        return;
+    }
+    const auto wholeFile = static_cast<size_t>(file.sizeAtOpening()) + 1; // 1 more, to see the end
+    capacity = std::max(std::clamp(wholeFile, smallestBlock, largestBlock), 3 * kept);
+    auto larger = std::make_unique<char[]>(capacity + padding);
+    std::copy_n(buffer.get() + next, kept, larger.get());
+    buffer = std::move(larger);
 }
 
 } // namespace Talmo

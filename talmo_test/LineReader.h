@@ -1,9 +1,10 @@
 #pragma once
 
-#include <QFile>
+#include "DiskFile.h"
+
 #include <QString>
 
-#include <string>
+#include <memory>
 #include <string_view>
 
 namespace Talmo
@@ -15,6 +16,10 @@ namespace Talmo
 class LineReader
 {
 public:
+    /// How many bytes may be read behind a line or a window: with these, those who look at many
+    /// bytes at once need not ask where the last one is. What they hold means nothing.
+    static constexpr size_t padding = 64;
+
     /// Opens \a fileName; false if it cannot be read.
     bool open(const QString &fileName);
 
@@ -22,16 +27,29 @@ public:
     /// \a line, without its end, is valid until the next call.
     bool readLine(std::string_view &line);
 
+    /// The lines that come next, as many as are in memory, with their newlines: at least one,
+    /// unless the file holds nothing more or only a last line without a newline. Valid until the
+    /// next call.
+    std::string_view window();
+
+    /// Passes over the first \a length bytes of window(), whole lines.
+    void skip(size_t length) { next += length; }
+
     /// True if the lines ended because reading failed.
-    bool failed() const { return file.error() != QFile::NoError; }
+    bool failed() const { return file.failed(); }
 
 private:
+    void readWholeLine();
     bool readBlock();
+    void makeRoom();
 
-    QFile file;
-    std::string buffer;   // text mode applied
-    size_t lineStart = 0; // in buffer, where the next line begins
-    bool begun = false;   // past a byte order mark
+    DiskFile file;
+    std::unique_ptr<char[]> buffer; // text mode applied; padding beyond its capacity
+    size_t capacity = 0;
+    size_t next = 0;     // where the lines not yet handed out begin,
+    size_t linesEnd = 0; // where the last whole one ends,
+    size_t end = 0;      // and what was read
+    bool begun = false;  // past a byte order mark
 };
 
 } // namespace Talmo

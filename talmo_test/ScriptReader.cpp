@@ -1,6 +1,6 @@
 #include "ScriptReader.h"
 
-#include "diskFiles.h"
+#include "DiskFile.h"
 #include "utf8.h"
 
 #include <algorithm>
@@ -11,14 +11,14 @@ namespace Talmo
 
 bool ScriptReader::open(const QString &path)
 {
-    QFile file;
-    if (!openOnDisk(file, path, textModeRead))
+    DiskFile file;
+    if (!file.openToRead(path))
         return false;
-    content = file.readAll();
+    content = file.readAllText();
     text = std::string_view(content.constData(), static_cast<size_t>(content.size()));
     text.remove_prefix(byteOrderMarkLength(text));
     next = 0;
-    return file.error() == QFile::NoError && file.atEnd(); // not too large either
+    return !file.failed();
 }
 
 QString ScriptReader::readLine()
@@ -34,10 +34,11 @@ QString ScriptReader::readLine()
 std::string_view ScriptReader::readUntil(std::string_view prefix)
 {
     const size_t start = next;
-    if (text.substr(next, prefix.size()) != prefix) {
-        const size_t newline = text.find('\n' + std::string(prefix), next);
-        next = newline == std::string_view::npos ? text.size() : newline + 1;
-    }
+    // The prefix is rarer than newlines.
+    size_t found = text.find(prefix, next);
+    while (found != std::string_view::npos && found != start && text[found - 1] != '\n')
+        found = text.find(prefix, found + 1);
+    next = std::min(found, text.size());
     return text.substr(start, next - start);
 }
 

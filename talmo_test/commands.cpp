@@ -3,10 +3,10 @@
 
 #include "commands.h"
 
+#include "DiskFile.h"
 #include "RegExp.h"
 #include "TestBeam.h"
 #include "compare.h"
-#include "diskFiles.h"
 #include "talmo_test.h"
 
 #include <algorithm>
@@ -56,18 +56,17 @@ void fileCommand(Invocation &invocation)
         return;
     }
     const QString &name = invocation.words[1];
-    QFile file;
-    if (!openOnDisk(file, name, textModeWrite)) {
+    DiskFile file;
+    if (!file.openToWrite(name)) {
         invocation.error = cannotWrite(name);
         return;
     }
     const std::string_view body = invocation.script.readUntil("=");
-    const auto length = static_cast<qint64>(body.size());
-    bool written = file.write(body.data(), length) == length;
+    bool written = file.write(body);
     if (!body.empty() && body.back() != '\n') // the script's last line
-        written = file.write("\n") == 1 && written;
-    file.close();
-    if (!written || file.error() != QFile::NoError) // the run must not go on with half a file
+        written = file.write("\n") && written;
+    written = file.close() && written;
+    if (!written) // the run must not go on with half a file
         invocation.error = cannotWrite(name);
 }
 
@@ -139,12 +138,12 @@ void testbeamCommand(Invocation &invocation)
         invocation.error = QStringLiteral("Syntax error");
         return;
     }
-    QFile file;
-    if (!openOnDisk(file, words[1], textModeWrite)) {
+    DiskFile file;
+    if (!file.openToWrite(words[1])) {
         invocation.error = cannotWrite(words[1]);
         return;
     }
-    beam.write(file, joined(words, 0));
+    beam.write(joined(words, 0), [&file](std::string_view text) { return file.write(text); });
 }
 
 /// =ignore PATTERN: the next command must fail with a message that matches PATTERN.

@@ -1,8 +1,6 @@
 #include "TestBeam.h"
 #include "Printing.h"
 
-#include <QBuffer>
-
 #include <cmath>
 #include <cstdio>
 
@@ -12,31 +10,6 @@ using namespace Talmo;
 
 namespace
 {
-
-/// Takes a number of writes, then refuses.
-class FullDisk : public QIODevice
-{
-public:
-    explicit FullDisk(int room)
-        : writesLeft(room)
-    {
-        open(WriteOnly | Unbuffered);
-    }
-
-    int writesLeft;
-    int refusals = 0;
-
-protected:
-    qint64 readData(char *, qint64) override { return -1; }
-
-    qint64 writeData(const char *, qint64 size) override
-    {
-        if (--writesLeft >= 0)
-            return size;
-        ++refusals;
-        return -1;
-    }
-};
 
 bool parse(const QString &words, TestBeam &beam)
 {
@@ -48,11 +21,13 @@ QByteArray linesOf(const TestBeam &beam)
 {
     const QByteArray heading = "#QXTrackFile a title\n"
                                "#x y z Px Py Pz t PDGid EventID TrackID ParentID Weight\n";
-    QBuffer buffer;
-    EXPECT_TRUE(buffer.open(QIODevice::WriteOnly));
-    beam.write(buffer, "a title");
-    EXPECT_TRUE(buffer.data().startsWith(heading));
-    return buffer.data().mid(heading.size());
+    QByteArray file;
+    beam.write("a title", [&file](std::string_view text) {
+        file.append(text.data(), static_cast<int>(text.size()));
+        return true;
+    });
+    EXPECT_TRUE(file.startsWith(heading));
+    return file.mid(heading.size());
 }
 
 QByteArray linesOf(const QString &words)
@@ -235,8 +210,27 @@ TEST(TestBeam, StopsWhenTheFileTakesNoMore)
 {
     TestBeam beam;
     ASSERT_TRUE(parse("-100 100 300 -1 1 400 0 -13 200", beam));
-    FullDisk disk(1);
-    beam.write(disk, "a title");
-    EXPECT_EQ(disk.writesLeft, -1);
-    EXPECT_EQ(disk.refusals, 1);
+    for (const int accepted : {0, 1, 2}) {
+        SCOPED_TRACE(accepted);
+        int pieces = 0;
+        beam.write("a title", [&](std::string_view) { return ++pieces <= accepted; });
+        EXPECT_EQ(pieces, accepted + 1); // the refused one is the last
+    }
+}
+
+TEST(TestBeam, WritesGridsOfAnyShape)
+{
+    const char *const shapes[] = {
+        "-1 1 2 -3.5 3.7 65535 0 13 1",
+        "-1 1 2 -3.5 3.7 65536 0 13 1",
+        "-1 1 2 -3.5 3.7 70001 0.5 -13 200.125", // the last columns are not kept in memory
+        "1e-7 123456.7 70001 -1e300 1e-300 2 -1.23457e-300 -2147483648 -1.23457e+300",
+        "-3 3 211 -1e22 7.7 503 0 2147483647 1",
+    };
+    for (const char *const shape : shapes) {
+        SCOPED_TRACE(shape);
+        TestBeam beam;
+        ASSERT_TRUE(parse(shape, beam));
+        EXPECT_TRUE(linesOf(beam) == printed(beam));
+    }
 }

@@ -1,0 +1,143 @@
+#include "DiskFile.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// Calls \a call again as long as a signal interrupts it.
+template <typename Call>
+auto uninterrupted(Call call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+int openDescriptor(const QString &name, int flags)
+{
+    const QByteArray path = systemName(name);
+    if (path.isEmpty())
+        return -1;
+    constexpr mode_t allMayReadAndWrite = 0666; // less what the process masks out
+    return uninterrupted([&] { return ::open(path, flags | O_CLOEXEC, allMayReadAndWrite); });
+}
+
+/// Drops the carriage returns among \a count bytes; how many are left.
+qint64 dropCarriageReturns(char *bytes, qint64 count)
+{
+    // Most blocks have none, and memchr is much faster than anything that moves bytes.
+    void *const first = std::memchr(bytes, '\r', static_cast<size_t>(count));
+    return first == nullptr ? count
+                            : std::remove(static_cast<char *>(first), bytes + count, '\r') - bytes;
+}
+
+} // namespace
+
+bool DiskFile::openToRead(const QString &name)
+{
+    close();
+    descriptor = openDescriptor(name, O_RDONLY);
+    struct stat status = {};
+    if (descriptor < 0 || fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
+        close();
+        return false;
+    }
+    size = S_ISREG(status.st_mode) ? status.st_size : 0;
+    hasFailed = false;
+    return true;
+}
+
+bool DiskFile::openToWrite(const QString &name)
+{
+    close();
+    descriptor = openDescriptor(name, O_WRONLY | O_CREAT | O_TRUNC);
+    return descriptor >= 0;
+}
+
+qint64 DiskFile::readBytes(char *target, qint64 count)
+{
+    const auto wanted = static_cast<size_t>(count);
+    const qint64 got = uninterrupted([&] { return ::read(descriptor, target, wanted); });
+    hasFailed = hasFailed || got < 0;
+    return std::max<qint64>(got, 0);
+}
+
+qint64 DiskFile::readText(char *target, qint64 count)
+{
+    for (;;) {
+        const qint64 got = readBytes(target, count);
+        const qint64 left = dropCarriageReturns(target, got);
+        if (left > 0 || got == 0)
+            return left;
+    }
+}
+
+QByteArray DiskFile::readAllText()
+{
+    using Size = decltype(QByteArray().size()); // Qt 5 counts in int
+    constexpr qint64 largest = std::numeric_limits<Size>::max() - 64;
+    QByteArray text;
+    qint64 used = 0;
+    for (qint64 room = size + 1;; room = 2 * room + 4096) { // 1 more, to see the end
+        if (room > largest) {
+            hasFailed = true;
+            return {};
+        }
+        text.resize(static_cast<Size>(room));
+        while (used < room) {
+            const qint64 count = readText(text.data() + used, room - used);
+            used += count;
+            if (count == 0) {
+                text.truncate(static_cast<Size>(used));
+                return text;
+            }
+        }
+    }
+}
+
+bool DiskFile::write(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t count =
+            uninterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
+        if (count <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<size_t>(count));
+    }
+    return true;
+}
+
+bool DiskFile::close()
+{
+    const bool closed = descriptor < 0 || ::close(descriptor) == 0;
+    descriptor = -1;
+    size = 0;
+    return closed;
+}
+
+QByteArray systemName(const QString &name)
+{
+    return name.contains(QChar(u'\0')) ? QByteArray() : QFile::encodeName(name);
+}
+
+bool existsOnDisk(const QString &name)
+{
+    const QByteArray path = systemName(name);
+    return !path.isEmpty() && access(path, F_OK) == 0;
+}
+
+} // namespace Talmo
