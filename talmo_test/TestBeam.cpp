@@ -2,9 +2,11 @@
 
 #include "Numbers.h"
 
-#include <QIODevice>
-
+#include <algorithm>
+#include <charconv>
+#include <cstring>
 #include <string>
+#include <vector>
 
 namespace Talmo
 {
@@ -31,6 +33,87 @@ std::string number(double value)
     return text;
 }
 
+/// What follows each x: the y of each grid point and all up to its number. Each text is made once,
+/// but for so many that they would fill the memory.
+class Columns
+{
+public:
+    explicit Columns(const TestBeam &beam)
+        : first(beam.y0)
+        , step((beam.y1 - beam.y0) / static_cast<double>(beam.ny - 1))
+        , afterY(' ' + number(beam.z) + " 0 0 " + number(beam.pz) + " 0 " +
+                 std::to_string(beam.pdgId) + ' ')
+    {
+        constexpr int most = 1 << 16;
+        for (int j = 0; j < std::min(beam.ny, most); ++j) {
+            made.append(make(j));
+            ends.push_back(made.size());
+        }
+    }
+
+    /// That of column \a j; valid until the next call.
+    std::string_view operator[](int j)
+    {
+        const auto index = static_cast<size_t>(j);
+        if (index >= ends.size())
+            return latest = make(j);
+        const size_t begin = index == 0 ? 0 : ends[index - 1];
+        return std::string_view(made).substr(begin, ends[index] - begin);
+    }
+
+private:
+    std::string make(int j) const { return number(j * step + first) + afterY; }
+
+    double first;
+    double step;
+    std::string afterY;
+    std::string made;         // one behind the other,
+    std::vector<size_t> ends; // and where each ends
+    std::string latest;
+};
+
+/// Text on its way to a file.
+class Block
+{
+public:
+    explicit Block(const TestBeam::Sink &itsFile)
+        : file(itsFile)
+        , bytes(blockSize + longestLine)
+    {
+    }
+
+    /// Sees to it that there is room for a line; false if the file takes no more.
+    bool makeRoom() { return used < blockSize || flush(); }
+
+    bool flush()
+    {
+        const std::string_view text(bytes.data(), used);
+        used = 0;
+        return file(text);
+    }
+
+    void add(std::string_view text)
+    {
+        std::memcpy(bytes.data() + used, text.data(), text.size());
+        used += text.size();
+    }
+
+    void add(qint64 number)
+    {
+        char *const end = bytes.data() + bytes.size();
+        used =
+            static_cast<size_t>(std::to_chars(bytes.data() + used, end, number).ptr - bytes.data());
+    }
+
+private:
+    static constexpr size_t blockSize = 1 << 17;
+    static constexpr size_t longestLine = 256; // eleven numbers of at most 20 characters
+
+    const TestBeam::Sink &file;
+    std::vector<char> bytes;
+    size_t used = 0;
+};
+
 } // namespace
 
 bool TestBeam::parse(const QStringList &words, int first)
@@ -40,30 +123,26 @@ bool TestBeam::parse(const QStringList &words, int first)
            take(pdgId) && take(pz) && nx >= 2 && ny >= 2;
 }
 
-void TestBeam::write(QIODevice &file, const QString &title) const
+void TestBeam::write(const QString &title, const Sink &file) const
 {
-    constexpr size_t blockSize = 1 << 20;
+    const std::string heading = "#QXTrackFile " + title.toStdString() + '\n' + columnLine;
+    if (!file(heading))
+        return;
     const double dx = (x1 - x0) / static_cast<double>(nx - 1);
-    const double dy = (y1 - y0) / static_cast<double>(ny - 1);
-    const std::string afterY =
-        ' ' + number(z) + " 0 0 " + number(pz) + " 0 " + std::to_string(pdgId) + ' ';
-    std::string text = "#QXTrackFile " + title.toStdString() + '\n' + columnLine;
+    Columns columns(*this);
+    Block block(file);
     for (int i = 0; i < nx; ++i) {
         const std::string x = number(i * dx + x0) + ' ';
         for (int j = 0; j < ny; ++j) {
-            text += x;
-            appendNumber(text, j * dy + y0);
-            text += afterY;
-            text += std::to_string(eventId(i, j));
-            text += " 1 0 1\n";
-            if (text.size() < blockSize)
-                continue;
-            if (file.write(text.data(), static_cast<qint64>(text.size())) < 0)
+            if (!block.makeRoom())
                 return;
-            text.clear();
+            block.add(x);
+            block.add(columns[j]);
+            block.add(eventId(i, j));
+            block.add(" 1 0 1\n");
         }
     }
-    file.write(text.data(), static_cast<qint64>(text.size()));
+    block.flush();
 }
 
 } // namespace Talmo

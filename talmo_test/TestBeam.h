@@ -3,7 +3,8 @@
 #include <QStringList>
 #include <QtGlobal>
 
-class QIODevice;
+#include <functional>
+#include <string_view>
 
 namespace Talmo
 {
@@ -23,9 +24,12 @@ struct TestBeam {
     /// false if one is no number of its kind, or a count is below 2.
     bool parse(const QStringList &words, int first);
 
+    /// Takes a piece of a file; false if it takes no more.
+    using Sink = std::function<bool(std::string_view text)>;
+
     /// Writes the beam as a track file: a line with \a title, one that names the columns, and a
     /// line for each grid point, y running fastest. Stops early when \a file takes no more.
-    void write(QIODevice &file, const QString &title) const;
+    void write(const QString &title, const Sink &file) const;
 
     /// Running number, from 1, of the point in row \a i (of x) and column \a j, both from 0.
     qint64 eventId(int i, int j) const { return 1 + static_cast<qint64>(i) * ny + j; }
