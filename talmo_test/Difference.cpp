@@ -1,5 +1,6 @@
 #include "Difference.h"
 
+#include "AgreeingLines.h"
 #include "Numbers.h"
 
 #include <algorithm>
@@ -16,13 +17,15 @@ bool isComment(const Words &words)
     return words[0].substr(0, 1) == "#";
 }
 
-/// Walks two files side by side; judge, given a line of each, returns a Difference.
-template <typename Judge>
-Difference compareLines(LineReader &file1, LineReader &file2, Judge judge)
+/// Walks two files side by side. pass goes on to lines that may differ, and returns how many it
+/// passed over; judge, given a line of each, returns a Difference.
+template <typename Pass, typename Judge>
+Difference compareLines(LineReader &file1, LineReader &file2, Pass pass, Judge judge)
 {
     std::string_view line1;
     std::string_view line2;
     for (qint64 lineNumber = 1;; ++lineNumber) {
+        lineNumber += pass();
         const bool more1 = file1.readLine(line1);
         const bool more2 = file2.readLine(line2);
         if (more1 != more2)
@@ -63,9 +66,11 @@ Difference judgeColumns(
 
 Difference compareExactly(LineReader &file1, LineReader &file2)
 {
-    return compareLines(file1, file2, [](std::string_view line1, std::string_view line2) {
-        return line1 == line2 ? Difference() : Difference{Difference::Text, 0, 0};
-    });
+    return compareLines(
+        file1, file2, [&] { return passEqualLines(file1, file2); },
+        [](std::string_view line1, std::string_view line2) {
+            return line1 == line2 ? Difference() : Difference{Difference::Text, 0, 0};
+        });
 }
 
 Difference compareColumns(
@@ -73,11 +78,13 @@ Difference compareColumns(
 {
     Words words1;
     Words words2;
-    return compareLines(file1, file2, [&](std::string_view line1, std::string_view line2) {
-        words1.split(line1);
-        words2.split(line2);
-        return judgeColumns(words1, words2, tolerances);
-    });
+    return compareLines(
+        file1, file2, [&] { return passAgreeingLines(file1, file2, tolerances); },
+        [&](std::string_view line1, std::string_view line2) {
+            words1.split(line1);
+            words2.split(line2);
+            return judgeColumns(words1, words2, tolerances);
+        });
 }
 
 } // namespace Talmo

@@ -1,0 +1,196 @@
+// Most of what is compared agrees, and most of that to the byte. So the files are first passed over
+// here, as bytes in memory, up to something that needs a closer look. Nothing is decided here but
+// that lines agree, and nothing is changed but the files' positions: what follows is judged, and
+// reported, line by line.
+
+#include "AgreeingLines.h"
+
+#include "Bytes64.h"
+#include "NumberLine.h"
+#include "Numbers.h"
+#include "QuickNumber.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace Talmo
+{
+
+namespace
+{
+
+bool isBlank(char character)
+{
+    return character == ' ' || character == '\t';
+}
+
+bool isWordEnd(char character)
+{
+    return isBlank(character) || character == '\n';
+}
+
+const char *skipBlanks(const char *text)
+{
+    while (isBlank(*text))
+        ++text;
+    return text;
+}
+
+/// True for what surely is no blank of any kind.
+bool isPlain(char character)
+{
+    return character > ' ' && character < '\x7F';
+}
+
+/// The lines of a window, from the front.
+class Lines
+{
+public:
+    explicit Lines(std::string_view window)
+        : begin(window.data())
+        , next(begin)
+        , end(begin + window.size())
+    {
+    }
+
+    bool isEmpty() const { return next == end; }
+    const char *front() const { return next; }
+    std::string_view rest() const { return {next, static_cast<size_t>(end - next)}; }
+    size_t passed() const { return static_cast<size_t>(next - begin); }
+
+    /// The newline at or behind \a text.
+    const char *newlineFrom(const char *text) const
+    {
+        return static_cast<const char *>(std::memchr(text, '\n', static_cast<size_t>(end - text)));
+    }
+
+    void passThrough(const char *newline) { next = newline + 1; }
+
+private:
+    const char *begin;
+    const char *next;
+    const char *end;
+};
+
+/// Reads the number at \a text; returns where its word ends, or null if it is none.
+const char *readNumber(const char *text, double &value)
+{
+    if (const char *const end = quickNumber(text, value); end != nullptr && isWordEnd(*end))
+        return end;
+    const char *end = text;
+    while (isPlain(*end))
+        ++end;
+    const bool isNumber = toNumber({text, static_cast<size_t>(end - text)}, value);
+    return isNumber && isWordEnd(*end) ? end : nullptr;
+}
+
+/// Passes the word at \a text; returns where it ends, or null if it is not plain, or a comment's.
+const char *passWord(const char *text)
+{
+    const char *end = text;
+    while (isPlain(*end))
+        ++end;
+    return end != text && *text != '#' && isWordEnd(*end) ? end : nullptr;
+}
+
+/// Whether each column of the lines at \a text1 and \a text2 surely agrees. If so, moves both
+/// behind the last one.
+bool columnsAgree(const char *&text1, const char *&text2, const std::vector<double> &tolerances)
+{
+    const char *next1 = text1;
+    const char *next2 = text2;
+    for (const double tolerance : tolerances) {
+        double value1 = 0;
+        double value2 = 0;
+        const auto pass = [tolerance](const char *text, double &value) {
+            const char *const word = skipBlanks(text);
+            return tolerance < 0 ? passWord(word) : readNumber(word, value);
+        };
+        next1 = pass(next1, value1);
+        next2 = pass(next2, value2);
+        if (next1 == nullptr || next2 == nullptr)
+            return false;
+        if (tolerance >= 0 && std::fabs(value1 - value2) > tolerance)
+            return false;
+    }
+    text1 = next1;
+    text2 = next2;
+    return true;
+}
+
+/// Passes the first line of each if they surely agree.
+bool passPair(Lines &lines1, Lines &lines2, const std::vector<double> &tolerances)
+{
+    const char *text1 = lines1.front();
+    const char *text2 = lines2.front();
+    const char *const newline = lines1.newlineFrom(text1);
+    const auto length = static_cast<size_t>(newline - text1);
+    const bool equal = length < lines2.rest().size() && std::memcmp(text1, text2, length + 1) == 0;
+    if (equal && isNumberLine(text1, newline, tolerances.size())) {
+        lines1.passThrough(newline);
+        lines2.passThrough(text2 + length);
+        return true;
+    }
+    if (!columnsAgree(text1, text2, tolerances))
+        return false;
+    lines1.passThrough(newline);
+    lines2.passThrough(lines2.newlineFrom(text2));
+    return true;
+}
+
+/// The number of newlines in \a text, sixty-four bytes at a time.
+qint64 newlinesIn(std::string_view text)
+{
+    qint64 count = 0;
+    for (; text.size() >= 64; text.remove_prefix(64))
+        count += __builtin_popcountll(Bytes64(text.data()).anyOf('\n'));
+    return count + std::count(text.begin(), text.end(), '\n');
+}
+
+/// How long the common start of \a text1 and \a text2 is, up to its last newline.
+size_t equalLines(std::string_view text1, std::string_view text2)
+{
+    size_t length = std::min(text1.size(), text2.size());
+    if (std::memcmp(text1.data(), text2.data(), length) == 0)
+        return length; // the shorter one ends with a newline
+    const auto parting = std::mismatch(text1.begin(), text1.begin() + length, text2.begin());
+    length = static_cast<size_t>(parting.first - text1.begin());
+    return text1.substr(0, length).rfind('\n') + 1; // 0 if there is none
+}
+
+} // namespace
+
+qint64 passEqualLines(LineReader &file1, LineReader &file2)
+{
+    qint64 count = 0;
+    for (;;) {
+        const std::string_view window1 = file1.window();
+        const size_t length = equalLines(window1, file2.window());
+        if (length == 0)
+            return count;
+        count += newlinesIn(window1.substr(0, length));
+        file1.skip(length);
+        file2.skip(length);
+    }
+}
+
+qint64 passAgreeingLines(
+    LineReader &file1, LineReader &file2, const std::vector<double> &tolerances)
+{
+    qint64 count = 0;
+    for (bool agree = true; agree;) {
+        Lines lines1(file1.window());
+        Lines lines2(file2.window());
+        agree = !lines1.isEmpty() && !lines2.isEmpty();
+        while (agree && !lines1.isEmpty() && !lines2.isEmpty()) {
+            agree = passPair(lines1, lines2, tolerances);
+            count += agree;
+        }
+        file1.skip(lines1.passed());
+        file2.skip(lines2.passed());
+    }
+    return count;
+}
+
+} // namespace Talmo
