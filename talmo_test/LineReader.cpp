@@ -48,15 +48,15 @@ std::string_view LineReader::window()
 /// Reads until there is a whole line, or nothing more.
 void LineReader::readWholeLine()
 {
-    while (next >= linesEnd && readBlock())
-        ;
+    while (next >= linesEnd && !ended)
+        readBlock();
     if (!begun)
         next += byteOrderMarkLength({buffer.get(), end});
     begun = true;
 }
 
-/// Drops the lines that were handed out and appends the file's next block; false at its end.
-bool LineReader::readBlock()
+/// Drops the lines that were handed out and appends the file's next block.
+void LineReader::readBlock()
 {
     const size_t kept = end - next;
     makeRoom();
@@ -66,7 +66,7 @@ bool LineReader::readBlock()
     const size_t newline = std::string_view(buffer.get() + kept, end - kept).rfind('\n');
     linesEnd = newline == std::string_view::npos ? 0 : kept + newline + 1;
     std::memset(buffer.get() + end, 0, padding);
-    return count > 0;
+    ended = count == 0;
 }
 
 /// Moves what is kept to the front, and sees to it that at least as much can be read again.

@@ -40,7 +40,7 @@ public:
 
 private:
     void readWholeLine();
-    bool readBlock();
+    void readBlock();
     void makeRoom();
 
     DiskFile file;
@@ -50,6 +50,7 @@ private:
     size_t linesEnd = 0; // where the last whole one ends,
     size_t end = 0;      // and what was read
     bool begun = false;  // past a byte order mark
+    bool ended = false;  // nothing more to read
 };
 
 } // namespace Talmo

@@ -13,18 +13,16 @@
 #include "ScriptReader.h"
 #include "StartupGuard.h"
 #include "commands.h"
+#include "removeDir.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -67,50 +65,6 @@ QStringList configuredSimPrograms(const QString &pattern)
             matching += name;
     }
     return matching;
-}
-
-namespace fs = std::filesystem;
-
-/// The entries of \a directory in the order in which they are to be removed: directories first,
-/// either sort by name. None if it cannot be read.
-std::vector<fs::directory_entry> entriesOf(const fs::path &directory)
-{
-    std::vector<fs::directory_entry> entries;
-    std::error_code error;
-    for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
-         entry.increment(error))
-        entries.push_back(*entry);
-    std::sort(entries.begin(), entries.end());
-    std::stable_partition(entries.begin(), entries.end(), [](const fs::directory_entry &entry) {
-        std::error_code ignored;
-        return entry.is_directory(ignored); // a link to one, too
-    });
-    return entries;
-}
-
-/// Removes \a entry with all that it holds; false if that fails. Stops at the first entry that
-/// cannot be removed. A symbolic link is removed as a link, wherever it leads.
-bool removeTree(const fs::directory_entry &entry)
-{
-    std::error_code error;
-    if (entry.is_directory(error) && !entry.is_symlink(error)) {
-        for (const fs::directory_entry &inner : entriesOf(entry.path())) {
-            if (!removeTree(inner))
-                return false;
-        }
-    }
-    return fs::remove(entry.path(), error);
-}
-
-/// Removes the directory \a path with all that it holds; false if there is none, or if something
-/// could not be removed: that and what comes after it stays. Nothing outside is touched: a symbolic
-/// link, also one in the directory's place, is removed as a link.
-bool removeDir(const QString &path)
-{
-    std::error_code error;
-    const fs::directory_entry entry(QFile::encodeName(path).toStdString(), error);
-    const bool exists = entry.is_symlink(error) || entry.is_directory(error);
-    return exists && removeTree(entry);
 }
 
 /// What settles a command: whether its failure was expected. Changes \a error accordingly.
@@ -156,8 +110,10 @@ bool enterNewDir(const QString &name)
 {
     if (name.contains(QChar(u'\0'))) // the system would take another directory
         return false;
-    removeDir(name);
-    QDir().mkdir(name);
+    if (!QDir().mkdir(name)) { // mostly there is no leftover
+        removeDir(name);
+        QDir().mkdir(name);
+    }
     return QDir::setCurrent(name);
 }
 

@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include <cstring>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -84,6 +85,23 @@ TEST_F(RemoveDir, TakesDeepAndWideDirectories)
         EXPECT_EQ(runScript("=heading\n=run litter\n"), "test1: heading\n");
         expectClean();
     }
+}
+
+TEST_F(RemoveDir, TakesATreeThatNoPathCanReachTheEndOf)
+{
+    write("test1.dir/leftover", "");
+    int directory = open(pathOf("test1.dir"), O_RDONLY | O_DIRECTORY);
+    for (int depth = 0; depth < 3000; ++depth) { // also more than there can be open files
+        ASSERT_EQ(mkdirat(directory, "d", 0777), 0);
+        ASSERT_EQ(mkdirat(directory, "e", 0777), 0); // removed on the way back up
+        const int next = openat(directory, "d", O_RDONLY | O_DIRECTORY);
+        ASSERT_GE(next, 0);
+        close(directory);
+        directory = next;
+    }
+    close(directory);
+    EXPECT_EQ(runScript("=heading\n=ignore leftover\n=exists leftover\n"), "test1: heading\n");
+    expectClean();
 }
 
 TEST_F(RemoveDir, TakesSockets)
