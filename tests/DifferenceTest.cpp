@@ -1,6 +1,5 @@
 #include "Difference.h"
-
-#include <QTemporaryFile>
+#include "ReaderOf.h"
 
 #include <ostream>
 
@@ -38,25 +37,6 @@ Difference judge(
     words2.split(line2);
     return judgeColumns(words1, words2, tolerances);
 }
-
-/// A file with \a content, open in a reader.
-class ReaderOf
-{
-public:
-    explicit ReaderOf(std::string_view content)
-    {
-        const auto size = static_cast<qint64>(content.size());
-        EXPECT_TRUE(file.open());
-        EXPECT_EQ(file.write(content.data(), size), size);
-        EXPECT_TRUE(file.flush());
-        EXPECT_TRUE(reader.open(file.fileName()));
-    }
-
-    LineReader reader;
-
-private:
-    QTemporaryFile file;
-};
 
 Difference exactly(std::string_view content1, std::string_view content2)
 {

@@ -1,6 +1,5 @@
 #include "LineReader.h"
-
-#include <QTemporaryFile>
+#include "ReaderOf.h"
 
 #include <vector>
 
@@ -34,14 +33,8 @@ Lines remaining(LineReader &reader)
 
 Lines linesOf(std::string_view content)
 {
-    QTemporaryFile file;
-    EXPECT_TRUE(file.open());
-    const auto size = static_cast<qint64>(content.size());
-    EXPECT_EQ(file.write(content.data(), size), size);
-    EXPECT_TRUE(file.flush());
-    LineReader reader;
-    EXPECT_TRUE(reader.open(file.fileName()));
-    return remaining(reader);
+    ReaderOf file(content);
+    return remaining(file.reader);
 }
 
 /// The lines of a pipe that hands out \a packets one at a time, however much is asked for.
@@ -168,6 +161,56 @@ TEST(LineReader, MemoryDoesNotGrowWithTheNumberOfLines)
     EXPECT_EQ(count, 15000000);
     EXPECT_LT(peakKilobytes() - before, 40000);
     pclose(lines);
+}
+
+TEST(LineReader, ShowsTheWholeLinesInMemory)
+{
+    LineReader empty;
+    ASSERT_TRUE(empty.open(QStringLiteral("/dev/null")));
+    EXPECT_EQ(empty.window(), "");
+    ReaderOf file(byteOrderMark + "a\r\nb\n\nc");
+    LineReader &reader = file.reader;
+    EXPECT_EQ(reader.window(), "a\nb\n\n"); // not the last line, which has no newline
+    reader.skip(2);
+    EXPECT_EQ(reader.window(), "b\n\n");
+    std::string_view line;
+    EXPECT_TRUE(reader.readLine(line));
+    EXPECT_EQ(line, "b");
+    EXPECT_EQ(reader.window(), "\n");
+    reader.skip(1);
+    EXPECT_EQ(reader.window(), "");
+    EXPECT_EQ(remaining(reader), Lines({"c"}));
+    EXPECT_EQ(reader.window(), "");
+}
+
+TEST(LineReader, AWindowHoldsALineHoweverLongItIs)
+{
+    for (const size_t length : {blockSize - 1, blockSize, 5 * blockSize}) {
+        SCOPED_TRACE(length);
+        const std::string text = "x\n" + std::string(length, 'a') + '\n';
+        const std::string all = text + text + text;
+        ReaderOf file(all);
+        std::string seen;
+        for (std::string_view window; !(window = file.reader.window()).empty();) {
+            EXPECT_EQ(window.back(), '\n');
+            const size_t taken = window.find('\n') + 1;
+            seen += window.substr(0, taken);
+            file.reader.skip(taken);
+        }
+        EXPECT_TRUE(seen == all);
+    }
+}
+
+TEST(LineReader, ReadsALongLineFromAPipe)
+{
+    FILE *const line = popen("head -c 60000000 /dev/zero", "r"); // it comes in many small packets
+    ASSERT_NE(line, nullptr);
+    LineReader reader;
+    EXPECT_TRUE(reader.open(QStringLiteral("/proc/self/fd/%1").arg(fileno(line))));
+    const Lines lines = remaining(reader);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].size(), 60000000U);
+    pclose(line);
 }
 
 TEST(LineReader, ReadsAPipeHoweverItsDataArrive)

@@ -81,6 +81,8 @@ TEST(ScriptReader, ReadUntilStopsAtALineThatBeginsWithThePrefix)
         {"=x\n", "", "=x"},
         {"a\n=x\n", "a\n", "=x"},
         {"a =\n =\n\n=x", "a =\n =\n\n", "=x"},
+        {"a==\n b=c\n==\n=", "a==\n b=c\n", "=="},
+        {"\n=", "\n", "="},
         {"a\nb", "a\nb", nullptr},
         {"a\n", "a\n", nullptr},
         {"", "", nullptr},

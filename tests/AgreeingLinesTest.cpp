@@ -1,0 +1,228 @@
+#include "AgreeingLines.h"
+
+#include "Difference.h"
+#include "NastyLines.h"
+#include "ReaderOf.h"
+
+#include <string>
+#include <vector>
+
+using namespace Talmo;
+
+// What is passed over quickly must be what would be found to agree line by line: first, that it is
+// passed over at all, then, on random files, that the outcome is the same.
+
+namespace
+{
+
+using Tolerances = std::vector<double>;
+
+std::string repeated(const std::string &text, int count)
+{
+    std::string all;
+    for (; count > 0; --count)
+        all += text;
+    return all;
+}
+
+qint64 agreeing(std::string_view content1, std::string_view content2, const Tolerances &tolerances)
+{
+    ReaderOf file1(content1);
+    ReaderOf file2(content2);
+    return passAgreeingLines(file1.reader, file2.reader, tolerances);
+}
+
+qint64 equal(std::string_view content1, std::string_view content2)
+{
+    ReaderOf file1(content1);
+    ReaderOf file2(content2);
+    return passEqualLines(file1.reader, file2.reader);
+}
+
+/// The first difference line by line, nothing passed over.
+template <typename Judge>
+Difference plainly(std::string_view content1, std::string_view content2, Judge judge)
+{
+    ReaderOf file1(content1);
+    ReaderOf file2(content2);
+    std::string_view line1;
+    std::string_view line2;
+    for (qint64 line = 1;; ++line) {
+        const bool more = file1.reader.readLine(line1);
+        if (file2.reader.readLine(line2) != more)
+            return {Difference::Length, 0, 0};
+        if (!more)
+            return {};
+        Difference difference = judge(line1, line2);
+        difference.line = line;
+        if (difference.kind != Difference::None)
+            return difference;
+    }
+}
+
+Difference columnsPlainly(
+    std::string_view content1, std::string_view content2, const Tolerances &tolerances)
+{
+    return plainly(content1, content2, [&](std::string_view line1, std::string_view line2) {
+        Words words1;
+        Words words2;
+        words1.split(line1);
+        words2.split(line2);
+        return judgeColumns(words1, words2, tolerances);
+    });
+}
+
+Difference exactlyPlainly(std::string_view content1, std::string_view content2)
+{
+    return plainly(content1, content2, [](std::string_view line1, std::string_view line2) {
+        return line1 == line2 ? Difference() : Difference{Difference::Text, 0, 0};
+    });
+}
+
+void expectSame(const Difference &quick, const Difference &plain)
+{
+    EXPECT_EQ(quick.kind, plain.kind);
+    EXPECT_EQ(quick.line, plain.line);
+    EXPECT_EQ(quick.column, plain.column);
+}
+
+/// Compares both ways, quickly and plainly.
+void expectSameOutcome(
+    const std::string &content1, const std::string &content2, const Tolerances &tolerances)
+{
+    ReaderOf exact1(content1);
+    ReaderOf exact2(content2);
+    expectSame(compareExactly(exact1.reader, exact2.reader), exactlyPlainly(content1, content2));
+    ReaderOf file1(content1);
+    ReaderOf file2(content2);
+    expectSame(compareColumns(file1.reader, file2.reader, tolerances),
+        columnsPlainly(content1, content2, tolerances));
+}
+
+/// A line that mostly, but not always, agrees with \a line.
+std::string variation(const std::string &line, NastyLines &random, int words)
+{
+    if (!random.oneIn(3))
+        return line;
+    if (random.oneIn(200))
+        return random.line(words);
+    std::string other;
+    for (const char character : line) {
+        if (character == ' ' && random.oneIn(10))
+            other += random.oneIn(2) ? "\t" : "  ";
+        else if (character >= '0' && character <= '8' && random.oneIn(400))
+            other += static_cast<char>(character + 1);
+        else
+            other += character;
+    }
+    return other;
+}
+
+} // namespace
+
+TEST(PassAgreeingLines, PassesOverWhatSimulationsPrint)
+{
+    const struct {
+        const char *line1;
+        const char *line2;
+        Tolerances tolerances;
+    } rows[] = {
+        {"1 2 3\n", "1 2 3\n", {0, 0, 0}},
+        {"1 2 3\n", "1 2 3\n", {0}},
+        {"1 2 3 name\n", "1 2 3 name\n", {0, 0, 0}}, // by its numbers, not by its bytes
+        {"1.25 -2e-3 3\n", "1.2500001\t-2.0e-3   3.0\n", {1e-6, 0, 0}},
+        {"  1.25 2\n", "1.25 2  \n", {0, 0}},
+        {"e- 1 x\n", "mu+ 1 y\n", {-1, 0}}, // a column that may hold anything
+        {"1e123 0.12345678901234567\n", "1e123 0.12345678901234567\n", {0, 0}},
+        {"0.12345678901234567\n", "0.12345678901234566\n", {1e-15}},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.line1);
+        EXPECT_EQ(agreeing(row.line1, row.line2, row.tolerances), 1);
+        for (const int count : {7, 100000}) { // one block, and several
+            EXPECT_EQ(
+                agreeing(repeated(row.line1, count), repeated(row.line2, count), row.tolerances),
+                count);
+        }
+    }
+}
+
+TEST(PassAgreeingLines, StopsWhereACloserLookIsNeeded)
+{
+    const char *const lines[] = {"# comment", "", "x", "1\v2", "1 \xC3\xA9",
+        "\xEF\xBB\xBF"
+        "1",
+        "1e999", "1#", "2", "1 3", "1"};
+    for (const char *const line : lines) {
+        SCOPED_TRACE(line);
+        const std::string content1 = repeated("1 2\n", 5) + line + "\n1 2\n";
+        const std::string content2 =
+            repeated("1 2\n", 5) + (*line == '2' || line[1] == ' ' ? "1 2" : line);
+        EXPECT_EQ(agreeing(content1, content2 + "\n1 2\n", {0, 0}), 5);
+    }
+    EXPECT_EQ(agreeing("# a\n", "# a\n", {-1}), 0);
+    EXPECT_EQ(agreeing("# a\n", "a\n", {}), 0);
+    EXPECT_EQ(agreeing("1 2\n1 2", "1 2\n1 2", {0, 0}), 1); // a last line without a newline
+    EXPECT_EQ(agreeing("", "", {0}), 0);
+    EXPECT_EQ(agreeing("1\n", "", {0}), 0);
+}
+
+TEST(PassEqualLines, PassesOverAllThatIsEqual)
+{
+    EXPECT_EQ(equal("", ""), 0);
+    EXPECT_EQ(equal("a\n", ""), 0);
+    EXPECT_EQ(equal("a\nb\n", "a\nb\n"), 2);
+    EXPECT_EQ(equal("a\nb\nc\n", "a\nb\nx\n"), 2);
+    EXPECT_EQ(equal("a\nb\n", "a\nb\nc\n"), 2);
+    EXPECT_EQ(equal("a\nb", "a\nb"), 1); // the last one has no newline
+    EXPECT_EQ(equal("a\r\n\r\nb\n", "a\n\nb\r\n"), 3);
+    EXPECT_EQ(equal("\xEF\xBB\xBF"
+                    "a\n",
+                  "a\n"),
+        1);
+    for (const int count : {63, 64, 65, 128, 40000}) {
+        const std::string lines = repeated("\n", count) + repeated("a line\n", count);
+        EXPECT_EQ(equal(lines, lines), 2 * count);
+        EXPECT_EQ(equal(lines + "a\n", lines + "b\n"), 2 * count);
+    }
+}
+
+TEST(AgreeingLines, LeaveTheOutcomeAsItWas)
+{
+    NastyLines random(4);
+    for (int round = 0; round < 6000; ++round) {
+        SCOPED_TRACE(round);
+        const int words = 1 + random.below(6);
+        Tolerances tolerances;
+        for (int column = 0; column < words - random.below(2); ++column)
+            tolerances.push_back(random.oneIn(12) ? -1 : random.oneIn(3) ? 0 : 0.1);
+        std::string content1 = random.oneIn(20) ? "\xEF\xBB\xBF" : "";
+        std::string content2 = random.oneIn(20) ? "\xEF\xBB\xBF" : "";
+        for (int lines = random.below(40); lines > 0; --lines) {
+            const std::string line = random.line(words);
+            content1 += line + (random.oneIn(20) ? "\r\n" : "\n");
+            content2 += variation(line, random, words) + (random.oneIn(20) ? "\r\n" : "\n");
+        }
+        if (random.oneIn(5) && !content1.empty())
+            content1.pop_back();
+        if (random.oneIn(5) && !content2.empty())
+            content2.pop_back();
+        expectSameOutcome(content1, content2, tolerances);
+    }
+}
+
+TEST(AgreeingLines, LeaveTheOutcomeAsItWasAroundTheEndsOfBlocks)
+{
+    constexpr size_t block = 1 << 18;
+    const std::string line = "1.25 -3.5e-7 12\n";
+    for (size_t length = block - 20; length <= block + 20; ++length) {
+        SCOPED_TRACE(length);
+        std::string content = repeated(line, static_cast<int>(length / line.size()));
+        content += std::string(length - content.size(), ' '); // ends in the midst of a line
+        expectSameOutcome(content + "1 2 3\n", content + "1 2 3\n", {0, 0, 0});
+        expectSameOutcome(content + "1 2 3\n4 5 6", content + "1 2 4\n4 5 6", {0, 0, 0});
+        expectSameOutcome(content + "1 2 3\n4 5 6\n", content + " 1 2 3\n4 5 6", {0, 0, 0});
+        expectSameOutcome(content + "1 2 3", content + "1 2", {0, 0, 0});
+        expectSameOutcome(" " + content + "1 2 3\n", content + "1 2 3.5\n", {0, 0, 0});
+    }
+}

@@ -1,0 +1,159 @@
+#include "DiskFile.h"
+#include "Printing.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+using namespace Talmo;
+
+namespace
+{
+
+class DiskFileTest : public testing::Test
+{
+protected:
+    QString pathOf(const QString &name) const { return directory.path() + '/' + name; }
+
+    QString fileWith(const QByteArray &content) const
+    {
+        QFile file(pathOf("content"));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        EXPECT_EQ(file.write(content), content.size());
+        return file.fileName();
+    }
+
+    QByteArray textOf(const QByteArray &content) const
+    {
+        DiskFile file;
+        EXPECT_TRUE(file.openToRead(fileWith(content)));
+        const QByteArray text = file.readAllText();
+        EXPECT_FALSE(file.failed());
+        return text;
+    }
+
+private:
+    QTemporaryDir directory;
+};
+
+} // namespace
+
+TEST_F(DiskFileTest, ReadsTextWithoutCarriageReturns)
+{
+    EXPECT_EQ(textOf(""), "");
+    EXPECT_EQ(textOf("a\nb"), "a\nb");
+    EXPECT_EQ(textOf("a\r\nb\r\n\r"), "a\nb\n");
+    EXPECT_EQ(textOf("\r\r\r"), "");
+    EXPECT_EQ(textOf(QByteArray("a\0\r\0b\xFF", 6)), QByteArray("a\0\0b\xFF", 5));
+    const QByteArray large(3000000, 'x');
+    EXPECT_TRUE(textOf(large) == large);
+    EXPECT_TRUE(textOf(large + "\r\n" + large) == large + "\n" + large);
+}
+
+TEST_F(DiskFileTest, ReadsInPieces)
+{
+    DiskFile file;
+    ASSERT_TRUE(file.openToRead(fileWith("ab\r\r\r\rc")));
+    EXPECT_EQ(file.sizeAtOpening(), 7);
+    char piece[2] = {};
+    EXPECT_EQ(file.readText(piece, 2), 2);
+    EXPECT_EQ(piece[1], 'b');
+    EXPECT_EQ(file.readText(piece, 2), 1); // two pieces of returns are none
+    EXPECT_EQ(piece[0], 'c');
+    EXPECT_EQ(file.readText(piece, 2), 0);
+    EXPECT_FALSE(file.failed());
+}
+
+TEST_F(DiskFileTest, ReadsAPipeToItsEnd)
+{
+    FILE *const pipe = popen("head -c 1000000 /dev/zero; sleep 0.1; echo", "r");
+    ASSERT_NE(pipe, nullptr);
+    DiskFile file;
+    ASSERT_TRUE(file.openToRead(QStringLiteral("/proc/self/fd/%1").arg(fileno(pipe))));
+    EXPECT_EQ(file.sizeAtOpening(), 0);
+    EXPECT_TRUE(file.readAllText() == QByteArray(1000000, '\0') + '\n');
+    pclose(pipe);
+}
+
+TEST_F(DiskFileTest, OpensOnlyWhatItCan)
+{
+    for (const char *const name : {"", "no such file", "/tmp", "."}) {
+        SCOPED_TRACE(name);
+        DiskFile file;
+        EXPECT_FALSE(file.openToRead(name));
+    }
+    DiskFile file;
+    EXPECT_FALSE(file.openToWrite(""));
+    EXPECT_FALSE(file.openToWrite("/tmp"));
+    const QString name = pathOf(QString::fromLatin1("a\0b", 3)); // not a file called "a"
+    EXPECT_FALSE(file.openToWrite(name));
+    EXPECT_FALSE(existsOnDisk(pathOf("a")));
+    EXPECT_FALSE(existsOnDisk(name));
+    EXPECT_FALSE(file.openToWrite(pathOf("none/a")));
+}
+
+TEST_F(DiskFileTest, WritesBytesAndReplacesWhatWasThere)
+{
+    const QString name = fileWith("a longer old content");
+    DiskFile file;
+    ASSERT_TRUE(file.openToWrite(name));
+    EXPECT_TRUE(file.write("a\r\n"));
+    EXPECT_TRUE(file.write(""));
+    EXPECT_TRUE(file.write(std::string_view("\0\xFF", 2)));
+    EXPECT_TRUE(file.close());
+    EXPECT_TRUE(file.close()); // nothing to close
+    QFile written(name);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_EQ(written.readAll(), QByteArray("a\r\n\0\xFF", 5));
+}
+
+TEST_F(DiskFileTest, SaysThatReadingOrWritingFailed)
+{
+    DiskFile file;
+    ASSERT_TRUE(file.openToRead("/proc/self/mem")); // opens, but cannot be read
+    EXPECT_FALSE(file.failed());
+    EXPECT_EQ(file.readAllText(), "");
+    EXPECT_TRUE(file.failed());
+    ASSERT_TRUE(file.openToRead("/dev/null"));
+    EXPECT_FALSE(file.failed()); // another file, another chance
+    ASSERT_TRUE(file.openToWrite("/dev/full"));
+    EXPECT_FALSE(file.write("x"));
+}
+
+TEST_F(DiskFileTest, LeavesNoDescriptorBehind)
+{
+    const auto descriptors = [] { return QDir("/proc/self/fd").entryList().size(); };
+    const auto before = descriptors();
+    {
+        DiskFile file;
+        EXPECT_TRUE(file.openToRead(fileWith("a")));
+        EXPECT_TRUE(file.openToRead(fileWith("b"))); // closes the first
+        EXPECT_EQ(descriptors(), before + 1);
+        EXPECT_FALSE(file.openToRead("/tmp"));
+        EXPECT_EQ(descriptors(), before);
+        EXPECT_TRUE(file.openToWrite(pathOf("c")));
+    }
+    EXPECT_EQ(descriptors(), before);
+}
+
+TEST_F(DiskFileTest, KeepsItsFilesFromProgramsThatAreStarted)
+{
+    DiskFile file;
+    ASSERT_TRUE(file.openToRead(fileWith("a")));
+    const QFileInfoList entries = QDir("/proc/self/fd").entryInfoList(QDir::Files | QDir::System);
+    int found = 0;
+    for (const QFileInfo &entry : entries) {
+        if (entry.symLinkTarget() != pathOf("content"))
+            continue;
+        ++found;
+        EXPECT_NE(fcntl(entry.fileName().toInt(), F_GETFD) & FD_CLOEXEC, 0);
+    }
+    EXPECT_EQ(found, 1);
+}

@@ -1,0 +1,2 @@
+// The same tests of the same source, built without the instructions of one processor.
+#include "NumberLineTest.cpp" // NOLINT(bugprone-suspicious-include)

@@ -1,0 +1,125 @@
+#include "NumberLine.h"
+
+#include "LineReader.h"
+#include "NastyLines.h"
+#include "Numbers.h"
+#include "Words.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+using namespace Talmo;
+
+namespace
+{
+
+bool isNumberLine(const std::string &line, size_t count)
+{
+    // What follows would be part of a number if the newline did not end it.
+    const std::string padded = line + '\n' + std::string(LineReader::padding, '1');
+    return Talmo::isNumberLine(padded.c_str(), padded.c_str() + line.size(), count);
+}
+
+bool isNumber(std::string_view word)
+{
+    double value = 0;
+    return toNumber(word, value);
+}
+
+/// Whether \a line holds nothing but numbers, at least \a count of them.
+bool holdsNumbers(const std::string &line, size_t count)
+{
+    Words words;
+    words.split(line);
+    for (size_t index = 0; index < words.count(); ++index) {
+        if (!isNumber(words[index]))
+            return false;
+    }
+    return words.count() >= count;
+}
+
+/// Whether \a line has none of what the proof leaves to others.
+bool isUsual(const std::string &line)
+{
+    Words words;
+    words.split(line);
+    for (size_t index = 0; index < words.count(); ++index) {
+        const std::string_view word = words[index];
+        const size_t letter = word.find_first_of("eE");
+        const size_t power = letter == std::string_view::npos
+                                 ? word.size()
+                                 : word.find_first_not_of("+-", letter + 1);
+        if (word.size() > 60 || (power < word.size() && word.size() - power > 2))
+            return false;
+    }
+    return std::all_of(line.begin(), line.end(), [](char character) {
+        return character == '\t' || (character >= ' ' && character < '\x7F');
+    });
+}
+
+} // namespace
+
+TEST(NumberLine, AgreesWithToNumber)
+{
+    NastyLines random(3);
+    int proven = 0;
+    for (int count = 0; count < 200000; ++count) {
+        const int words = 1 + random.below(14);
+        const std::string line = random.line(words);
+        const auto needed = static_cast<size_t>(std::max(words - random.below(2), 1));
+        const bool is = isNumberLine(line, needed);
+        const bool should = holdsNumbers(line, needed);
+        EXPECT_TRUE(isUsual(line) ? is == should : !is || should) << line;
+        proven += is;
+    }
+    EXPECT_GT(proven, 50000);
+}
+
+TEST(NumberLine, EveryShapeOfNumberAtEveryPlace)
+{
+    const struct {
+        const char *word;
+        bool isNumber;
+    } rows[] = {
+        {"1", true}, {"-1", true}, {"+1", true}, {"1.", true}, {".1", true}, {"-.1", true},
+        {"1.2", true}, {"1e2", true}, {"1E+2", true}, {"1.e-2", true}, {".1e22", true},
+        {"12345.678901234567890123", true}, {"", true}, // two blanks
+        {".", false}, {"-", false}, {"+.", false}, {"e1", false}, {".e1", false}, {"1e", false},
+        {"1e+", false}, {"1e+-1", false}, {"--1", false}, {"1-", false}, {"1-2", false},
+        {"1.2.3", false}, {"1..2", false}, {"1e2.", false}, {"1e2e3", false}, {"1ee2", false},
+        {"x", false}, {"1x", false}, {"#", false}, {"1:", false}, {"1/", false}, {"1,", false},
+        {"\x80", false}, {"1\xFF", false}, {"1\v2", false}, {"nan", false}, {"inf", false},
+        {"1e123", false}, // is left to others
+    };
+    for (const auto &row : rows) {
+        for (size_t before = 0; before < 140; ++before) { // over the ends of two blocks
+            const std::string line = std::string(before, ' ') + row.word + " 2 3";
+            EXPECT_EQ(isNumberLine(line, 2), row.isNumber) << row.word << " behind " << before;
+            const std::string filled = "1 " + std::string(before, '\t') + row.word + " 2";
+            EXPECT_EQ(isNumberLine(filled, 2), row.isNumber) << row.word << " behind " << before;
+            EXPECT_EQ(isNumberLine(std::string(before, ' ') + "2 " + row.word, 1), row.isNumber);
+        }
+    }
+}
+
+TEST(NumberLine, CountsTheWords)
+{
+    std::string line;
+    for (size_t words = 0; words < 100; ++words) {
+        EXPECT_TRUE(isNumberLine(line, words));
+        EXPECT_FALSE(isNumberLine(line, words + 1));
+        line += words % 3 == 0 ? " 1" : "  12.5";
+    }
+}
+
+TEST(NumberLine, WordsMayBeAsLongAsABlockLessItsBlank)
+{
+    for (size_t length = 1; length < 64; ++length) {
+        const std::string word(length, '7');
+        EXPECT_TRUE(isNumberLine(word, 1)) << length;
+        EXPECT_TRUE(isNumberLine(word + ' ' + word + ' ' + word, 3)) << length;
+    }
+    EXPECT_FALSE(isNumberLine(std::string(64, '7'), 1));
+    EXPECT_FALSE(isNumberLine("1 " + std::string(300, '7'), 1));
+}
