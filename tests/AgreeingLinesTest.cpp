@@ -149,16 +149,32 @@ TEST(PassAgreeingLines, PassesOverWhatSimulationsPrint)
 
 TEST(PassAgreeingLines, StopsWhereACloserLookIsNeeded)
 {
-    const char *const lines[] = {"# comment", "", "x", "1\v2", "1 \xC3\xA9",
-        "\xEF\xBB\xBF"
-        "1",
-        "1e999", "1#", "2", "1 3", "1"};
-    for (const char *const line : lines) {
-        SCOPED_TRACE(line);
-        const std::string content1 = repeated("1 2\n", 5) + line + "\n1 2\n";
-        const std::string content2 =
-            repeated("1 2\n", 5) + (*line == '2' || line[1] == ' ' ? "1 2" : line);
-        EXPECT_EQ(agreeing(content1, content2 + "\n1 2\n", {0, 0}), 5);
+    const struct {
+        const char *line1;
+        const char *line2;
+    } rows[] = {
+        {"# comment", "# comment"},
+        {"", ""},
+        {"x", "x"},
+        {"1", "1"}, // too few
+        {"1\v2", "1\v2"},
+        {"1 \xC3\xA9", "1 \xC3\xA9"},
+        {"\xEF\xBB\xBF"
+         "1 2",
+            "\xEF\xBB\xBF"
+            "1 2"}, // not at the start of the file
+        {"1e999 2", "1e999 2"},
+        {"1 2#", "1 2#"},
+        {"1 2", "1 3"},
+        {"1 2", "1 #"},
+        {"1 2", ""},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.line1);
+        const std::string before = repeated("1 2\n", 5);
+        const std::string behind = "\n1 2\n";
+        EXPECT_EQ(agreeing(before + row.line1 + behind, before + row.line2 + behind, {0, 0}), 5);
+        EXPECT_EQ(agreeing(before + row.line2 + behind, before + row.line1 + behind, {0, 0}), 5);
     }
     EXPECT_EQ(agreeing("# a\n", "# a\n", {-1}), 0);
     EXPECT_EQ(agreeing("# a\n", "a\n", {}), 0);
