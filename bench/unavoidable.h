@@ -43,6 +43,10 @@ private:
 /// Writes all of \a text to the descriptor \a file; false if that fails.
 bool writeAll(int file, std::string_view text);
 
+/// Whether each of \a lines, which end with a newline, has as many \a columns at the least, and
+/// nothing but numbers. False if that takes a closer look.
+bool areSurelyNumbers(std::string_view lines, int columns);
+
 /// Reads the whole word \a word as a number; false if it is none.
 bool readNumber(std::string_view word, double &value);
 
