@@ -167,11 +167,11 @@ int bodyOfFile(const Arguments &arguments)
     std::string_view body = script.text();
     for (int line = 0; line < 2; ++line) // the heading, and the command itself
         body.remove_prefix(body.find('\n') + 1);
-    const void *const end = memmem(body.data(), body.size(), "\n=", 2);
-    if (end != nullptr)
-        body =
-            body.substr(0, static_cast<size_t>(static_cast<const char *>(end) - body.data()) + 1);
-    return writeFile(arguments[1].c_str(), body) ? 0 : 1;
+    // A single character is found much faster than two.
+    size_t end = body.find('=');
+    while (end != std::string_view::npos && end > 0 && body[end - 1] != '\n')
+        end = body.find('=', end + 1);
+    return writeFile(arguments[1].c_str(), body.substr(0, end)) ? 0 : 1;
 }
 
 int scripts(const Arguments &arguments)

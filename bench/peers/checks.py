@@ -1,5 +1,5 @@
-"""What a side gives must be what ours gives. Each check takes the workload, the side, the folder and
-the count, and raises Broken."""
+"""What a side gives must be what ours gives. Each check takes the workload, the side, the folder
+and the count, and raises Broken."""
 
 import math
 import os

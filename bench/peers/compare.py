@@ -1,7 +1,7 @@
 """Ours and its peers side by side; bench/compare-peers starts this.
 
 Every side of a workload does the same job on the same files, and what comes out is checked. The
-sides take turns, three rounds, and the medians of the wall times of whole processes count.
+sides take turns, three rounds or more, and the medians of the wall times of whole processes count.
 """
 
 import argparse
@@ -199,9 +199,12 @@ def arguments():
     parser = argparse.ArgumentParser(prog="bench/compare-peers", description=__doc__)
     parser.add_argument("--seed", type=int, default=1, help="of the files that are made")
     parser.add_argument("--scale", type=float, default=1, help="of their size")
-    parser.add_argument("workload", nargs="*", choices=[[], *(w.name for w in WORKLOADS)],
-                        metavar="WORKLOAD", help=", ".join(w.name for w in WORKLOADS))
-    return parser.parse_args()
+    names = [workload.name for workload in WORKLOADS]
+    parser.add_argument("workload", nargs="*", metavar="WORKLOAD", help=", ".join(names))
+    options = parser.parse_args()
+    for name in set(options.workload).difference(names):
+        parser.error(f"no such workload: {name}")
+    return options
 
 
 def main():
@@ -224,8 +227,8 @@ def main():
             fill(workload, folder, count, options.seed)
             passed = report(workload, measure(workload, folder, count)) and passed
             shutil.rmtree(folder)
-    print("\nThe ratio is theirs to ours; with the unavoidable ours to theirs; of a growth it is the"
-          "\nexponent, and the times are for the shortest and the longest pieces of the same text.")
+    print("\nThe ratio is theirs to ours; with the unavoidable, ours to theirs. Of a growth it is the"
+          "\nexponent; its times are for the same amount of text in short and in long pieces.")
     return 0 if passed else 1
 
 
