@@ -3,7 +3,9 @@
 #include "unavoidable.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -52,9 +54,19 @@ bool writeAll(int file, std::string_view text)
 
 bool readNumber(std::string_view word, double &value)
 {
+    const bool negative = word.substr(0, 1) == "-";
+    if (negative || word.substr(0, 1) == "+")
+        word.remove_prefix(1);
+    if (word.find_first_of("0123456789.") != 0) // a second sign, or "nan"
+        return false;
     const char *const end = word.data() + word.size();
     const auto [stop, error] = std::from_chars(word.data(), end, value);
-    return error == std::errc() && stop == end;
+    if (stop != end || error == std::errc::invalid_argument)
+        return false;
+    if (error == std::errc::result_out_of_range) // too large, or so small that it rounds to 0
+        value = std::strtod(std::string(word).c_str(), nullptr);
+    value = negative ? -value : value;
+    return std::isfinite(value);
 }
 
 namespace

@@ -86,8 +86,6 @@ struct Number {
 /// The number at \a text, of whatever length.
 Number anyNumber(const char *text)
 {
-    if (*text == '+')
-        ++text;
     const char *end = text;
     while (!isEnd(*end))
         ++end;
@@ -138,6 +136,8 @@ Number anyNumber(const char *text)
 
 bool areClose(const char *line1, const char *line2, int columns, double tolerance)
 {
+    line1 = skipBlanks(line1);
+    line2 = skipBlanks(line2);
     if (*line1 == '#' && *line2 == '#')
         return true;
     for (int column = 0; column < columns; ++column) {

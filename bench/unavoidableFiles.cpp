@@ -80,6 +80,7 @@ std::vector<Piece> grid(const std::string *words, const std::string &behind)
     const int count = std::stoi(words[2]);
     const double step = (last - first) / (count - 1);
     std::vector<Piece> pieces;
+    pieces.reserve(static_cast<size_t>(count));
     for (int index = 0; index < count; ++index)
         pieces.emplace_back(formatted(index * step + first) + behind);
     return pieces;

@@ -9,6 +9,6 @@ open(my $definitions, '<', $macros) or die "$macros: $!";
 my %value = map { /^(\w+)=(.*)$/ } <$definitions>;
 open(my $lines, '<', $file) or die "$file: $!";
 while (my $line = <$lines>) {
-  $line =~ s/\$(?:(\w+)|\{(\w+)\})/$value{$1 \/\/ $2}/ge;
-  print $line;
+    $line =~ s/\$(?:(\w+)|\{(\w+)\})/$value{$1 \/\/ $2}/ge;
+    print $line;
 }
