@@ -18,6 +18,7 @@ import workloads
 from checks import all_passed, nothing, same_body, same_numbers, same_particles, same_verdict
 from sides import BUILD, Growth, Side, Workload, is_installed, measure, run
 
+
 def installation(folder, count, rng):
     """The driver as users have it, but without the scripts that it would run."""
     subprocess.run(["cmake", "--install", BUILD, "--prefix", folder], check=True,
