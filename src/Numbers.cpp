@@ -1,7 +1,6 @@
 #include "Numbers.h"
 
 #include <cassert>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -80,11 +79,11 @@ bool toInteger(std::string_view word, int &value)
     return true;
 }
 
-void appendNumber(std::string &text, double value, int digits)
+void appendNumber(std::string &text, double value, int digits, std::chars_format notation)
 {
-    char buffer[1100]; // the longest %g of a double at any precision has fewer than 1080 characters
+    char buffer[4500]; // a sign, at most 309 digits before the point, and 4095 behind it
     const auto [end, error] =
-        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general, digits);
+        std::to_chars(buffer, buffer + sizeof buffer, value, notation, digits);
     assert(error == std::errc());
     text.append(buffer, end);
 }

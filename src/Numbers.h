@@ -2,6 +2,7 @@
 
 #include <QtGlobal>
 
+#include <charconv>
 #include <cstdarg>
 #include <string>
 #include <string_view>
@@ -21,8 +22,10 @@ bool toNumber(std::string_view word, double &value);
 bool toInteger(std::string_view word, int &value);
 
 /// Appends \a value to \a text as printf's "%.*g" writes it in the C locale: -0 keeps its sign,
-/// ties round to even, \a digits significant digits.
-void appendNumber(std::string &text, double value, int digits = 6);
+/// ties round to even, \a digits significant digits. In another \a notation as "%.*f" or "%.*e"
+/// does, with up to 4095 digits behind the point.
+void appendNumber(std::string &text, double value, int digits = 6,
+    std::chars_format notation = std::chars_format::general);
 
 /// What vprintf would print for \a format and \a arguments in the C locale; empty if the C library
 /// reports an error.

@@ -1,6 +1,7 @@
 #include "Units.h"
 
 #include "Error.h"
+#include "NumberFormat.h"
 #include "Numbers.h"
 #include "RegExp.h"
 #include "StartupGuard.h"
@@ -36,10 +37,6 @@ const QString plainNumber = QStringLiteral(R"(^([-+]?[0-9]*\.?[0-9]+([eE][-+]?[0
 const QString numberAndUnit = plainNumber + QStringLiteral("([A-Za-z][A-Za-z0-9]*)");
 const QString numberWithUnits = numberAndUnit + QStringLiteral("?$");
 
-/// Bounds the width and the precision that users can ask for. The C standard promises no more
-/// characters from one conversion (C17, 7.21.6.1).
-constexpr int longestConversion = 4095;
-
 void reportConversion(const QString &from, const QString &to)
 {
     // Deliberate: only the first is replaced by "(none)".
@@ -57,35 +54,15 @@ double toDouble(const QString &number)
     return value;
 }
 
-/// Whether \a digits, of the width or the precision of a format, are few enough; none are.
-bool isBounded(const QString &digits)
+/// \a number as printf's \a format prints it, and \a units behind. A format that is none of
+/// Value::to_s is reported, and gives "".
+QString printed(const QString &format, double number, const QString &units)
 {
-    int number = 0;
-    return digits.isEmpty() ||
-           (toInteger(digits.toStdString(), number) && number <= longestConversion);
-}
-
-/// Plain text of a format as it is printed.
-QString unescaped(QString text)
-{
-    return text.replace(QStringLiteral("%%"), QStringLiteral("%"));
-}
-
-/// \a number as printf's \a format prints it; any format but those of Value::to_s is reported and
-/// gives "". It may come from a user's text, so nothing else may reach printf.
-QString printed(const QString &format, double number)
-{
-    const bool valid = RE.match(
-        QStringLiteral(
-            R"(^((?:[^%]|%%)*)(%[-+ #0]*([0-9]*)(?:\.([0-9]*))?l?[aAeEfFgG])((?:[^%]|%%)*)$)"),
-        format);
-    if (!valid || !isBounded(RegExp::prev->cap(3)) || !isBounded(RegExp::prev->cap(4))) {
-        Error::syntax(QStringLiteral("Invalid format '%1'").arg(format));
-        return QStringLiteral("");
-    }
-    const std::string text = formattedNumber(RegExp::prev->cap(2).toStdString(), number);
-    return unescaped(RegExp::prev->cap(1)) + QString::fromStdString(text) +
-           unescaped(RegExp::prev->cap(5));
+    QString text = QStringLiteral("");
+    if (printNumber(format, number, text))
+        return text.append(units);
+    Error::syntax(QStringLiteral("Invalid format '%1'").arg(format));
+    return text;
 }
 
 /// The standard unit of \a kind; \a otherwise if it has none.
@@ -183,8 +160,7 @@ double Units::Value::convert(QString target, bool *ok)
 QString Units::Value::to_s(QString format, bool withUnits) const
 {
     startupGuard();
-    const QString number = printed(format, value);
-    return withUnits && !number.isEmpty() ? number + units : number;
+    return printed(format, value, withUnits ? units : QString());
 }
 
 Units::Value &Units::Value::add(Value other)
