@@ -4,8 +4,8 @@
 #include "PushbackText.h"
 #include "RegExp.h"
 #include "StartupGuard.h"
+#include "Tokens.h"
 #include "Units.h"
-#include "WorkingText.h"
 
 #include <QStringList>
 

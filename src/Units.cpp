@@ -2,14 +2,15 @@
 
 #include "Error.h"
 #include "NumberFormat.h"
-#include "Numbers.h"
 #include "RegExp.h"
 #include "StartupGuard.h"
+#include "Tokens.h"
 #include "UnitsTable.h"
 
 #include <algorithm>
-#include <limits>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 // The table, values, the entry points of expressions, and the services on texts. The evaluator
 // itself continues the class in UnitsEvaluator.cpp.
@@ -31,27 +32,11 @@ Units Units::initializer;
 namespace
 {
 
-// A number, captured with its exponent; a number and a unit, captured behind them; a number with an
-// optional unit, and nothing else.
-const QString plainNumber = QStringLiteral(R"(^([-+]?[0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?))");
-const QString numberAndUnit = plainNumber + QStringLiteral("([A-Za-z][A-Za-z0-9]*)");
-const QString numberWithUnits = numberAndUnit + QStringLiteral("?$");
-
 void reportConversion(const QString &from, const QString &to)
 {
     // Deliberate: only the first is replaced by "(none)".
     Error::syntax(QStringLiteral("Units Conversion Error from %1 to %2")
                       .arg(from.isEmpty() ? QStringLiteral("(none)") : from, to));
-}
-
-/// The double nearest to \a number, a text that begins as numberWithUnits does: infinite if it is
-/// too large.
-double toDouble(const QString &number)
-{
-    const double infinity = std::numeric_limits<double>::infinity();
-    double value = number.startsWith('-') ? -infinity : infinity;
-    toNumber(number.toStdString(), value); // fails only if it overflows
-    return value;
 }
 
 /// \a number as printf's \a format prints it, and \a units behind. A format that is none of
@@ -134,19 +119,21 @@ QString Units::inspect()
 Units::Value::Value(QString text)
 {
     startupGuard();
-    if (!RE.match(numberWithUnits, text)) {
+    const NumberToken token = wholeNumber(text);
+    if (!token.isNumber()) {
         Error::syntax(QStringLiteral("A:Invalid string with units '%1'").arg(text));
         return;
     }
-    value = toDouble(RegExp::prev->cap(1));
-    units = RegExp::prev->cap(3);
+    value = toDouble(token.number);
+    units = token.unit.toString();
 }
 
 double Units::Value::convert(QString target, bool *ok)
 {
     startupGuard();
+    const bool isSame = target == units; // saves half of the look-ups, the most of what this costs
     const int kind = typeHash[units];
-    const int targetKind = typeHash[target];
+    const int targetKind = isSame ? kind : typeHash[target];
     if (ok != nullptr)
         *ok = kind == targetKind;
     else if (kind != targetKind)
@@ -154,7 +141,7 @@ double Units::Value::convert(QString target, bool *ok)
     if (kind != targetKind)
         return value;
     const double factor = factorHash[units];
-    return value * factor / factorHash[target];
+    return value * factor / (isSame ? factor : factorHash[target]);
 }
 
 QString Units::Value::to_s(QString format, bool withUnits) const
@@ -213,17 +200,18 @@ Units::Value &Units::Value::neg()
 
 QString Units::evaluate(QString format, QString expr, QString units)
 {
-    value(expr, units, nullptr);
+    value(std::move(expr), units, nullptr);
     if (val.isEmpty()) { // 0 in these units, even if they are "-"
         val.append(Value());
         val.top().units = units;
     }
-    Value result = val.top();
+    Value &result = val.top();
+    if (units == QLatin1String("-"))
+        return printed(format, result.value, result.units);
     // Deliberate: what value has converted is converted once more, which makes a difference to an
     // unknown unit (NaN). With "*" it is in its standard unit already.
-    if (units != "-" && units != "*")
-        result.value = result.convert(units);
-    return result.to_s(format, /*withUnits=*/units == "-");
+    const bool isStandard = units == QLatin1String("*");
+    return printed(format, isStandard ? result.value : result.convert(units), QString());
 }
 
 QString Units::unit(QString expr)
@@ -260,59 +248,83 @@ double Units::factor(QString to, QString from)
 namespace
 {
 
-/// The length of the match of \a pattern, which begins with a caret, at \a position of \a text; -1
-/// if there is none.
-int matchAt(const QString &pattern, const QString &text, int position)
+/// Where the next number can begin in \a text, from \a position on.
+int numberStart(const QString &text, int position)
 {
-    return RE.findAt(pattern, text, position) < 0 ? -1 : RegExp::prev->matchedLength();
+    const QChar *const begin = text.constData();
+    const QChar *const start = std::find_if(begin + position, begin + text.size(), isNumberStart);
+    return static_cast<int>(start - begin);
 }
 
-/// What convertAll makes of \a number, which has \a unit behind it.
-QString converted(const QString &number, const QString &unit, const QString &units)
+/// What numbers are to be expressed in, by their unit. The table is asked once for each unit: what
+/// it has answered stays so, and "*" takes many look-ups.
+class Targets
 {
-    const int kind = Units::typeHash[unit];
-    // Without a standard unit the target stays "*": an unknown name, so of another kind.
-    const QString target = units == "*" ? standardOf(kind, units) : units;
-    const int targetKind = Units::typeHash[target];
-    return kind == targetKind ? Units::evaluate(QStringLiteral("%.12g"), number, target) : number;
-}
+public:
+    explicit Targets(const QString &wanted)
+        : units(wanted)
+    {
+    }
+
+    /// The unit to express numbers of \a unit in; none if they are of another kind.
+    const std::optional<QString> &of(const QString &unit)
+    {
+        auto target = targets.find(unit);
+        if (target == targets.end())
+            target = targets.insert(unit, lookUp(unit));
+        return *target;
+    }
+
+private:
+    std::optional<QString> lookUp(const QString &unit) const
+    {
+        const int kind = Units::typeHash[unit];
+        // Without a standard unit the target stays "*": an unknown name, so of another kind.
+        const QString target = units == QLatin1String("*") ? standardOf(kind, units) : units;
+        if (Units::typeHash[target] != kind)
+            return std::nullopt;
+        return target;
+    }
+
+    QString units;
+    QHash<QString, std::optional<QString>> targets;
+};
 
 } // namespace
 
 QString Units::convertAll(QString text, QString units)
 {
     startupGuard();
-    const QString noNumber = QStringLiteral("^[^0-9.]*");
+    Targets targets(units);
     QString result;
-    int position = 0;
-    const auto copy = [&](int length) {
-        result.append(text.constData() + position, length);
-        position += length;
-    };
+    int done = 0; // how much of the text the result stands for
+    int position = numberStart(text, 0);
     while (position < text.size()) {
-        copy(matchAt(noNumber, text, position));
-        if (position == text.size())
-            break;
-        const int length = matchAt(numberAndUnit, text, position);
-        if (length < 0) { // a plain number, or one character: a "." that starts none
-            copy(std::max(matchAt(plainNumber, text, position), 1));
-            continue;
+        const NumberToken token = numberAndUnitAhead(QStringView(text).mid(position));
+        const int end = position + std::max(token.size(), 1); // a "." may start no number
+        const std::optional<QString> target =
+            token.hasUnit() ? targets.of(token.unit.toString()) : std::nullopt;
+        if (target.has_value()) {
+            result.append(text.constData() + done, position - done);
+            result += evaluate(QStringLiteral("%.12g"), text.mid(position, token.size()), *target);
+            done = end;
         }
-        const QString number = RegExp::prev->cap(0);
-        result += converted(number, RegExp::prev->cap(3), units);
-        position += length;
+        position = numberStart(text, end);
     }
+    result.append(text.constData() + done, static_cast<int>(text.size()) - done);
     return result;
 }
 
 void Units::check(QString a, QString b)
 {
     startupGuard();
-    if (!RE.match(numberWithUnits, a))
+    const NumberToken numberA = wholeNumber(a);
+    if (!numberA.isNumber())
         return;
-    // Deliberate: capture 2 is the exponent, not the unit; and the report names b before a.
-    const QString ofA = RegExp::prev->cap(2);
-    const QString ofB = RE.match(numberWithUnits, b) ? RegExp::prev->cap(2) : QStringLiteral("-");
+    // Deliberate: the exponent, not the unit; and the report names b before a.
+    const QString ofA = numberA.exponent.toString();
+    const NumberToken numberB = wholeNumber(b);
+    const QString ofB = numberB.isNumber() ? numberB.exponent.toString() : QStringLiteral("-");
     const int kindOfA = typeHash[ofA];
     const int kindOfB = typeHash[ofB];
     if (kindOfA != kindOfB)

@@ -2,13 +2,14 @@
 
 #include "Error.h"
 #include "Macro.h"
-#include "RegExp.h"
 #include "StartupGuard.h"
+#include "Tokens.h"
 #include "WorkingText.h"
 
 #include <cmath>
 #include <cstddef>
 #include <functional>
+#include <utility>
 
 // Units continued: scan, parse and apply expressions. This file owns no static member.
 //
@@ -143,8 +144,8 @@ void compare()
 template <Value &(Value::*operation)(Value)>
 void combine()
 {
-    const Value right = Units::val.pop();
-    (Units::val.top().*operation)(right);
+    Value right = Units::val.pop();
+    (Units::val.top().*operation)(std::move(right));
 }
 
 void raise()
@@ -341,8 +342,8 @@ void Units::doit(Operator pending)
         return;
     }
     for (const OperatorRow &row : operatorRows) {
-        const bool named = row.name == any || pending.name == QLatin1String(row.name);
-        if (named && row.precedence == pending.precedence) {
+        if (row.precedence == pending.precedence &&
+            (row.name == any || pending.name == QLatin1String(row.name))) {
             applyOperator(row);
             return;
         }
@@ -355,36 +356,36 @@ namespace
 {
 
 struct OperatorToken {
-    char first; ///< what its pattern begins with; saves most of the tries
-    QString pattern;
+    QString name;
     int precedence;   ///< of the operator that is pushed
     int appliedFirst; ///< pending operators from this precedence upwards
 };
 
+// The first one that the text begins with is taken: the longer names come first.
 // clang-format off
 const OperatorToken operatorTokens[] = {
-    { '(', QStringLiteral(R"(^\()"),   Parenthesis, AboveAll    },
-    { ',', QStringLiteral(R"(^,)"),    Comma,       Conditional },
-    { '?', QStringLiteral(R"(^\?)"),   Conditional, Conditional },
-    { ':', QStringLiteral(R"(^:)"),    Conditional, LogicalOr   },   // then a "?" must be on top
-    { '|', QStringLiteral(R"(^\|\|)"), LogicalOr,   LogicalOr   },
-    { '&', QStringLiteral(R"(^\&\&)"), LogicalAnd,  LogicalAnd  },
-    { '=', QStringLiteral(R"(^==)"),   Comparison,  Comparison  },
-    { '>', QStringLiteral(R"(^>=)"),   Comparison,  Comparison  },
-    { '<', QStringLiteral(R"(^<=)"),   Comparison,  Comparison  },
-    { '>', QStringLiteral(R"(^>)"),    Comparison,  Comparison  },
-    { '<', QStringLiteral(R"(^<)"),    Comparison,  Comparison  },
-    { '!', QStringLiteral(R"(^!=)"),   Comparison,  Comparison  },
-    { '+', QStringLiteral(R"(^\+)"),   Sum,         Sum         },
-    { '-', QStringLiteral(R"(^-)"),    Sum,         Sum         },
-    { '*', QStringLiteral(R"(^\*)"),   Product,     Product     },
-    { '/', QStringLiteral(R"(^/)"),    Product,     Product     },
-    { '^', QStringLiteral(R"(^\^)"),   Power,       UnaryMinus  },   // right-associative: a pending ^ stays
+    { QStringLiteral("("),  Parenthesis, AboveAll    },
+    { QStringLiteral(","),  Comma,       Conditional },
+    { QStringLiteral("?"),  Conditional, Conditional },
+    { QStringLiteral(":"),  Conditional, LogicalOr   },   // then a "?" must be on top
+    { QStringLiteral("||"), LogicalOr,   LogicalOr   },
+    { QStringLiteral("&&"), LogicalAnd,  LogicalAnd  },
+    { QStringLiteral("=="), Comparison,  Comparison  },
+    { QStringLiteral(">="), Comparison,  Comparison  },
+    { QStringLiteral("<="), Comparison,  Comparison  },
+    { QStringLiteral(">"),  Comparison,  Comparison  },
+    { QStringLiteral("<"),  Comparison,  Comparison  },
+    { QStringLiteral("!="), Comparison,  Comparison  },
+    { QStringLiteral("+"),  Sum,         Sum         },
+    { QStringLiteral("-"),  Sum,         Sum         },
+    { QStringLiteral("*"),  Product,     Product     },
+    { QStringLiteral("/"),  Product,     Product     },
+    { QStringLiteral("^"),  Power,       UnaryMinus  },   // right-associative: a pending ^ stays
 };
 
 // Takes the place of the "-" above where an operand is expected. There is no unary plus.
 const OperatorToken unaryMinus =
-    { '-', QStringLiteral(R"(^-)"),    UnaryMinus,  UnaryMinus  };
+    { QStringLiteral("-"),  UnaryMinus,  UnaryMinus  };
 // clang-format on
 
 /// Pops and applies the pending operators from \a precedence upwards.
@@ -398,8 +399,8 @@ void applyPending(int precedence)
 class Scan
 {
 public:
-    explicit Scan(const QString &expression)
-        : rest(expression)
+    explicit Scan(QString expression)
+        : rest(std::move(expression))
     {
     }
 
@@ -413,34 +414,28 @@ private:
     bool takeOperator();
     bool closeParenthesis();
 
-    /// The operator at the front, or null; RE has just matched it.
+    /// The operator at the front, or null.
     const OperatorToken *operatorAhead() const;
 
-    bool sees(const QString &pattern) const { return RE.match(pattern, ahead); }
-    bool sees(const OperatorToken &token) const
-    {
-        return ahead[0] == QLatin1Char(token.first) && sees(token.pattern);
-    }
+    bool sees(const OperatorToken &token) const { return rest.startsWith(token.name); }
 
     WorkingText rest;
-    QString ahead; ///< the front of the rest, with the next token whole
     bool expectOperand = true;
 };
 
 bool Scan::run()
 {
     while (!rest.isEmpty()) {
-        ahead = rest.nextToken();
         if (!takeToken())
             return false;
     }
     return true;
 }
 
-// The first character tells which patterns can match at all.
+// The first character tells which kind of token it is.
 bool Scan::takeToken()
 {
-    const QChar first = ahead[0];
+    const QChar first = rest.ahead().front();
     if (isNumberStart(first))
         return takeNumber();
     if (isWordCharacter(first)) {
@@ -454,25 +449,29 @@ bool Scan::takeToken()
 
 void Scan::takeName()
 {
-    if (sees(QStringLiteral(R"(^([A-Za-z_][A-Za-z_0-9]*)\()"))) {
-        rest.drop(RegExp::prev->matchedLength());
-        Units::op.append({RegExp::prev->cap(1), Function});
+    const QStringView ahead = rest.ahead();
+    const int length = nameAhead(ahead);
+    const QString name = ahead.left(length).toString();
+    if (length < ahead.size() && ahead[length] == '(') {
+        rest.drop(length + 1);
+        Units::op.append({name, Function});
         expectOperand = true;
         return;
     }
-    sees(QStringLiteral("^([A-Za-z_][A-Za-z_0-9]*)")); // it does: the first character is of a name
     // Deliberate: the text of the macro is scanned in place of its name. It may merge with what
     // follows, it may be empty, and one that holds its own name goes on for ever.
-    const int length = RegExp::prev->matchedLength();
-    rest.replaceFront(length, Macro::value(RegExp::prev->cap(1)));
+    rest.replaceFront(length, Macro::value(name));
 }
 
 bool Scan::takeNumber()
 {
-    if (!sees(QStringLiteral(R"(^([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)?)")))
+    const NumberToken token = numberAhead(rest.ahead());
+    if (!token.isNumber())
         return false;
-    rest.drop(RegExp::prev->matchedLength());
-    Units::val.append(Value(RegExp::prev->cap(0)));
+    Value value = number(toDouble(token.number));
+    value.units = token.unit.toString();
+    Units::val.append(std::move(value));
+    rest.drop(token.size());
     expectOperand = false;
     return true;
 }
@@ -493,12 +492,11 @@ bool Scan::takeOperator()
     const OperatorToken *const token = operatorAhead();
     if (token == nullptr)
         return false;
-    const QString name = RegExp::prev->cap(0);
-    rest.drop(RegExp::prev->matchedLength());
+    rest.drop(static_cast<int>(token->name.size()));
     applyPending(token->appliedFirst);
-    if (name == ":" && Units::op.top().name != "?")
+    if (token->name == QLatin1String(":") && Units::op.top().name != "?")
         return false;
-    Units::op.append({name, token->precedence});
+    Units::op.append({token->name, token->precedence});
     expectOperand = true;
     return true;
 }
@@ -519,13 +517,13 @@ bool Scan::closeParenthesis()
 }
 
 /// Evaluates \a text, which is not empty, onto the stack; false if it is no expression.
-bool evaluateText(const QString &text)
+bool evaluateText(QString text)
 {
     Units::val.clear();
     Units::op.clear();
     Units::op.append({QStringLiteral("--start--"), Start});
     Units::commaCount = 0;
-    if (!Scan(text).run())
+    if (!Scan(std::move(text)).run())
         return false;
     applyPending(Start);
     return Units::val.size() == 1;
@@ -545,24 +543,24 @@ double expressTop(const QString &units, bool *ok)
 double Units::value(QString expr, QString units, bool *ok)
 {
     startupGuard();
-    if (units == "*") {
+    if (units == QLatin1String("*")) {
         value(expr, QStringLiteral("-"), ok);
         return val.isEmpty() ? 0 : expressTop(standardUnit(val.top().units), nullptr);
     }
     currentExpression = expr;
     // Deliberate: blanks stay in the working text, so "1 + 2" is a syntax error.
-    const QString text = expr.remove('$');
-    if (text.isEmpty())
+    expr.remove('$');
+    if (expr.isEmpty())
         return 0; // Deliberate: neither the flag nor the stacks are touched
     static bool my_ok;
     bool &flag = ok != nullptr ? *ok : my_ok;
-    flag = evaluateText(text);
+    flag = evaluateText(std::move(expr));
     if (!flag) {
         if (ok == nullptr)
             reportInExpression("D:Syntax Error in '%1'");
         return 0;
     }
-    return units == "-" ? val.top().value : expressTop(units, ok);
+    return units == QLatin1String("-") ? val.top().value : expressTop(units, ok);
 }
 
 } // namespace Talmo

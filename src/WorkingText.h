@@ -1,21 +1,12 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
+
+#include <utility>
 
 namespace Talmo
 {
-
-/// Whether \a character belongs to names, numbers and units: an ASCII letter, a digit or "_".
-inline bool isWordCharacter(QChar character)
-{
-    return character == '_' || (character.unicode() < 128 && character.isLetterOrNumber());
-}
-
-/// Whether \a character begins a number: a digit or ".".
-inline bool isNumberStart(QChar character)
-{
-    return character == '.' || (character >= '0' && character <= '9');
-}
 
 /// What is left of an expression while it is scanned. Tokens are dropped from its front, and a name
 /// there is replaced by what it stands for. Either costs as much as the token and its replacement,
@@ -23,17 +14,21 @@ inline bool isNumberStart(QChar character)
 class WorkingText
 {
 public:
-    explicit WorkingText(const QString &whole)
-        : text(whole)
+    explicit WorkingText(QString whole)
+        : text(std::move(whole))
     {
     }
 
     bool isEmpty() const { return front == text.size(); }
 
-    /// At least as much of the front as one token takes up, and what it takes to see that it ends
-    /// there. A copy on purpose: a pattern keeps a reference to the text that it searched last, so
-    /// a replacement would have to copy the whole first. Not for an empty text.
-    QString nextToken() const;
+    /// All that is left, until a replacement.
+    QStringView ahead() const { return QStringView(text).mid(front); }
+
+    /// Whether what is left begins with \a token; neither may be empty.
+    bool startsWith(const QString &token) const
+    {
+        return ahead().front() == token.front() && ahead().startsWith(token); // seldom two steps
+    }
 
     /// Drops the first \a length characters.
     void drop(int length) { front += length; }
@@ -42,12 +37,6 @@ public:
     void replaceFront(int length, const QString &replacement);
 
 private:
-    /// The character at \a position; null behind the end.
-    QChar characterAt(int position) const;
-
-    /// Where the letters, digits and underscores from \a position on end.
-    int wordEnd(int position) const;
-
     QString text;  ///< what was dropped, then what is left
     int front = 0; ///< where that begins
 };
