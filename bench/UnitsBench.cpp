@@ -23,6 +23,13 @@ void evaluateNumber(benchmark::State &state)
 }
 BENCHMARK(evaluateNumber);
 
+void evaluateFunctions(benchmark::State &state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Units::evaluate("%g", "sqrt(2)*max(3mm,4in)", "-"));
+}
+BENCHMARK(evaluateFunctions);
+
 void evaluateTerms(benchmark::State &state)
 {
     const QString expression = "1mm" + QString("+2mm").repeated(static_cast<int>(state.range()));
@@ -61,6 +68,14 @@ void expandLine(benchmark::State &state)
         benchmark::DoNotOptimize(Macro::expand("quad $field ${cell} # ${2*$cell;mm}"));
 }
 BENCHMARK(expandLine);
+
+void expandExpression(benchmark::State &state)
+{
+    Macro::hash["cell"] = "500mm";
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Macro::expand("quad at ${%.3f;2*$cell+1mm;mm}"));
+}
+BENCHMARK(expandExpression);
 
 void expandReferences(benchmark::State &state)
 {

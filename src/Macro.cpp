@@ -2,15 +2,14 @@
 
 #include "Error.h"
 #include "PushbackText.h"
-#include "RegExp.h"
 #include "StartupGuard.h"
 #include "Tokens.h"
 #include "Units.h"
 
 #include <QStringList>
+#include <QVarLengthArray>
 
 #include <algorithm>
-#include <vector>
 
 namespace Talmo
 {
@@ -21,6 +20,17 @@ QList<Macro::Table> Macro::stack;
 
 namespace
 {
+
+/// The value of \a name, which is no copy: the local one, else the global one, else null.
+const QString *find(const QString &name)
+{
+    for (const Macro::Table *const table : {&Macro::hash, &Macro::globalHash}) {
+        const auto macro = table->constFind(name);
+        if (macro != table->constEnd())
+            return &*macro;
+    }
+    return nullptr;
+}
 
 QString listing(const Macro::Table &table)
 {
@@ -37,14 +47,14 @@ QString listing(const Macro::Table &table)
 QString Macro::value(QString name)
 {
     startupGuard();
-    const auto local = hash.constFind(name);
-    return local != hash.constEnd() ? *local : globalHash.value(name, QStringLiteral(""));
+    const QString *const macro = find(name);
+    return macro != nullptr ? *macro : QStringLiteral("");
 }
 
 bool Macro::isDefined(QString name)
 {
     startupGuard();
-    return hash.contains(name) || globalHash.contains(name);
+    return find(name) != nullptr;
 }
 
 void Macro::deleteName(QString name)
@@ -92,6 +102,8 @@ QString Macro::inspect()
 // pass moves the text bit by bit to what is `done`, and puts what it inserts back in front of the
 // rest. No reference holds another one of its kind, so the first to begin is the first to end, and
 // is replaced where it ends.
+//
+// Most lines have references of one or two kinds: a pass that would find none is left out.
 
 namespace
 {
@@ -107,9 +119,10 @@ bool reportUndefined(const QString &name)
 
 bool lookUp(const QString &name, QString &value)
 {
-    if (!Macro::isDefined(name))
+    const QString *const macro = find(name);
+    if (macro == nullptr)
         return reportUndefined(name);
-    value = Macro::value(name);
+    value = *macro;
     return true;
 }
 
@@ -124,70 +137,121 @@ bool count(const QString &name, QString &value)
     return true;
 }
 
-bool isNoWordCharacter(QChar character)
+// As objects, so that the loops that take them hold no calls.
+constexpr auto isNoWordCharacter = [](QChar character) { return !isWordCharacter(character); };
+constexpr auto isDollar = [](QChar character) { return character == '$'; };
+constexpr auto isOpening = [](QChar character) { return character == '{'; };
+constexpr auto isClosing = [](QChar character) { return character == '}'; };
+constexpr auto isBrace = [](QChar character) { return character == '{' || character == '}'; };
+
+/// Where the first "$" from \a position of \a text on stands before a character of \a kind; -1 if
+/// there is none.
+template <typename Predicate>
+int findDollar(Predicate kind, const QString &text, int position = 0)
 {
-    return !isWordCharacter(character);
+    do {
+        position = static_cast<int>(text.indexOf('$', position)) + 1;
+    } while (position > 0 && (position == text.size() || !kind(text[position])));
+    return position - 1;
+}
+
+QString toString(const TextBuffer &buffer)
+{
+    return QString(buffer.constData(), static_cast<int>(buffer.size()));
+}
+
+bool endsWith(QChar character, const TextBuffer &buffer)
+{
+    return !buffer.isEmpty() && buffer.last() == character;
 }
 
 /// Replaces each $name by the value of the macro; the name is as long as possible.
 // Deliberate: a value that refers to its own name makes this loop without end; there is no guard.
 bool expandNames(QString &text)
 {
+    if (findDollar(isWordCharacter, text) < 0)
+        return true;
     PushbackText rest(text);
-    QString done;
+    TextBuffer done;
     while (!rest.isEmpty()) {
-        if (!done.endsWith('$')) {
-            rest.moveThrough('$', done);
-            continue;
-        }
-        const int begin = static_cast<int>(done.size());
-        rest.moveUntil(isNoWordCharacter, done);
-        const QString name = done.mid(begin);
+        rest.moveUntil(isDollar, done);
+        if (rest.isEmpty())
+            break;
+        const QChar dollar = rest.take();
+        TextBuffer name;
+        rest.moveUntil(isNoWordCharacter, name);
         if (name.isEmpty()) {
-            done.append(rest.take());
+            done.append(dollar);
             continue;
         }
         QString value;
-        if (!lookUp(name, value))
+        if (!lookUp(toString(name), value))
             return false;
-        done.truncate(begin - 1);
         rest.putBack(value);
+        if (endsWith(dollar, done)) { // the value may go on with a name for it
+            done.removeLast();
+            rest.putBack(dollar);
+        }
     }
-    text = done;
+    text = toString(done);
     return true;
+}
+
+/// Whether \a text holds a "${", a name, \a tail and "}".
+bool holdsBraces(const QString &tail, const QString &text)
+{
+    for (int begin = findDollar(isOpening, text); begin >= 0;
+         begin = findDollar(isOpening, text, begin + 1)) {
+        const QStringView inside = QStringView(text).mid(begin + 2);
+        const auto *const end = std::find_if(inside.begin(), inside.end(), isNoWordCharacter);
+        const QStringView behind = inside.mid(end - inside.begin());
+        if (behind.startsWith(tail) && behind.mid(tail.size()).startsWith(QLatin1Char('}')))
+            return true;
+    }
+    return false;
+}
+
+/// Whether \a inside, which stands between "${" and "}", is a name and \a tail.
+bool isReference(QStringView inside, const QString &tail)
+{
+    return inside.endsWith(tail) &&
+           std::all_of(inside.begin(), inside.end() - tail.size(), isWordCharacter);
 }
 
 /// Replaces each "${", name, \a tail and "}" by what \a valueOf gives for the name.
 bool expandBraces(const QString &tail, LookUp valueOf, QString &text)
 {
+    if (!holdsBraces(tail, text))
+        return true;
     PushbackText rest(text);
-    QString done;
-    std::vector<int> open; // where each "${" stands that a "}" may still complete
+    TextBuffer done;
+    QVarLengthArray<int, 16> open; // where each "${" stands that a "}" may still complete
     while (!rest.isEmpty()) {
-        rest.moveUntil([](QChar character) { return character == '{' || character == '}'; }, done);
+        rest.moveUntil(isBrace, done);
         if (rest.isEmpty())
             break;
-        const int end = static_cast<int>(done.size());
-        done.append(rest.take());
-        if (done.endsWith("${"))
-            open.push_back(end - 1);
-        if (done.endsWith('{') || open.empty())
+        const QChar brace = rest.take();
+        if (brace == '{' && endsWith('$', done))
+            open.append(static_cast<int>(done.size()) - 1);
+        if (brace == '{' || open.isEmpty()) {
+            done.append(brace);
             continue;
-        const int begin = open.back();
-        const QString inside = done.mid(begin + 2, end - begin - 2);
-        const QString name = inside.left(inside.size() - tail.size());
-        if (!inside.endsWith(tail) || std::any_of(name.begin(), name.end(), isNoWordCharacter)) {
+        }
+        const int begin = open.last();
+        const QStringView inside = QStringView(done.constData(), done.size()).mid(begin + 2);
+        if (!isReference(inside, tail)) {
             open.clear(); // they all have this between themselves and the next "}"
+            done.append(brace);
             continue;
         }
         QString value;
-        if (!valueOf(name, value))
+        if (!valueOf(inside.chopped(tail.size()).toString(), value))
             return false;
-        open.pop_back();
-        done.truncate(begin);
+        open.removeLast();
+        done.resize(begin);
         rest.putBack(value);
     }
-    text = done;
+    text = toString(done);
     return true;
 }
 
@@ -195,15 +259,18 @@ bool expandBraces(const QString &tail, LookUp valueOf, QString &text)
 QString evaluated(QString expression)
 {
     QString format = QStringLiteral("%g");
-    if (RE.match(QStringLiteral("^(%[^;]+);"), expression)) {
-        format = RegExp::prev->cap(1);
-        expression.remove(0, RegExp::prev->matchedLength());
+    const int formatEnd = static_cast<int>(expression.indexOf(';'));
+    if (expression.startsWith('%') && formatEnd > 1) { // ^(%[^;]+);
+        format = expression.left(formatEnd);
+        expression.remove(0, formatEnd + 1);
     }
     QString units = QStringLiteral("-");
-    const int position = RE.find(QStringLiteral(";([A-Za-z0-9]*)$"), expression);
-    if (position >= 0) {
-        units = RegExp::prev->cap(1);
-        expression.truncate(position);
+    const int unitsBegin = static_cast<int>(expression.lastIndexOf(';')) + 1;
+    const bool areUnits =
+        std::all_of(expression.cbegin() + unitsBegin, expression.cend(), isLetterOrDigit);
+    if (unitsBegin > 0 && areUnits) { // ;([A-Za-z0-9]*)$
+        units = expression.mid(unitsBegin);
+        expression.truncate(unitsBegin - 1);
     }
     return Units::evaluate(format, expression, units);
 }
@@ -212,22 +279,28 @@ QString evaluated(QString expression)
 void expandExpressions(QString &text)
 {
     PushbackText rest(text);
-    QString done;
+    TextBuffer done;
     while (!rest.isEmpty()) {
-        rest.moveThrough('{', done);
-        if (!done.endsWith("${"))
+        rest.moveUntil(isOpening, done);
+        if (rest.isEmpty())
+            break;
+        const QChar brace = rest.take();
+        if (!endsWith('$', done)) {
+            done.append(brace);
             continue;
-        QString inside;
-        rest.moveThrough('}', inside);
-        if (!inside.endsWith('}')) { // never closed; what follows is not, either
-            done.append(inside);
+        }
+        TextBuffer inside;
+        rest.moveUntil(isClosing, inside);
+        if (rest.isEmpty()) { // never closed; what follows is not, either
+            done.append(brace);
+            done.append(inside.constData(), inside.size());
             break;
         }
-        inside.chop(1);
-        done.chop(2);
-        rest.putBack(evaluated(inside));
+        rest.take();
+        done.removeLast();
+        rest.putBack(evaluated(toString(inside)));
     }
-    text = done;
+    text = toString(done);
 }
 
 /// Characters that a counter runs through; after the last comes the first, and a carry.
@@ -257,11 +330,15 @@ QString Macro::expand(QString text)
     if (!text.contains('$'))
         return text;
     QString expanded = text;
-    if (!expandNames(expanded) || !expandBraces(QString(), lookUp, expanded) ||
+    if (!expandNames(expanded))
+        return QStringLiteral("");
+    if (findDollar(isOpening, expanded) < 0)
+        return expanded;
+    if (!expandBraces(QString(), lookUp, expanded) ||
         !expandBraces(QStringLiteral("++"), count, expanded))
         return QStringLiteral("");
     expandExpressions(expanded);
-    if (expanded.contains("${")) {
+    if (findDollar(isOpening, expanded) >= 0) {
         Error::syntax(QStringLiteral("unbalanced ${ in '%1'").arg(text));
         return QStringLiteral("");
     }

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <QString>
+#include <QVarLengthArray>
 
 #include <algorithm>
-#include <vector>
 
 namespace Talmo
 {
+
+/// Text that grows at its end; that of a line does so without allocations.
+using TextBuffer = QVarLengthArray<QChar, 256>;
 
 /// A text that is read from its front, where other texts can be put back. Either costs as much as
 /// what is read or put back, however long the rest is.
@@ -15,7 +18,7 @@ class PushbackText
 public:
     explicit PushbackText(const QString &text) { putBack(text); }
 
-    bool isEmpty() const { return pieces.empty(); }
+    bool isEmpty() const { return pieces.isEmpty(); }
 
     /// Puts \a text in front.
     void putBack(const QString &text);
@@ -26,11 +29,7 @@ public:
     /// Moves what comes before the first character for which \a stops holds to the end of
     /// \a target; all, if there is none.
     template <typename Predicate>
-    void moveUntil(Predicate stops, QString &target);
-
-    /// Moves what comes up to the first \a last, and that, to the end of \a target; all, if there
-    /// is none.
-    void moveThrough(QChar last, QString &target);
+    void moveUntil(Predicate stops, TextBuffer &target);
 
 private:
     struct Piece {
@@ -41,14 +40,14 @@ private:
     /// Drops the first \a count characters of the first piece.
     void drop(int count);
 
-    std::vector<Piece> pieces; ///< the last one comes first
+    QVarLengthArray<Piece, 4> pieces; ///< the last one comes first
 };
 
 template <typename Predicate>
-void PushbackText::moveUntil(Predicate stops, QString &target)
+void PushbackText::moveUntil(Predicate stops, TextBuffer &target)
 {
-    while (!pieces.empty()) {
-        const Piece &piece = pieces.back();
+    while (!pieces.isEmpty()) {
+        const Piece &piece = pieces.last();
         const QChar *const begin = piece.text.constData() + piece.front;
         const QChar *const end = piece.text.constData() + piece.text.size();
         const QChar *const stop = std::find_if(begin, end, stops);

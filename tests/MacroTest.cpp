@@ -165,6 +165,7 @@ protected:
 TEST_F(MacroExpansion, NamesAreReplaced)
 {
     Macro::hash["a"] = "5";
+    Macro::globalHash["a"] = "hidden by the local one";
     Macro::globalHash["g_1"] = "global";
     Macro::hash["empty"] = "";
     Macro::hash["7"] = "seven";
