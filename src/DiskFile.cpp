@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <new>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -47,19 +48,33 @@ qint64 dropCarriageReturns(char *bytes, qint64 count)
                             : std::remove(static_cast<char *>(first), bytes + count, '\r') - bytes;
 }
 
+using ByteCount = decltype(QByteArray().size()); // Qt 5 counts in int
+
 /// Asks the system to back a large buffer with large pages. To clear and map each small one would
 /// take as long as reading the file.
-void preferLargePages(void *buffer, qint64 size)
+void preferLargePages([[maybe_unused]] void *buffer, [[maybe_unused]] qint64 size)
 {
 #ifdef MADV_HUGEPAGE
     constexpr size_t pageSize = 4096;
+    constexpr size_t manyLargePages = 1 << 24;
     auto room = static_cast<size_t>(size);
-    if (room >= 1 << 24 && std::align(pageSize, 1, buffer, room) != nullptr)
+    if (room >= manyLargePages && std::align(pageSize, 1, buffer, room) != nullptr)
         madvise(buffer, room, MADV_HUGEPAGE); // no more than a hint
-#else
-    Q_UNUSED(buffer)
-    Q_UNUSED(size)
 #endif
+}
+
+/// Makes \a text \a size bytes long; false if there is no memory for it.
+bool makeRoom(QByteArray &text, qint64 size)
+{
+    if (size > std::numeric_limits<ByteCount>::max() - 64) // what Qt itself takes
+        return false;
+    try {
+        text.resize(static_cast<ByteCount>(size));
+    } catch (const std::bad_alloc &) {
+        return false;
+    }
+    preferLargePages(text.data(), size);
+    return true;
 }
 
 } // namespace
@@ -105,26 +120,22 @@ qint64 DiskFile::readText(char *target, qint64 count)
 
 QByteArray DiskFile::readAllText()
 {
-    using Size = decltype(QByteArray().size()); // Qt 5 counts in int
-    constexpr qint64 largest = std::numeric_limits<Size>::max() - 64;
     QByteArray text;
     qint64 used = 0;
-    for (qint64 room = size + 1;; room = 2 * room + 4096) { // 1 more, to see the end
-        if (room > largest) {
-            hasFailed = true;
-            return {};
-        }
-        text.resize(static_cast<Size>(room));
-        preferLargePages(text.data(), room);
-        while (used < room) {
+    // One byte more than there is, to see the end; a file of the system may not tell its size, and
+    // has only one answer.
+    for (qint64 room = std::max<qint64>(size, 4095) + 1; !hasFailed; room *= 2) {
+        hasFailed = !makeRoom(text, room);
+        while (!hasFailed && used < room) {
             const qint64 count = readText(text.data() + used, room - used);
             used += count;
             if (count == 0) {
-                text.truncate(static_cast<Size>(used));
+                text.truncate(static_cast<ByteCount>(used));
                 return text;
             }
         }
     }
+    return {};
 }
 
 bool DiskFile::write(std::string_view bytes)

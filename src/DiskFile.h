@@ -29,7 +29,7 @@ public:
     /// many are left of them, 0 only at the end of the file and when reading failed.
     qint64 readText(char *target, qint64 size);
 
-    /// All that is left of the file, as text. What is too large for memory counts as failed.
+    /// All that is left of the file, as text; what is too large for memory fails.
     QByteArray readAllText();
 
     /// Writes \a bytes as they are; false if that fails, wholly or in part.

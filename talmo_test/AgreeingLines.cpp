@@ -20,19 +20,19 @@ namespace Talmo
 namespace
 {
 
-bool isBlank(char character)
+bool isUsualBlank(char character)
 {
     return character == ' ' || character == '\t';
 }
 
 bool isWordEnd(char character)
 {
-    return isBlank(character) || character == '\n';
+    return isUsualBlank(character) || character == '\n';
 }
 
 const char *skipBlanks(const char *text)
 {
-    while (isBlank(*text))
+    while (isUsualBlank(*text))
         ++text;
     return text;
 }
@@ -91,15 +91,17 @@ const char *passWord(const char *text)
     const char *end = text;
     while (isPlain(*end))
         ++end;
-    return end != text && *text != '#' && isWordEnd(*end) ? end : nullptr;
+    return end != text && *text != '#' ? end : nullptr; // the next column judges what ends it
 }
 
-/// Whether each column of the lines at \a text1 and \a text2 surely agrees. If so, moves both
-/// behind the last one.
-bool columnsAgree(const char *&text1, const char *&text2, const std::vector<double> &tolerances)
+bool areComments(const char *line1, const char *line2)
 {
-    const char *next1 = text1;
-    const char *next2 = text2;
+    return *line1 == '#' && *line2 == '#';
+}
+
+/// Whether each column of the lines at \a text1 and \a text2 surely agrees.
+bool columnsAgree(const char *text1, const char *text2, const std::vector<double> &tolerances)
+{
     for (const double tolerance : tolerances) {
         double value1 = 0;
         double value2 = 0;
@@ -107,35 +109,31 @@ bool columnsAgree(const char *&text1, const char *&text2, const std::vector<doub
             const char *const word = skipBlanks(text);
             return tolerance < 0 ? passWord(word) : readNumber(word, value);
         };
-        next1 = pass(next1, value1);
-        next2 = pass(next2, value2);
-        if (next1 == nullptr || next2 == nullptr)
+        text1 = pass(text1, value1);
+        text2 = pass(text2, value2);
+        if (text1 == nullptr || text2 == nullptr)
             return false;
         if (tolerance >= 0 && std::fabs(value1 - value2) > tolerance)
             return false;
     }
-    text1 = next1;
-    text2 = next2;
-    return !tolerances.empty(); // else comments would pass for anything
+    return !tolerances.empty(); // else a comment would agree with anything
 }
 
 /// Passes the first line of each if they surely agree.
 bool passPair(Lines &lines1, Lines &lines2, const std::vector<double> &tolerances)
 {
-    const char *text1 = lines1.front();
-    const char *text2 = lines2.front();
+    const char *const text1 = lines1.front();
+    const char *const text2 = lines2.front();
     const char *const newline = lines1.newlineFrom(text1);
     const auto length = static_cast<size_t>(newline - text1);
     const bool equal = length < lines2.rest().size() && std::memcmp(text1, text2, length + 1) == 0;
-    if (equal && isNumberLine(text1, newline, tolerances.size())) {
-        lines1.passThrough(newline);
-        lines2.passThrough(text2 + length);
-        return true;
-    }
-    if (!columnsAgree(text1, text2, tolerances))
+    const bool agree = areComments(text1, text2) ||
+                       (equal && isNumberLine(text1, newline, tolerances.size())) ||
+                       columnsAgree(text1, text2, tolerances);
+    if (!agree)
         return false;
     lines1.passThrough(newline);
-    lines2.passThrough(lines2.newlineFrom(text2));
+    lines2.passThrough(equal ? text2 + length : lines2.newlineFrom(text2));
     return true;
 }
 

@@ -12,7 +12,7 @@ namespace Talmo
 
 // Comparing two files takes four steps that know nothing of one another: LineReader reads, Words
 // splits, toNumber converts, and judgeColumns judges one pair of lines. The two functions at
-// the end walk the files.
+// the end walk the files; they leave to AgreeingLines what surely agrees.
 
 /// Where two files part, and how.
 struct Difference {

@@ -65,22 +65,22 @@ void LineReader::readBlock()
     end = kept + static_cast<size_t>(count);
     const size_t newline = std::string_view(buffer.get() + kept, end - kept).rfind('\n');
     linesEnd = newline == std::string_view::npos ? 0 : kept + newline + 1;
-    std::memset(buffer.get() + end, 0, padding);
+    std::memset(buffer.get() + end, 0, padding); // to have been written, no more
     ended = count == 0;
 }
 
-/// Moves what is kept to the front, and sees to it that at least as much can be read again.
+/// Moves what is kept to the front, and sees to it that half as much can be read behind it.
 void LineReader::makeRoom()
 {
     const size_t kept = end - next;
-    if (capacity > 2 * kept) {
+    if (capacity > kept + kept / 2) {
         if (next > 0)
             std::memmove(buffer.get(), buffer.get() + next, kept);
         return;
     }
     const auto wholeFile = static_cast<size_t>(file.sizeAtOpening()) + 1; // 1 more, to see the end
-    capacity = std::max(std::clamp(wholeFile, smallestBlock, largestBlock), 3 * kept);
-    auto larger = std::make_unique<char[]>(capacity + padding);
+    capacity = std::max(std::clamp(wholeFile, smallestBlock, largestBlock), 2 * kept);
+    std::unique_ptr<char[]> larger(new char[capacity + padding]);
     std::copy_n(buffer.get() + next, kept, larger.get());
     buffer = std::move(larger);
 }

@@ -9,6 +9,7 @@
 #include "NumberLine.h"
 
 #include "Bytes64.h"
+#include "LineReader.h"
 
 #include <algorithm>
 
@@ -19,6 +20,7 @@ namespace
 {
 
 using Bits = Bytes64::Bits;
+static_assert(sizeof(Bits) * 8 <= LineReader::padding);
 
 /// Moves the \a cursors that stand at one of \a bits behind it.
 Bits stepOver(Bits cursors, Bits bits)

@@ -1,3 +1,8 @@
+// Reading a number eight digits at a time. A number of at most fifteen or sixteen digits, shifted
+// by a power of ten that is itself a double, is one multiplication or division of two exact doubles
+// and therefore rounded once, as it must be (W. D. Clinger, "How to Read Floating Point Numbers
+// Accurately", PLDI 1990). That covers nearly all that simulations print.
+
 #pragma once
 
 #include <QtEndian>
@@ -5,11 +10,6 @@
 #include <cfloat>
 #include <cstddef>
 #include <cstdint>
-
-// Reading a number eight digits at a time. A number of at most fifteen or sixteen digits, shifted
-// by a power of ten that is itself a double, is one multiplication or division of two exact doubles
-// and therefore rounded once, as it must be (W. D. Clinger, "How to Read Floating Point Numbers
-// Accurately", PLDI 1990). That covers nearly all that simulations print.
 
 namespace Talmo
 {
@@ -39,43 +39,51 @@ inline const char *quickDigits(const char *text, std::uint64_t &number)
     return text;
 }
 
-/// Reads the number at \a text into \a value, as toNumber would; returns where it ends, or null if
-/// there is none, and for a few that toNumber reads. What follows the number is for the caller to
-/// judge. Reads up to 8 bytes beyond.
+/// Adds the exponent at \a text, which begins with its letter, to \a exponent; returns where it
+/// ends, or null if it has no digits, or more than three.
+inline const char *quickExponent(const char *text, std::ptrdiff_t &exponent)
+{
+    const bool isNegative = text[1] == '-';
+    const char *const digits = text + (isNegative || text[1] == '+' ? 2 : 1);
+    std::uint64_t magnitude = 0;
+    const char *const end = quickDigits(digits, magnitude);
+    if (end == digits || end - digits > 3)
+        return nullptr;
+    const auto shift = static_cast<std::ptrdiff_t>(magnitude);
+    exponent += isNegative ? -shift : shift;
+    return end;
+}
+
+/// Reads the number at \a text into \a value, as toNumber would; returns where it ends. Returns
+/// null if there is none, or if it is one of the few that are not as easy as this. What follows a
+/// number is for the caller to judge. Reads up to 8 bytes beyond.
 inline const char *quickNumber(const char *text, double &value)
 {
+    constexpr double signs[] = {1.0, -1.0};
     constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12,
         1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    constexpr double signs[] = {1.0, -1.0};
-    // Without a branch: signs are hard to predict.
-    const int negative = *text == '-';
+    constexpr std::ptrdiff_t largestPower = 22;
+    const int negative = *text == '-'; // no branch: signs are hard to predict
     text += negative | static_cast<int>(*text == '+');
+
     std::uint64_t digits = 0;
+    std::ptrdiff_t exponent = 0;
     const char *end = quickDigits(text, digits);
     std::ptrdiff_t count = end - text;
-    std::ptrdiff_t exponent = 0;
     if (*end == '.') {
         const char *const fraction = end + 1;
         end = quickDigits(fraction, digits);
-        exponent = fraction - end;
-        count -= exponent;
+        count += end - fraction;
+        exponent = fraction - end; // each digit of the fraction shifts the point by one
     }
-    if (*end == 'e' || *end == 'E') {
-        const bool shiftsRight = end[1] == '-';
-        const char *const power = end + (shiftsRight || end[1] == '+' ? 2 : 1);
-        std::uint64_t shift = 0;
-        end = quickDigits(power, shift);
-        if (end == power || end - power > 3)
-            return nullptr;
-        exponent +=
-            shiftsRight ? -static_cast<std::ptrdiff_t>(shift) : static_cast<std::ptrdiff_t>(shift);
-    }
-    if (count == 0 || count > 19 || digits >> DBL_MANT_DIG != 0 || exponent < -22 ||
-        exponent > 22 || FLT_EVAL_METHOD != 0)
+    const bool isExact = count > 0 && count <= 19 && digits >> DBL_MANT_DIG == 0;
+    if (isExact && (*end == 'e' || *end == 'E'))
+        end = quickExponent(end, exponent);
+    if (!isExact || end == nullptr || exponent < -largestPower || exponent > largestPower ||
+        FLT_EVAL_METHOD != 0)
         return nullptr;
     const auto exact = static_cast<double>(static_cast<std::int64_t>(digits));
-    const double magnitude = exponent < 0 ? exact / powers[-exponent] : exact * powers[exponent];
-    value = magnitude * signs[negative];
+    value = (exponent < 0 ? exact / powers[-exponent] : exact * powers[exponent]) * signs[negative];
     return end;
 }
 

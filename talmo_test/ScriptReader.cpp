@@ -34,10 +34,11 @@ QString ScriptReader::readLine()
 std::string_view ScriptReader::readUntil(std::string_view prefix)
 {
     const size_t start = next;
-    // The prefix is rarer than newlines.
-    size_t found = text.find(prefix, next);
-    while (found != std::string_view::npos && found != start && text[found - 1] != '\n')
-        found = text.find(prefix, found + 1);
+    // In most bodies the prefix is rarer than newlines. A line that has it elsewhere is passed
+    // over.
+    size_t found = text.find(prefix, start);
+    while (found < text.size() && found != start && text[found - 1] != '\n')
+        found = text.find(prefix, text.find('\n', found));
     next = std::min(found, text.size());
     return text.substr(start, next - start);
 }

@@ -33,12 +33,12 @@ std::string number(double value)
     return text;
 }
 
-/// What follows each x: the y of each grid point and all up to its number. Each text is made once,
-/// but for so many that they would fill the memory.
-class Columns
+/// What stands between x and the running number of each point: y, and what is the same for all.
+/// Each text is made once, but for so many that they would fill the memory.
+class MiddleTexts
 {
 public:
-    explicit Columns(const TestBeam &beam)
+    explicit MiddleTexts(const TestBeam &beam)
         : first(beam.y0)
         , step((beam.y1 - beam.y0) / static_cast<double>(beam.ny - 1))
         , afterY(' ' + number(beam.z) + " 0 0 " + number(beam.pz) + " 0 " +
@@ -51,7 +51,7 @@ public:
         }
     }
 
-    /// That of column \a j; valid until the next call.
+    /// That of the points with the y of number \a j; valid until the next call.
     std::string_view operator[](int j)
     {
         const auto index = static_cast<size_t>(j);
@@ -107,7 +107,7 @@ public:
 
 private:
     static constexpr size_t blockSize = 1 << 17;
-    static constexpr size_t longestLine = 256; // eleven numbers of at most 20 characters
+    static constexpr size_t longestLine = 256; // twelve fields of at most 20 characters
 
     const TestBeam::Sink &file;
     std::vector<char> bytes;
@@ -129,7 +129,7 @@ void TestBeam::write(const QString &title, const Sink &file) const
     if (!file(heading))
         return;
     const double dx = (x1 - x0) / static_cast<double>(nx - 1);
-    Columns columns(*this);
+    MiddleTexts middles(*this);
     Block block(file);
     for (int i = 0; i < nx; ++i) {
         const std::string x = number(i * dx + x0) + ' ';
@@ -137,7 +137,7 @@ void TestBeam::write(const QString &title, const Sink &file) const
             if (!block.makeRoom())
                 return;
             block.add(x);
-            block.add(columns[j]);
+            block.add(middles[j]);
             block.add(eventId(i, j));
             block.add(" 1 0 1\n");
         }

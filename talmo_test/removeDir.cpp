@@ -1,6 +1,6 @@
-// Works from directory to directory by their descriptors, with one open at a time: so no path is
-// too long, no tree is too deep, and no name can come to mean something else on the way. The way
-// back up is "..", which must lead to where the way down began.
+// Works from directory to directory by their descriptors, with no more than two open at a time: so
+// no path is too long, no tree is too deep, and no name can come to mean something else on the way.
+// The way back up is "..", which must lead to where the way down began.
 
 #include "removeDir.h"
 

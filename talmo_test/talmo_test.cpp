@@ -110,7 +110,7 @@ bool enterNewDir(const QString &name)
 {
     if (name.contains(QChar(u'\0'))) // the system would take another directory
         return false;
-    if (!QDir().mkdir(name)) { // mostly there is no leftover
+    if (!QDir().mkdir(name)) { // usually there is no leftover
         removeDir(name);
         QDir().mkdir(name);
     }

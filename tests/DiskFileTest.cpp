@@ -6,8 +6,12 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -126,6 +130,82 @@ TEST_F(DiskFileTest, SaysThatReadingOrWritingFailed)
     ASSERT_TRUE(file.openToWrite("/dev/full"));
     EXPECT_FALSE(file.write("x"));
 }
+
+TEST_F(DiskFileTest, ReadsWhatTellsNoSizeAndAnswersOnce)
+{
+    DiskFile file;
+    ASSERT_TRUE(file.openToRead("/proc/sys/kernel/pid_max"));
+    EXPECT_EQ(file.sizeAtOpening(), 0);
+    const QByteArray text = file.readAllText();
+    EXPECT_TRUE(text.endsWith('\n'));
+    EXPECT_GE(text.toInt(), 301); // the least that there can be
+}
+
+TEST_F(DiskFileTest, AFileThatIsCutOffWasNotWritten)
+{
+    rlimit old = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small = {1000, old.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    DiskFile file;
+    const bool opened = file.openToWrite(pathOf("a"));
+    const bool written = file.write(std::string(2000, 'x')); // the system takes the half of it
+    const bool more = file.write("x");
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, ignored);
+    EXPECT_TRUE(opened);
+    EXPECT_FALSE(written);
+    EXPECT_FALSE(more);
+    EXPECT_EQ(QFileInfo(pathOf("a")).size(), 1000);
+}
+
+TEST_F(DiskFileTest, NewFilesArePlainFilesOfWhoMakesThem)
+{
+    const mode_t old = umask(022);
+    DiskFile file;
+    EXPECT_TRUE(file.openToWrite(pathOf("a")));
+    umask(old);
+    struct stat status = {};
+    ASSERT_EQ(stat(QFile::encodeName(pathOf("a")), &status), 0);
+    EXPECT_EQ(status.st_mode, mode_t(S_IFREG | 0644));
+}
+
+TEST_F(DiskFileTest, GoesOnAfterASignal)
+{
+    const auto handler = [](int) {};
+    struct sigaction interrupting = {};
+    interrupting.sa_handler = handler; // and no SA_RESTART
+    struct sigaction old = {};
+    ASSERT_EQ(sigaction(SIGALRM, &interrupting, &old), 0);
+    FILE *const pipe = popen("sleep 0.3; echo late", "r");
+    ASSERT_NE(pipe, nullptr);
+    const itimerval soon = {{0, 50000}, {0, 50000}};
+    const itimerval never = {};
+    ASSERT_EQ(setitimer(ITIMER_REAL, &soon, nullptr), 0);
+    DiskFile file;
+    EXPECT_TRUE(file.openToRead(QStringLiteral("/proc/self/fd/%1").arg(fileno(pipe))));
+    const QByteArray text = file.readAllText();
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &old, nullptr);
+    EXPECT_EQ(text, "late\n");
+    EXPECT_FALSE(file.failed());
+    pclose(pipe);
+}
+
+#ifndef __SANITIZE_ADDRESS__ // which ends the program instead
+TEST_F(DiskFileTest, AFileTooLargeForMemoryFails)
+{
+    QFile large(pathOf("large"));
+    ASSERT_TRUE(large.open(QIODevice::WriteOnly));
+    if (!large.resize(qint64(1) << 43)) // a hole of eight terabytes
+        GTEST_SKIP() << "no such files here";
+    DiskFile file;
+    ASSERT_TRUE(file.openToRead(large.fileName()));
+    EXPECT_TRUE(file.readAllText().isNull());
+    EXPECT_TRUE(file.failed());
+}
+#endif
 
 TEST_F(DiskFileTest, LeavesNoDescriptorBehind)
 {

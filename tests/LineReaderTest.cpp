@@ -1,6 +1,8 @@
 #include "LineReader.h"
 #include "ReaderOf.h"
 
+#include <QTemporaryFile>
+
 #include <vector>
 
 #include <cstdio>
@@ -143,13 +145,39 @@ TEST(LineReader, ReadsManyLines)
     EXPECT_TRUE(linesOf(joined(empty)) == empty);
 }
 
+namespace
+{
+
+/// The most memory that this program ever had.
+long peakKilobytes()
+{
+    rusage usage = {};
+    EXPECT_EQ(getrusage(RUSAGE_SELF, &usage), 0);
+    return usage.ru_maxrss;
+}
+
+} // namespace
+
+TEST(LineReader, MemoryDoesNotGrowWithTheSizeOfAFile)
+{
+    QTemporaryFile lines;
+    ASSERT_TRUE(lines.open());
+    const QByteArray block = QByteArray("a short line\n").repeated(100000);
+    for (int count = 0; count < 100; ++count)
+        ASSERT_EQ(lines.write(block), block.size());
+    ASSERT_TRUE(lines.flush());
+    const long before = peakKilobytes();
+    LineReader reader;
+    ASSERT_TRUE(reader.open(lines.fileName()));
+    int count = 0;
+    for (std::string_view line; reader.readLine(line); ++count)
+        ;
+    EXPECT_EQ(count, 10000000);
+    EXPECT_LT(peakKilobytes() - before, 10000);
+}
+
 TEST(LineReader, MemoryDoesNotGrowWithTheNumberOfLines)
 {
-    const auto peakKilobytes = [] {
-        rusage usage = {};
-        EXPECT_EQ(getrusage(RUSAGE_SELF, &usage), 0);
-        return usage.ru_maxrss;
-    };
     FILE *const lines = popen("yes 'a short line' | head -c 195000000", "r");
     ASSERT_NE(lines, nullptr);
     const long before = peakKilobytes();

@@ -16,9 +16,15 @@ namespace
 
 bool isNumberLine(const std::string &line, size_t count)
 {
-    // What follows would be part of a number if the newline did not end it.
-    const std::string padded = line + '\n' + std::string(LineReader::padding, '1');
-    return Talmo::isNumberLine(padded.c_str(), padded.c_str() + line.size(), count);
+    // What follows could be taken for a part of a number, or for more words, good ones and bad.
+    const auto is = [&](const std::string &behind) {
+        const std::string padded = line + '\n' + behind + std::string(LineReader::padding, '1');
+        return Talmo::isNumberLine(padded.c_str(), padded.c_str() + line.size(), count);
+    };
+    const bool result = is("");
+    EXPECT_EQ(is(" x 1 "), result) << line;
+    EXPECT_EQ(is(" 1 1 "), result) << line;
+    return result;
 }
 
 bool isNumber(std::string_view word)
@@ -50,7 +56,7 @@ bool isUsual(const std::string &line)
         const size_t power = letter == std::string_view::npos
                                  ? word.size()
                                  : word.find_first_not_of("+-", letter + 1);
-        if (word.size() > 60 || (power < word.size() && word.size() - power > 2))
+        if (word.size() > 63 || (power < word.size() && word.size() - power > 2))
             return false;
     }
     return std::all_of(line.begin(), line.end(), [](char character) {

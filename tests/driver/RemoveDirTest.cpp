@@ -222,6 +222,18 @@ TEST_F(RemoveDirWithPermissions, StopsAtTheFirstEntryThatCannotBeRemoved)
             "test1.dir/b/y/", "test1.dir/c/", "test1.dir/c/x", "test1.dir/made", "test1.dir/z"}));
 }
 
+TEST_F(RemoveDirWithPermissions, StopsAtADirectoryThatCannotBeEntered)
+{
+    for (const char *path : {"a/x", "b/x", "c/x"})
+        write(QString("test1.dir/") + path, "");
+    restrict("test1.dir/b", 0);
+    EXPECT_EQ(runScript("=heading\n=exists c/x\n=ignore a/x\n=exists a/x\n=exists b\n=foo\n"),
+        "test1: ***ERROR: Unknown test command '=foo'\n");
+    chmod(pathOf("test1.dir/b"), 0700);
+    EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/", "test1.dir/b/", "test1.dir/b/x",
+                             "test1.dir/c/", "test1.dir/c/x"}));
+}
+
 TEST_F(RemoveDirWithPermissions, LinksGoWithTheKindOfWhatTheyLeadTo)
 {
     for (const char *path : {"reference/data", "test1.dir/b/x", "test1.dir/file"})
