@@ -137,7 +137,6 @@ bool count(const QString &name, QString &value)
     return true;
 }
 
-// As objects, so that the loops that take them hold no calls.
 constexpr auto isNoWordCharacter = [](QChar character) { return !isWordCharacter(character); };
 constexpr auto isDollar = [](QChar character) { return character == '$'; };
 constexpr auto isOpening = [](QChar character) { return character == '{'; };
@@ -197,7 +196,8 @@ bool expandNames(QString &text)
     return true;
 }
 
-/// Whether \a text holds a "${", a name, \a tail and "}".
+/// Whether \a text holds a "${", a name, \a tail and "}". Saves the whole pass where it does not;
+/// it must hold whenever the pass would replace something first (see isReference).
 bool holdsBraces(const QString &tail, const QString &text)
 {
     for (int begin = findDollar(isOpening, text); begin >= 0;
@@ -275,8 +275,9 @@ QString evaluated(QString expression)
     return Units::evaluate(format, expression, units);
 }
 
-/// Replaces each "${", up to the next "}", by what is inside evaluates to.
-void expandExpressions(QString &text)
+/// Replaces each "${", up to the next "}", by what is inside evaluates to; false if one is never
+/// closed.
+bool expandExpressions(QString &text)
 {
     PushbackText rest(text);
     TextBuffer done;
@@ -291,16 +292,14 @@ void expandExpressions(QString &text)
         }
         TextBuffer inside;
         rest.moveUntil(isClosing, inside);
-        if (rest.isEmpty()) { // never closed; what follows is not, either
-            done.append(brace);
-            done.append(inside.constData(), inside.size());
-            break;
-        }
+        if (rest.isEmpty())
+            return false;
         rest.take();
         done.removeLast();
         rest.putBack(evaluated(toString(inside)));
     }
     text = toString(done);
+    return true;
 }
 
 /// Characters that a counter runs through; after the last comes the first, and a carry.
@@ -337,8 +336,7 @@ QString Macro::expand(QString text)
     if (!expandBraces(QString(), lookUp, expanded) ||
         !expandBraces(QStringLiteral("++"), count, expanded))
         return QStringLiteral("");
-    expandExpressions(expanded);
-    if (findDollar(isOpening, expanded) >= 0) {
+    if (!expandExpressions(expanded)) {
         Error::syntax(QStringLiteral("unbalanced ${ in '%1'").arg(text));
         return QStringLiteral("");
     }

@@ -75,7 +75,7 @@ private:
 struct Conversion {
     int begin = 0;
     int end = 0;
-    bool isPadded = false; ///< has flags or a width
+    bool hasFlagsOrWidth = false;
     int precision = 6;
 };
 
@@ -83,12 +83,12 @@ struct Conversion {
 bool takeConversion(FormatReader &reader, Conversion &conversion)
 {
     conversion.begin = reader.position();
-    reader.take("%");
+    reader.take("%"); // it stands there, unless the format is at its end
     const int flags = reader.position();
     while (reader.take("-+ #0")) {
     }
     const int width = reader.takeNumber();
-    conversion.isPadded = reader.position() > flags;
+    conversion.hasFlagsOrWidth = reader.position() > flags;
     if (reader.take("."))
         conversion.precision = reader.takeNumber();
     reader.take("l");
@@ -113,11 +113,11 @@ std::string converted(const QString &format, const Conversion &conversion, doubl
 {
     const QChar letter = format[conversion.end - 1];
     std::string text;
-    if (!conversion.isPadded && letter == 'g')
+    if (!conversion.hasFlagsOrWidth && letter == 'g')
         appendNumber(text, number, conversion.precision);
-    else if (!conversion.isPadded && letter == 'f')
+    else if (!conversion.hasFlagsOrWidth && letter == 'f')
         appendNumber(text, number, conversion.precision, std::chars_format::fixed);
-    else if (!conversion.isPadded && letter == 'e')
+    else if (!conversion.hasFlagsOrWidth && letter == 'e')
         appendNumber(text, number, conversion.precision, std::chars_format::scientific);
     else
         text = formattedNumber(

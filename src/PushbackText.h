@@ -34,7 +34,7 @@ public:
 private:
     struct Piece {
         QString text;
-        int front; ///< before its end
+        int front; ///< the first character left, always before the end
     };
 
     /// Drops the first \a count characters of the first piece.

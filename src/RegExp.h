@@ -11,8 +11,11 @@ namespace Talmo
 /// Patterns use the rich syntax of QRegExp, case-sensitive. Each distinct pattern is compiled once
 /// and kept, never freed: the patterns are meant to be a small set of literals.
 ///
-/// Every operation sets `prev`: read captures into locals before anything else can match. Before
-/// main, every operation crashes deliberately (see startupGuard).
+/// Every operation sets `prev`: read captures into locals before anything else can match.
+/// Evaluating and converting units, and expanding macros, matches nothing here; both read by hand,
+/// for speed.
+///
+/// Before main, every operation crashes deliberately (see startupGuard).
 class RegExp
 {
 public:

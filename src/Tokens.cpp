@@ -61,10 +61,10 @@ int unitEnd(QStringView text, int position)
                                                  : position;
 }
 
-/// What stands from \a begin up to \a end of \a text; null if that is nothing.
+/// What stands from \a begin up to \a end of \a text.
 QStringView part(QStringView text, int begin, int end)
 {
-    return begin == end ? QStringView() : text.mid(begin, end - begin);
+    return text.mid(begin, end - begin);
 }
 
 } // namespace

@@ -2,9 +2,9 @@
 
 #include <QStringView>
 
-/// What numbers and names look like in expressions and texts: the front of a text is compared with
-/// one pattern. Each pattern is a regular expression, quoted here; it is read by hand because every
-/// number of every text passes through. Letters and digits are those of ASCII.
+/// What numbers and names look like in expressions and texts. Each function reads the regular
+/// expression quoted with it at the front of a text, by hand, for speed: every number of every text
+/// passes through here. Letters and digits are those of ASCII.
 ///
 /// A token is as long as its pattern allows. Nothing behind it is looked at, but for the few
 /// characters that could have made it longer.
@@ -42,8 +42,8 @@ inline bool isNumberStart(QChar character)
 /// A number and the unit directly behind it, as parts of the text that was read.
 struct NumberToken {
     QStringView number;   ///< sign, digits, point and exponent; empty if there is no number
-    QStringView exponent; ///< of the number, from its letter on; null if there is none
-    QStringView unit;     ///< null if there is none
+    QStringView exponent; ///< of the number, from its letter on; empty if there is none
+    QStringView unit;     ///< empty if there is none
 
     bool isNumber() const { return !number.isEmpty(); }
     bool hasUnit() const { return !unit.isEmpty(); }
@@ -54,8 +54,8 @@ struct NumberToken {
 /// ^([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)?
 NumberToken numberAhead(QStringView text);
 
-/// The number at the front of \a text and its unit, which must be there: so "1e5" is 1 with the
-/// unit "e5". If it is not, a token without a unit, or none.
+/// As numberAhead, but with a unit wherever there can be one, even at the cost of the exponent:
+/// "1e5" is 1 with the unit "e5". With a unit it is the match of
 /// ^([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)
 NumberToken numberAndUnitAhead(QStringView text);
 

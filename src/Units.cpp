@@ -131,7 +131,7 @@ Units::Value::Value(QString text)
 double Units::Value::convert(QString target, bool *ok)
 {
     startupGuard();
-    const bool isSame = target == units; // saves half of the look-ups, the most of what this costs
+    const bool isSame = target == units; // saves half of the look-ups, which are most of the cost
     const int kind = typeHash[units];
     const int targetKind = isSame ? kind : typeHash[target];
     if (ok != nullptr)

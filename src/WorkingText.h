@@ -27,7 +27,8 @@ public:
     /// Whether what is left begins with \a token; neither may be empty.
     bool startsWith(const QString &token) const
     {
-        return ahead().front() == token.front() && ahead().startsWith(token); // seldom two steps
+        // The first character nearly always decides, and the call costs more.
+        return ahead().front() == token.front() && ahead().startsWith(token);
     }
 
     /// Drops the first \a length characters.

@@ -1,5 +1,7 @@
 #include "RegExp.h"
+#include "Macro.h"
 #include "Printing.h"
+#include "Units.h"
 
 #include <gtest/gtest.h>
 
@@ -95,6 +97,17 @@ TEST(RegExp, ReplacementsAreLiteral)
 {
     EXPECT_EQ(RE.replace("(a)", "a", "\\1\\0"), "\\1\\0");
     EXPECT_EQ(RE.replaceAll("(a)", "aba", "\\1"), "\\1b\\1");
+}
+
+TEST(RegExp, CapturesOutliveEvaluationConversionAndExpansion)
+{
+    ASSERT_TRUE(RE.match("b(.)", "abc"));
+    const auto patterns = RegExp::hash.size();
+    EXPECT_EQ(Talmo::Units::evaluate("%.3f", "2*3mm", "mm"), "6.000");
+    EXPECT_EQ(Talmo::Units::convertAll("1in", "mm"), "25.4");
+    EXPECT_EQ(Talmo::Macro::expand("${%g;1+1;}"), "2");
+    EXPECT_EQ(RegExp::prev->cap(1), "c");
+    EXPECT_EQ(RegExp::hash.size(), patterns);
 }
 
 TEST(RegExp, SubstituteSaysWhetherItReplaced)

@@ -135,6 +135,7 @@ TEST_F(UnitsTable, UnknownUnitsAreRememberedWhereTheyWereLookedUp)
 
     EXPECT_EQ(Units::compatibleUnits(""), (QStringList{"", "furlong", "xyz"}));
     value(3).convert("league"); // the target's factor is looked up, too
+    EXPECT_EQ(Units::typeHash.value("league", -1), 0);
     EXPECT_EQ(Units::factorHash.value("league", -1), 0.0);
     EXPECT_EQ(printed(), "");
 }
