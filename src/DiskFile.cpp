@@ -120,6 +120,7 @@ qint64 DiskFile::readText(char *target, qint64 count)
 
 QByteArray DiskFile::readAllText()
 {
+    constexpr qint64 pieceSize = 1 << 18; // stays in the processor's cache while it is looked at
     QByteArray text;
     qint64 used = 0;
     // One byte more than there is, to see the end; a file of the system may not tell its size, and
@@ -127,7 +128,7 @@ QByteArray DiskFile::readAllText()
     for (qint64 room = std::max<qint64>(size, 4095) + 1; !hasFailed; room *= 2) {
         hasFailed = !makeRoom(text, room);
         while (!hasFailed && used < room) {
-            const qint64 count = readText(text.data() + used, room - used);
+            const qint64 count = readText(text.data() + used, std::min(room - used, pieceSize));
             used += count;
             if (count == 0) {
                 text.truncate(static_cast<ByteCount>(used));
