@@ -77,6 +77,25 @@ TEST(QuickNumber, ReadsTheUsualNumbersItself)
     }
 }
 
+TEST(QuickNumber, ThePointMayStandAnywhere)
+{
+    const std::string digits = "12345678901234";
+    for (size_t length = 0; length <= digits.size(); ++length) {
+        for (size_t point = 0; point <= length; ++point) {
+            std::string word = digits.substr(0, length);
+            word.insert(point, ".");
+            for (const char *const ending :
+                {"", "e3", "E-07", "e", ".", "x", ":", "/", "\x80", "\xFF"}) {
+                SCOPED_TRACE(word + ending);
+                const Reading quick = quickly(word + ending);
+                const Reading plain = plainly(word + ending);
+                EXPECT_EQ(quick.succeeds, plain.succeeds);
+                EXPECT_TRUE(!plain.succeeds || sameBits(quick.value, plain.value));
+            }
+        }
+    }
+}
+
 TEST(QuickNumber, RoundsAsItMustAtTheLimits)
 {
     const struct {
