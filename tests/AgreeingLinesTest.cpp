@@ -4,6 +4,7 @@
 #include "NastyLines.h"
 #include "Numbers.h"
 #include "ReaderOf.h"
+#include "judgeLines.h"
 
 #include <string>
 #include <vector>
@@ -65,11 +66,7 @@ Difference columnsPlainly(
     std::string_view content1, std::string_view content2, const Tolerances &tolerances)
 {
     return plainly(content1, content2, [&](std::string_view line1, std::string_view line2) {
-        Words words1;
-        Words words2;
-        words1.split(line1);
-        words2.split(line2);
-        return judgeColumns(words1, words2, tolerances);
+        return judgeLines(line1, line2, tolerances);
     });
 }
 

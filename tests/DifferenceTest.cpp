@@ -1,5 +1,6 @@
 #include "Difference.h"
 #include "ReaderOf.h"
+#include "judgeLines.h"
 
 #include <ostream>
 
@@ -27,16 +28,6 @@ namespace
 {
 
 constexpr Difference same = {};
-
-Difference judge(
-    std::string_view line1, std::string_view line2, const std::vector<double> &tolerances)
-{
-    Words words1;
-    Words words2;
-    words1.split(line1);
-    words2.split(line2);
-    return judgeColumns(words1, words2, tolerances);
-}
 
 Difference exactly(std::string_view content1, std::string_view content2)
 {
@@ -93,19 +84,20 @@ TEST(JudgeColumns, ColumnsMayDifferByTheirTolerance)
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(std::string(row.line1) + " | " + row.line2);
-        EXPECT_EQ(judge(row.line1, row.line2, row.tolerances), row.difference);
-        EXPECT_EQ(judge(row.line2, row.line1, row.tolerances), row.difference);
+        EXPECT_EQ(judgeLines(row.line1, row.line2, row.tolerances), row.difference);
+        EXPECT_EQ(judgeLines(row.line2, row.line1, row.tolerances), row.difference);
     }
 }
 
 TEST(JudgeColumns, ANegativeToleranceLeavesItsColumnAlone)
 {
-    EXPECT_EQ(judge("a 1", "b 1", {-1, 0}), same);
-    EXPECT_EQ(judge("a 1", "b 2", {-1, 0}), (Difference{Difference::Value, 0, 2}));
-    EXPECT_EQ(judge("a 1", "b x", {-5e-324, 0}), (Difference{Difference::InvalidData, 0, 2}));
-    EXPECT_EQ(judge("", "x", {-1}), same);
-    EXPECT_EQ(judge("a", "b c", {-1, -1}), (Difference{Difference::TooFewColumns, 0, 0}));
-    EXPECT_EQ(judge("a", "a", {-0.0}), (Difference{Difference::InvalidData, 0, 1})); // not negative
+    EXPECT_EQ(judgeLines("a 1", "b 1", {-1, 0}), same);
+    EXPECT_EQ(judgeLines("a 1", "b 2", {-1, 0}), (Difference{Difference::Value, 0, 2}));
+    EXPECT_EQ(judgeLines("a 1", "b x", {-5e-324, 0}), (Difference{Difference::InvalidData, 0, 2}));
+    EXPECT_EQ(judgeLines("", "x", {-1}), same);
+    EXPECT_EQ(judgeLines("a", "b c", {-1, -1}), (Difference{Difference::TooFewColumns, 0, 0}));
+    EXPECT_EQ(
+        judgeLines("a", "a", {-0.0}), (Difference{Difference::InvalidData, 0, 1})); // not negative
 }
 
 TEST(JudgeColumns, OnlyNumbersCanBeCompared)
@@ -114,35 +106,36 @@ TEST(JudgeColumns, OnlyNumbersCanBeCompared)
     for (const char *word : words) {
         SCOPED_TRACE(word);
         const Difference invalid = {Difference::InvalidData, 0, 1};
-        EXPECT_EQ(judge(word, "1", {1e300}), invalid);
-        EXPECT_EQ(judge("1", word, {1e300}), invalid);
-        EXPECT_EQ(judge(word, word, {1e300}), invalid);
+        EXPECT_EQ(judgeLines(word, "1", {1e300}), invalid);
+        EXPECT_EQ(judgeLines("1", word, {1e300}), invalid);
+        EXPECT_EQ(judgeLines(word, word, {1e300}), invalid);
     }
 }
 
 TEST(JudgeColumns, CommentsAgreeWithComments)
 {
     const Difference mismatch = {Difference::CommentMismatch, 0, 0};
-    EXPECT_EQ(judge("#a", "#b c d", {0, 0, 0}), same);
-    EXPECT_EQ(judge("#", "  # x", {0}), same);
-    EXPECT_EQ(judge("#1", "1", {0}), mismatch);
-    EXPECT_EQ(judge("1", "#1", {0}), mismatch);
-    EXPECT_EQ(judge("# 1", "1", {-1}), mismatch); // whatever the tolerances
-    EXPECT_EQ(judge("#", "", {0, 0}), mismatch);  // and before the columns are counted
-    EXPECT_EQ(judge("1 # x", "1 # y", {0}), same);
-    EXPECT_EQ(judge("1 #", "1 # x", {0, 0}), (Difference{Difference::InvalidData, 0, 2}));
+    EXPECT_EQ(judgeLines("#a", "#b c d", {0, 0, 0}), same);
+    EXPECT_EQ(judgeLines("#", "  # x", {0}), same);
+    EXPECT_EQ(judgeLines("#1", "1", {0}), mismatch);
+    EXPECT_EQ(judgeLines("1", "#1", {0}), mismatch);
+    EXPECT_EQ(judgeLines("# 1", "1", {-1}), mismatch); // whatever the tolerances
+    EXPECT_EQ(judgeLines("#", "", {0, 0}), mismatch);  // and before the columns are counted
+    EXPECT_EQ(judgeLines("1 # x", "1 # y", {0}), same);
+    EXPECT_EQ(judgeLines("1 #", "1 # x", {0, 0}), (Difference{Difference::InvalidData, 0, 2}));
 }
 
 TEST(JudgeColumns, LinesNeedAsManyWordsAsThereAreTolerances)
 {
     const Difference tooFew = {Difference::TooFewColumns, 0, 0};
-    EXPECT_EQ(judge("1", "1 2", {0, 0}), tooFew);
-    EXPECT_EQ(judge("1 2", "1", {0, 0}), tooFew);
-    EXPECT_EQ(judge("1", "2", {0, 0}), tooFew); // before a value is looked at
-    EXPECT_EQ(judge("", "", {0, 0}), tooFew);
-    EXPECT_EQ(judge("", "", {0}), (Difference{Difference::InvalidData, 0, 1})); // one empty word
-    EXPECT_EQ(judge("", "", {-1}), same);
-    EXPECT_EQ(judge(" \t", "", {0.5}), (Difference{Difference::InvalidData, 0, 1}));
+    EXPECT_EQ(judgeLines("1", "1 2", {0, 0}), tooFew);
+    EXPECT_EQ(judgeLines("1 2", "1", {0, 0}), tooFew);
+    EXPECT_EQ(judgeLines("1", "2", {0, 0}), tooFew); // before a value is looked at
+    EXPECT_EQ(judgeLines("", "", {0, 0}), tooFew);
+    EXPECT_EQ(
+        judgeLines("", "", {0}), (Difference{Difference::InvalidData, 0, 1})); // one empty word
+    EXPECT_EQ(judgeLines("", "", {-1}), same);
+    EXPECT_EQ(judgeLines(" \t", "", {0.5}), (Difference{Difference::InvalidData, 0, 1}));
 }
 
 TEST(CompareExactly, NamesTheFirstLineThatDiffers)
