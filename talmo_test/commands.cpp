@@ -7,7 +7,7 @@
 #include "RegExp.h"
 #include "TestBeam.h"
 #include "compare.h"
-#include "talmo_test.h"
+#include "runTest.h"
 
 #include <algorithm>
 #include <cstdio>

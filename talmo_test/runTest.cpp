@@ -1,0 +1,179 @@
+// Runs one test script for each simulation program that it applies to, each run in a directory of
+// its own.
+//
+// A run is a walk over the script's lines. A line's command reports failure by leaving an error
+// message in its Invocation, and the first message that stands ends the run. "=ignore" turns that
+// around for one command: its pattern is pending while the "=ignore" line itself is settled, and
+// active for the next command.
+
+#include "runTest.h"
+
+#include "Preferences.h"
+#include "RegExp.h"
+#include "ScriptReader.h"
+#include "commands.h"
+#include "removeDir.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+using namespace Talmo;
+
+int Debug = 0;
+QString platformName;
+
+QStringList configuredSimPrograms(const QString &pattern)
+{
+    static QStringList configured;
+    // Deliberate: with no program configured every call looks again and prints the empty list.
+    if (configured.isEmpty()) {
+        for (int n = 1; n <= 9; ++n) {
+            const QString name = Preferences::get(QStringLiteral("SimProgram%1.name").arg(n));
+            if (!name.isEmpty())
+                configured += name;
+        }
+        std::printf("Configured SimPrograms: %s\n", qPrintable(configured.join(QLatin1Char(' '))));
+    }
+    const QRegExp wildcard(pattern, Qt::CaseSensitive, QRegExp::Wildcard);
+    QStringList matching;
+    for (const QString &name : std::as_const(configured)) {
+        if (wildcard.exactMatch(name))
+            matching += name;
+    }
+    return matching;
+}
+
+namespace
+{
+
+/// What settles a command: whether its failure was expected. Changes \a error accordingly.
+void settle(QString &error, const std::optional<QString> &expectedFailure)
+{
+    if (!expectedFailure)
+        return;
+    if (RE.match(*expectedFailure, error))
+        error = QString();
+    else if (error.isNull())
+        error = QStringLiteral("Command should have failed");
+}
+
+/// Runs the lines of \a script from its position on for \a program, in the current directory.
+/// Returns the message of the first failure, null if there is none.
+QString runLines(ScriptReader &script, const QString &program)
+{
+    std::optional<QString> expectedFailure;
+    for (QString line = script.readLine(); !line.isNull(); line = script.readLine()) {
+        line.replace(QLatin1String("$simProgram"), program);
+        if (Debug > 0)
+            std::printf("==== line='%s'\n", qPrintable(line));
+        const QStringList words = line.simplified().split(QLatin1Char(' '));
+        if (words[0].isEmpty() || words[0].startsWith(QLatin1Char('#')))
+            continue;
+        Invocation invocation = {words, line, script, program, QString(), std::nullopt};
+        if (const Handler handler = handlerOf(words[0]))
+            handler(invocation);
+        else
+            invocation.error = QStringLiteral("Unknown test command '%1'").arg(words[0]);
+        settle(invocation.error, expectedFailure);
+        expectedFailure = invocation.expectedFailure;
+        if (Debug > 0 && !invocation.error.isNull())
+            std::printf("***errorMsg=%s\n", qPrintable(invocation.error));
+        if (!invocation.error.isNull())
+            return invocation.error;
+    }
+    return {};
+}
+
+/// Makes the directory \a name anew and the current one; false if that is not possible.
+bool enterNewDir(const QString &name)
+{
+    if (name.contains(QChar(u'\0'))) // the system would take another directory
+        return false;
+    if (!QDir().mkdir(name)) { // usually there is no leftover
+        removeDir(name);
+        QDir().mkdir(name);
+    }
+    return QDir::setCurrent(name);
+}
+
+/// Runs \a script once, for \a program, in a directory of its own, and reports. The directory of a
+/// failing run is kept.
+bool runOnce(ScriptReader &script, const QString &program, const QString &testName,
+    const QString &description)
+{
+    const QString dirName = testName + QStringLiteral(".dir");
+    if (Debug > 0)
+        std::printf("==== start test %s\n", qPrintable(testName));
+    if (!enterNewDir(dirName)) {
+        std::printf("%s: ***ERROR: cannot cd to '%s'\n", qPrintable(testName), qPrintable(dirName));
+        return false;
+    }
+    const QString error = runLines(script, program);
+    if (Debug > 0)
+        std::printf("==== end test %s\n", qPrintable(testName));
+    QDir::setCurrent(QStringLiteral(".."));
+    if (!error.isNull()) {
+        std::fflush(stdout);
+        std::printf("%s: ***ERROR: %s\n", qPrintable(testName), qPrintable(error));
+        std::fflush(stdout);
+        return false;
+    }
+    std::printf("%s: %s\n", qPrintable(testName), qPrintable(description));
+    if (Debug < 1)
+        removeDir(dirName);
+    --Debug; // Deliberate: on every pass, "=debug" or not, and never on a failure
+    std::fflush(stdout);
+    return true;
+}
+
+/// The programs that \a script runs for, as the line after its heading tells; one empty name if
+/// that line does not. Leaves the script at the first line to run.
+QStringList selectPrograms(ScriptReader &script)
+{
+    const size_t afterHeading = script.position();
+    const QString line = script.readLine().simplified();
+    if (!line.startsWith(QLatin1String("=simprogram"))) {
+        script.seek(afterHeading);
+        return {QString()};
+    }
+    QStringList programs;
+    const QStringList patterns = line.split(QLatin1Char(' ')).mid(1);
+    for (const QString &pattern : patterns)
+        programs += configuredSimPrograms(pattern);
+    return programs;
+}
+
+} // namespace
+
+bool runTest(const QString &path)
+{
+    ScriptReader script;
+    if (!script.open(path)) {
+        std::printf("%s: ***ERROR: Cannot read file\n", qPrintable(path));
+        return false;
+    }
+    const QString heading = script.readLine();
+    if (!heading.startsWith(QLatin1Char('='))) {
+        std::printf("%s: ***ERROR: Invalid test file\n", qPrintable(path));
+        return false;
+    }
+    const QStringList programs = selectPrograms(script);
+    if (programs.isEmpty()) {
+        std::printf("%s: No applicable SimPrograms\n", qPrintable(path));
+        return true;
+    }
+    const size_t start = script.position();
+    const QString fileName = QFileInfo(path).fileName();
+    bool passed = true;
+    for (const QString &program : programs) {
+        script.seek(start);
+        const QString testName =
+            program.isEmpty() ? fileName : QStringLiteral("%1(%2)").arg(fileName, program);
+        passed = runOnce(script, program, testName, heading.mid(1)) && passed;
+    }
+    return passed;
+}
