@@ -7,11 +7,11 @@
 #include "RegExp.h"
 #include "TestBeam.h"
 #include "compare.h"
+#include "interruption.h"
 #include "runTest.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <iterator>
 
 using namespace Talmo;
@@ -99,7 +99,7 @@ void runCommand(Invocation &invocation)
     std::fflush(stdout); // what the program prints comes after what we printed
     // For the shell a line ends at a NUL, and what it would then run was never written.
     const bool runnable = !line.contains(QChar(u'\0'));
-    if (!runnable || std::system(qPrintable(line)) != 0)
+    if (!runnable || !runInShell(line.toLocal8Bit().toStdString()))
         invocation.error = QStringLiteral("running '%1' failed").arg(invocation.words[1]);
 }
 

@@ -10,11 +10,11 @@
 
 #include "Preferences.h"
 #include "RegExp.h"
+#include "RunDirectory.h"
 #include "ScriptReader.h"
 #include "commands.h"
-#include "removeDir.h"
+#include "interruption.h"
 
-#include <QDir>
 #include <QFileInfo>
 
 #include <cstdio>
@@ -61,6 +61,15 @@ void settle(QString &error, const std::optional<QString> &expectedFailure)
         error = QStringLiteral("Command should have failed");
 }
 
+/// A command during which \a signal came has failed, whatever was expected of it.
+QString withInterruption(const QString &error, const QString &signal)
+{
+    if (signal.isNull())
+        return error;
+    const QString interrupted = QStringLiteral("interrupted by ") + signal;
+    return error.isNull() ? interrupted : error + QStringLiteral(", ") + interrupted;
+}
+
 /// Runs the lines of \a script from its position on for \a program, in the current directory.
 /// Returns the message of the first failure, null if there is none.
 QString runLines(ScriptReader &script, const QString &program)
@@ -79,6 +88,7 @@ QString runLines(ScriptReader &script, const QString &program)
         else
             invocation.error = QStringLiteral("Unknown test command '%1'").arg(words[0]);
         settle(invocation.error, expectedFailure);
+        invocation.error = withInterruption(invocation.error, interruption());
         expectedFailure = invocation.expectedFailure;
         if (Debug > 0 && !invocation.error.isNull())
             std::printf("***errorMsg=%s\n", qPrintable(invocation.error));
@@ -88,16 +98,12 @@ QString runLines(ScriptReader &script, const QString &program)
     return {};
 }
 
-/// Makes the directory \a name anew and the current one; false if that is not possible.
-bool enterNewDir(const QString &name)
+/// Reports that the run \a testName failed.
+void reportFailure(const QString &testName, const QString &error)
 {
-    if (name.contains(QChar(u'\0'))) // the system would take another directory
-        return false;
-    if (!QDir().mkdir(name)) { // usually there is no leftover
-        removeDir(name);
-        QDir().mkdir(name);
-    }
-    return QDir::setCurrent(name);
+    std::fflush(stdout);
+    std::printf("%s: ***ERROR: %s\n", qPrintable(testName), qPrintable(error));
+    std::fflush(stdout);
 }
 
 /// Runs \a script once, for \a program, in a directory of its own, and reports. The directory of a
@@ -105,26 +111,28 @@ bool enterNewDir(const QString &name)
 bool runOnce(ScriptReader &script, const QString &program, const QString &testName,
     const QString &description)
 {
-    const QString dirName = testName + QStringLiteral(".dir");
     if (Debug > 0)
         std::printf("==== start test %s\n", qPrintable(testName));
-    if (!enterNewDir(dirName)) {
-        std::printf("%s: ***ERROR: cannot cd to '%s'\n", qPrintable(testName), qPrintable(dirName));
+    const QString dirName = testName + QStringLiteral(".dir");
+    RunDirectory directory(dirName);
+    if (!directory.enter()) {
+        std::printf(directory.isInUse()
+                        ? "%s: ***ERROR: directory '%s' is in use by another talmo_test\n"
+                        : "%s: ***ERROR: cannot cd to '%s'\n",
+            qPrintable(testName), qPrintable(dirName));
         return false;
     }
     const QString error = runLines(script, program);
     if (Debug > 0)
         std::printf("==== end test %s\n", qPrintable(testName));
-    QDir::setCurrent(QStringLiteral(".."));
+    directory.leave();
     if (!error.isNull()) {
-        std::fflush(stdout);
-        std::printf("%s: ***ERROR: %s\n", qPrintable(testName), qPrintable(error));
-        std::fflush(stdout);
+        reportFailure(testName, error);
         return false;
     }
     std::printf("%s: %s\n", qPrintable(testName), qPrintable(description));
     if (Debug < 1)
-        removeDir(dirName);
+        directory.remove();
     --Debug; // Deliberate: on every pass, "=debug" or not, and never on a failure
     std::fflush(stdout);
     return true;
@@ -170,9 +178,13 @@ bool runTest(const QString &path)
     const QString fileName = QFileInfo(path).fileName();
     bool passed = true;
     for (const QString &program : programs) {
-        script.seek(start);
         const QString testName =
             program.isEmpty() ? fileName : QStringLiteral("%1(%2)").arg(fileName, program);
+        if (!interruption().isNull()) {
+            reportFailure(testName, QStringLiteral("not run, interrupted by ") + interruption());
+            return false;
+        }
+        script.seek(start);
         passed = runOnce(script, program, testName, heading.mid(1)) && passed;
     }
     return passed;

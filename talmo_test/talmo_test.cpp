@@ -2,7 +2,9 @@
 
 #include "Preferences.h"
 #include "StartupGuard.h"
+#include "interruption.h"
 #include "runTest.h"
+#include "standardStreams.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -49,28 +51,41 @@ QStringList selectTests(const QStringList &patterns, QDir &dir)
     return testFiles(dir, QStringLiteral("test*"));
 }
 
+/// Prints how many of the scripts passed, failed, and were not run because a signal came before.
+void printSummary(int passes, int failures, int notRun)
+{
+    if (failures == 0 && notRun == 0) {
+        std::printf("All tests passed (%d total)\n", passes);
+    } else {
+        std::printf(
+            "***talmo_test: %d tests failed out of %d tests\n", failures, passes + failures);
+        std::printf("   The current directory is \"%s\".\n", qPrintable(QDir::currentPath()));
+        std::printf(
+            "   For each failing test a directory has been created containing the output(s).\n");
+    }
+    if (!interruption().isNull())
+        std::printf("***talmo_test: interrupted by %s, %d tests not run\n",
+            qPrintable(interruption()), notRun);
+}
+
 /// Runs the tests \a names of \a dir and prints the summary; true if all passed.
 bool runTests(const QStringList &names, const QDir &dir)
 {
     int passes = 0;
     int failures = 0;
+    int notRun = 0;
     for (const QString &name : names) {
         // Not QDir::absoluteFilePath: that takes ":name" for a resource inside the program.
         const QString path = QDir::cleanPath(dir.absolutePath() + QLatin1Char('/') + name);
-        if (runTest(path))
+        if (!interruption().isNull())
+            ++notRun;
+        else if (runTest(path))
             ++passes;
         else
             ++failures;
     }
-    if (failures == 0) {
-        std::printf("All tests passed (%d total)\n", passes);
-        return true;
-    }
-    std::printf("***talmo_test: %d tests failed out of %d tests\n", failures, passes + failures);
-    std::printf("   The current directory is \"%s\".\n", qPrintable(QDir::currentPath()));
-    std::printf(
-        "   For each failing test a directory has been created containing the output(s).\n");
-    return false;
+    printSummary(passes, failures, notRun);
+    return failures == 0 && notRun == 0;
 }
 
 /// Under a locale whose encoding is not UTF-8, newer versions of Qt 6 switch to one that is, and
@@ -92,11 +107,9 @@ const char *platformOfThisBuild()
 #endif
 }
 
-} // namespace
-
-int main(int argc, char *argv[])
+/// Selects the tests that the arguments name and runs them; true if all passed.
+bool runDriver(int argc, char *argv[])
 {
-    mainHasBeenEntered = true;
     // From argv itself: the application object takes Qt's own options out of its list.
     const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
     const QtMessageHandler standardHandler = qInstallMessageHandler(dropWarning);
@@ -120,5 +133,18 @@ int main(int argc, char *argv[])
     const QStringList names = selectTests(patterns, dir);
     std::printf("talmo_test: tests to run from '%s':\n%s\n", qPrintable(dir.absolutePath()),
         qPrintable(names.join(QLatin1Char(' '))));
-    return runTests(names, dir) ? 0 : 2;
+    return runTests(names, dir);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    mainHasBeenEntered = true;
+    occupyStandardStreams();
+    noteInterruptions();
+    const bool allPassed = runDriver(argc, argv);
+    const bool isReported = reportIsWritten();
+    endIfInterrupted();
+    return allPassed && isReported ? 0 : 2;
 }

@@ -27,6 +27,11 @@ Outcome runProcess(const QString &program, const QStringList &arguments,
 {
     QProcess process;
     startProcess(process, program, arguments, environment, folder);
+    return outcomeOf(process);
+}
+
+Outcome outcomeOf(QProcess &process)
+{
     const bool finished = process.waitForFinished(300000);
     EXPECT_TRUE(finished) << process.errorString().toStdString();
     Outcome outcome;

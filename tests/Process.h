@@ -22,6 +22,9 @@ using Environment = QMap<QString, QString>;
 void startProcess(QProcess &process, const QString &program, const QStringList &arguments,
     const Environment &environment, const QString &folder);
 
+/// Waits for the end of a process that was started.
+Outcome outcomeOf(QProcess &process);
+
 /// Starts a process likewise and waits for its end.
 Outcome runProcess(const QString &program, const QStringList &arguments,
     const Environment &environment, const QString &folder);

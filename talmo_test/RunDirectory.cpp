@@ -1,0 +1,92 @@
+// Two drivers may be at work in one directory, and by mistake with the same script. Then the second
+// must not take the directory that the first is in for a leftover; so each locks the directory of
+// its run. The lock is the system's, on the directory itself, and ends with the process however
+// that ends. Where the file system knows no locks, we go on without.
+
+#include "RunDirectory.h"
+
+#include "DiskFile.h"
+#include "removeDir.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+#ifdef O_PATH
+constexpr int toComeBack = O_PATH; // for a directory that may not be read
+#else
+constexpr int toComeBack = O_RDONLY;
+#endif
+
+Descriptor openDirectory(const char *path, int access)
+{
+    return Descriptor(open(path, access | O_DIRECTORY | O_CLOEXEC));
+}
+
+/// True if \a path still names the directory that was opened as \a directory.
+bool isStillNamed(const Descriptor &directory, const char *path)
+{
+    struct stat opened = {};
+    struct stat named = {};
+    return directory.isOpen() && fstat(directory.get(), &opened) == 0 && stat(path, &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+bool makeDirectory(const char *path)
+{
+    constexpr mode_t allMayUse = 0777; // less what the process masks out
+    return mkdir(path, allMayUse) == 0;
+}
+
+} // namespace
+
+RunDirectory::RunDirectory(const QString &directoryName)
+    : name(directoryName)
+    , path(Talmo::systemName(directoryName))
+{
+}
+
+bool RunDirectory::enter()
+{
+    above = openDirectory(".", toComeBack);
+    const bool isNew = makeDirectory(path); // usually there is no leftover
+    inUse = !claim();
+    if (!inUse && !isNew) {
+        removeDir(name);
+        makeDirectory(path);
+        inUse = !claim();
+    }
+    return !inUse && chdir(path) == 0;
+}
+
+/// Locks the directory; false if another driver has it, or had it and took it away meanwhile.
+bool RunDirectory::claim()
+{
+    if (isStillNamed(claimed, path))
+        return true;
+    Descriptor directory = openDirectory(path, O_RDONLY);
+    if (!directory.isOpen())
+        return true; // there is none, or it may not be read
+    if (flock(directory.get(), LOCK_EX | LOCK_NB) != 0)
+        return errno != EWOULDBLOCK;
+    claimed = std::move(directory);
+    return isStillNamed(claimed, path);
+}
+
+void RunDirectory::leave()
+{
+    // Not "..": from a directory that was removed, or closed to us, that leads nowhere.
+    if (!above.isOpen() || fchdir(above.get()) != 0) [[maybe_unused]]
+        const int unchecked = chdir("..");
+}
+
+void RunDirectory::remove()
+{
+    removeDir(name);
+}

@@ -1,0 +1,156 @@
+// Programs are not run by the C library's system(). That ignores SIGINT while a program runs, so
+// one that catches it and ends well would hide that the user wants to stop; and SIGTERM, which is
+// often sent to the driver alone, would not reach the program.
+
+#include "interruption.h"
+
+#include <QFile>
+
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char **environ; // of POSIX, in no header
+
+namespace
+{
+
+struct Interruption {
+    int number;
+    const char *name;
+};
+
+const Interruption interruptions[] = {
+    {SIGINT, "SIGINT"},
+    {SIGTERM, "SIGTERM"},
+    {SIGHUP, "SIGHUP"},
+};
+
+volatile std::sig_atomic_t noted = 0;    ///< the first
+volatile std::sig_atomic_t toPassOn = 0; ///< the latest that programs may not have got
+
+void note(int number)
+{
+    if (number == SIGCHLD) // only has to wake us
+        return;
+    if (noted == 0)
+        noted = number;
+    if (number != SIGINT) // Ctrl-C reaches all that runs in the terminal
+        toPassOn = number;
+}
+
+void handle(int number)
+{
+    struct sigaction noting = {};
+    noting.sa_handler = note;
+    noting.sa_flags = SA_RESTART;
+    sigaction(number, &noting, nullptr);
+}
+
+/// Puts off what the handler handles while it lives, but for the times of waitForOne.
+class Quiet
+{
+public:
+    Quiet()
+    {
+        sigset_t putOff;
+        sigemptyset(&putOff);
+        sigaddset(&putOff, SIGCHLD);
+        for (const Interruption &interruption : interruptions)
+            sigaddset(&putOff, interruption.number);
+        sigprocmask(SIG_BLOCK, &putOff, &before);
+        awake = before;
+        sigdelset(&awake, SIGCHLD);
+    }
+    Quiet(const Quiet &) = delete;
+    Quiet &operator=(const Quiet &) = delete;
+    ~Quiet() { sigprocmask(SIG_SETMASK, &before, nullptr); }
+
+    void waitForOne() const { sigsuspend(&awake); }
+
+    const sigset_t &maskBefore() const { return before; }
+
+private:
+    sigset_t before;
+    sigset_t awake;
+};
+
+/// Starts the shell, with the signals blocked that \a mask tells; 0 if that fails.
+pid_t startShell(std::string line, const sigset_t &mask)
+{
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    posix_spawnattr_setsigmask(&attributes, &mask);
+    std::string name = "sh";
+    std::string option = "-c";
+    char *const arguments[] = {name.data(), option.data(), line.data(), nullptr};
+    pid_t shell = 0;
+    const int error = posix_spawn(&shell, "/bin/sh", nullptr, &attributes, arguments, environ);
+    posix_spawnattr_destroy(&attributes);
+    return error == 0 ? shell : 0;
+}
+
+/// Sends \a signal to \a process and to all that it has started, as far as the system tells.
+void sendToTree(pid_t process, int signal)
+{
+    QFile list(QStringLiteral("/proc/%1/task/%1/children").arg(process));
+    const QByteArray children = list.open(QIODevice::ReadOnly) ? list.readAll() : QByteArray();
+    kill(process, signal); // before its children, or a shell would go on to its next command
+    for (const QByteArray &child : children.simplified().split(' ')) {
+        if (!child.isEmpty())
+            sendToTree(child.toInt(), signal);
+    }
+}
+
+bool hasEnded(pid_t process, int &status)
+{
+    return waitpid(process, &status, WNOHANG) != 0; // none such: it has ended somehow
+}
+
+} // namespace
+
+void noteInterruptions()
+{
+    for (const Interruption &interruption : interruptions) {
+        struct sigaction before = {};
+        sigaction(interruption.number, nullptr, &before);
+        if (before.sa_handler != SIG_IGN)
+            handle(interruption.number);
+    }
+}
+
+QString interruption()
+{
+    for (const Interruption &interruption : interruptions) {
+        if (interruption.number == noted)
+            return QString::fromLatin1(interruption.name);
+    }
+    return {};
+}
+
+void endIfInterrupted()
+{
+    if (noted == 0)
+        return;
+    std::signal(noted, SIG_DFL);
+    std::raise(noted);
+}
+
+bool runInShell(const std::string &line)
+{
+    handle(SIGCHLD); // where it is ignored, as it may be inherited, no status is kept
+    const Quiet quiet;
+    const pid_t shell = startShell(line, quiet.maskBefore());
+    int status = -1;
+    while (shell != 0 && !hasEnded(shell, status)) {
+        if (toPassOn != 0)
+            sendToTree(shell, std::exchange(toPassOn, 0));
+        quiet.waitForOne();
+    }
+    return status == 0;
+}

@@ -1,0 +1,210 @@
+// Signals that ask the driver to stop. In most scripts the program itself sends them to its parent,
+// the driver; where it matters that program and driver get them at once, as from a terminal, the
+// test sends them to both.
+
+#include "DriverTest.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QThread>
+
+#include <csignal>
+
+namespace
+{
+
+class InterruptionTest : public DriverTest
+{
+protected:
+    /// Starts the driver with all scripts in a session of its own; once a program has made the file
+    /// "started", sends \a signal to all processes of that session, and waits for the end.
+    Outcome interruptAll(int signal)
+    {
+        QProcess process;
+        startProcess(process, QStringLiteral("/usr/bin/setsid"), {driver, QStringLiteral("test*")},
+            environment, work);
+        while (!exists(QStringLiteral("started")) && process.state() != QProcess::NotRunning)
+            process.waitForFinished(10);
+        kill(static_cast<pid_t>(-process.processId()), signal);
+        return outcomeOf(process);
+    }
+
+    /// The state of a process as the system abbreviates it: 'S' when it sleeps, '?' if there is
+    /// none.
+    static char stateOf(const QByteArray &process)
+    {
+        QFile status(QStringLiteral("/proc/%1/stat").arg(QString::fromLatin1(process)));
+        const QByteArray fields = status.open(QIODevice::ReadOnly) ? status.readAll() : ") ?";
+        return fields.at(fields.lastIndexOf(')') + 2);
+    }
+
+    /// False for a process that has ended, also if nobody has asked for its status yet.
+    static bool isAtWork(const QByteArray &process)
+    {
+        const char state = stateOf(process);
+        return state != '?' && state != 'Z' && state != 'X';
+    }
+
+    /// What is printed when the only script that ran, test1, failed with \a error, by \a signal.
+    QByteArray stopped(const QByteArray &error, const QByteArray &signal, int notRun) const
+    {
+        return "test1: ***ERROR: " + error + "\n" + summary(1, 1) +
+               "***talmo_test: interrupted by " + signal + ", " + QByteArray::number(notRun) +
+               " tests not run\n";
+    }
+};
+
+const struct {
+    int number;
+    const char *name;
+} interruptions[] = {
+    {SIGINT, "SIGINT"},
+    {SIGTERM, "SIGTERM"},
+    {SIGHUP, "SIGHUP"},
+};
+
+} // namespace
+
+TEST_F(InterruptionTest, StopsAllAndEndsByTheSignal)
+{
+    addProgram(QStringLiteral("slow"), "echo begun\n>../started\nexec sleep 300\n");
+    for (const auto &[number, name] : interruptions) {
+        SCOPED_TRACE(name);
+        QFile::remove(QDir(work).filePath(QStringLiteral("started")));
+        write(QStringLiteral("test1"), "=one\n=run slow\n=echo not reached\n");
+        write(QStringLiteral("test2"), "=two\n");
+        write(QStringLiteral("test3"), "=three\n");
+        const Outcome outcome = interruptAll(number);
+        const QByteArray error = "running 'slow' failed, interrupted by " + QByteArray(name);
+        EXPECT_EQ(outcome.output, preamble("test1 test2 test3") + stopped(error, name, 2));
+        EXPECT_EQ(outcome.errors, QByteArray());
+        EXPECT_EQ(outcome.signal, number);
+        EXPECT_EQ(entries().join(QLatin1Char(' ')),
+            QStringLiteral("started test1 test1.dir/ test1.dir/slow.out test2 test3"));
+        EXPECT_EQ(read(QStringLiteral("test1.dir/slow.out")), "begun\n");
+    }
+}
+
+TEST_F(InterruptionTest, ProgramThatCatchesTheSignalAndEndsWellHasFailed)
+{
+    addProgram(QStringLiteral("careful"), "trap 'exit 0' INT\n>../started\nwhile :; do :; done\n");
+    write(QStringLiteral("test1"), "=one\n=run exec careful\n");
+    write(QStringLiteral("test2"), "=two\n");
+    const Outcome outcome = interruptAll(SIGINT);
+    EXPECT_EQ(
+        outcome.output, preamble("test1 test2") + stopped("interrupted by SIGINT", "SIGINT", 1));
+    EXPECT_EQ(outcome.signal, SIGINT);
+}
+
+TEST_F(InterruptionTest, SignalToTheDriverAloneEndsWhatItRuns)
+{
+    addProgram(QStringLiteral("child"),
+        "echo $$ >../pids\nsh -c 'echo $$ >>../pids; kill -$1 $2; exec sleep 300' x $1 $2\n:\n");
+    for (const char *const name : {"TERM", "HUP"}) {
+        SCOPED_TRACE(name);
+        write(QStringLiteral("test1"),
+            "=one\n=run child " + QByteArray(name) + " $PPID; touch next\n");
+        const Outcome outcome = run({QStringLiteral("test1")});
+        const QByteArray signal = "SIG" + QByteArray(name);
+        EXPECT_EQ(outcome.output,
+            preamble("test1") +
+                stopped("running 'child' failed, interrupted by " + signal, signal, 0));
+        const QList<QByteArray> pids = read(QStringLiteral("pids")).simplified().split(' ');
+        EXPECT_EQ(pids.size(), 2);
+        for (const QByteArray &pid : pids) {
+            while (isAtWork(pid))
+                QThread::msleep(1);
+        }
+        EXPECT_FALSE(exists(QStringLiteral("test1.dir/next")));
+    }
+}
+
+TEST_F(InterruptionTest, SigintToTheDriverAloneLeavesTheProgramAlone)
+{
+    write(QStringLiteral("test1"), "=one\n=run kill -INT $PPID; touch done\n=echo not reached\n");
+    const Outcome outcome = run({QStringLiteral("test1")});
+    EXPECT_EQ(outcome.output, preamble("test1") + stopped("interrupted by SIGINT", "SIGINT", 0));
+    EXPECT_TRUE(exists(QStringLiteral("test1.dir/done")));
+}
+
+TEST_F(InterruptionTest, IsNoExpectedFailure)
+{
+    write(QStringLiteral("test1"), "=one\n=ignore .*\n=run kill -INT $PPID; false\n");
+    write(QStringLiteral("test2"), "=two\n");
+    const Outcome outcome = run({QStringLiteral("test?")});
+    EXPECT_EQ(
+        outcome.output, preamble("test1 test2") + stopped("interrupted by SIGINT", "SIGINT", 1));
+    EXPECT_EQ(outcome.signal, SIGINT);
+}
+
+TEST_F(InterruptionTest, FirstSignalIsTheOneReported)
+{
+    // The second is sent once the first is no longer pending.
+    write(QStringLiteral("test1"),
+        "=one\n=run kill -INT $PPID; "
+        "while ! grep -q 'ShdPnd:[[:space:]]0*$' /proc/$PPID/status; do :; done; "
+        "kill -TERM $PPID; sleep 300; true\n");
+    const Outcome outcome = run({QStringLiteral("test1")});
+    EXPECT_EQ(outcome.output,
+        preamble("test1") + stopped("running 'kill' failed, interrupted by SIGINT", "SIGINT", 0));
+    EXPECT_EQ(outcome.signal, SIGINT);
+}
+
+TEST_F(InterruptionTest, ProgramsThatDidNotRunFailTheirScript)
+{
+    configure({QStringLiteral("sim1"), QStringLiteral("sim2"), QStringLiteral("sim3")});
+    addProgram(QStringLiteral("sim1"), "exit 0\n");
+    addProgram(QStringLiteral("sim2"), "exit 0\n");
+    addProgram(QStringLiteral("sim3"), "exit 0\n");
+    write(QStringLiteral("test1"), "=one\n=simprogram *\n=run $simProgram\n"
+                                   "=run [ $simProgram = sim1 ] || kill -INT $PPID\n");
+    const Outcome outcome = run({QStringLiteral("test1")});
+    EXPECT_EQ(outcome.output, preamble("test1") +
+                                  "test1(sim1): one\n"
+                                  "test1(sim2): ***ERROR: interrupted by SIGINT\n"
+                                  "test1(sim3): ***ERROR: not run, interrupted by SIGINT\n" +
+                                  summary(1, 1) +
+                                  "***talmo_test: interrupted by SIGINT, 0 tests not run\n");
+    EXPECT_FALSE(exists(QStringLiteral("test1(sim3).dir")));
+}
+
+TEST_F(InterruptionTest, WhatDidNotRunIsNoPass)
+{
+    // No pipe holds this heading, so the driver sleeps after the last command of a passing run
+    // until it is read; and nothing else in this script lets it sleep.
+    const QByteArray heading(1000000, 'h');
+    write(QStringLiteral("test1"), "=" + heading + "\n");
+    write(QStringLiteral("test2"), "=two\n");
+    QProcess process;
+    startProcess(process, driver, {QStringLiteral("test?")}, environment, work);
+    while (!exists(QStringLiteral("test1.dir")) ||
+           stateOf(QByteArray::number(process.processId())) != 'S')
+        QThread::msleep(1);
+    kill(static_cast<pid_t>(process.processId()), SIGINT);
+    const Outcome outcome = outcomeOf(process);
+    EXPECT_EQ(outcome.output, preamble("test1 test2") + "test1: " + heading +
+                                  "\n***talmo_test: 0 tests failed out of 1 tests\n" +
+                                  summary(1, 1).mid(summary(1, 1).indexOf('\n') + 1) +
+                                  "***talmo_test: interrupted by SIGINT, 1 tests not run\n");
+    EXPECT_EQ(outcome.signal, SIGINT);
+}
+
+TEST_F(InterruptionTest, IgnoredSignalsStayIgnored)
+{
+    const QString command = QStringLiteral("trap '' INT HUP; exec \"$0\" \"$@\"");
+    write(QStringLiteral("test1"), "=one\n=run kill -INT $PPID $$; kill -HUP $PPID $$\n");
+    const Outcome outcome = runProcess(QStringLiteral("/bin/sh"),
+        {QStringLiteral("-c"), command, driver, QStringLiteral("test1")}, environment, work);
+    EXPECT_EQ(outcome.output, preamble("test1") + "test1: one\n" + summary(0, 1));
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(InterruptionTest, EndOfAProgramIsSeenWhereTheCallerDoesNotWantToKnowOfChildren)
+{
+    const QString command = QStringLiteral("trap '' CHLD; exec \"$0\" \"$@\"");
+    write(QStringLiteral("test1"), "=one\n=run true\n=ignore running 'false' failed\n=run false\n");
+    const Outcome outcome = runProcess(QStringLiteral("/bin/sh"),
+        {QStringLiteral("-c"), command, driver, QStringLiteral("test1")}, environment, work);
+    EXPECT_EQ(outcome.output, preamble("test1") + "test1: one\n" + summary(0, 1));
+    EXPECT_EQ(outcome.status, 0);
+}

@@ -1,0 +1,134 @@
+// The directory of a run in the hands of programs and of other drivers.
+
+#include "DriverTest.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+
+#include <csignal>
+
+namespace
+{
+
+class RunDirectoryTest : public DriverTest
+{
+protected:
+    /// Runs test1, which passes with \a line in it, and test2, and expects the files \a left.
+    void expectBothPass(const QByteArray &line, const char *left)
+    {
+        SCOPED_TRACE(line.toStdString());
+        write(QStringLiteral("test1"), "=one\n=file data\n" + line + "\n=platform\n");
+        write(QStringLiteral("test2"), "=two\n=file data\n=exists data\n");
+        expectRun({QStringLiteral("test?")}, "test1 test2", "test1: one\ntest2: two\n", 0, 2);
+        EXPECT_EQ(entries().join(QLatin1Char(' ')).toStdString(), left);
+    }
+
+    void waitFor(const QString &path)
+    {
+        while (!exists(path) && first.state() != QProcess::NotRunning)
+            first.waitForFinished(10);
+    }
+
+    QProcess first; ///< the driver that is already at work
+};
+
+} // namespace
+
+TEST_F(RunDirectoryTest, ProgramDoesAwayWithIt)
+{
+    expectBothPass("=run rm -r ../test1.dir", "test1 test2");
+    expectBothPass("=run mv ../test1.dir ../moved", "moved/ moved/data moved/mv.out test1 test2");
+    QDir(work + QStringLiteral("/moved")).removeRecursively();
+    expectBothPass(
+        "=run rm -r ../test1.dir; touch ../test1.dir >/dev/null", "test1 test1.dir test2");
+}
+
+TEST_F(RunDirectoryTest, FilesOfADirectoryThatIsGoneCannotBeWritten)
+{
+    EXPECT_EQ(errorOf("=run rm -r ../test1.dir\n=file data\n1\n"), "Cannot write file 'data'");
+    EXPECT_EQ(errorOf("=run rm -r ../test1.dir\n=exists data\n"), "File 'data' does not exist");
+}
+
+TEST_F(RunDirectoryTest, ProgramClosesItToEverybody)
+{
+    if (!obeyPermissions())
+        GTEST_SKIP() << "needs setpriv to run as somebody to whom permissions apply";
+    write(QStringLiteral("test1"), "=one\n=run chmod 000 .\n");
+    write(QStringLiteral("test2"), "=two\n=file data\n=exists data\n");
+    // It cannot be removed, since what is in it cannot be listed.
+    expectRun({QStringLiteral("test?")}, "test1 test2", "test1: one\ntest2: two\n", 0, 2);
+    EXPECT_TRUE(exists(QStringLiteral("test1.dir")));
+    expectRun(
+        {QStringLiteral("test1")}, "test1", "test1: ***ERROR: cannot cd to 'test1.dir'\n", 1, 1);
+    const QString directory = work + QStringLiteral("/test1.dir");
+    QFile::setPermissions(directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+TEST_F(RunDirectoryTest, WorkingDirectoryIsGone)
+{
+    const QString command = QStringLiteral("mkdir gone; cd gone; rmdir ../gone; exec \"$0\" -d");
+    const Outcome outcome = runProcess(
+        QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command, driver}, environment, work);
+    EXPECT_TRUE(outcome.output.contains("talmo_test: executing tests in ''\n"));
+    EXPECT_TRUE(outcome.output.contains("test03_run: ***ERROR: cannot cd to 'test03_run.dir'\n"));
+    EXPECT_FALSE(outcome.output.contains("All tests passed"));
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(entries(), QStringList());
+}
+
+TEST_F(RunDirectoryTest, IsNotTakenFromADriverAtWork)
+{
+    addProgram(QStringLiteral("slow"), ">../started\nwhile [ ! -e ../go ]; do sleep 0.01; done\n");
+    write(QStringLiteral("test1"), "=one\n=file data\n1\n=run slow\n=exists data\n");
+    write(QStringLiteral("test2"), "=two\n");
+    startProcess(first, driver, {QStringLiteral("test1")}, environment, work);
+    waitFor(QStringLiteral("started"));
+    expectRun({QStringLiteral("test?")}, "test1 test2",
+        "test1: ***ERROR: directory 'test1.dir' is in use by another talmo_test\n"
+        "test2: two\n",
+        1, 2);
+    EXPECT_EQ(read(QStringLiteral("test1.dir/data")), "1\n");
+    write(QStringLiteral("go"), "");
+    const Outcome outcome = outcomeOf(first);
+    EXPECT_EQ(outcome.output, preamble("test1") + "test1: one\n" + summary(0, 1));
+    EXPECT_FALSE(exists(QStringLiteral("test1.dir")));
+}
+
+TEST_F(RunDirectoryTest, IsALeftoverOnceItsDriverWasKilled)
+{
+    // The program lives on, in the directory, when the next driver comes.
+    addProgram(QStringLiteral("slow"),
+        "echo $$ >../started\nwhile [ ! -e ../go ]; do sleep 0.01; done\n>../gone\n");
+    write(QStringLiteral("test1"), "=one\n=file data\n1\n=run slow\n");
+    startProcess(first, driver, {QStringLiteral("test1")}, environment, work);
+    waitFor(QStringLiteral("started"));
+    first.kill();
+    EXPECT_EQ(outcomeOf(first).signal, SIGKILL);
+    write(QStringLiteral("test1"), "=one\n=ignore does not exist\n=exists data\n");
+    expectRun({QStringLiteral("test1")}, "test1", "test1: one\n", 0, 1);
+    write(QStringLiteral("go"), "");
+}
+
+TEST_F(RunDirectoryTest, DriversStartedTogetherTakeTurnsOrSaySo)
+{
+    // Whatever the order, each directory is only ever one driver's, so what a run counts is its
+    // own.
+    write(QStringLiteral("test1"),
+        "=one\n=run sh -c 'echo x >>lines'\n=run sh -c 'echo x >>lines'\n"
+        "=file reference\nx\nx\n=compare lines reference\n");
+    for (int round = 0; round < 20; ++round) {
+        QProcess drivers[4];
+        for (QProcess &process : drivers)
+            startProcess(process, driver, {QStringLiteral("test1")}, environment, work);
+        for (QProcess &process : drivers) {
+            const Outcome outcome = outcomeOf(process);
+            const QByteArray inUse =
+                "test1: ***ERROR: directory 'test1.dir' is in use by another talmo_test\n";
+            EXPECT_TRUE(outcome.output == preamble("test1") + "test1: one\n" + summary(0, 1) ||
+                        outcome.output == preamble("test1") + inUse + summary(1, 1))
+                << outcome.output.toStdString();
+        }
+    }
+    EXPECT_EQ(entries(), QStringList{QStringLiteral("test1")});
+}
