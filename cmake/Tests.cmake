@@ -7,6 +7,7 @@ find_package(GTest REQUIRED)
 function(talmo_add_test name)
   add_executable(${name} ${name}.cpp)
   target_link_libraries(${name} PRIVATE ${ARGN} talmo_test_main talmo_warnings)
+  target_compile_options(${name} PRIVATE -O0) # the compiler takes longer than the tests do
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   set(home ${CMAKE_BINARY_DIR}/tests/home/${name})
   file(MAKE_DIRECTORY ${home})
