@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QThread>
 
 #include <csignal>
 
@@ -97,9 +98,10 @@ TEST_F(RunDirectoryTest, IsNotTakenFromADriverAtWork)
 
 TEST_F(RunDirectoryTest, IsALeftoverOnceItsDriverWasKilled)
 {
-    // The program lives on, in the directory, when the next driver comes.
+    // The program lives on, in a directory that is removed, when the next driver comes.
+    const QByteArray path = work.toUtf8() + '/';
     addProgram(QStringLiteral("slow"),
-        "echo $$ >../started\nwhile [ ! -e ../go ]; do sleep 0.01; done\n>../gone\n");
+        ">../started\nwhile [ ! -e " + path + "go ]; do sleep 0.01; done\n>" + path + "gone\n");
     write(QStringLiteral("test1"), "=one\n=file data\n1\n=run slow\n");
     startProcess(first, driver, {QStringLiteral("test1")}, environment, work);
     waitFor(QStringLiteral("started"));
@@ -108,6 +110,8 @@ TEST_F(RunDirectoryTest, IsALeftoverOnceItsDriverWasKilled)
     write(QStringLiteral("test1"), "=one\n=ignore does not exist\n=exists data\n");
     expectRun({QStringLiteral("test1")}, "test1", "test1: one\n", 0, 1);
     write(QStringLiteral("go"), "");
+    while (!exists(QStringLiteral("gone")))
+        QThread::msleep(1);
 }
 
 TEST_F(RunDirectoryTest, DriversStartedTogetherTakeTurnsOrSaySo)
