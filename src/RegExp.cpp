@@ -2,12 +2,66 @@
 
 #include "StartupGuard.h"
 
+#include <algorithm>
+
 namespace Talmo
 {
 
 QHash<QString, QRegExp *> RegExp::hash;
 QRegExp *RegExp::prev = nullptr;
 RegExp RE;
+
+namespace
+{
+
+using Index = decltype(QString().size()); // Qt 5 counts in int
+
+/// The index of the ']' that ends the set of characters that begins at \a begin; the end of
+/// \a pattern if it does not end.
+Index endOfSet(const QString &pattern, Index begin)
+{
+    Index index = begin + 1;
+    if (index < pattern.size() && pattern[index] == QLatin1Char('^'))
+        ++index;
+    for (const Index first = index; index < pattern.size(); ++index) {
+        if (pattern[index] == QLatin1Char('\\'))
+            ++index;
+        else if (pattern[index] == QLatin1Char(']') && index != first)
+            break;
+    }
+    return index;
+}
+
+/// How many groups of \a pattern are open at once, at most.
+int depthOf(const QString &pattern)
+{
+    int depth = 0;
+    int deepest = 0;
+    for (Index index = 0; index < pattern.size(); ++index) {
+        const QChar character = pattern[index];
+        if (character == QLatin1Char('\\'))
+            ++index;
+        else if (character == QLatin1Char('['))
+            index = endOfSet(pattern, index);
+        else if (character == QLatin1Char('('))
+            deepest = std::max(deepest, ++depth);
+        else if (character == QLatin1Char(')'))
+            --depth;
+    }
+    return deepest;
+}
+
+QRegExp *compile(const QString &pattern)
+{
+    // Groups within groups are compiled, and looked at, by recursion: ten thousand of them take
+    // the whole stack. Nobody writes a hundred.
+    constexpr int deepest = 100;
+    const bool usable = depthOf(pattern) <= deepest;
+    const QString taken = usable ? pattern : QStringLiteral("(");
+    return new QRegExp(taken, Qt::CaseSensitive, QRegExp::RegExp);
+}
+
+} // namespace
 
 int RegExp::find(QString pattern, QString text)
 {
@@ -19,7 +73,7 @@ int RegExp::findAt(QString pattern, QString text, int offset)
     startupGuard();
     QRegExp *&compiled = hash[pattern];
     if (compiled == nullptr)
-        compiled = new QRegExp(pattern, Qt::CaseSensitive, QRegExp::RegExp);
+        compiled = compile(pattern);
     prev = compiled;
     return prev->indexIn(text, offset, QRegExp::CaretAtOffset);
 }
