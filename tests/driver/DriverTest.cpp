@@ -134,6 +134,23 @@ bool DriverTest::obeyPermissions()
     return std::system((drop + "true").constData()) == 0;
 }
 
+bool DriverTest::mountPrivately(const QByteArray &before, const QByteArray &after)
+{
+    const QByteArray unshare =
+        geteuid() == 0 ? "unshare --mount " : "unshare --mount --map-root-user ";
+    const QByteArray folderPath = QFileInfo(work).path().toUtf8();
+    const QByteArray body = "folder='" + folderPath + "'\nwork=$folder/work\nset -eu\n" + before +
+                            "\ncd \"$work\"\nstatus=0\n" + driver.toUtf8() +
+                            " \"$@\" || status=$?\ncd /\n" + after + "\nexit $status\n";
+    addProgram(QStringLiteral("amongMounts"), body);
+    addProgram(QStringLiteral("private"),
+        "exec " + unshare + QDir(programs).filePath(QStringLiteral("amongMounts")).toUtf8() +
+            " \"$@\"\n");
+    driver = QDir(programs).filePath(QStringLiteral("private"));
+    const QByteArray attempt = unshare + "mount -t tmpfs none '" + folderPath + "' 2>/dev/null";
+    return std::system(attempt.constData()) == 0;
+}
+
 QByteArray DriverTest::runScript(const QByteArray &script)
 {
     write(QStringLiteral("test1"), script);

@@ -51,6 +51,11 @@ protected:
     /// Makes permissions hold for the driver although root runs the tests; false if that cannot be.
     bool obeyPermissions();
 
+    /// Gives the driver mounts that nobody else sees: the shell lines \a before make them, and the
+    /// lines \a after follow when the driver has ended, in the root directory. Both know $folder
+    /// and $work, and no failure among them goes unnoticed. False if mounting is not allowed.
+    bool mountPrivately(const QByteArray &before, const QByteArray &after = "");
+
     /// Runs a script with a heading and \a lines; the error message that its run fails with, empty
     /// if it passes.
     QByteArray errorOf(const QByteArray &lines);
