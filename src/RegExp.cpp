@@ -54,8 +54,8 @@ int depthOf(const QString &pattern)
 QRegExp *compile(const QString &pattern)
 {
     // Groups within groups are compiled, and looked at, by recursion: ten thousand of them take
-    // the whole stack. Nobody writes a hundred.
-    constexpr int deepest = 100;
+    // the whole stack. Nobody writes a thousand.
+    constexpr int deepest = 1000;
     const bool usable = depthOf(pattern) <= deepest;
     const QString taken = usable ? pattern : QStringLiteral("(");
     return new QRegExp(taken, Qt::CaseSensitive, QRegExp::RegExp);

@@ -10,7 +10,7 @@ namespace Talmo
 /// Pattern matching through one cache of compiled patterns, reached through the instance RE.
 /// Patterns use the rich syntax of QRegExp, case-sensitive. Each distinct pattern is compiled once
 /// and kept, never freed: the patterns are meant to be a small set of literals. An invalid pattern
-/// matches nothing, nor does one with more than a hundred groups within one another.
+/// matches nothing, nor does one with more than a thousand groups within one another.
 ///
 /// Every operation sets `prev`: read captures into locals before anything else can match.
 /// Evaluating and converting units, and expanding macros, matches nothing here; both read by hand,

@@ -32,25 +32,25 @@ TEST(RegExp, FindGivesThePositionOfTheFirstMatch)
     }
 }
 
-TEST(RegExp, APatternOfGroupsWithinGroupsMatchesUpToAHundred)
+TEST(RegExp, APatternOfGroupsWithinGroupsMatchesUpToAThousand)
 {
     const auto nested = [](const QString &open, int depth) {
         return open.repeated(depth) + 'a' + QString(")").repeated(depth);
     };
-    EXPECT_EQ(RE.find(nested("(", 100), "ba"), 1);
-    EXPECT_EQ(RE.find(nested("(", 101), "ba"), -1);
-    EXPECT_EQ(RE.find(nested("(?:", 101), "ba"), -1);
+    EXPECT_EQ(RE.find(nested("(", 1000), "ba"), 1);
+    EXPECT_EQ(RE.find(nested("(", 1001), "ba"), -1);
+    EXPECT_EQ(RE.find(nested("(?:", 1001), "ba"), -1);
     EXPECT_EQ(RE.find(nested("(", 1000000), "ba"), -1); // would need more than the stack
     EXPECT_EQ(RE.find(QString("(").repeated(1000000), "ba"), -1);
-    EXPECT_EQ(RE.find(QString("([)])").repeated(2) + nested("(", 99), "))a"), 0);
+    EXPECT_EQ(RE.find(QString("([)])").repeated(2) + nested("(", 999), "))a"), 0);
     EXPECT_EQ(RE.find(QString("([])]").repeated(100000), "))"), -1);
     EXPECT_EQ(RE.find(QString("([^])]").repeated(100000), "))"), -1);
     EXPECT_EQ(RE.find(QString("([\\])]").repeated(100000), "))"), -1);
     EXPECT_EQ(RE.find(QString("(\\)").repeated(100000), "))"), -1);
     // What is no group does not count, nor do groups side by side.
-    EXPECT_EQ(RE.find(QString("\\(").repeated(200), QString("(").repeated(200)), 0);
-    EXPECT_EQ(RE.find("[" + QString("(").repeated(200) + "]", "a("), 1);
-    EXPECT_EQ(RE.find(QString("(a)").repeated(200), QString("a").repeated(200)), 0);
+    EXPECT_EQ(RE.find(QString("\\(").repeated(2000), QString("(").repeated(2000)), 0);
+    EXPECT_EQ(RE.find("[" + QString("(").repeated(2000) + "]", "a("), 1);
+    EXPECT_EQ(RE.find(QString("(a)").repeated(2000), QString("a").repeated(2000)), 0);
 }
 
 TEST(RegExp, FindAtSearchesFromAnOffsetWhereACaretMatches)
