@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <utility>
 
 #include <spawn.h>
@@ -32,13 +33,26 @@ const Interruption interruptions[] = {
 
 volatile std::sig_atomic_t noted = 0;    ///< the first
 volatile std::sig_atomic_t toPassOn = 0; ///< the latest that programs may not have got
+time_t notedAt = 0;                      ///< only the handler's, in seconds
+
+time_t now()
+{
+    struct timespec time = {};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return time.tv_sec;
+}
 
 void note(int number)
 {
     if (number == SIGCHLD) // only has to wake us
         return;
-    if (noted == 0)
+    if (noted == 0) {
         noted = number;
+        notedAt = now();
+    } else if (now() > notedAt + 1) { // not one signal sent to process and group
+        std::signal(number, SIG_DFL);
+        std::raise(number);
+    }
     if (number != SIGINT) // Ctrl-C reaches all that runs in the terminal
         toPassOn = number;
 }

@@ -5,7 +5,8 @@
 #include <string>
 
 /// From here on the signals that ask a program to stop, SIGINT, SIGTERM and SIGHUP, no longer end
-/// the process: the first one is noted. One that is ignored, as under nohup, stays ignored.
+/// the process: the first one is noted. Another, two seconds later, does end it, whatever it waits
+/// for. One that is ignored, as under nohup, stays ignored.
 void noteInterruptions();
 
 /// The name of the signal that was noted, such as "SIGINT"; null if none was.

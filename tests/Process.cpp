@@ -32,7 +32,8 @@ Outcome runProcess(const QString &program, const QStringList &arguments,
 
 Outcome outcomeOf(QProcess &process)
 {
-    const bool finished = process.waitForFinished(300000);
+    const bool finished =
+        process.state() == QProcess::NotRunning || process.waitForFinished(300000);
     EXPECT_TRUE(finished) << process.errorString().toStdString();
     Outcome outcome;
     outcome.output = process.readAllStandardOutput();

@@ -189,6 +189,23 @@ TEST_F(InterruptionTest, WhatDidNotRunIsNoPass)
     EXPECT_EQ(outcome.signal, SIGINT);
 }
 
+TEST_F(InterruptionTest, AnotherSignalLaterEndsWhateverTheDriverWaitsFor)
+{
+    write(QStringLiteral("test1"), "=one\n=run mkfifo never\n=compare never never\n");
+    write(QStringLiteral("test2"), "=two\n=run touch ../started; exec sleep 20\n");
+    for (const QString &script : {QStringLiteral("test1"), QStringLiteral("test2")}) {
+        SCOPED_TRACE(script.toStdString());
+        QProcess process;
+        startProcess(process, driver, {script}, environment, work);
+        while (!exists(QStringLiteral("started")) && !exists(QStringLiteral("test1.dir/never")))
+            QThread::msleep(1);
+        while (!process.waitForFinished(100))
+            kill(static_cast<pid_t>(process.processId()), SIGINT);
+        EXPECT_EQ(outcomeOf(process).signal, SIGINT);
+        EXPECT_TRUE(exists(script + QStringLiteral(".dir")));
+    }
+}
+
 TEST_F(InterruptionTest, IgnoredSignalsStayIgnored)
 {
     const QString command = QStringLiteral("trap '' INT HUP; exec \"$0\" \"$@\"");
