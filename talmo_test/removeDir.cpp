@@ -123,7 +123,7 @@ bool Removal::open(const char *name, int flags)
     if (descriptor < 0)
         return false;
     directory.reset(fdopendir(descriptor));
-    if (!directory)
+    if (!directory) // no memory for it
         close(descriptor);
     return directory != nullptr;
 }
@@ -131,6 +131,7 @@ bool Removal::open(const char *name, int flags)
 /// Goes down to \a name.
 bool Removal::enter(const char *name)
 {
+    // Fails only with the disk; then there would be no way back up.
     const bool known = levels.empty() || fstat(here(), &levels.back().identity) == 0;
     if (!known || !open(name, O_NOFOLLOW))
         return false;
