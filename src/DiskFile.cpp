@@ -58,15 +58,18 @@ void preferLargePages([[maybe_unused]] void *buffer, [[maybe_unused]] qint64 siz
     constexpr size_t pageSize = 4096;
     constexpr size_t manyLargePages = 1 << 24;
     auto room = static_cast<size_t>(size);
-    if (room >= manyLargePages && std::align(pageSize, 1, buffer, room) != nullptr)
-        madvise(buffer, room, MADV_HUGEPAGE); // no more than a hint
+    if (room < manyLargePages)
+        return;
+    std::align(pageSize, 1, buffer, room);
+    madvise(buffer, room, MADV_HUGEPAGE); // no more than a hint
 #endif
 }
 
 /// Makes \a text \a size bytes long; false if there is no memory for it.
 bool makeRoom(QByteArray &text, qint64 size)
 {
-    if (size > std::numeric_limits<ByteCount>::max() - 64) // what Qt itself takes
+    // What Qt itself takes. Only Qt 5 is ever asked for more: Qt 6 counts farther than disks reach.
+    if (size > std::numeric_limits<ByteCount>::max() - 64)
         return false;
     try {
         text.resize(static_cast<ByteCount>(size));
@@ -83,7 +86,7 @@ bool DiskFile::openToRead(const QString &name)
 {
     close();
     descriptor = openDescriptor(name, O_RDONLY);
-    struct stat status = {};
+    struct stat status = {}; // what is open has one, unless the disk is broken
     if (descriptor < 0 || fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
         close();
         return false;
@@ -104,7 +107,8 @@ qint64 DiskFile::readBytes(char *target, qint64 count)
 {
     const auto wanted = static_cast<size_t>(count);
     const qint64 got = uninterrupted([&] { return ::read(descriptor, target, wanted); });
-    hasFailed = hasFailed || got < 0;
+    if (got < 0)
+        hasFailed = true;
     return std::max<qint64>(got, 0);
 }
 

@@ -131,6 +131,18 @@ TEST_F(DiskFileTest, SaysThatReadingOrWritingFailed)
     EXPECT_FALSE(file.write("x"));
 }
 
+TEST_F(DiskFileTest, SaysThatClosingFailed)
+{
+    DiskFile file;
+    const int next = dup(STDOUT_FILENO); // the descriptor that the file will have
+    ASSERT_EQ(close(next), 0);
+    ASSERT_TRUE(file.openToWrite(pathOf("a")));
+    EXPECT_TRUE(file.write("x"));
+    ASSERT_EQ(close(next), 0); // behind its back
+    EXPECT_FALSE(file.close());
+    EXPECT_TRUE(file.close()); // said once
+}
+
 TEST_F(DiskFileTest, ReadsWhatTellsNoSizeAndAnswersOnce)
 {
     DiskFile file;
