@@ -48,9 +48,13 @@ protected:
 
     QMap<QString, QString> stored() const
     {
-        const QSettings store(settings, QSettings::IniFormat);
+        QSettings store(settings, QSettings::IniFormat);
+#if QT_VERSION_MAJOR < 6
+        store.setIniCodec("UTF-8");
+#endif
         QMap<QString, QString> values;
-        for (const QString &key : store.allKeys())
+        const QStringList keys = store.allKeys();
+        for (const QString &key : keys)
             values[key] = key.isEmpty() ? QString() : store.value(key).toString();
         return values;
     }
