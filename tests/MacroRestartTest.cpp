@@ -1,109 +1,14 @@
 #include "LibraryTest.h"
-#include "RegExp.h"
+#include "PlainExpansion.h"
 
-#include <optional>
 #include <random>
 
-// Expansion by its definition, on random texts and tables: while there is a reference of a kind,
-// the first one is replaced, and the search starts again at the beginning of the text.
+// Expansion by its definition, on random texts and tables.
 
-using Talmo::Error;
 using Talmo::Macro;
-using Talmo::RE;
-using Talmo::RegExp;
-using Talmo::Units;
 
 namespace
 {
-
-class PlainExpansion
-{
-public:
-    /// The expansion of \a text; nothing if it takes more than a few hundred steps.
-    std::optional<QString> expand(QString text)
-    {
-        const QString whole = text;
-        if (!replaceNames(R"(\$([A-Za-z0-9_]+))", text) ||
-            !replaceNames(R"(\$\{([A-Za-z0-9_]*)\})", text) || !replaceCounters(text))
-            return failed();
-        while (find(R"(\$\{([^}]*)\})", text))
-            text.replace(position, length, evaluated(inside));
-        if (endless)
-            return std::nullopt;
-        if (RE.match(R"(\$\{)", text)) {
-            Error::syntax("unbalanced ${ in '" + whole + "'");
-            return "";
-        }
-        return text;
-    }
-
-private:
-    std::optional<QString> failed() const
-    {
-        if (endless)
-            return std::nullopt;
-        return "";
-    }
-
-    bool find(const QString &pattern, const QString &text)
-    {
-        endless = endless || ++steps > 300;
-        if (endless || !RE.match(pattern, text))
-            return false;
-        position = RegExp::prev->pos(0);
-        length = RegExp::prev->matchedLength();
-        inside = RegExp::prev->cap(1);
-        return true;
-    }
-
-    bool undefined()
-    {
-        Error::syntax("Undefined macro '" + inside + "'");
-        return false;
-    }
-
-    bool replaceNames(const QString &pattern, QString &text)
-    {
-        while (find(pattern, text)) {
-            if (!Macro::isDefined(inside))
-                return undefined();
-            text.replace(position, length, Macro::value(inside));
-        }
-        return !endless;
-    }
-
-    bool replaceCounters(QString &text)
-    {
-        while (find(R"(\$\{([A-Za-z0-9_]*)\+\+\})", text)) {
-            if (!Macro::hash.contains(inside))
-                return undefined();
-            text.replace(position, length, Macro::hash[inside]);
-            Macro::hash[inside] = Macro::successor(Macro::hash[inside]);
-        }
-        return !endless;
-    }
-
-    static QString evaluated(QString expression)
-    {
-        QString format = "%g";
-        QString units = "-";
-        if (RE.match("^(%[^;]+);", expression)) {
-            format = RegExp::prev->cap(1);
-            expression.remove(0, RegExp::prev->matchedLength());
-        }
-        if (RE.match(";([A-Za-z0-9]*)$", expression)) {
-            units = RegExp::prev->cap(1);
-            expression.chop(RegExp::prev->matchedLength());
-        }
-        return Units::evaluate(format, expression, units);
-    }
-
-    int steps = 0;
-    bool endless = false;
-    int position = 0;
-    int length = 0;
-    QString inside;
-};
 
 class MacroRestart : public LibraryTest
 {
