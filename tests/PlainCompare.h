@@ -1,0 +1,117 @@
+#pragma once
+
+// What =compare decides, written to be seen to be right: both files are texts in memory, and Qt
+// splits and converts. It shares nothing with the driver, which does all that on bytes.
+
+#include <QByteArray>
+#include <QRegularExpression>
+#include <QString>
+#include <QStringList>
+
+#include <cmath>
+#include <optional>
+#include <vector>
+
+namespace PlainCompare
+{
+
+/// \a content as it is compared: without carriage returns, and without a byte order mark in front.
+inline QByteArray inTextMode(QByteArray content)
+{
+    content.replace("\r", "");
+    return content.startsWith("\xEF\xBB\xBF") ? content.mid(3) : content;
+}
+
+inline QList<QByteArray> linesOf(const QByteArray &content)
+{
+    QList<QByteArray> lines = inTextMode(content).split('\n');
+    if (lines.last().isEmpty()) // behind the last newline there is no line
+        lines.removeLast();
+    return lines;
+}
+
+inline QStringList wordsOf(const QByteArray &line)
+{
+    // At the front, where Qt would drop one, a byte order mark is a character like any other.
+    const QByteArray guarded = '!' + line;
+    const QString text = QString::fromUtf8(guarded.constData(), guarded.size()).mid(1);
+    return text.simplified().split(QLatin1Char(' '));
+}
+
+inline std::optional<double> numberOf(const QString &word)
+{
+    static const QRegularExpression number(
+        R"(\A[-+]?([0-9]+\.?[0-9]*|\.[0-9]+)([eE][-+]?[0-9]+)?\z)");
+    if (!number.match(word).hasMatch())
+        return std::nullopt;
+    const double value = word.toDouble(); // 0 if it is too small, infinite if it is too large
+    return std::isinf(value) ? std::nullopt : std::optional<double>(value);
+}
+
+/// The numbers that \a words are; none at all if one is no number.
+inline std::optional<std::vector<double>> numbersOf(const QStringList &words)
+{
+    std::vector<double> numbers;
+    for (const QString &word : words) {
+        const std::optional<double> number = numberOf(word);
+        if (!number)
+            return std::nullopt;
+        numbers.push_back(*number);
+    }
+    return numbers;
+}
+
+/// What is wrong with a pair of lines, for the message on the line called \a where; "" if nothing.
+inline QString judge(const QByteArray &line1, const QByteArray &line2,
+    const std::vector<double> &tolerances, const QString &where)
+{
+    const QStringList words1 = wordsOf(line1);
+    const QStringList words2 = wordsOf(line2);
+    const bool isComment1 = words1[0].startsWith('#');
+    const bool isComment2 = words2[0].startsWith('#');
+    if (isComment1 && isComment2)
+        return "";
+    if (isComment1 || isComment2)
+        return "comment mismatch, " + where;
+    const auto columns = static_cast<int>(tolerances.size());
+    if (words1.size() < columns || words2.size() < columns)
+        return "too few columns, " + where;
+    for (int column = 0; column < columns; ++column) {
+        const double tolerance = tolerances[static_cast<std::size_t>(column)];
+        if (tolerance < 0)
+            continue;
+        const QString whereInLine = where + ", column " + QString::number(column + 1);
+        const std::optional<double> value1 = numberOf(words1[column]);
+        const std::optional<double> value2 = numberOf(words2[column]);
+        if (!value1 || !value2)
+            return "invalid data on " + whereInLine;
+        if (std::fabs(*value1 - *value2) > tolerance)
+            return "differ on " + whereInLine;
+    }
+    return "";
+}
+
+/// What =compare says of two files with \a content1 and \a content2, but for the names of the
+/// files; "" if they agree.
+inline QString outcome(
+    const QByteArray &content1, const QByteArray &content2, const QStringList &toleranceWords)
+{
+    const std::optional<std::vector<double>> tolerances = numbersOf(toleranceWords);
+    if (!tolerances)
+        return "Invalid =compare column tolerance";
+    const QList<QByteArray> lines1 = linesOf(content1);
+    const QList<QByteArray> lines2 = linesOf(content2);
+    for (int index = 0; index < lines1.size() && index < lines2.size(); ++index) {
+        const QString where = "line " + QString::number(index + 1);
+        QString problem;
+        if (!tolerances->empty())
+            problem = judge(lines1[index], lines2[index], *tolerances, where);
+        else if (lines1[index] != lines2[index])
+            problem = "differ at " + where;
+        if (!problem.isEmpty())
+            return problem;
+    }
+    return lines1.size() == lines2.size() ? "" : "have different lengths";
+}
+
+} // namespace PlainCompare
