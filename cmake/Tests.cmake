@@ -9,10 +9,15 @@ function(talmo_add_test name)
   target_link_libraries(${name} PRIVATE ${ARGN} talmo_test_main talmo_warnings)
   target_compile_options(${name} PRIVATE -O0) # the compiler takes longer than the tests do
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  add_test(NAME ${name} COMMAND ${name})
+  talmo_test_home(${name})
+endfunction()
+
+# talmo_test_home(NAME): the CTest entry NAME runs in a home of its own.
+function(talmo_test_home name)
   set(home ${CMAKE_BINARY_DIR}/tests/home/${name})
   file(MAKE_DIRECTORY ${home})
-  add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${home})
-  set_tests_properties(${name} PROPERTIES ENVIRONMENT
+  set_tests_properties(${name} PROPERTIES WORKING_DIRECTORY ${home} ENVIRONMENT
     "HOME=${home};XDG_CONFIG_HOME=${home}/config;XDG_CONFIG_DIRS=${home}/none;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0")
 endfunction()
 

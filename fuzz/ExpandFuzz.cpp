@@ -1,0 +1,69 @@
+// Input: three lines with the texts of the global macros g_0 to g_2, two with those of the local
+// ones n_0 and n_1, and the text to expand.
+
+#include "Macro.h"
+#include "PlainExpansion.h"
+#include "fuzzing.h"
+
+#include <QRegularExpression>
+
+using Talmo::Macro;
+
+namespace
+{
+
+/// \a text, in which only names below g_\a rank are left of those with a "_". The evaluator would
+/// go on for ever with a macro that leads back to itself; PlainExpansion notices all other circles.
+QString withoutCircle(const QString &text, int rank)
+{
+    static const QRegularExpression underscore(R"(g_([0-2])(?![A-Za-z0-9_])|_)");
+    QString result;
+    auto done = text.left(0).size();
+    auto matches = underscore.globalMatch(text.left(32)); // values within values multiply
+    while (matches.hasNext()) {
+        const QRegularExpressionMatch match = matches.next();
+        const bool isLower = match.capturedLength() > 1 && match.captured(1).toInt() < rank;
+        result += text.mid(done, match.capturedStart() - done);
+        result += isLower ? match.captured() : "";
+        done = match.capturedEnd();
+    }
+    return result + text.left(32).mid(done);
+}
+
+/// \a text as a counter. With letters and digits alone it never gets to a "_", and so to a name.
+QString counter(QString text)
+{
+    static const QRegularExpression others("[^A-Za-z0-9]");
+    return text.remove(others).left(32);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    Input input(data, size);
+    Macro::Table globals;
+    Macro::Table locals;
+    for (int rank = 0; rank < 3; ++rank)
+        globals["g_" + QString::number(rank)] = withoutCircle(input.takeLine(), rank);
+    for (int index = 0; index < 2; ++index)
+        locals["n_" + QString::number(index)] = counter(input.takeLine());
+    const QString text = input.takeRest();
+
+    startAfresh();
+    Macro::globalHash = globals;
+    Macro::hash = locals;
+    const std::optional<QString> expected = PlainExpansion().expand(text);
+    const QString report = printed();
+    const Macro::Table counted = Macro::hash;
+    if (!expected)
+        return 0; // goes on for ever: of no use
+
+    startAfresh();
+    Macro::globalHash = globals;
+    Macro::hash = locals;
+    require(Macro::expand(text) == *expected, "each reference is replaced where it stands");
+    require(printed() == report, "an expansion reports the same");
+    require(Macro::hash == counted && Macro::globalHash == globals, "counters have counted");
+    return 0;
+}
