@@ -85,6 +85,6 @@ def changes(source):
         for replacement in ["true", "false"] if match["keyword"] == "if" else ["false"]:
             yield *match.span("it"), replacement
     for match in RETURN.finditer(code):
-        if match["it"] not in ("true", "false", "0", "nullptr"):
+        if match["it"] not in ("true", "false", "0", "nullptr", "std::nullopt"):
             yield *match.span("it"), "{}"
             yield *match.span("it"), f"!({source[slice(*match.span('it'))]})"

@@ -122,6 +122,8 @@ TEST(JudgeColumns, CommentsAgreeWithComments)
     EXPECT_EQ(judgeLines("# 1", "1", {-1}), mismatch); // whatever the tolerances
     EXPECT_EQ(judgeLines("#", "", {0, 0}), mismatch);  // and before the columns are counted
     EXPECT_EQ(judgeLines("1 # x", "1 # y", {0}), same);
+    EXPECT_EQ(judgeLines("!", "1", {-1}), same); // no comment
+    EXPECT_EQ(judgeLines("$", "1", {-1}), same);
     EXPECT_EQ(judgeLines("1 #", "1 # x", {0, 0}), (Difference{Difference::InvalidData, 0, 2}));
 }
 

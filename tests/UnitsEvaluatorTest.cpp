@@ -218,6 +218,7 @@ TEST_F(UnitsEvaluator, ConditionsSelect)
         {"1:2", ""},
         {":", ""},
         {"1?2:3:4", ""},
+        {"sin(1:2)", ""},
     });
 }
 
@@ -269,6 +270,11 @@ TEST_F(UnitsEvaluator, ComparisonsAreExact)
         {"1mm==1kg", "1", {"Units Conversion Error from kg to mm"}},
         {"1mm<2", "1", {"Units Conversion Error from (none) to mm"}},
         {"1<", "1", {tooFew}},
+        {"1<=", "1", {tooFew}},
+        {"1>", "1", {tooFew}},
+        {"1>=", "1", {tooFew}},
+        {"1==", "1", {tooFew}},
+        {"1!=", "1", {tooFew}},
     });
 }
 
@@ -426,6 +432,9 @@ TEST_F(UnitsEvaluator, CommasAreCountedSinceTheLastClosingParenthesis)
         // Those of an inner group are forgotten.
         {"sin((1,2))", "", {}},
         {"max(1,(2,3))", "", {}},
+        // So are those of the expression before.
+        {"1,", "1"},
+        {"sin(0", "0"},
         {"if((1,2),3,4)", "", {}},
     });
 }
@@ -434,6 +443,8 @@ TEST_F(UnitsEvaluator, AFunctionWithoutArgumentsTakesWhatIsThere)
 {
     expect({{"2+sin()", "0.909297426826", {tooFew}},
         {"8*max(,)", "8", {"O:Syntax Error in '%1'", tooFew}}});
+    // But an argument that is missing is not made up for by what stands before the call.
+    expect({{"1+max(2)", "3", {"O:Syntax Error in '%1'"}}});
 }
 
 TEST_F(UnitsEvaluator, NamesStandForTheTextsOfMacros)
@@ -446,10 +457,10 @@ TEST_F(UnitsEvaluator, NamesStandForTheTextsOfMacros)
     Macro::globalHash["everywhere"] = "7";
     expect({
         {"five", "5"}, {"$five+1", "6"}, {"five*sum", "13"}, // text, not a value: 5*2+3
-        {"2*length_1", "6mm"}, {"again", "10"}, {"everywhere", "7"},
-        {"five-3", "2"},      // after a number, a minus is binary
-        {"empty-3", "-3"},    // the operand is still expected
-        {"(2)empty-3", "-1"}, // or it is not
+        {"2*length_1", "6mm"}, {"again", "10"}, {"everywhere", "7"}, {"five&&0", "0"},
+        {"five!=5", "0"}, {"five-3", "2"}, // after a number, a minus is binary
+        {"empty-3", "-3"},                 // the operand is still expected
+        {"(2)empty-3", "-1"},              // or it is not
         {"sin(empty)", "", {"G:Syntax Error in '%1'"}}, {"unknown", ""},
         {"2*unknown", "2", {tooFew}}, {"unknown2", ""}, {"2__3", "2"},
         {"five(1)", "1", {"Unknown function five in '%1'"}}, // a call is no name
@@ -485,6 +496,9 @@ TEST_F(UnitsEvaluator, TheResultIsConvertedToTheUnitsAskedFor)
     EXPECT_EQ(Units::value("3", "", nullptr), 3);
     EXPECT_EQ(Units::value("3ft", "-", nullptr), 3);
     EXPECT_EQ(valuesLeft(), QStringList{"3ft"});
+    EXPECT_EQ(Units::value("3ft", "", &ok), 3); // none is not "as it comes out"
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(valuesLeft(), QStringList{"3"});
     EXPECT_EQ(printed(), "");
 
     // Another kind: the caller is told in one way or the other, and gets the number.
@@ -623,6 +637,9 @@ TEST_F(UnitsEvaluator, OperatorsOutsideTheGrammarAreReported)
         EXPECT_EQ(printed(), reported("X:Syntax error in 'e'"));
         EXPECT_EQ(valuesLeft(), QStringList{"1mm"});
     }
+    Units::doit({"strange", 11}); // one is enough
+    EXPECT_EQ(printed(), reported("T:Syntax Error in 'e'"));
+    EXPECT_EQ(valuesLeft(), QStringList{"1mm"});
     Units::val.clear();
     for (int precedence = 5; precedence <= 11; ++precedence) {
         Units::doit({"strange", precedence});

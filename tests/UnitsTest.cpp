@@ -80,6 +80,16 @@ TEST_F(UnitsTable, KnowsTheseUnitsByTheirFactors)
     EXPECT_EQ(Units::factorHash.size(), 70);
 }
 
+TEST_F(UnitsTable, FillingItOnceMoreChangesNothing)
+{
+    const QHash<QString, QStringList> types = Units::types;
+    const QStringList standardUnits = Units::standardUnits;
+    const Units again;
+    EXPECT_EQ(Units::types, types);
+    EXPECT_EQ(Units::standardUnits, standardUnits);
+    EXPECT_EQ(Units::typeHash.size(), 70);
+}
+
 TEST_F(UnitsTable, TheStandardUnits)
 {
     EXPECT_EQ(Units::standardUnits,
@@ -518,6 +528,9 @@ TEST_F(UnitsEntryPoints, EvaluatePrintsWhatAFailureLeft)
     EXPECT_EQ(Units::evaluate("%.12g", "2m!", "kg"), "2");
     EXPECT_EQ(printed(),
         reported("D:Syntax Error in '2m!'") + reported("Units Conversion Error from m to kg"));
+    EXPECT_EQ(Units::evaluate("%.12g", "2m!", ""), "2");
+    EXPECT_EQ(printed(),
+        reported("D:Syntax Error in '2m!'") + reported("Units Conversion Error from m to "));
 }
 
 TEST_F(UnitsEntryPoints, EvaluateReportsAConversionThatCannotBeOnce)
@@ -692,6 +705,10 @@ TEST_F(UnitsServices, ConvertAllRewritesNumbersWithUnits)
         {"5mm6mm", "*", "0"}, // one unknown unit, mm6mm
         {"5 mm", "cm", "5 mm"},
         {"7", "", "7"},
+        {"007 1.50", "", "007 1.50"}, // no unit: not even written anew
+        {"007 1.50", "*", "007 1.50"},
+        {"5mm", "", "5mm"}, // without a unit is a kind, too
+        {"2m, 3s", "s", "2m, 3"},
         {"7foo", "-", "7foo"},
         {"line 1mm\nline 2mm\n", "um", "line 1000\nline 2000\n"},
         {"µ5mmµ", "um", "µ5000µ"},
