@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 namespace Talmo
@@ -59,7 +60,11 @@ void LineReader::readWholeLine()
 void LineReader::readBlock()
 {
     const size_t kept = end - next;
-    makeRoom();
+    if (!makeRoom()) {
+        next = linesEnd = end = 0;
+        ended = outOfMemory = true;
+        return;
+    }
     const qint64 count = file.readText(buffer.get() + kept, static_cast<qint64>(capacity - kept));
     next = 0;
     end = kept + static_cast<size_t>(count);
@@ -69,20 +74,24 @@ void LineReader::readBlock()
     ended = count == 0;
 }
 
-/// Moves what is kept to the front, and sees to it that half as much can be read behind it.
-void LineReader::makeRoom()
+/// Moves what is kept to the front, and sees to it that half as much can be read behind it; false
+/// if there is no memory for that.
+bool LineReader::makeRoom()
 {
     const size_t kept = end - next;
     if (capacity > kept + kept / 2) {
         if (next > 0)
             std::memmove(buffer.get(), buffer.get() + next, kept);
-        return;
+        return true;
     }
     const auto wholeFile = static_cast<size_t>(file.sizeAtOpening()) + 1; // 1 more, to see the end
     capacity = std::max(std::clamp(wholeFile, smallestBlock, largestBlock), 2 * kept);
-    std::unique_ptr<char[]> larger(new char[capacity + padding]);
+    std::unique_ptr<char[]> larger(new (std::nothrow) char[capacity + padding]);
+    if (!larger)
+        return false;
     std::copy_n(buffer.get() + next, kept, larger.get());
     buffer = std::move(larger);
+    return true;
 }
 
 } // namespace Talmo

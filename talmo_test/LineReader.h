@@ -35,13 +35,13 @@ public:
     /// Passes over the first \a length bytes of window(), whole lines.
     void skip(size_t length) { next += length; }
 
-    /// True if the lines ended because reading failed.
-    bool failed() const { return file.failed(); }
+    /// True if the lines ended because reading failed, or because one is too long for memory.
+    bool failed() const { return file.failed() || outOfMemory; }
 
 private:
     void readWholeLine();
     void readBlock();
-    void makeRoom();
+    bool makeRoom();
 
     DiskFile file;
     std::unique_ptr<char[]> buffer; // text mode applied; padding beyond its capacity
@@ -51,6 +51,7 @@ private:
     size_t end = 0;      // and what was read
     bool begun = false;  // past a byte order mark
     bool ended = false;  // nothing more to read
+    bool outOfMemory = false;
 };
 
 } // namespace Talmo

@@ -109,6 +109,19 @@ TEST_F(HostilePrograms, GigabytesAreNoBurden)
     EXPECT_EQ(entries(), QStringList({"test1"}));
 }
 
+TEST_F(HostilePrograms, ALineTooLongForMemoryCannotBeRead)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "the sanitizer's memory cannot be limited";
+    limitMemory();
+    write("small", "1 2\n");
+    const QByteArray hole = "=run truncate -s 5G hole\n";
+    EXPECT_EQ(errorOf(hole + "=compare hole ../small\n"), "Cannot read file 'hole'");
+    EXPECT_EQ(errorOf(hole + "=compare ../small hole 0\n"), "Cannot read file 'hole'");
+    EXPECT_EQ(
+        errorOf(hole + "=run ln -s hole link\n=compare link hole -1\n"), "Cannot read file 'link'");
+}
+
 TEST_F(HostilePrograms, GetNoDescriptorsFromTheDriver)
 {
     addProgram("sim", "exec ls /proc/self/fd");
