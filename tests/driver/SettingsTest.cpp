@@ -1,8 +1,7 @@
 #include "DriverTest.h"
 
-#include <QDir>
 #include <QFile>
-#include <QProcess>
+#include <QFileInfo>
 #include <QSettings>
 
 #include <csignal>
@@ -75,24 +74,6 @@ TEST_F(Settings, AProgramThatUsesNoPreferenceOpensTheFileToo)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.output, "Preferences loaded from '" + settings.toUtf8() + "'\nmain\n");
     EXPECT_FALSE(QFile::exists(settings)); // without an application object nothing is saved
-}
-
-TEST_F(Settings, FirstStartsAtTheSameTimeAgree)
-{
-    write("test1", "=heading\n=simprogram none\n"); // needs no directory
-    QProcess drivers[8];
-    for (QProcess &process : drivers)
-        startProcess(process, driver, {"test1"}, environment, work);
-    for (QProcess &process : drivers) {
-        EXPECT_TRUE(process.waitForFinished(300000));
-        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-        EXPECT_EQ(process.exitCode(), 0);
-        EXPECT_EQ(process.readAllStandardError(), "");
-    }
-    EXPECT_EQ(QSettings(settings, QSettings::IniFormat).allKeys().size(), 74);
-    const QDir dir = QFileInfo(settings).dir();
-    EXPECT_EQ(dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
-        QStringList({"Talmo.conf"})); // no lock, no temporary file
 }
 
 TEST_F(Settings, TheSystemsFileSuppliesWhatTheUsersLacks)
