@@ -256,17 +256,6 @@ TEST_F(Interpreter, LinesMayBeOfAnyLength)
         words.mid(7).replace("  ", " ") + "\ntest1: heading\n");
 }
 
-TEST_F(Interpreter, ScriptsMayHaveAnyNumberOfLines)
-{
-    QByteArray lines;
-    QByteArray printed;
-    for (int n = 0; n < 20000; ++n) {
-        lines += "=echo " + QByteArray::number(n) + "\n\n# comment\n";
-        printed += QByteArray::number(n) + "\n";
-    }
-    EXPECT_EQ(runScript("=heading\n" + lines), printed + "test1: heading\n");
-}
-
 TEST_F(Interpreter, InvalidUtf8BecomesTheReplacementCharacter)
 {
     const QByteArray replacement = "\xEF\xBF\xBD";
