@@ -10,20 +10,6 @@
 // Programs that crash, write more than anyone wants, leave children behind or litter: what is said
 // of them, and what they leave on disk.
 
-namespace
-{
-
-/// Whether the driver runs under the address sanitizer, which reserves more memory than can be
-/// limited, and is slow.
-constexpr bool isSanitized =
-#ifdef __SANITIZE_ADDRESS__
-    true;
-#else
-    false;
-#endif
-
-} // namespace
-
 class HostilePrograms : public DriverTest
 {
 protected:

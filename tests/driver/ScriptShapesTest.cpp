@@ -7,12 +7,7 @@ namespace
 
 /// Under the address sanitizer every byte takes a shadow and many times longer, so the longest
 /// lines are shorter there.
-constexpr int longestLine =
-#ifdef __SANITIZE_ADDRESS__
-    10000000;
-#else
-    50000000;
-#endif
+constexpr int longestLine = isSanitized ? 10000000 : 50000000;
 
 } // namespace
 
