@@ -52,7 +52,8 @@ def token_changes(match, source):
 def number_changes(text):
     """One more and one less of a whole number; a hundredth more and less of another."""
     if re.fullmatch(r"\d+|0[xX][\da-fA-F]+", text):
-        return [str(int(text, 0) + 1), str(int(text, 0) - 1)]
+        value = int(text, 8 if re.fullmatch(r"0\d+", text) else 0)
+        return [str(value + 1), str(value - 1)]
     if re.fullmatch(r"[\d.]+(?:[eE][-+]?\d+)?", text):
         value = float(text)
         return [repr(value * 1.01), repr(value * 0.99)] if value != 0 else ["1.0", "-1.0"]
