@@ -155,6 +155,25 @@ TEST_F(ScriptShapes, LinesMayBeVeryLong)
     EXPECT_TRUE(read("test1.dir/body") == line + '\n');
 }
 
+TEST_F(ScriptShapes, PatternsAndPlaceholdersMayBeMany)
+{
+    // None may cost more than its share: with a million characters that would be minutes.
+    constexpr int many = 1000000;
+    const QByteArray pattern = QByteArray("abc d").repeated(many / 5);
+    EXPECT_EQ(errorOf("=ignore " + pattern + "\n=exists none\n"), "File 'none' does not exist");
+    EXPECT_EQ(
+        errorOf("=ignore " + pattern + "\n=" + pattern + "\n"), "Unknown test command '=abc'");
+    EXPECT_EQ(errorOf("=ignore 'x" + QByteArray(many, 'y') + "'\n=exists x" +
+                      QByteArray(many, 'y') + "\n"),
+        "");
+    configure({"sim1"});
+    const QByteArray none = work.toUtf8() + "/test1: No applicable SimPrograms\n";
+    EXPECT_EQ(runScript("=heading\n=simprogram sim1" + QByteArray(many, 'x') + "\n=foo\n"), none);
+    EXPECT_EQ(runScript("=heading\n=simprogram s* \n=echo " +
+                        QByteArray("$simProgram,").repeated(many) + "\n"),
+        QByteArray("sim1,").repeated(many) + "\ntest1(sim1): heading\n");
+}
+
 TEST_F(ScriptShapes, NulsAreBytesLikeOthers)
 {
     const struct {
