@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -116,6 +117,16 @@ QString runLines(ScriptReader &script, const QString &program)
     return {};
 }
 
+/// What runLines returns. A run that needs more memory than there is has failed.
+QString runLinesInMemory(ScriptReader &script, const QString &program)
+{
+    try {
+        return runLines(script, program);
+    } catch (const std::bad_alloc &) {
+        return QStringLiteral("Out of memory");
+    }
+}
+
 /// Reports that the run \a testName failed.
 void reportFailure(const QString &testName, const QString &error)
 {
@@ -140,7 +151,7 @@ bool runOnce(ScriptReader &script, const QString &program, const QString &testNa
             qPrintable(testName), qPrintable(dirName));
         return false;
     }
-    const QString error = runLines(script, program);
+    const QString error = runLinesInMemory(script, program);
     if (Debug > 0)
         std::printf("==== end test %s\n", qPrintable(testName));
     directory.leave();
@@ -173,9 +184,8 @@ QStringList selectPrograms(ScriptReader &script)
     return programs;
 }
 
-} // namespace
-
-bool runTest(const QString &path)
+/// Does what runTest does as long as there is memory.
+bool runInMemory(const QString &path)
 {
     ScriptReader script;
     if (!script.open(path)) {
@@ -206,4 +216,16 @@ bool runTest(const QString &path)
         passed = runOnce(script, program, testName, heading.mid(1)) && passed;
     }
     return passed;
+}
+
+} // namespace
+
+bool runTest(const QString &path)
+{
+    try {
+        return runInMemory(path);
+    } catch (const std::bad_alloc &) { // a heading, or a message, that is too long
+        std::printf("%s: ***ERROR: Out of memory\n", qPrintable(path));
+        return false;
+    }
 }

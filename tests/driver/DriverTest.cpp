@@ -151,6 +151,12 @@ bool DriverTest::mountPrivately(const QByteArray &before, const QByteArray &afte
     return std::system(attempt.constData()) == 0;
 }
 
+void DriverTest::limitMemory()
+{
+    addProgram(QStringLiteral("frugal"), "ulimit -v 150000\nexec " + driver.toUtf8() + " \"$@\"\n");
+    driver = QDir(programs).filePath(QStringLiteral("frugal"));
+}
+
 QByteArray DriverTest::runScript(const QByteArray &script)
 {
     write(QStringLiteral("test1"), script);

@@ -13,13 +13,6 @@
 class HostilePrograms : public DriverTest
 {
 protected:
-    /// Leaves the driver, and what it starts, less memory than there is to read.
-    void limitMemory()
-    {
-        addProgram("frugal", "ulimit -v 150000\nexec " + driver.toUtf8() + " \"$@\"");
-        driver = QDir(programs).filePath("frugal");
-    }
-
     /// What the script "test1" prints when the program "sim" fails.
     const QByteArray simFailed = "test1: ***ERROR: running 'sim' failed\n";
 };

@@ -1,5 +1,7 @@
 #include "DriverTest.h"
 
+#include <QDir>
+
 // Scripts as people, editors and other programs write them: whole ones, and their limits.
 
 namespace
@@ -153,6 +155,42 @@ TEST_F(ScriptShapes, LinesMayBeVeryLong)
     EXPECT_TRUE(printed == line + '\n' + ended);
     EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/", "test1.dir/body"}));
     EXPECT_TRUE(read("test1.dir/body") == line + '\n');
+}
+
+TEST_F(ScriptShapes, WhatNeedsMoreThanThereIsFailsAndTheNextTestRuns)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "the sanitizer's memory cannot be limited";
+    const QByteArray line(40000000, 'x');
+    const QByteArray words = QByteArray("1 ").repeated(5000000);
+    const QByteArray path = work.toUtf8() + "/test1";
+    const struct {
+        const char *title;
+        QByteArray script;
+        QByteArray failed;
+        bool isRun;
+    } rows[] = {
+        {"comment", "=heading\n=echo\n#" + line, "\ntest1: ***ERROR: Out of memory\n", true},
+        {"command", "=heading\n\n=echo " + line, "test1: ***ERROR: Out of memory\n", true},
+        {"words", "=heading\n=file a\n" + words + "\n=compare a ../test2 0",
+            "test1: ***ERROR: Out of memory\n", true},
+        {"expected", "=heading\n=file a\n" + words + "\n=ignore .*\n=compare a ../test2 0",
+            "test1: ***ERROR: Out of memory\n", true},
+        {"heading", '=' + line, path + ": ***ERROR: Out of memory\n", false},
+        {"selection", "=\n=simprogram " + line, path + ": ***ERROR: Out of memory\n", false},
+        {"script", "=heading\n#" + line + line + line + line,
+            path + ": ***ERROR: Cannot read file\n", false},
+    };
+    limitMemory();
+    write("test2", "=next\n=run pwd >&1\n");
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.title);
+        write("test1", row.script);
+        expectRun({"test1", "test2"}, "test1 test2",
+            row.failed + work.toUtf8() + "/test2.dir\ntest2: next\n", 1, 2);
+        EXPECT_EQ(QDir(work + "/test1.dir").exists(), row.isRun);
+        QDir(work + "/test1.dir").removeRecursively();
+    }
 }
 
 TEST_F(ScriptShapes, PatternsAndPlaceholdersMayBeMany)
