@@ -602,6 +602,14 @@ TEST_F(UnitsEntryPoints, UnitGivesTheUnitsOfAnExpression)
     EXPECT_EQ(Units::unit(""), "");
 }
 
+TEST_F(UnitsEntryPoints, ATextOfNothingIsEmptyButNotNull)
+{
+    EXPECT_FALSE(value(1, "mm").to_s("%d", /*withUnits=*/true).isNull());
+    EXPECT_FALSE(Units::evaluate("%d", "1mm", "-").isNull());
+    EXPECT_FALSE(Units::unit("").isNull());
+    EXPECT_FALSE(Units::unit("1 mm").isNull()); // no expression
+}
+
 TEST_F(UnitsEntryPoints, SimpleNumbersHaveNoOperatorButTheMinusSign)
 {
     for (const char *text : {"1.5e3", "abc", "-5", "1-2", "", "1,5", " ", "2mm", "a_b", "[1]",
