@@ -4,6 +4,7 @@
 
 #include "interruption.h"
 
+#include <QDir>
 #include <QFile>
 
 #include <cerrno>
@@ -42,6 +43,14 @@ time_t now()
     return time.tv_sec;
 }
 
+void end(int number)
+{
+    std::signal(number, SIG_DFL);
+    std::raise(number);
+    if (getpid() == 1) // the first process of a container, which no signal of its own ends
+        _exit(128 + number);
+}
+
 void note(int number)
 {
     if (number == SIGCHLD) // only has to wake us
@@ -50,8 +59,7 @@ void note(int number)
         noted = number;
         notedAt = now();
     } else if (now() > notedAt + 1) { // not one signal sent to process and group
-        std::signal(number, SIG_DFL);
-        std::raise(number);
+        end(number);
     }
     if (number != SIGINT) // Ctrl-C reaches all that runs in the terminal
         toPassOn = number;
@@ -62,10 +70,13 @@ void handle(int number)
     struct sigaction noting = {};
     noting.sa_handler = note;
     noting.sa_flags = SA_RESTART;
+    for (const Interruption &interruption : interruptions) // notes one at a time
+        sigaddset(&noting.sa_mask, interruption.number);
     sigaction(number, &noting, nullptr);
 }
 
-/// Puts off what the handler handles while it lives, but for the times of waitForOne.
+/// Puts off what the handler handles while it lives, but for the times of waitForOne. As under
+/// system(), SIGQUIT is for the program alone.
 class Quiet
 {
 public:
@@ -79,27 +90,47 @@ public:
         sigprocmask(SIG_BLOCK, &putOff, &before);
         awake = before;
         sigdelset(&awake, SIGCHLD);
+        struct sigaction ignoring = {};
+        ignoring.sa_handler = SIG_IGN;
+        sigaction(SIGQUIT, &ignoring, &onQuit);
     }
     Quiet(const Quiet &) = delete;
     Quiet &operator=(const Quiet &) = delete;
-    ~Quiet() { sigprocmask(SIG_SETMASK, &before, nullptr); }
+    ~Quiet()
+    {
+        sigaction(SIGQUIT, &onQuit, nullptr);
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+    }
 
     void waitForOne() const { sigsuspend(&awake); }
 
     const sigset_t &maskBefore() const { return before; }
 
+    /// What is ignored only here, and not by a program.
+    sigset_t defaults() const
+    {
+        sigset_t ours;
+        sigemptyset(&ours);
+        if (onQuit.sa_handler != SIG_IGN)
+            sigaddset(&ours, SIGQUIT);
+        return ours;
+    }
+
 private:
+    struct sigaction onQuit;
     sigset_t before;
     sigset_t awake;
 };
 
-/// Starts the shell, with the signals blocked that \a mask tells; 0 if that fails.
-pid_t startShell(std::string line, const sigset_t &mask)
+/// Starts the shell, with signals as they were before \a quiet; 0 if that fails.
+pid_t startShell(std::string line, const Quiet &quiet)
 {
+    const sigset_t defaults = quiet.defaults();
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-    posix_spawnattr_setsigmask(&attributes, &mask);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setsigmask(&attributes, &quiet.maskBefore());
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
     std::string name = "sh";
     std::string option = "-c";
     char *const arguments[] = {name.data(), option.data(), line.data(), nullptr};
@@ -109,11 +140,24 @@ pid_t startShell(std::string line, const sigset_t &mask)
     return error == 0 ? shell : 0;
 }
 
+/// The processes that the threads of \a process have started, each with a blank behind it.
+QByteArray childrenOf(pid_t process)
+{
+    const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
+    const QStringList names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    QByteArray children;
+    for (const QString &thread : names) {
+        QFile list(threads.filePath(thread + QStringLiteral("/children")));
+        if (list.open(QIODevice::ReadOnly))
+            children += list.readAll();
+    }
+    return children;
+}
+
 /// Sends \a signal to \a process and to all that it has started, as far as the system tells.
 void sendToTree(pid_t process, int signal)
 {
-    QFile list(QStringLiteral("/proc/%1/task/%1/children").arg(process));
-    const QByteArray children = list.open(QIODevice::ReadOnly) ? list.readAll() : QByteArray();
+    const QByteArray children = childrenOf(process);
     kill(process, signal); // before its children, or a shell would go on to its next command
     for (const QByteArray &child : children.simplified().split(' ')) {
         if (!child.isEmpty())
@@ -149,17 +193,23 @@ QString interruption()
 
 void endIfInterrupted()
 {
-    if (noted == 0)
-        return;
-    std::signal(noted, SIG_DFL);
-    std::raise(noted);
+    for (const Interruption &interruption : interruptions) {
+        struct sigaction present = {};
+        sigaction(interruption.number, nullptr, &present);
+        if (present.sa_handler == note) // one that comes from here on would be lost
+            std::signal(interruption.number, SIG_DFL);
+    }
+    if (noted != 0)
+        end(noted);
 }
 
 bool runInShell(const std::string &line)
 {
     handle(SIGCHLD); // where it is ignored, as it may be inherited, no status is kept
     const Quiet quiet;
-    const pid_t shell = startShell(line, quiet.maskBefore());
+    if (noted != 0)
+        return false; // what a program that starts now would never hear of
+    const pid_t shell = startShell(line, quiet);
     int status = -1;
     while (shell != 0 && !hasEnded(shell, status)) {
         if (toPassOn != 0)

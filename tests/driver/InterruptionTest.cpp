@@ -189,6 +189,36 @@ TEST_F(InterruptionTest, WhatDidNotRunIsNoPass)
     EXPECT_EQ(outcome.signal, SIGINT);
 }
 
+TEST_F(InterruptionTest, NoProgramIsStartedAfterASignal)
+{
+    // No pipe holds the trace of this comment, so the driver sleeps behind it until it is read.
+    write(QStringLiteral("test1"),
+        "=one\n=debug\n#" + QByteArray(1000000, 'c') + "\n=run touch ../begun\n");
+    QProcess process;
+    startProcess(process, driver, {QStringLiteral("test1")}, environment, work);
+    while (!exists(QStringLiteral("test1.dir")) ||
+           stateOf(QByteArray::number(process.processId())) != 'S')
+        QThread::msleep(1);
+    kill(static_cast<pid_t>(process.processId()), SIGINT);
+    const Outcome outcome = outcomeOf(process);
+    EXPECT_TRUE(outcome.output.endsWith(
+        stopped("running 'touch' failed, interrupted by SIGINT", "SIGINT", 0)));
+    EXPECT_EQ(outcome.signal, SIGINT);
+    EXPECT_FALSE(exists(QStringLiteral("begun")));
+}
+
+TEST_F(InterruptionTest, SigquitIsForTheProgramAlone)
+{
+    addProgram(QStringLiteral("slow"), ">../started\nexec sleep 300\n");
+    write(QStringLiteral("test1"), "=one\n=run ulimit -c 0; exec slow\n");
+    write(QStringLiteral("test2"), "=two\n");
+    const Outcome outcome = interruptAll(SIGQUIT);
+    EXPECT_EQ(outcome.output, preamble("test1 test2") +
+                                  "test1: ***ERROR: running 'ulimit' failed\ntest2: two\n" +
+                                  summary(1, 2));
+    EXPECT_EQ(outcome.status, 2);
+}
+
 TEST_F(InterruptionTest, AnotherSignalLaterEndsWhateverTheDriverWaitsFor)
 {
     const struct {
