@@ -34,14 +34,8 @@ bool isStillNamed(const Descriptor &directory, const char *path)
 {
     struct stat opened = {};
     struct stat named = {};
-    return directory.isOpen() && fstat(directory.get(), &opened) == 0 && stat(path, &named) == 0 &&
+    return directory.isOpen() && fstat(directory.get(), &opened) == 0 && lstat(path, &named) == 0 &&
            opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
-}
-
-bool makeDirectory(const char *path)
-{
-    constexpr mode_t allMayUse = 0777; // less what the process masks out
-    return mkdir(path, allMayUse) == 0;
 }
 
 } // namespace
@@ -55,14 +49,23 @@ RunDirectory::RunDirectory(const QString &directoryName)
 bool RunDirectory::enter()
 {
     above = openDirectory(".", toComeBack);
-    const bool isNew = makeDirectory(path); // usually there is no leftover
+    const bool isNew = make(); // usually there is no leftover
     inUse = !claim();
     if (!inUse && !isNew) {
         removeDir(name);
-        makeDirectory(path);
+        make();
         inUse = !claim();
     }
     return !inUse && chdir(path) == 0;
+}
+
+/// Makes the directory; false if something of that name is there, or it cannot be made.
+bool RunDirectory::make()
+{
+    constexpr mode_t allMayUse = 0777; // less what the process masks out
+    const bool isNew = mkdir(path, allMayUse) == 0;
+    mustBeThere = isNew || errno == EEXIST;
+    return isNew;
 }
 
 /// Locks the directory; false if another driver has it, or had it and took it away meanwhile.
@@ -70,9 +73,9 @@ bool RunDirectory::claim()
 {
     if (isStillNamed(claimed, path))
         return true;
-    Descriptor directory = openDirectory(path, O_RDONLY);
-    if (!directory.isOpen())
-        return true; // there is none, or it may not be read
+    Descriptor directory = openDirectory(path, O_RDONLY | O_NOFOLLOW);
+    if (!directory.isOpen()) // it may not be read, is a link or a file, or was taken away
+        return errno != ENOENT || !mustBeThere;
     if (flock(directory.get(), LOCK_EX | LOCK_NB) != 0)
         return errno != EWOULDBLOCK;
     claimed = std::move(directory);

@@ -26,11 +26,13 @@ public:
     void remove();
 
 private:
+    bool make();
     bool claim();
 
     QString name;
     QByteArray path; ///< the name as the system takes it
     Descriptor above;
-    Descriptor claimed; ///< the directory, locked
+    Descriptor claimed;       ///< the directory, locked
+    bool mustBeThere = false; ///< unless another driver took it away
     bool inUse = false;
 };
