@@ -28,6 +28,19 @@ using namespace Talmo;
 int Debug = 0;
 QString platformName;
 
+namespace
+{
+
+/// True if \a pattern holds none of the characters \a special, and so stands for itself: then it is
+/// not compiled, which takes time that grows with the square of its length.
+bool isFreeOf(const QString &pattern, const QString &special)
+{
+    return std::none_of(pattern.begin(), pattern.end(),
+        [&special](QChar character) { return special.contains(character); });
+}
+
+} // namespace
+
 QStringList configuredSimPrograms(const QString &pattern)
 {
     static QStringList configured;
@@ -40,14 +53,11 @@ QStringList configuredSimPrograms(const QString &pattern)
         }
         std::printf("Configured SimPrograms: %s\n", qPrintable(configured.join(QLatin1Char(' '))));
     }
-    // A word without special characters matches just itself, and to compile a long one takes time
-    // that grows with the square of its length.
-    const bool isPlain = std::none_of(pattern.begin(), pattern.end(),
-        [](QChar character) { return QStringLiteral("*?[").contains(character); });
-    const QRegExp wildcard(isPlain ? QString() : pattern, Qt::CaseSensitive, QRegExp::Wildcard);
+    const bool isName = isFreeOf(pattern, QStringLiteral("*?["));
+    const QRegExp wildcard(isName ? QString() : pattern, Qt::CaseSensitive, QRegExp::Wildcard);
     QStringList matching;
     for (const QString &name : std::as_const(configured)) {
-        if (isPlain ? name == pattern : wildcard.exactMatch(name))
+        if (isName ? name == pattern : wildcard.exactMatch(name))
             matching += name;
     }
     return matching;
@@ -59,12 +69,8 @@ namespace
 /// Whether \a pattern, a regular expression, matches anywhere in \a text.
 bool matches(const QString &pattern, const QString &text)
 {
-    // One without special characters matches just itself, and to compile a long one takes time that
-    // grows with the square of its length.
-    const QString special = QStringLiteral("\\^$.|?*+()[]{}");
-    const bool isPlain = std::none_of(pattern.begin(), pattern.end(),
-        [&](QChar character) { return special.contains(character); });
-    return isPlain ? text.contains(pattern) : RE.match(pattern, text);
+    const bool isText = isFreeOf(pattern, QStringLiteral("\\^$.|?*+()[]{}"));
+    return isText ? text.contains(pattern) : RE.match(pattern, text);
 }
 
 /// What settles a command: whether its failure was expected. Changes \a error accordingly.
