@@ -25,7 +25,8 @@ protected:
             environment, work);
         while (!exists(QStringLiteral("started")) && process.state() != QProcess::NotRunning)
             process.waitForFinished(10);
-        kill(static_cast<pid_t>(-process.processId()), signal);
+        if (process.state() == QProcess::Running) // else it has no group, and 0 would be ours
+            kill(static_cast<pid_t>(-process.processId()), signal);
         return outcomeOf(process);
     }
 
