@@ -158,7 +158,8 @@ QByteArray childrenOf(pid_t process)
 void sendToTree(pid_t process, int signal)
 {
     const QByteArray children = childrenOf(process);
-    kill(process, signal); // before its children, or a shell would go on to its next command
+    kill(process, signal);  // before its children, or a shell would go on to its next command
+    kill(process, SIGCONT); // one that is stopped would not notice
     for (const QByteArray &child : children.simplified().split(' ')) {
         if (!child.isEmpty())
             sendToTree(child.toInt(), signal);

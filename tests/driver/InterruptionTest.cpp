@@ -255,10 +255,16 @@ TEST_F(InterruptionTest, IgnoredSignalsStayIgnored)
 
 TEST_F(InterruptionTest, EndOfAProgramIsSeenWhereTheCallerDoesNotWantToKnowOfChildren)
 {
-    const QString command = QStringLiteral("trap '' CHLD; exec \"$0\" \"$@\"");
-    write(QStringLiteral("test1"), "=one\n=run true\n=ignore running 'false' failed\n=run false\n");
-    const Outcome outcome = runProcess(QStringLiteral("/bin/sh"),
-        {QStringLiteral("-c"), command, driver, QStringLiteral("test1")}, environment, work);
-    EXPECT_EQ(outcome.output, preamble("test1") + "test1: one\n" + summary(0, 1));
-    EXPECT_EQ(outcome.status, 0);
+    write(QStringLiteral("test1"),
+        "=one\n=run sleep 0.1\n=ignore running 'sleep' failed\n=run sleep 0.1; false\n");
+    for (const char *const command : {"trap '' CHLD; exec \"$0\" \"$@\"",
+             "exec env --block-signal=CHLD --ignore-signal=CHLD \"$0\" \"$@\""}) {
+        SCOPED_TRACE(command);
+        const Outcome outcome = runProcess(QStringLiteral("/bin/sh"),
+            {QStringLiteral("-c"), QLatin1String(command), driver, QStringLiteral("test1")},
+            environment, work);
+        EXPECT_EQ(outcome.output, preamble("test1") + "test1: one\n" + summary(0, 1));
+        EXPECT_EQ(outcome.errors, QByteArray());
+        EXPECT_EQ(outcome.status, 0);
+    }
 }
