@@ -1,6 +1,8 @@
 // Input: a script. It is run in a directory of its own, unless it could reach beyond that: inputs
-// are made up by a machine, and whoever runs this may be root.
+// are made up by a machine, and whoever runs this may be root. What it prints and leaves behind is
+// compared with what a plain reading of the manual gives.
 
+#include "PlainScript.h"
 #include "Preferences.h"
 #include "fuzzing.h"
 #include "runTest.h"
@@ -11,10 +13,12 @@
 #include <QTemporaryDir>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 
 #include <dlfcn.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 using Talmo::Preferences;
 
@@ -37,7 +41,7 @@ extern "C" int system(const char *command)
 namespace
 {
 
-const char *const programs[] = {"sim1", "sim2"};
+const QStringList programs = {"sim1", "sim2"};
 
 /// The directory of all that this program writes, with one for the scripts to run in.
 class Place
@@ -46,18 +50,19 @@ public:
     Place()
     {
         require(QDir(directory.path()).mkdir("work"), "there is a directory");
-        require(QDir::setCurrent(directory.filePath("work")), "it can be entered");
         // Not the user's programs; and neither store is ever deleted, which would save it.
         static const QSettings *const users = Preferences::qsettings;
         const QString fileName = directory.filePath("settings");
         require(users->fileName() != fileName, "the user's settings are elsewhere");
         Preferences::qsettings = new QSettings(fileName, QSettings::IniFormat);
-        for (int n = 1; n <= 9; ++n) {
-            const bool isConfigured = n <= static_cast<int>(std::size(programs));
+        for (int n = 1; n <= 9; ++n)
             Preferences::qsettings->setValue(
-                QString("SimProgram%1.name").arg(n), isConfigured ? programs[n - 1] : "");
-        }
+                QString("SimProgram%1.name").arg(n), n <= programs.size() ? programs[n - 1] : "");
+        require(configuredSimPrograms("*") == programs, "the programs are configured");
         platformName = "LINUX";
+        const QByteArray output = QFile::encodeName(outputName());
+        require(
+            std::freopen(output, "w", stdout) != nullptr, "there is a place for what is printed");
         std::signal(SIGXFSZ, SIG_IGN); // so that writing fails, as on a full disk
     }
 
@@ -71,20 +76,48 @@ public:
             "the script is written");
     }
 
+    /// What was printed since the last call.
+    QByteArray printedOutput() const
+    {
+        std::fflush(stdout);
+        QFile file(outputName());
+        require(file.open(QIODevice::ReadOnly), "the output can be read");
+        const QByteArray output = file.readAll();
+        std::rewind(stdout);
+        require(ftruncate(fileno(stdout), 0) == 0, "the output can be cleared");
+        return output;
+    }
+
+    void enter() const
+    {
+        require(QDir::setCurrent(directory.filePath("work")), "the directory can be entered");
+    }
+
+    /// The way back to where libFuzzer looks for its files.
+    void leave() const
+    {
+        clear();
+        require(QDir::setCurrent(outside), "the way back is there");
+    }
+
     bool isCurrent() const { return QDir::currentPath() == directory.filePath("work"); }
 
     static QStringList leftovers()
     {
-        return QDir().entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-    }
-
-    static void clear()
-    {
-        for (const QString &name : leftovers())
-            QDir(name).removeRecursively();
+        return QDir().entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
     }
 
 private:
+    static void clear()
+    {
+        const QStringList names = leftovers();
+        for (const QString &name : names)
+            QDir(name).removeRecursively();
+    }
+
+    QString outputName() const { return directory.filePath("output"); }
+
+    QString outside = QDir::currentPath();
     QTemporaryDir directory{QDir(QDir::tempPath()).canonicalPath() + "/ScriptFuzz-XXXXXX"};
 };
 
@@ -104,10 +137,10 @@ bool isHarmless(std::string_view script)
     QByteArray bytes(script.data(), static_cast<int>(script.size()));
     bytes.replace("\r", "");
     const QStringList lines = QString::fromUtf8(bytes.constData(), bytes.size()).split('\n');
-    for (QString line : lines) {
+    for (const QString &line : lines) {
         if (!isHarmless(line) || !isHarmless(QString(line).remove("$simProgram")))
             return false;
-        for (const char *const program : programs) {
+        for (const QString &program : programs) {
             if (!isHarmless(QString(line).replace("$simProgram", program)))
                 return false;
         }
@@ -123,7 +156,7 @@ public:
     {
         getrlimit(RLIMIT_FSIZE, &before);
         rlimit small = before;
-        small.rlim_cur = 1 << 16;
+        small.rlim_cur = 1 << 16; // also bounds the output
         setrlimit(RLIMIT_FSIZE, &small);
     }
     SmallFiles(const SmallFiles &) = delete;
@@ -154,12 +187,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;
     startAfresh();
     place.writeScript(script);
+    place.enter();
 
+    const QByteArray bytes(script.data(), static_cast<int>(script.size()));
+    PlainScript plain(bytes, place.scriptName(), programs);
+    const bool isKnown = plain.run();
     const bool passed = passes(place.scriptName());
+    const QByteArray output = place.printedOutput();
     require(place.isCurrent(), "a run ends where it began");
-    const bool traced = script.find("=debug") != std::string_view::npos;
-    require(!passed || traced || Place::leftovers().isEmpty(), "a passing run leaves nothing");
-    require(passes(place.scriptName()) == passed, "what was left does not matter");
-    Place::clear();
+    if (isKnown && output != plain.output)
+        std::fprintf(stderr, "printed:\n%s\nexpected:\n%s\n", output.data(), plain.output.data());
+    require(!isKnown || output == plain.output, "a script prints what the manual tells");
+    require(!isKnown || passed == plain.passed, "a script passes as the manual tells");
+    require(!isKnown || Place::leftovers() == plain.keptDirectories, "nothing else is left");
+
+    // What the first time left behind makes no difference.
+    require(passes(place.scriptName()) == passed, "a script passes or fails again");
+    require(place.printedOutput() == output, "a script prints the same again");
+    place.leave();
     return 0;
 }

@@ -74,10 +74,10 @@ void noteNumber(std::size_t first, Number number)
 }
 
 /// Whether programs can ask for \a key. Qt drops such slashes from what is asked for, but not from
-/// what it reads: "[]" makes "/key".
+/// what it reads: "[]" makes "/key", and "=" a key without a name.
 bool canBeAskedFor(const QString &key)
 {
-    return !key.startsWith('/') && !key.endsWith('/') && !key.contains("//");
+    return !key.isEmpty() && !key.startsWith('/') && !key.endsWith('/') && !key.contains("//");
 }
 
 /// What the file \a name holds, read by Qt alone.
