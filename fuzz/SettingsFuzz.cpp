@@ -1,4 +1,4 @@
-// Input: a settings file. The store is opened on it, all preferences are declared anew, and it is
+// Input: a settings file. The store is opened on it, some preferences are declared anew, and it is
 // saved.
 
 #include "Preferences.h"
@@ -116,11 +116,14 @@ QString got(const QString &key)
 
 constexpr char defaultValue[] = "the default";
 
+/// Some of the keys that the product declares; all of them would take ten times as long.
+const char *const declaredKeys[] = {"IconSize", "Background", "Root", "Examples", "Library1.dir",
+    "SimProgram1.name", "SimProgram2.name", "Calculator9", "RecentFile10"};
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    static const QHash<QString, QString> declared = Pref::synopsis;
     const Place place;
     place.write(data, size);
     const Table before = valuesIn(place.fileName());
@@ -129,11 +132,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Preferences::init();
     require(
         Preferences::qsettings->fileName() == place.fileName(), "the store is where it is to be");
-    for (auto key = declared.begin(); key != declared.end(); ++key) {
-        const Pref declaration(key.key(), defaultValue, key.value());
-        const QString value = Preferences::qsettings->value(key.key()).toString();
-        require(got(key.key()) == value, "a declared key can be read");
-        require(before.contains(key.key()) || value == defaultValue, "a missing key is added");
+    for (const char *const key : declaredKeys) {
+        const Pref declaration(key, defaultValue, "One of those.");
+        const QString value = Preferences::qsettings->value(key).toString();
+        require(got(key) == value, "a declared key can be read");
+        require(before.contains(key) || value == defaultValue, "a missing key is added");
     }
     delete Preferences::qsettings; // saves
     Preferences::qsettings = nullptr;
@@ -146,8 +149,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                 qPrintable(value.value().join('|')), qPrintable(now.join('|')));
         require(now == value.value(), "a key that was there is still there");
     }
-    for (auto key = declared.begin(); key != declared.end(); ++key)
-        require(after.contains(key.key()), "a declared key is saved");
+    for (const char *const key : declaredKeys)
+        require(after.contains(key), "a declared key is saved");
     printed();
     return 0;
 }
