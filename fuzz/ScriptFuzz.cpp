@@ -17,6 +17,7 @@
 #include <cstdlib>
 
 #include <dlfcn.h>
+#include <spawn.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -29,13 +30,15 @@ bool scriptIsRunning = false;
 
 } // namespace
 
-/// Takes the place of the C library's, so that no script whatever runs a program. libFuzzer itself
-/// starts some.
-extern "C" int system(const char *command)
+/// Takes the place of the C library's, so that no script whatever runs a program.
+extern "C" int posix_spawn(pid_t *process, const char *path,
+    const posix_spawn_file_actions_t *actions, const posix_spawnattr_t *attributes,
+    char *const arguments[], char *const environment[])
 {
     require(!scriptIsRunning, "no program is run");
-    using System = int (*)(const char *);
-    return reinterpret_cast<System>(dlsym(RTLD_NEXT, "system"))(command);
+    static auto *const next =
+        reinterpret_cast<decltype(&posix_spawn)>(dlsym(RTLD_NEXT, "posix_spawn"));
+    return next(process, path, actions, attributes, arguments, environment);
 }
 
 namespace

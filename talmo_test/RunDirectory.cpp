@@ -86,8 +86,8 @@ void RunDirectory::leave()
 {
     // Not "..": from a directory that was removed, or closed to us, that leads nowhere. It serves
     // where the directory above could not be opened, for want of a descriptor.
-    if (!above.isOpen() || fchdir(above.get()) != 0) [[maybe_unused]]
-        const int unchecked = chdir("..");
+    const bool isBack = above.isOpen() && fchdir(above.get()) == 0;
+    [[maybe_unused]] const bool isAbove = isBack || chdir("..") == 0;
 }
 
 void RunDirectory::remove()

@@ -88,7 +88,8 @@ TEST_F(InterruptionTest, StopsAllAndEndsByTheSignal)
 
 TEST_F(InterruptionTest, ProgramThatCatchesTheSignalAndEndsWellHasFailed)
 {
-    addProgram(QStringLiteral("careful"), "trap 'exit 0' INT\n>../started\nwhile :; do :; done\n");
+    addProgram(QStringLiteral("careful"),
+        "trap 'exit 0' INT\n>../started\nwhile :; do sleep 0.01; done\n");
     write(QStringLiteral("test1"), "=one\n=run exec careful\n");
     write(QStringLiteral("test2"), "=two\n");
     const Outcome outcome = interruptAll(SIGINT);
