@@ -597,6 +597,7 @@ TEST_F(UnitsEntryPoints, UnitGivesTheUnitsOfAnExpression)
     EXPECT_EQ(printed(), reported("X:Syntax error in '1+'"));
     Units::value("4cm", "-", nullptr);
     EXPECT_EQ(Units::unit("$"), "cm"); // nothing to evaluate: the result before
+    EXPECT_EQ(Units::unit(""), "");    // but of no expression there is no unit
     Units::val.clear();
     EXPECT_EQ(Units::unit("$"), ""); // and if there is none
     EXPECT_EQ(Units::unit(""), "");
