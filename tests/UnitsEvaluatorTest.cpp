@@ -218,7 +218,7 @@ TEST_F(UnitsEvaluator, ConditionsSelect)
         {"1:2", ""},
         {":", ""},
         {"1?2:3:4", ""},
-        {"sin(1:2)", ""},
+        {"max(1:2)", ""},
     });
 }
 
