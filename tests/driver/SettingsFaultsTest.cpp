@@ -97,7 +97,7 @@ TEST_F(SettingsFaults, WhatMayNotBeReadIsNotReplaced)
         GTEST_SKIP() << "root may read anything, and cannot be kept from it here";
     writeSettings(someSettings, {});
     const QString ofSettings = QFileInfo(settings).path();
-    for (const mode_t mode : {0000, 0200}) {
+    for (const mode_t mode : {0000U, 0200U}) {
         setMode(settings, mode);
         expectPass();
         setMode(settings, 0600);
