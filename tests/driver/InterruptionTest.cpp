@@ -46,6 +46,22 @@ protected:
         return state != '?' && state != 'Z' && state != 'X';
     }
 
+    /// Starts the driver with all scripts, and sends SIGINT to it alone once it sleeps in the run
+    /// of test1: on its output, which nobody reads before.
+    Outcome interruptAsleep()
+    {
+        QProcess process;
+        startProcess(process, driver, {QStringLiteral("test?")}, environment, work);
+        while (process.state() != QProcess::NotRunning &&
+               (!exists(QStringLiteral("test1.dir")) ||
+                   stateOf(QByteArray::number(process.processId())) != 'S'))
+            QThread::msleep(1);
+        EXPECT_GT(process.processId(), 0);
+        if (process.processId() > 0)
+            kill(static_cast<pid_t>(process.processId()), SIGINT);
+        return outcomeOf(process);
+    }
+
     /// What is printed when the only script that ran, test1, failed with \a error, by \a signal.
     QByteArray stopped(const QByteArray &error, const QByteArray &signal, int notRun) const
     {
@@ -177,13 +193,7 @@ TEST_F(InterruptionTest, WhatDidNotRunIsNoPass)
     const QByteArray heading(1000000, 'h');
     write(QStringLiteral("test1"), "=" + heading + "\n");
     write(QStringLiteral("test2"), "=two\n");
-    QProcess process;
-    startProcess(process, driver, {QStringLiteral("test?")}, environment, work);
-    while (!exists(QStringLiteral("test1.dir")) ||
-           stateOf(QByteArray::number(process.processId())) != 'S')
-        QThread::msleep(1);
-    kill(static_cast<pid_t>(process.processId()), SIGINT);
-    const Outcome outcome = outcomeOf(process);
+    const Outcome outcome = interruptAsleep();
     EXPECT_EQ(outcome.output, preamble("test1 test2") + "test1: " + heading +
                                   "\n***talmo_test: 0 tests failed out of 1 tests\n" +
                                   summary(1, 1).mid(summary(1, 1).indexOf('\n') + 1) +
@@ -196,13 +206,7 @@ TEST_F(InterruptionTest, NoProgramIsStartedAfterASignal)
     // No pipe holds the trace of this comment, so the driver sleeps behind it until it is read.
     write(QStringLiteral("test1"),
         "=one\n=debug\n#" + QByteArray(1000000, 'c') + "\n=run touch ../begun\n");
-    QProcess process;
-    startProcess(process, driver, {QStringLiteral("test1")}, environment, work);
-    while (!exists(QStringLiteral("test1.dir")) ||
-           stateOf(QByteArray::number(process.processId())) != 'S')
-        QThread::msleep(1);
-    kill(static_cast<pid_t>(process.processId()), SIGINT);
-    const Outcome outcome = outcomeOf(process);
+    const Outcome outcome = interruptAsleep();
     EXPECT_TRUE(outcome.output.endsWith(
         stopped("running 'touch' failed, interrupted by SIGINT", "SIGINT", 0)));
     EXPECT_EQ(outcome.signal, SIGINT);
