@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 /// Owns a file descriptor of the system's.
@@ -33,3 +34,15 @@ public:
 private:
     int number;
 };
+
+/// How a directory is opened that is only entered or asked about; it need not be readable for that.
+#ifdef O_PATH
+constexpr int asPlace = O_PATH;
+#else
+constexpr int asPlace = O_RDONLY;
+#endif
+
+inline Descriptor openDirectory(const char *path, int access)
+{
+    return Descriptor(open(path, access | O_DIRECTORY | O_CLOEXEC));
+}

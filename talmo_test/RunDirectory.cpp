@@ -2,6 +2,10 @@
 // must not take the directory that the first is in for a leftover; so each locks the directory of
 // its run. The lock is the system's, on the directory itself, and ends with the process however
 // that ends. Where the file system knows no locks, we go on without.
+//
+// A program may outlive the driver that started it, and go on writing into what is now a leftover.
+// Its files must not be taken for those of the new run. So a leftover is moved to a name of its own
+// first, and removed there; the program goes with it.
 
 #include "RunDirectory.h"
 
@@ -9,6 +13,7 @@
 #include "removeDir.h"
 
 #include <cerrno>
+#include <cstdio>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -18,15 +23,9 @@
 namespace
 {
 
-#ifdef O_PATH
-constexpr int toComeBack = O_PATH; // for a directory that may not be read
-#else
-constexpr int toComeBack = O_RDONLY;
-#endif
-
-Descriptor openDirectory(const char *path, int access)
+bool statusOf(const Descriptor &file, struct stat &status)
 {
-    return Descriptor(open(path, access | O_DIRECTORY | O_CLOEXEC));
+    return file.isOpen() && fstat(file.get(), &status) == 0;
 }
 
 /// True if \a path still names the directory that was opened as \a directory.
@@ -34,29 +33,34 @@ bool isStillNamed(const Descriptor &directory, const char *path)
 {
     struct stat opened = {};
     struct stat named = {};
-    return directory.isOpen() && fstat(directory.get(), &opened) == 0 && lstat(path, &named) == 0 &&
-           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+    return statusOf(directory, opened) && lstat(path, &named) == 0 && isSameFile(opened, named);
+}
+
+/// True if \a error says that we may not do something, now and later.
+bool isOfPermission(int error)
+{
+    return error == EACCES || error == EPERM || error == EROFS;
 }
 
 } // namespace
 
 RunDirectory::RunDirectory(const QString &directoryName)
-    : name(directoryName)
-    , path(Talmo::systemName(directoryName))
+    : path(Talmo::systemName(directoryName))
 {
 }
 
 bool RunDirectory::enter()
 {
-    above = openDirectory(".", toComeBack);
+    above = openDirectory(".", asPlace);
     const bool isNew = make(); // usually there is no leftover
     inUse = !claim();
     if (!inUse && !isNew) {
-        removeDir(name);
+        clear();
         make();
         inUse = !claim();
     }
-    return !inUse && chdir(path) == 0;
+    // By its descriptor: something else may have that name by now.
+    return !inUse && claimed.isOpen() && fchdir(claimed.get()) == 0;
 }
 
 /// Makes the directory; false if something of that name is there, or it cannot be made.
@@ -68,18 +72,72 @@ bool RunDirectory::make()
     return isNew;
 }
 
-/// Locks the directory; false if another driver has it, or had it and took it away meanwhile.
+/// Opens and locks the directory, if it is one; false if another driver has it, or had it and took
+/// it away meanwhile.
 bool RunDirectory::claim()
 {
     if (isStillNamed(claimed, path))
         return true;
-    Descriptor directory = openDirectory(path, O_RDONLY | O_NOFOLLOW);
-    if (!directory.isOpen()) // it may not be read, is a link or a file, or was taken away
+    claimed = openDirectory(path, O_RDONLY | O_NOFOLLOW);
+    const bool isLockable = claimed.isOpen();
+    if (!isLockable && errno == EACCES) // it may be entered, but not read
+        claimed = openDirectory(path, asPlace | O_NOFOLLOW);
+    if (!claimed.isOpen()) // it is a link or a file, or was taken away
         return errno != ENOENT || !mustBeThere;
-    if (flock(directory.get(), LOCK_EX | LOCK_NB) != 0)
-        return errno != EWOULDBLOCK;
-    claimed = std::move(directory);
+    if (isLockable && flock(claimed.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+        return false;
     return isStillNamed(claimed, path);
+}
+
+/// Removes the leftover, or at least moves it out of the way.
+void RunDirectory::clear()
+{
+    if (!claimed.isOpen())
+        removeDir(path); // a link; anything else stays
+    else if (!statusOf(claimed, leftover) || !moveAside())
+        removeIf(leftover, path);
+    else if (removeAside() || (isOfPermission(obstacle.error) && rename(aside, path) == 0))
+        aside = QByteArray();
+}
+
+/// Gives the leftover another name, one that nothing has; false if it cannot be moved.
+bool RunDirectory::moveAside()
+{
+    constexpr int mostNames = 1000;
+    const QByteArray prefix = "talmo_test-leftover-" + QByteArray::number(getpid()) + '-';
+    for (int number = 1; number <= mostNames; ++number) {
+        aside = prefix + QByteArray::number(number);
+        struct stat status = {};
+        if (lstat(aside, &status) == 0)
+            continue;
+        if (rename(path, aside) == 0)
+            return true;
+        break;
+    }
+    aside = QByteArray();
+    return false;
+}
+
+/// Removes the leftover that was moved aside; false if something stays.
+bool RunDirectory::removeAside()
+{
+    constexpr int mostTries = 100; // a program may make files there meanwhile
+    for (int tries = 0; tries < mostTries; ++tries) {
+        if (removeIf(leftover, aside))
+            return true;
+        if (obstacle.error != ENOTEMPTY && obstacle.error != EEXIST && obstacle.error != ENOENT)
+            return false;
+    }
+    return false;
+}
+
+/// Removes \a directory if it is the one with \a identity; false if something stays.
+bool RunDirectory::removeIf(const struct stat &identity, const QByteArray &directory)
+{
+    const bool isRemoved = removeOnly(identity, directory, obstacle);
+    if (!obstacle.mounted.isEmpty() && !mounted.contains(obstacle.mounted))
+        mounted += obstacle.mounted;
+    return isRemoved;
 }
 
 void RunDirectory::leave()
@@ -92,5 +150,18 @@ void RunDirectory::leave()
 
 void RunDirectory::remove()
 {
-    removeDir(name);
+    struct stat identity = {};
+    if (statusOf(claimed, identity))
+        removeIf(identity, path);
+}
+
+QByteArrayList RunDirectory::remarks()
+{
+    QByteArrayList sentences;
+    if (!aside.isNull() && !removeAside() && obstacle.error != ENOENT)
+        sentences += "what an earlier run left in '" + path +
+                     "' could not be removed, and was moved to '" + aside + "'";
+    for (const QByteArray &place : mounted)
+        sentences += "a file system is mounted on '" + place + "', which stays";
+    return sentences;
 }

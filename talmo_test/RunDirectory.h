@@ -1,19 +1,24 @@
 #pragma once
 
 #include "Descriptor.h"
+#include "removeDir.h"
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QString>
 
+#include <sys/stat.h>
+
 /// The directory of one run: made below the current directory, which it replaces until it is left.
-/// While the object lives, no other driver takes the directory for a leftover.
+/// While the object lives, no other driver takes the directory for a leftover. Only what was
+/// entered is ever written into or removed, whatever else takes its name.
 class RunDirectory
 {
 public:
     explicit RunDirectory(const QString &directoryName);
 
-    /// Makes the directory, without what an earlier run left there as far as that can be removed,
-    /// and enters it; false if that is not possible.
+    /// Makes the directory and enters it; false if that is not possible. What an earlier run left
+    /// there is removed. As far as that is not permitted, the run takes place among it.
     bool enter();
 
     /// True if that is not possible because another driver is at work in it.
@@ -25,14 +30,25 @@ public:
     /// Removes the directory that was left.
     void remove();
 
+    /// What stays although nobody would expect it, and why, in a sentence each. To be asked in the
+    /// end, since a program that still writes into a leftover may have ended by then.
+    QByteArrayList remarks();
+
 private:
     bool make();
     bool claim();
+    void clear();
+    bool moveAside();
+    bool removeAside();
+    bool removeIf(const struct stat &identity, const QByteArray &directory);
 
-    QString name;
-    QByteArray path; ///< the name as the system takes it
+    QByteArray path; ///< as the system takes it
     Descriptor above;
     Descriptor claimed;       ///< the directory, locked
     bool mustBeThere = false; ///< unless another driver took it away
     bool inUse = false;
+    QByteArray aside;          ///< where the leftover is that could not be removed; null if nowhere
+    struct stat leftover = {}; ///< its identity
+    Obstacle obstacle;         ///< of the latest removal
+    QByteArrayList mounted;    ///< where removals met other file systems
 };

@@ -1,13 +1,18 @@
 // Works from directory to directory by their descriptors, with no more than two open at a time: so
 // no path is too long, no tree is too deep, and no name can come to mean something else on the way.
-// The way back up is "..", which must lead to where the way down began.
+// The way back up is "..", which must lead to where the way down began. Nor does it lead into
+// another mount: all is in the one that the directory's name stands in.
 
 #include "removeDir.h"
 
-#include "DiskFile.h"
+#include "Descriptor.h"
+#include "mountOf.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -70,48 +75,86 @@ std::vector<Entry> entriesOf(DIR *directory)
     return entries;
 }
 
-/// Removes \a name of the current directory of the process if it is a link, or a directory that
-/// cannot be read but is empty.
-bool removeUnread(const char *name)
+/// The directory that \a path lies in.
+QByteArray directoryOf(const QByteArray &path)
 {
-    struct stat status = {};
-    if (lstat(name, &status) != 0)
-        return false;
-    return S_ISLNK(status.st_mode) ? unlink(name) == 0 : rmdir(name) == 0;
+    const auto slash = path.lastIndexOf('/');
+    return slash < 0 ? "." : path.left(slash + 1);
 }
 
 class Removal
 {
 public:
-    /// Removes \a name of the current directory of the process, a directory or a link.
-    bool run(const char *name);
+    /// Removes the directory or link \a path; if there is an \a identity, only the directory that
+    /// has it.
+    bool run(const QByteArray &path, const struct stat *identity);
+
+    Obstacle obstacle;
 
 private:
     int here() const { return directory ? dirfd(directory.get()) : AT_FDCWD; }
     bool open(const char *name, int flags);
     bool enter(const char *name);
     bool leave();
+    bool removeContents();
     bool removeEntry(const Entry &entry);
+    bool isMounted(int descriptor, const char *name);
+    bool fail();
 
-    Directory directory; ///< the one at hand; none for that of the process
+    std::optional<std::uint64_t> mount; ///< that all must be in
+    Directory directory;                ///< the one at hand; none for that of the process
     std::vector<Level> levels;
 };
 
-bool Removal::run(const char *name)
+bool Removal::run(const QByteArray &path, const struct stat *identity)
 {
-    if (!enter(name))
-        return removeUnread(name);
+    mount = mountOf(openDirectory(directoryOf(path), asPlace).get());
+    struct stat status = {};
+    if (lstat(path, &status) != 0)
+        return fail();
+    if (S_ISLNK(status.st_mode))
+        return identity == nullptr && (unlink(path) == 0 || fail());
+    const bool isEntered = enter(path);
+    const bool isKnown = !directory || fstat(here(), &status) == 0;
+    if (!isKnown || (identity != nullptr && !isSameFile(status, *identity)))
+        return false;
+    if (isEntered)
+        return removeContents();
+    return !directory && (rmdir(path) == 0 || fail()); // one that cannot be read may be empty
+}
+
+/// Notes why a call has just failed, unless an earlier one did.
+bool Removal::fail()
+{
+    if (obstacle.error == 0)
+        obstacle.error = errno;
+    return false;
+}
+
+/// Whether \a name, open as \a descriptor, is in another mount than the rest; notes it if so.
+bool Removal::isMounted(int descriptor, const char *name)
+{
+    if (mountOf(descriptor) == mount)
+        return false;
+    for (const Level &level : levels)
+        obstacle.mounted += QByteArray::fromStdString(level.name) + '/';
+    obstacle.mounted += name;
+    return true;
+}
+
+bool Removal::removeContents()
+{
     while (!levels.empty()) {
         std::vector<Entry> &entries = levels.back().entries;
         if (entries.empty()) {
             if (!leave())
-                return false;
+                return fail();
             continue;
         }
         const Entry entry = std::move(entries.back());
         entries.pop_back();
         if (!removeEntry(entry))
-            return false;
+            return fail();
     }
     return true;
 }
@@ -134,6 +177,8 @@ bool Removal::enter(const char *name)
     // Fails only with the disk; then there would be no way back up.
     const bool known = levels.empty() || fstat(here(), &levels.back().identity) == 0;
     if (!known || !open(name, O_NOFOLLOW))
+        return fail();
+    if (isMounted(here(), name))
         return false;
     levels.push_back({name, entriesOf(directory.get()), {}});
     return true;
@@ -148,9 +193,8 @@ bool Removal::leave()
         directory.reset();
     } else {
         struct stat status = {};
-        const struct stat &expected = levels.back().identity;
-        if (!open("..", 0) || fstat(here(), &status) != 0 || status.st_ino != expected.st_ino ||
-            status.st_dev != expected.st_dev)
+        if (!open("..", 0) || fstat(here(), &status) != 0 ||
+            !isSameFile(status, levels.back().identity))
             return false;
     }
     return unlinkat(here(), name.c_str(), AT_REMOVEDIR) == 0;
@@ -159,15 +203,33 @@ bool Removal::leave()
 bool Removal::removeEntry(const Entry &entry)
 {
     const char *const name = entry.name.c_str();
-    if (!entry.isDirectory)
-        return unlinkat(here(), name, 0) == 0;
-    return unlinkat(here(), name, AT_REMOVEDIR) == 0 || enter(name); // it may be empty
+    if (entry.isDirectory)
+        return unlinkat(here(), name, AT_REMOVEDIR) == 0 || enter(name); // it may be empty
+    if (unlinkat(here(), name, 0) == 0)
+        return true;
+    const int error = errno;
+    if (error == EBUSY) // a file, too, can have another one mounted on it
+        isMounted(Descriptor(openat(here(), name, asPlace | O_NOFOLLOW | O_CLOEXEC)).get(), name);
+    errno = error;
+    return false;
 }
 
 } // namespace
 
-bool removeDir(const QString &path)
+bool isSameFile(const struct stat &one, const struct stat &other)
 {
-    const QByteArray name = Talmo::systemName(path);
-    return !name.isEmpty() && Removal().run(name);
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+bool removeDir(const QByteArray &path)
+{
+    return Removal().run(path, nullptr);
+}
+
+bool removeOnly(const struct stat &identity, const QByteArray &path, Obstacle &obstacle)
+{
+    Removal removal;
+    const bool isRemoved = removal.run(path, &identity);
+    obstacle = removal.obstacle;
+    return isRemoved;
 }

@@ -141,16 +141,13 @@ void reportFailure(const QString &testName, const QString &error)
     std::fflush(stdout);
 }
 
-/// Runs \a script once, for \a program, in a directory of its own, and reports. The directory of a
-/// failing run is kept.
-bool runOnce(ScriptReader &script, const QString &program, const QString &testName,
-    const QString &description)
+/// Runs \a script once, for \a program, in \a directory, and reports. The directory of a failing
+/// run is kept.
+bool runIn(RunDirectory &directory, ScriptReader &script, const QString &program,
+    const QString &testName, const QString &description)
 {
-    if (Debug > 0)
-        std::printf("==== start test %s\n", qPrintable(testName));
-    const QString dirName = testName + QStringLiteral(".dir");
-    RunDirectory directory(dirName);
     if (!directory.enter()) {
+        const QString dirName = testName + QStringLiteral(".dir");
         std::printf(directory.isInUse()
                         ? "%s: ***ERROR: directory '%s' is in use by another talmo_test\n"
                         : "%s: ***ERROR: cannot cd to '%s'\n",
@@ -169,8 +166,22 @@ bool runOnce(ScriptReader &script, const QString &program, const QString &testNa
     if (Debug < 1)
         directory.remove();
     --Debug; // Deliberate: on every pass, "=debug" or not, and never on a failure
-    std::fflush(stdout);
     return true;
+}
+
+/// Does so in a directory of its own, and says if anything unexpected stays there.
+bool runOnce(ScriptReader &script, const QString &program, const QString &testName,
+    const QString &description)
+{
+    if (Debug > 0)
+        std::printf("==== start test %s\n", qPrintable(testName));
+    RunDirectory directory(testName + QStringLiteral(".dir"));
+    const bool passed = runIn(directory, script, program, testName, description);
+    const QByteArrayList remarks = directory.remarks();
+    for (const QByteArray &remark : remarks)
+        std::printf("***talmo_test: %s\n", remark.constData());
+    std::fflush(stdout);
+    return passed;
 }
 
 /// The programs that \a script runs for, as the line after its heading tells; one empty name if

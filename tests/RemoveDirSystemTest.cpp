@@ -70,7 +70,10 @@ protected:
     RemoveDirSystem() { theSystem = System(); }
     ~RemoveDirSystem() override { theSystem = System(); }
 
-    QString pathOf(const QString &path) const { return folder.filePath(path); }
+    QByteArray pathOf(const QString &path) const
+    {
+        return QFile::encodeName(folder.filePath(path));
+    }
 
     void write(const QString &path) const
     {
@@ -147,7 +150,6 @@ TEST_F(RemoveDirSystem, WhatIsNoDirectoryIsNotRemoved)
     EXPECT_FALSE(removeDir(""));
     EXPECT_FALSE(removeDir(pathOf("none")));
     EXPECT_FALSE(removeDir(pathOf("file")));
-    EXPECT_FALSE(removeDir(pathOf(QString::fromLatin1("cut\0off", 7)))); // the system would cut it
     EXPECT_TRUE(exists("cut/kept"));
     EXPECT_TRUE(exists("file"));
 }

@@ -1,11 +1,14 @@
 #include "Printing.h"
 #include "RunDirectory.h"
+#include "mountOf.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <cstdio>
 #include <functional>
+#include <optional>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -24,6 +27,9 @@ namespace
 struct System {
     std::function<void()> afterMaking;
     std::function<void()> beforeEntering;
+    bool hasLocks = true;
+    int openings = -1; ///< how many files can still be opened; without limit if negative
+    bool tellsOfMounts = true;
 } theSystem;
 
 template <typename Function>
@@ -51,12 +57,44 @@ extern "C" int mkdir(const char *path, mode_t mode) noexcept
     return result;
 }
 
-extern "C" int chdir(const char *path) noexcept
+extern "C" int fchdir(int directory) noexcept
 {
-    static auto *const next = original<int(const char *)>("chdir");
+    static auto *const next = original<int(int)>("fchdir");
     if (theSystem.beforeEntering)
         theSystem.beforeEntering();
-    return next(path);
+    return next(directory);
+}
+
+extern "C" int flock(int file, int operation) noexcept
+{
+    static auto *const next = original<int(int, int)>("flock");
+    if (theSystem.hasLocks)
+        return next(file, operation);
+    errno = ENOLCK;
+    return -1;
+}
+
+extern "C" int open(const char *path, int flags, ...)
+{
+    static auto *const next = original<int(const char *, int, mode_t)>("open64");
+    if (theSystem.openings == 0) {
+        errno = EMFILE;
+        return -1;
+    }
+    if (theSystem.openings > 0)
+        --theSystem.openings;
+    return next(path, flags, 0600);
+}
+
+extern "C" int statx(
+    int file, const char *path, int flags, unsigned wanted, struct statx *status) noexcept
+{
+    static auto *const next =
+        original<int(int, const char *, int, unsigned, struct statx *)>("statx");
+    if (theSystem.tellsOfMounts)
+        return next(file, path, flags, wanted, status);
+    errno = ENOSYS;
+    return -1;
 }
 
 namespace
@@ -114,4 +152,67 @@ TEST_F(RunDirectorySystem, ALinkToNothingIsRemoved)
     EXPECT_TRUE(directory.enter());
     directory.leave();
     EXPECT_TRUE(QFileInfo("run").isDir());
+}
+
+TEST_F(RunDirectorySystem, ALinkThatTakesItsNameMeanwhileIsNotFollowed)
+{
+    makeDirectory("other");
+    theSystem.beforeEntering = [] {
+        theSystem.beforeEntering = nullptr;
+        EXPECT_EQ(rename("run", "moved"), 0);
+        EXPECT_EQ(symlink("other", "run"), 0);
+    };
+    RunDirectory directory("run");
+    EXPECT_TRUE(directory.enter());
+    EXPECT_EQ(QDir::currentPath(), QFileInfo("../moved").canonicalFilePath());
+    directory.leave();
+    directory.remove();
+    EXPECT_TRUE(QFileInfo("run").isSymLink());
+    EXPECT_TRUE(QFileInfo("other").isDir());
+    EXPECT_EQ(directory.remarks(), QByteArrayList());
+}
+
+TEST_F(RunDirectorySystem, WithoutLocksItIsEnteredAndClearedAllTheSame)
+{
+    theSystem.hasLocks = false;
+    makeDirectory("run");
+    makeDirectory("run/old");
+    RunDirectory directory("run");
+    EXPECT_TRUE(directory.enter());
+    EXPECT_FALSE(directory.isInUse());
+    EXPECT_FALSE(QFile::exists("old"));
+    directory.leave();
+    directory.remove();
+    EXPECT_FALSE(QFile::exists("run"));
+}
+
+TEST_F(RunDirectorySystem, WithoutADescriptorForItItIsNotEntered)
+{
+    const QString here = QDir::currentPath();
+    for (const int openings : {0, 1}) { // one suffices for the way back
+        SCOPED_TRACE(openings);
+        RunDirectory directory("run");
+        theSystem.openings = openings;
+        EXPECT_FALSE(directory.enter());
+        EXPECT_FALSE(directory.isInUse());
+        theSystem.openings = -1;
+        EXPECT_EQ(QDir::currentPath(), here);
+        rmdir("run");
+    }
+}
+
+TEST_F(RunDirectorySystem, TheMountOfAFileIsKnownToOlderSystemsToo)
+{
+    std::optional<std::uint64_t> mounts[2][3];
+    for (int telling = 0; telling < 2; ++telling) {
+        theSystem.tellsOfMounts = telling != 0;
+        const char *const places[] = {"/", "/proc", "."};
+        for (int place = 0; place < 3; ++place)
+            mounts[telling][place] = mountOf(openDirectory(places[place], asPlace).get());
+    }
+    EXPECT_TRUE(mounts[1][0].has_value());
+    EXPECT_NE(mounts[1][0], mounts[1][1]);
+    for (int place = 0; place < 3; ++place)
+        EXPECT_EQ(mounts[0][place], mounts[1][place]);
+    EXPECT_FALSE(mountOf(-1).has_value());
 }

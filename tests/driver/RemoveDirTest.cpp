@@ -157,12 +157,25 @@ TEST_F(RemoveDir, ALinkInThePlaceOfALeftoverGoesAndItsTargetStays)
     EXPECT_EQ(entries(), QStringList({"reference/", "reference/data", "test1"}));
 }
 
-TEST_F(RemoveDir, ALinkThatARunPutInThePlaceOfItsDirectoryGoesAndItsTargetStays)
+TEST_F(RemoveDir, WhatARunPutInThePlaceOfItsDirectoryIsNotRemoved)
 {
-    write("reference/data", "1 2 3\n");
-    addProgram("swap", "rm -r ../test1.dir && ln -s reference ../test1.dir");
-    EXPECT_EQ(runScript("=heading\n=run swap > /dev/null\n"), "test1: heading\n");
-    EXPECT_EQ(entries(), QStringList({"reference/", "reference/data", "test1"}));
+    const char *const bodies[] = {
+        "rm -r ../test1.dir && ln -s reference ../test1.dir",
+        "mv ../test1.dir ../away && ln -s reference ../test1.dir",
+        "rm -r ../test1.dir && mv ../reference ../test1.dir",
+        "mv ../test1.dir ../away && mv ../reference ../test1.dir",
+    };
+    for (const char *body : bodies) {
+        SCOPED_TRACE(body);
+        write("reference/data", "1 2 3\n");
+        addProgram("swap", body);
+        EXPECT_EQ(runScript("=heading\n=run swap > /dev/null\n"), "test1: heading\n");
+        EXPECT_EQ(read("test1.dir/data"), "1 2 3\n");
+        for (const char *name : {"test1.dir", "away", "reference"}) {
+            QFile::remove(work + '/' + name);
+            QDir(work + '/' + name).removeRecursively();
+        }
+    }
 }
 
 TEST_F(RemoveDir, LeavesWhatIsNotTheRunsOwn)
@@ -181,6 +194,73 @@ TEST_F(RemoveDir, AFileInThePlaceOfTheDirectoryStays)
     addProgram("swap", "rm -r ../test1.dir && touch ../test1.dir");
     EXPECT_EQ(runScript("=heading\n=run swap > /dev/null\n"), "test1: heading\n");
     EXPECT_EQ(entries(), QStringList({"test1", "test1.dir"}));
+}
+
+// File systems that are mounted where a directory is removed, with data that are somebody's.
+class RemoveDirWithMounts : public RemoveDir
+{
+protected:
+    void SetUp() override
+    {
+        write("precious/data", "1 2 3\n");
+        write("precious/deep/data", "4 5 6\n");
+    }
+
+    /// Runs the script, with the file system of the shell lines \a mounting there, and expects that
+    /// it prints \a printed and loses nothing.
+    void expectKept(const QByteArray &mounting, const QByteArray &script, const QByteArray &printed)
+    {
+        SCOPED_TRACE((mounting + script).toStdString());
+        const QString plain = driver;
+        if (!mountPrivately(mounting))
+            GTEST_SKIP() << "mounting is not allowed here";
+        EXPECT_EQ(runScript(script), printed);
+        EXPECT_EQ(read("precious/data"), "1 2 3\n");
+        EXPECT_EQ(read("precious/deep/data"), "4 5 6\n");
+        driver = plain;
+    }
+
+    const QByteArray stays = "', which stays\n";
+};
+
+TEST_F(RemoveDirWithMounts, OneThatARunMadeStaysAndTheRunPasses)
+{
+    expectKept("", "=heading\n=run mkdir -p a/m\n=run mount --bind ../precious a/m\n",
+        "test1: heading\n***talmo_test: a file system is mounted on 'test1.dir/a/m" + stays);
+    expectKept("", "=heading\n=run touch m\n=run mount --bind ../precious/data m\n",
+        "test1: heading\n***talmo_test: a file system is mounted on 'test1.dir/m" + stays);
+    expectKept("", "=heading\n=run mkdir m\n=run mount -t tmpfs none m\n=run touch m/x\n",
+        "test1: heading\n***talmo_test: a file system is mounted on 'test1.dir/m" + stays);
+}
+
+TEST_F(RemoveDirWithMounts, OneInALeftoverStaysAndTheRunHasADirectoryOfItsOwn)
+{
+    const QByteArray script = "=heading\n=ignore old\n=exists old\n=ignore m\n=exists m\n";
+    write("test1.dir/m/empty", "");
+    write("test1.dir/old", "");
+    const QString plain = driver;
+    if (!mountPrivately("mount --bind \"$work/precious\" \"$work/test1.dir/m\"\n"))
+        GTEST_SKIP() << "mounting is not allowed here";
+    const QByteArray printed = runScript(script);
+    EXPECT_TRUE(printed.startsWith("test1: heading\n***talmo_test: what an earlier run left in "
+                                   "'test1.dir' could not be removed, and was moved to "
+                                   "'talmo_test-leftover-"))
+        << printed.toStdString();
+    EXPECT_TRUE(printed.contains("\n***talmo_test: a file system is mounted on "
+                                 "'talmo_test-leftover-"));
+    EXPECT_TRUE(printed.endsWith("-1/m" + stays));
+    EXPECT_EQ(read("precious/data"), "1 2 3\n");
+    EXPECT_EQ(read("precious/deep/data"), "4 5 6\n");
+    EXPECT_FALSE(exists("test1.dir"));
+}
+
+TEST_F(RemoveDirWithMounts, OneInThePlaceOfTheDirectoryStaysAndTheRunIsInIt)
+{
+    write("test1.dir/old", "");
+    expectKept("mount --bind \"$work/precious\" \"$work/test1.dir\"\n",
+        "=heading\n=exists data\n=file made\n",
+        "test1: heading\n***talmo_test: a file system is mounted on 'test1.dir" + stays);
+    EXPECT_TRUE(exists("precious/made"));
 }
 
 // The rest needs permissions that hold.
@@ -247,6 +327,25 @@ TEST_F(RemoveDirWithPermissions, LinksGoWithTheKindOfWhatTheyLeadTo)
     EXPECT_EQ(entries(),
         QStringList({"reference/", "reference/data", "test1", "test1.dir/", "test1.dir/A",
             "test1.dir/B", "test1.dir/b/", "test1.dir/b/x", "test1.dir/c", "test1.dir/file"}));
+}
+
+TEST_F(RemoveDirWithPermissions, ALinkThatCannotBeRemovedIsNotFollowed)
+{
+    write("reference/data", "1 2 3\n");
+    write("test1", "=heading\n=file data\n4 5 6\n");
+    link("reference", "test1.dir");
+    restrict(".", 0500);
+    expectRun({"test1"}, "test1", "test1: ***ERROR: cannot cd to 'test1.dir'\n", 1, 1);
+    EXPECT_EQ(read("reference/data"), "1 2 3\n");
+}
+
+TEST_F(RemoveDirWithPermissions, ALeftoverThatCannotBeMovedIsEmptiedWhereItIs)
+{
+    write("test1.dir/old/x", "");
+    write("test1", "=heading\n=ignore old\n=exists old\n=file made\n");
+    restrict(".", 0500);
+    expectRun({"test1"}, "test1", "test1: heading\n", 0, 1);
+    EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/"}));
 }
 
 TEST_F(RemoveDirWithPermissions, ADirectoryThatStaysIsNoFailure)

@@ -66,18 +66,6 @@ TEST_F(RunDirectoryTest, ProgramClosesItToEverybody)
     QFile::setPermissions(directory, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
-TEST_F(RunDirectoryTest, WorkingDirectoryIsGone)
-{
-    const QString command = QStringLiteral("mkdir gone; cd gone; rmdir ../gone; exec \"$0\" -d");
-    const Outcome outcome = runProcess(
-        QStringLiteral("/bin/sh"), {QStringLiteral("-c"), command, driver}, environment, work);
-    EXPECT_TRUE(outcome.output.contains("talmo_test: executing tests in ''\n"));
-    EXPECT_TRUE(outcome.output.contains("test03_run: ***ERROR: cannot cd to 'test03_run.dir'\n"));
-    EXPECT_FALSE(outcome.output.contains("All tests passed"));
-    EXPECT_EQ(outcome.status, 2);
-    EXPECT_EQ(entries(), QStringList());
-}
-
 TEST_F(RunDirectoryTest, IsNotTakenFromADriverAtWork)
 {
     addProgram(QStringLiteral("slow"), ">../started\nwhile [ ! -e ../go ]; do sleep 0.01; done\n");
@@ -109,6 +97,32 @@ TEST_F(RunDirectoryTest, IsALeftoverOnceItsDriverWasKilled)
     EXPECT_EQ(outcomeOf(first).signal, SIGKILL);
     write(QStringLiteral("test1"), "=one\n=ignore does not exist\n=exists data\n");
     expectRun({QStringLiteral("test1")}, "test1", "test1: one\n", 0, 1);
+    write(QStringLiteral("go"), "");
+    while (!exists(QStringLiteral("gone")))
+        QThread::msleep(1);
+}
+
+TEST_F(RunDirectoryTest, IsNotSharedWithAProgramThatOutlivedItsDriver)
+{
+    // It goes on writing, as fast as it can, what would let the next run pass.
+    const QByteArray path = work.toUtf8() + '/';
+    addProgram(QStringLiteral("busy"),
+        "while [ ! -e " + path + "go ]; do echo 1 >result; mkdir -p d; >../started; done 2>&-\n>" +
+            path + "gone\n");
+    write(QStringLiteral("test1"), "=one\n=run busy\n");
+    startProcess(first, driver, {QStringLiteral("test1")}, environment, work);
+    waitFor(QStringLiteral("started"));
+    first.kill();
+    EXPECT_EQ(outcomeOf(first).signal, SIGKILL);
+    write(QStringLiteral("test1"),
+        "=one\n=file reference\n1\n=run sleep 0.1\n=compare result reference 0\n");
+    for (int round = 0; round < 10; ++round) {
+        const Outcome outcome = run({QStringLiteral("test1")});
+        EXPECT_TRUE(outcome.output.startsWith(
+            preamble("test1") + "test1: ***ERROR: Cannot read file 'result'\n"))
+            << outcome.output.toStdString();
+        EXPECT_EQ(outcome.status, 2);
+    }
     write(QStringLiteral("go"), "");
     while (!exists(QStringLiteral("gone")))
         QThread::msleep(1);
