@@ -10,6 +10,7 @@
 #include <new>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -30,13 +31,35 @@ auto uninterrupted(Call call)
     return result;
 }
 
-int openDescriptor(const QString &name, int flags)
+// For the other end of a FIFO, one pause after the other.
+constexpr int pause = 10; // milliseconds
+constexpr int mostPauses = 1000;
+
+/// Opens \a path without waiting for the other end of a FIFO.
+int openDescriptor(const QByteArray &path, int flags)
 {
-    const QByteArray path = systemName(name);
     if (path.isEmpty())
         return -1;
     constexpr mode_t allMayReadAndWrite = 0666; // less what the process masks out
-    return uninterrupted([&] { return ::open(path, flags | O_CLOEXEC, allMayReadAndWrite); });
+    const auto attempt = [&](int more) {
+        return uninterrupted(
+            [&] { return ::open(path, flags | more | O_CLOEXEC, allMayReadAndWrite); });
+    };
+    const int descriptor = attempt(O_NONBLOCK);
+    // The file is lent to a file server, which gives it back to those who wait.
+    return descriptor < 0 && errno == EWOULDBLOCK ? attempt(0) : descriptor;
+}
+
+/// Lets calls on \a descriptor wait as long as they must.
+void waitFromNowOn(int descriptor)
+{
+    fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
+}
+
+bool isFifo(const QByteArray &path)
+{
+    struct stat status = {};
+    return ::stat(path, &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
 /// Drops the carriage returns among \a count bytes; how many are left.
@@ -84,13 +107,21 @@ bool makeRoom(QByteArray &text, qint64 size)
 
 bool DiskFile::openToRead(const QString &name)
 {
+    return openPath(systemName(name));
+}
+
+bool DiskFile::openPath(const QByteArray &path)
+{
     close();
-    descriptor = openDescriptor(name, O_RDONLY);
+    descriptor = openDescriptor(path, O_RDONLY);
     struct stat status = {}; // what is open has one, unless the disk is broken
     if (descriptor < 0 || fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
         close();
         return false;
     }
+    awaitsWriter = S_ISFIFO(status.st_mode);
+    if (!S_ISREG(status.st_mode) && !awaitsWriter)
+        waitFromNowOn(descriptor);
     size = S_ISREG(status.st_mode) ? status.st_size : 0;
     hasFailed = false;
     return true;
@@ -99,14 +130,46 @@ bool DiskFile::openToRead(const QString &name)
 bool DiskFile::openToWrite(const QString &name)
 {
     close();
-    descriptor = openDescriptor(name, O_WRONLY | O_CREAT | O_TRUNC);
+    const QByteArray path = systemName(name);
+    descriptor = openDescriptor(path, O_WRONLY | O_CREAT | O_TRUNC);
+    const bool awaitsReader = descriptor < 0 && errno == ENXIO && isFifo(path);
+    for (int pauses = 0; awaitsReader && descriptor < 0 && pauses < mostPauses; ++pauses) {
+        poll(nullptr, 0, pause);
+        descriptor = openDescriptor(path, O_WRONLY);
+    }
+    if (descriptor < 0 && awaitsReader)
+        missing = "reads";
+    if (descriptor >= 0)
+        waitFromNowOn(descriptor);
     return descriptor >= 0;
+}
+
+/// Reads from a FIFO for the first time, as soon as somebody has opened it for writing.
+qint64 DiskFile::readFromWriter(char *target, size_t count)
+{
+    for (int pauses = 0; pauses < mostPauses; ++pauses) {
+        // Tells of bytes, and of a writer that has gone, but not of one that did not write yet;
+        // without one, reading finds the end.
+        pollfd fifo = {descriptor, POLLIN, 0};
+        poll(&fifo, 1, pause);
+        const qint64 got = uninterrupted([&] { return ::read(descriptor, target, count); });
+        if (got == 0 && fifo.revents == 0)
+            continue;
+        awaitsWriter = false;
+        waitFromNowOn(descriptor);
+        const bool isSlow = got < 0 && errno == EWOULDBLOCK;
+        return isSlow ? uninterrupted([&] { return ::read(descriptor, target, count); }) : got;
+    }
+    missing = "writes";
+    return -1;
 }
 
 qint64 DiskFile::readBytes(char *target, qint64 count)
 {
     const auto wanted = static_cast<size_t>(count);
-    const qint64 got = uninterrupted([&] { return ::read(descriptor, target, wanted); });
+    const qint64 got = awaitsWriter
+                           ? readFromWriter(target, wanted)
+                           : uninterrupted([&] { return ::read(descriptor, target, wanted); });
     if (got < 0)
         hasFailed = true;
     return std::max<qint64>(got, 0);
@@ -160,7 +223,16 @@ bool DiskFile::close()
     const bool closed = descriptor < 0 || ::close(descriptor) == 0;
     descriptor = -1;
     size = 0;
+    awaitsWriter = false;
+    missing = nullptr;
     return closed;
+}
+
+QString DiskFile::remark() const
+{
+    return missing == nullptr
+               ? QString()
+               : QStringLiteral(", a FIFO that nobody %1").arg(QLatin1String(missing));
 }
 
 QByteArray systemName(const QString &name)

@@ -19,10 +19,15 @@ public:
     DiskFile &operator=(const DiskFile &) = delete;
     ~DiskFile() { close(); }
 
-    /// Opens \a name for reading; false if that fails, or if it is a directory.
+    /// Opens \a name for reading; false if that fails, or if it is a directory. A FIFO is opened at
+    /// once; the first read waits up to ten seconds for somebody who writes, or else fails.
     bool openToRead(const QString &name);
 
-    /// Creates \a name, or empties it, for writing; false if that fails.
+    /// Does the same with \a path as the system takes it.
+    bool openPath(const QByteArray &path);
+
+    /// Creates \a name, or empties it, for writing; false if that fails, as it does for a FIFO that
+    /// nobody reads within ten seconds.
     bool openToWrite(const QString &name);
 
     /// Reads up to \a size bytes, at least 1, as text: carriage returns are dropped. Returns how
@@ -41,15 +46,21 @@ public:
     /// True once reading has failed.
     bool failed() const { return hasFailed; }
 
+    /// What a message that the file cannot be read or written should add; usually nothing.
+    QString remark() const;
+
     /// How many bytes the file had when it was opened to be read; 0 if it is none on a disk.
     qint64 sizeAtOpening() const { return size; }
 
 private:
     qint64 readBytes(char *target, qint64 count);
+    qint64 readFromWriter(char *target, size_t count);
 
     int descriptor = -1;
     qint64 size = 0;
     bool hasFailed = false;
+    bool awaitsWriter = false;     ///< a FIFO that was not read yet
+    const char *missing = nullptr; ///< what nobody did to the FIFO
 };
 
 /// The name of a file as the system takes it; null if it holds a NUL.

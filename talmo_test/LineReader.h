@@ -38,6 +38,9 @@ public:
     /// True if the lines ended because reading failed, or because one is too long for memory.
     bool failed() const { return file.failed() || outOfMemory; }
 
+    /// What a message about that should add; usually nothing.
+    QString remark() const { return file.remark(); }
+
 private:
     void readWholeLine();
     void readBlock();

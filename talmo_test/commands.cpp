@@ -19,9 +19,9 @@ using namespace Talmo;
 namespace
 {
 
-QString cannotWrite(const QString &fileName)
+QString cannotWrite(const QString &fileName, const DiskFile &file)
 {
-    return QStringLiteral("Cannot write file '%1'").arg(fileName);
+    return QStringLiteral("Cannot write file '%1'").arg(fileName) + file.remark();
 }
 
 /// \a words from index \a first on, joined by single blanks.
@@ -58,7 +58,7 @@ void fileCommand(Invocation &invocation)
     const QString &name = invocation.words[1];
     DiskFile file;
     if (!file.openToWrite(name)) {
-        invocation.error = cannotWrite(name);
+        invocation.error = cannotWrite(name, file);
         return;
     }
     const std::string_view body = invocation.script.readUntil("=");
@@ -67,7 +67,7 @@ void fileCommand(Invocation &invocation)
         written = file.write("\n") && written;
     written = file.close() && written;
     if (!written) // the run must not go on with half a file
-        invocation.error = cannotWrite(name);
+        invocation.error = cannotWrite(name, file);
 }
 
 /// \a path from behind its last '/' on.
@@ -140,7 +140,7 @@ void testbeamCommand(Invocation &invocation)
     }
     DiskFile file;
     if (!file.openToWrite(words[1])) {
-        invocation.error = cannotWrite(words[1]);
+        invocation.error = cannotWrite(words[1], file);
         return;
     }
     beam.write(joined(words, 0), [&file](std::string_view text) { return file.write(text); });

@@ -24,9 +24,9 @@ const char *const differenceMessages[] = {
 };
 static_assert(std::size(differenceMessages) == Difference::Value + 1);
 
-QString cannotRead(const QString &fileName)
+QString cannotRead(const QString &fileName, const LineReader &file)
 {
-    return QStringLiteral("Cannot read file '%1'").arg(fileName);
+    return QStringLiteral("Cannot read file '%1'").arg(fileName) + file.remark();
 }
 
 QString describe(const Difference &difference, const QString &name1, const QString &name2)
@@ -67,11 +67,11 @@ void compareCommand(Invocation &invocation)
     LineReader file1;
     LineReader file2;
     if (!file1.open(name1)) {
-        invocation.error = cannotRead(name1);
+        invocation.error = cannotRead(name1, file1);
         return;
     }
     if (!file2.open(name2)) {
-        invocation.error = cannotRead(name2);
+        invocation.error = cannotRead(name2, file2);
         return;
     }
     std::vector<double> tolerances;
@@ -82,7 +82,7 @@ void compareCommand(Invocation &invocation)
     const Difference difference = tolerances.empty() ? compareExactly(file1, file2)
                                                      : compareColumns(file1, file2, tolerances);
     if (file1.failed() || file2.failed())
-        invocation.error = cannotRead(file1.failed() ? name1 : name2);
+        invocation.error = file1.failed() ? cannotRead(name1, file1) : cannotRead(name2, file2);
     else if (difference.kind != Difference::None)
         invocation.error = describe(difference, name1, name2);
 }

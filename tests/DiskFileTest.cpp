@@ -8,6 +8,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -84,6 +85,59 @@ TEST_F(DiskFileTest, ReadsAPipeToItsEnd)
     EXPECT_EQ(file.sizeAtOpening(), 0);
     EXPECT_TRUE(file.readAllText() == QByteArray(1000000, '\0') + '\n');
     pclose(pipe);
+}
+
+TEST_F(DiskFileTest, ReadsAFifoWhoeverOpensItFirst)
+{
+    const QByteArray fifo = QFile::encodeName(pathOf("fifo"));
+    ASSERT_EQ(mkfifo(fifo, 0600), 0);
+    const struct {
+        QByteArray writer;
+        QByteArray text;
+    } rows[] = {
+        {"(sleep 0.1; echo late >fifo) &", "late\n"},
+        {"(exec >fifo; sleep 0.1; echo open; sleep 0.1; echo before) &", "open\nbefore\n"},
+        {"(sleep 0.1; :>fifo) &", ""}, // it opens the fifo, and writes nothing
+        {"(sleep 0.1; exec >fifo; sleep 0.1) &", ""},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.writer.toStdString());
+        ASSERT_EQ(std::system("cd '" + QFile::encodeName(pathOf("")) + "'; " + row.writer), 0);
+        DiskFile file;
+        ASSERT_TRUE(file.openToRead(pathOf("fifo")));
+        EXPECT_EQ(file.readAllText(), row.text);
+        EXPECT_FALSE(file.failed());
+        EXPECT_EQ(file.remark(), "");
+    }
+}
+
+TEST_F(DiskFileTest, WritesIntoAFifoWhoeverOpensItFirst)
+{
+    ASSERT_EQ(mkfifo(QFile::encodeName(pathOf("fifo")), 0600), 0);
+    const QByteArray folder = QFile::encodeName(pathOf(""));
+    ASSERT_EQ(std::system("cd '" + folder + "'; (sleep 0.1; cat fifo >copy; mv copy done) &"), 0);
+    const QByteArray much(1000000, 'x'); // more than a FIFO holds
+    DiskFile file;
+    ASSERT_TRUE(file.openToWrite(pathOf("fifo")));
+    EXPECT_TRUE(file.write({much.data(), static_cast<size_t>(much.size())}));
+    EXPECT_TRUE(file.close());
+    while (!existsOnDisk(pathOf("done")))
+        usleep(1000);
+    EXPECT_EQ(QFileInfo(pathOf("done")).size(), much.size());
+}
+
+TEST_F(DiskFileTest, DoesNotWaitForEverForTheOtherEndOfAFifo)
+{
+    ASSERT_EQ(mkfifo(QFile::encodeName(pathOf("fifo")), 0600), 0);
+    DiskFile file;
+    ASSERT_TRUE(file.openToRead(pathOf("fifo")));
+    EXPECT_EQ(file.readAllText(), "");
+    EXPECT_TRUE(file.failed());
+    EXPECT_EQ(file.remark(), ", a FIFO that nobody writes");
+    EXPECT_FALSE(file.openToWrite(pathOf("fifo")));
+    EXPECT_EQ(file.remark(), ", a FIFO that nobody reads");
+    EXPECT_FALSE(file.openToRead("no such file"));
+    EXPECT_EQ(file.remark(), "");
 }
 
 TEST_F(DiskFileTest, OpensOnlyWhatItCan)

@@ -10,6 +10,10 @@
 
 #include <csignal>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace
 {
 
@@ -227,25 +231,24 @@ TEST_F(InterruptionTest, SigquitIsForTheProgramAlone)
 
 TEST_F(InterruptionTest, AnotherSignalLaterEndsWhateverTheDriverWaitsFor)
 {
-    const struct {
-        const char *lines;
-        const char *begun; ///< there once the driver waits
-    } rows[] = {
-        {"=run mkfifo never\n=compare never never\n", "test1.dir/never"},
-        {"=run touch ../started; exec sleep 20\n", "started"},
-    };
-    for (const auto &[lines, begun] : rows) {
+    const QByteArray never = QFile::encodeName(work) + "/never";
+    ASSERT_EQ(mkfifo(never, 0600), 0);
+    const int writer = open(never, O_RDWR | O_CLOEXEC); // which never writes
+    for (const char *const lines : {"=run touch ../started\n=compare ../never ../never\n",
+             "=run touch ../started; exec sleep 20\n"}) {
         SCOPED_TRACE(lines);
+        QFile::remove(work + QStringLiteral("/started"));
         write(QStringLiteral("test1"), "=one\n" + QByteArray(lines));
         QProcess process;
         startProcess(process, driver, {QStringLiteral("test1")}, environment, work);
-        while (!exists(QLatin1String(begun)))
+        while (!exists(QStringLiteral("started")))
             QThread::msleep(1);
         while (!process.waitForFinished(100))
             kill(static_cast<pid_t>(process.processId()), SIGINT);
         EXPECT_EQ(outcomeOf(process).signal, SIGINT);
         EXPECT_TRUE(exists(QStringLiteral("test1.dir")));
     }
+    close(writer);
 }
 
 TEST_F(InterruptionTest, IgnoredSignalsStayIgnored)
