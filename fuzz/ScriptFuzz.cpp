@@ -175,7 +175,7 @@ bool passes(const QString &script)
     const SmallFiles limit;
     Debug = 0;
     scriptIsRunning = true;
-    const bool passed = runTest(script);
+    const bool passed = runTest(QFile::encodeName(script));
     scriptIsRunning = false;
     return passed;
 }

@@ -9,12 +9,13 @@
 namespace Talmo
 {
 
-bool ScriptReader::open(const QString &path)
+bool ScriptReader::open(const QByteArray &path)
 {
     DiskFile file;
-    if (!file.openToRead(path))
+    if (!file.openPath(path))
         return false;
     content = file.readAllText();
+    addition = file.remark();
     text = std::string_view(content.constData(), static_cast<size_t>(content.size()));
     text.remove_prefix(byteOrderMarkLength(text));
     next = 0;

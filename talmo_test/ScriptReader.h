@@ -13,8 +13,11 @@ namespace Talmo
 class ScriptReader
 {
 public:
-    /// Reads \a path whole; false if that fails.
-    bool open(const QString &path);
+    /// Reads \a path, as the system takes it, whole; false if that fails.
+    bool open(const QByteArray &path);
+
+    /// What a message that open failed should add; usually nothing.
+    const QString &remark() const { return addition; }
 
     /// The next line, without its end; null at the end of the script. An empty line is not null.
     QString readLine();
@@ -30,6 +33,7 @@ private:
     QByteArray content;
     std::string_view text; // content without a byte order mark
     size_t next = 0;
+    QString addition;
 };
 
 } // namespace Talmo

@@ -15,7 +15,7 @@
 #include "commands.h"
 #include "interruption.h"
 
-#include <QFileInfo>
+#include <QFile>
 
 #include <algorithm>
 #include <cstdio>
@@ -202,25 +202,26 @@ QStringList selectPrograms(ScriptReader &script)
 }
 
 /// Does what runTest does as long as there is memory.
-bool runInMemory(const QString &path)
+bool runInMemory(const QByteArray &path)
 {
     ScriptReader script;
     if (!script.open(path)) {
-        std::printf("%s: ***ERROR: Cannot read file\n", qPrintable(path));
+        std::printf(
+            "%s: ***ERROR: Cannot read file%s\n", path.constData(), qPrintable(script.remark()));
         return false;
     }
     const QString heading = script.readLine();
     if (!heading.startsWith(QLatin1Char('='))) {
-        std::printf("%s: ***ERROR: Invalid test file\n", qPrintable(path));
+        std::printf("%s: ***ERROR: Invalid test file\n", path.constData());
         return false;
     }
     const QStringList programs = selectPrograms(script);
     if (programs.isEmpty()) {
-        std::printf("%s: No applicable SimPrograms\n", qPrintable(path));
+        std::printf("%s: No applicable SimPrograms\n", path.constData());
         return true;
     }
     const size_t start = script.position();
-    const QString fileName = QFileInfo(path).fileName();
+    const QString fileName = QFile::decodeName(path.mid(path.lastIndexOf('/') + 1));
     bool passed = true;
     for (const QString &program : programs) {
         const QString testName =
@@ -237,12 +238,12 @@ bool runInMemory(const QString &path)
 
 } // namespace
 
-bool runTest(const QString &path)
+bool runTest(const QByteArray &path)
 {
     try {
         return runInMemory(path);
     } catch (const std::bad_alloc &) { // a heading, or a message, that is too long
-        std::printf("%s: ***ERROR: Out of memory\n", qPrintable(path));
+        std::printf("%s: ***ERROR: Out of memory\n", path.constData());
         return false;
     }
 }

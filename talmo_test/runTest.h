@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -13,6 +14,6 @@ extern QString platformName;
 /// order of their preferences; a name configured twice is there twice.
 QStringList configuredSimPrograms(const QString &pattern);
 
-/// Runs the test script \a path, an absolute path, once for each simulation program that it applies
-/// to. True if every run passed, and if there was none to make.
-bool runTest(const QString &path);
+/// Runs the test script \a path, an absolute path as the system takes it, once for each simulation
+/// program that it applies to. True if every run passed, and if there was none to make.
+bool runTest(const QByteArray &path);

@@ -1,17 +1,20 @@
 // The regression-test driver: main selects the test scripts, has them run, and sums up.
 
 #include "Preferences.h"
+#include "ScriptFolder.h"
 #include "StartupGuard.h"
 #include "interruption.h"
 #include "runTest.h"
 #include "standardStreams.h"
 
 #include <QCoreApplication>
-#include <QDir>
+#include <QFile>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <vector>
 
 using namespace Talmo;
@@ -31,35 +34,47 @@ void usage()
 namespace
 {
 
-QStringList testFiles(const QDir &dir, const QString &pattern)
+/// Says, as the only line about it, that no test can be run.
+bool refuse(const QByteArray &what, const QByteArray &reason)
 {
-    return dir.entryList({pattern}, QDir::Files | QDir::Readable, QDir::Name | QDir::IgnoreCase);
+    std::printf("***talmo_test: %s: %s\n", what.constData(), reason.constData());
+    return false;
 }
 
-/// The scripts that match \a patterns in the current directory. If there is none, those of the
-/// distribution; \a dir becomes the directory that they are in.
-QStringList selectTests(const QStringList &patterns, QDir &dir)
-{
+/// The scripts to run, and the directory that they are in.
+struct Selection {
+    QByteArray folder;
     QStringList names;
+};
+
+/// Selects the scripts that match \a patterns in the working directory \a work. If there is none,
+/// those of the distribution. False, after saying why, if what is there cannot be found out.
+bool selectTests(const QStringList &patterns, const QByteArray &work, Selection &selection)
+{
+    ScriptFolder folder;
+    bool isKnown = patterns.isEmpty() || folder.list(".");
     for (const QString &pattern : patterns)
-        names += testFiles(dir, pattern);
-    if (!names.isEmpty())
-        return names;
-    dir.setPath(QCoreApplication::applicationDirPath());
-    dir.cdUp();
-    dir.cd(QStringLiteral("test")); // Deliberate: if there is none, the directory above serves
-    return testFiles(dir, QStringLiteral("test*"));
+        isKnown = isKnown && folder.select(pattern, selection.names);
+    selection.folder = work;
+    if (isKnown && selection.names.isEmpty()) {
+        selection.folder = distributionDirectory();
+        folder = ScriptFolder();
+        isKnown = folder.list(selection.folder) &&
+                  folder.select(QStringLiteral("test*"), selection.names);
+    }
+    return isKnown ||
+           refuse("cannot list the scripts in '" + selection.folder + "'", folder.error());
 }
 
 /// Prints how many of the scripts passed, failed, and were not run because a signal came before.
-void printSummary(int passes, int failures, int notRun)
+void printSummary(int passes, int failures, int notRun, const QByteArray &work)
 {
     if (failures == 0 && notRun == 0) {
         std::printf("All tests passed (%d total)\n", passes);
     } else {
         std::printf(
             "***talmo_test: %d tests failed out of %d tests\n", failures, passes + failures);
-        std::printf("   The current directory is \"%s\".\n", qPrintable(QDir::currentPath()));
+        std::printf("   The current directory is \"%s\".\n", work.constData());
         std::printf(
             "   For each failing test a directory has been created containing the output(s).\n");
     }
@@ -68,28 +83,28 @@ void printSummary(int passes, int failures, int notRun)
             qPrintable(interruption()), notRun);
 }
 
-/// Runs the tests \a names of \a dir and prints the summary; true if all passed.
-bool runTests(const QStringList &names, const QDir &dir)
+/// Runs the tests of \a selection and prints the summary; true if all passed.
+bool runTests(const Selection &selection, const QByteArray &work)
 {
     int passes = 0;
     int failures = 0;
     int notRun = 0;
-    for (const QString &name : names) {
-        // Not QDir::absoluteFilePath: that takes ":name" for a resource inside the program.
-        const QString path = QDir::cleanPath(dir.absolutePath() + QLatin1Char('/') + name);
+    const QByteArray folder = selection.folder == "/" ? QByteArray() : selection.folder;
+    for (const QString &name : selection.names) {
         if (!interruption().isNull())
             ++notRun;
-        else if (runTest(path))
+        else if (runTest(folder + '/' + QFile::encodeName(name)))
             ++passes;
         else
             ++failures;
     }
-    printSummary(passes, failures, notRun);
+    printSummary(passes, failures, notRun, work);
     return failures == 0 && notRun == 0;
 }
 
-/// Under a locale whose encoding is not UTF-8, newer versions of Qt 6 switch to one that is, and
-/// warn of it at every start; we have nothing to say on standard error.
+/// Drops what Qt warns of, since we have nothing to say on standard error: under a locale whose
+/// encoding is not UTF-8, newer versions of Qt 6 warn at every start that they switch to one that
+/// is.
 void dropWarning(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
 {
     if (type != QtWarningMsg)
@@ -112,11 +127,13 @@ bool runDriver(int argc, char *argv[])
 {
     // From argv itself: the application object takes Qt's own options out of its list.
     const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
-    const QtMessageHandler standardHandler = qInstallMessageHandler(dropWarning);
+    qInstallMessageHandler(dropWarning);
     const QCoreApplication application(argc, argv);
-    qInstallMessageHandler(standardHandler);
 
-    std::printf("talmo_test: executing tests in '%s'\n", qPrintable(QDir::currentPath()));
+    const QByteArray work = workingDirectory();
+    if (work.isNull())
+        return refuse("the working directory has no name", std::strerror(errno));
+    std::printf("talmo_test: executing tests in '%s'\n", work.constData());
     std::fflush(stdout); // an unusable preference ends the process
     Preferences::init();
     QStringList patterns;
@@ -129,11 +146,23 @@ bool runDriver(int argc, char *argv[])
     configuredSimPrograms(QString()); // lists them
     platformName = QString::fromLatin1(platformOfThisBuild());
 
-    QDir dir = QDir::current();
-    const QStringList names = selectTests(patterns, dir);
-    std::printf("talmo_test: tests to run from '%s':\n%s\n", qPrintable(dir.absolutePath()),
-        qPrintable(names.join(QLatin1Char(' '))));
-    return runTests(names, dir);
+    Selection selection;
+    if (!selectTests(patterns, work, selection))
+        return false;
+    std::printf("talmo_test: tests to run from '%s':\n%s\n", selection.folder.constData(),
+        qPrintable(selection.names.join(QLatin1Char(' '))));
+    return runTests(selection, work);
+}
+
+/// Does what runDriver does as long as there is memory.
+bool runInMemory(int argc, char *argv[])
+{
+    try {
+        return runDriver(argc, argv);
+    } catch (const std::bad_alloc &) {
+        std::puts("***talmo_test: out of memory");
+        return false;
+    }
 }
 
 } // namespace
@@ -143,7 +172,7 @@ int main(int argc, char *argv[])
     mainHasBeenEntered = true;
     occupyStandardStreams();
     noteInterruptions();
-    const bool allPassed = runDriver(argc, argv);
+    const bool allPassed = runInMemory(argc, argv);
     const bool isReported = reportIsWritten();
     endIfInterrupted();
     return allPassed && isReported ? 0 : 2;

@@ -17,7 +17,7 @@ ScriptReader readerOf(const QByteArray &content)
     EXPECT_EQ(file.write(content), content.size());
     EXPECT_TRUE(file.flush());
     ScriptReader script;
-    EXPECT_TRUE(script.open(file.fileName()));
+    EXPECT_TRUE(script.open(QFile::encodeName(file.fileName())));
     return script;
 }
 

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QThread>
 
 #include <sys/stat.h>
@@ -99,6 +100,31 @@ TEST_F(HostilePrograms, ALineTooLongForMemoryCannotBeRead)
     EXPECT_EQ(errorOf(hole + "=compare ../small hole 0\n"), "Cannot read file 'hole'");
     EXPECT_EQ(
         errorOf(hole + "=run ln -s hole link\n=compare link hole -1\n"), "Cannot read file 'link'");
+}
+
+TEST_F(HostilePrograms, AFifoWithoutAnotherEndEndsARunInTime)
+{
+    write("test1", "=heading\n=compare ../fifo1 ../test1\n");
+    write("test2", "=heading\n=compare ../test2 ../fifo2 0\n");
+    write("test3", "=heading\n=file ../fifo3\n1\n");
+    ASSERT_TRUE(QFile::link("fifo4", work + "/test4"));
+    const QByteArray printed[] = {
+        "test1: ***ERROR: Cannot read file '../fifo1', a FIFO that nobody writes\n",
+        "test2: ***ERROR: Cannot read file '../fifo2', a FIFO that nobody writes\n",
+        "test3: ***ERROR: Cannot write file '../fifo3', a FIFO that nobody reads\n",
+        work.toUtf8() + "/test4: ***ERROR: Cannot read file, a FIFO that nobody writes\n",
+    };
+    QProcess processes[4];
+    for (int n = 1; n <= 4; ++n) { // together, since each waits for a while
+        ASSERT_EQ(mkfifo(QFile::encodeName(work + QString("/fifo%1").arg(n)), 0600), 0);
+        startProcess(processes[n - 1], driver, {QString("test%1").arg(n)}, environment, work);
+    }
+    for (int n = 1; n <= 4; ++n) {
+        const Outcome outcome = outcomeOf(processes[n - 1]);
+        const QByteArray name = "test" + QByteArray::number(n);
+        EXPECT_EQ(outcome.output, preamble(name) + printed[n - 1] + summary(1, 1));
+        EXPECT_EQ(outcome.status, 2);
+    }
 }
 
 TEST_F(HostilePrograms, GetNoDescriptorsFromTheDriver)
