@@ -33,6 +33,7 @@ const Interruption interruptions[] = {
 volatile std::sig_atomic_t noted = 0;    ///< the first
 volatile std::sig_atomic_t toPassOn = 0; ///< the latest that programs may not have got
 time_t notedAt = 0;                      ///< only the handler's, in seconds
+bool sizeLimitEndsPrograms = false;      ///< SIGXFSZ is ignored by us alone
 
 time_t now()
 {
@@ -63,11 +64,11 @@ void note(int number)
         toPassOn = number;
 }
 
+/// Without SA_RESTART: all calls of ours that wait are repeated where they are made.
 void handle(int number)
 {
     struct sigaction noting = {};
     noting.sa_handler = note;
-    noting.sa_flags = SA_RESTART;
     for (const Interruption &interruption : interruptions) // notes one at a time
         sigaddset(&noting.sa_mask, interruption.number);
     sigaction(number, &noting, nullptr);
@@ -111,6 +112,8 @@ public:
         sigemptyset(&ours);
         if (onQuit.sa_handler != SIG_IGN)
             sigaddset(&ours, SIGQUIT);
+        if (sizeLimitEndsPrograms)
+            sigaddset(&ours, SIGXFSZ);
         return ours;
     }
 
@@ -179,6 +182,11 @@ void noteInterruptions()
         if (before.sa_handler != SIG_IGN)
             handle(interruption.number);
     }
+}
+
+void outliveFileSizeLimit()
+{
+    sizeLimitEndsPrograms = std::signal(SIGXFSZ, SIG_IGN) != SIG_IGN;
 }
 
 QString interruption()

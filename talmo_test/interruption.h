@@ -9,6 +9,10 @@
 /// for. One that is ignored, as under nohup, stays ignored.
 void noteInterruptions();
 
+/// From here on a write beyond the size that a file may have (ulimit -f) fails, as one on a full
+/// disk does, instead of ending the process. Programs that are started do not inherit that.
+void outliveFileSizeLimit();
+
 /// The name of the signal that was noted, such as "SIGINT"; null if none was.
 QString interruption();
 

@@ -5,7 +5,35 @@
 #include <cstring>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
+
+namespace
+{
+
+bool isLost = false; // something that was printed
+int firstError = 0;  // that told of it; 0 if it came before main
+
+/// Writes \a size bytes of \a text to standard output; 0, as fopencookie wants it, if that fails.
+ssize_t writeAll(void * /*cookie*/, const char *text, size_t size)
+{
+    for (size_t done = 0; done < size;) {
+        const ssize_t count = write(STDOUT_FILENO, text + done, size - done);
+        if (count >= 0) {
+            done += static_cast<size_t>(count);
+        } else if (errno == EAGAIN) {
+            pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+            poll(&output, 1, -1);
+        } else if (errno != EINTR) {
+            firstError = firstError == 0 ? errno : firstError;
+            isLost = true;
+            return 0;
+        }
+    }
+    return static_cast<ssize_t>(size);
+}
+
+} // namespace
 
 void occupyStandardStreams()
 {
@@ -17,15 +45,26 @@ void occupyStandardStreams()
         close(descriptor);
 }
 
+void waitForReaders()
+{
+    isLost = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+    cookie_io_functions_t writing = {};
+    writing.write = writeAll;
+    FILE *const patient = fopencookie(nullptr, "w", writing);
+    if (patient == nullptr) // no memory: there is still the usual one
+        return;
+    std::setvbuf(patient, nullptr, isatty(STDOUT_FILENO) != 0 ? _IOLBF : _IOFBF, BUFSIZ);
+    stdout = patient;
+}
+
 bool reportIsWritten()
 {
-    const bool wasWritten = std::ferror(stdout) == 0;
-    errno = 0;
-    if (std::fflush(stdout) == 0 && wasWritten)
+    const bool wasWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    if (wasWritten && !isLost)
         return true;
     std::fputs("talmo_test: cannot write the report", stderr);
-    if (errno != 0)
-        std::fprintf(stderr, ": %s", std::strerror(errno));
+    if (firstError != 0)
+        std::fprintf(stderr, ": %s", std::strerror(firstError));
     std::fputs("\n", stderr);
     return false;
 }

@@ -171,7 +171,9 @@ int main(int argc, char *argv[])
 {
     mainHasBeenEntered = true;
     occupyStandardStreams();
+    waitForReaders();
     noteInterruptions();
+    outliveFileSizeLimit();
     const bool allPassed = runInMemory(argc, argv);
     const bool isReported = reportIsWritten();
     endIfInterrupted();

@@ -1,5 +1,6 @@
 #include "Process.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 
@@ -59,4 +60,11 @@ Outcome outcomeOf(QProcess &process)
     else if (finished)
         outcome.signal = process.exitCode(); // of a crashed process that is the signal
     return outcome;
+}
+
+char stateOf(const QByteArray &process)
+{
+    QFile status(QStringLiteral("/proc/%1/stat").arg(QString::fromLatin1(process)));
+    const QByteArray fields = status.open(QIODevice::ReadOnly) ? status.readAll() : ") ?";
+    return fields.at(fields.lastIndexOf(')') + 2);
 }

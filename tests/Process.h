@@ -28,3 +28,7 @@ Outcome outcomeOf(QProcess &process);
 /// Starts a process likewise and waits for its end.
 Outcome runProcess(const QString &program, const QStringList &arguments,
     const Environment &environment, const QString &folder);
+
+/// The state of the process of number \a process as the system abbreviates it: 'S' when it sleeps,
+/// 'Z' when it has ended and nobody has asked for its status yet, '?' if there is none.
+char stateOf(const QByteArray &process);

@@ -192,3 +192,50 @@ TEST_F(DiskFaults, ARunMakesDoWithAReadOnlyLeftover)
     EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/", "test1.dir/old"}));
     EXPECT_EQ(read("test1.dir/old"), "old\n");
 }
+
+// A limit of the size of files (ulimit -f), in units of half a kilobyte.
+class SizeLimits : public DiskFaults
+{
+protected:
+    void limitSizes(const QByteArray &before = "")
+    {
+        addProgram("limited", before + "ulimit -f 100\nexec " + driver.toUtf8() + " \"$@\"\n");
+        driver = programs + "/limited";
+    }
+
+    /// What a program that ran under the driver found out about the signals that it ignores, in
+    /// the directory of test1.
+    QByteArray ignoredSignals()
+    {
+        EXPECT_EQ(runScript("=heading\n=run grep SigIgn /proc/self/status\n=end\n"), ended);
+        return read("test1.dir/grep.out");
+    }
+};
+
+TEST_F(SizeLimits, AreAFailureOfWritingAndTheNextTestRuns)
+{
+    const QByteArray body = QByteArray("a line of an input file\n").repeated(30000);
+    limitSizes();
+    write("test1", "=heading\n=file big\n" + body + "=echo not reached\n");
+    write("test2", "=heading\n=testbeam beam 0 1 200 0 1 200 0 -13 200\n=exists beam\n");
+    write("test3", "=heading\n=run head -c 1000000 /dev/zero\n");
+    write("test4", "=heading\n");
+    expectRun({"test*"}, "test1 test2 test3 test4",
+        "test1: ***ERROR: Cannot write file 'big'\n"
+        "test2: heading\n"
+        "test3: ***ERROR: running 'head' failed\n"
+        "test4: heading\n",
+        2, 4);
+    expectCutShort("test1.dir/big", body);
+}
+
+TEST_F(SizeLimits, EndProgramsAsUsualUnlessTheirSignalIsIgnoredFromTheStart)
+{
+    const QString plain = driver;
+    const QByteArray usual = ignoredSignals();
+    limitSizes();
+    EXPECT_EQ(ignoredSignals(), usual);
+    driver = plain;
+    limitSizes("trap '' XFSZ\n");
+    EXPECT_NE(ignoredSignals(), usual);
+}

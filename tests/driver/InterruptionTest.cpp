@@ -34,15 +34,6 @@ protected:
         return outcomeOf(process);
     }
 
-    /// The state of a process as the system abbreviates it: 'S' when it sleeps, '?' if there is
-    /// none.
-    static char stateOf(const QByteArray &process)
-    {
-        QFile status(QStringLiteral("/proc/%1/stat").arg(QString::fromLatin1(process)));
-        const QByteArray fields = status.open(QIODevice::ReadOnly) ? status.readAll() : ") ?";
-        return fields.at(fields.lastIndexOf(')') + 2);
-    }
-
     /// False for a process that has ended, also if nobody has asked for its status yet.
     static bool isAtWork(const QByteArray &process)
     {
@@ -50,20 +41,32 @@ protected:
         return state != '?' && state != 'Z' && state != 'X';
     }
 
-    /// Starts the driver with all scripts, and sends SIGINT to it alone once it sleeps in the run
-    /// of test1: on its output, which nobody reads before.
-    Outcome interruptAsleep()
+    /// Starts the driver with all scripts, and sends SIGINT to it alone once \a begun is there and
+    /// it sleeps: on its output, which nobody reads before.
+    Outcome interruptAsleep(const QString &begun = QStringLiteral("test1.dir"))
     {
         QProcess process;
-        startProcess(process, driver, {QStringLiteral("test?")}, environment, work);
+        startProcess(process, driver, {QStringLiteral("test*")}, environment, work);
         while (process.state() != QProcess::NotRunning &&
-               (!exists(QStringLiteral("test1.dir")) ||
-                   stateOf(QByteArray::number(process.processId())) != 'S'))
+               (!exists(begun) || stateOf(QByteArray::number(process.processId())) != 'S'))
             QThread::msleep(1);
         EXPECT_GT(process.processId(), 0);
         if (process.processId() > 0)
             kill(static_cast<pid_t>(process.processId()), SIGINT);
+        while (hasPendingSignal(process.processId()))
+            QThread::msleep(1);
         return outcomeOf(process);
+    }
+
+    /// True if a signal was sent to \a process that it did not get yet.
+    static bool hasPendingSignal(qint64 process)
+    {
+        QFile status(QStringLiteral("/proc/%1/status").arg(process));
+        const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : "";
+        const QByteArray key = "\nShdPnd:";
+        const auto begin = text.indexOf(key) + key.size();
+        return text.contains(key) &&
+               text.mid(begin, text.indexOf('\n', begin) - begin).trimmed().count('0') != 16;
     }
 
     /// What is printed when the only script that ran, test1, failed with \a error, by \a signal.
@@ -215,6 +218,25 @@ TEST_F(InterruptionTest, NoProgramIsStartedAfterASignal)
         stopped("running 'touch' failed, interrupted by SIGINT", "SIGINT", 0)));
     EXPECT_EQ(outcome.signal, SIGINT);
     EXPECT_FALSE(exists(QStringLiteral("begun")));
+}
+
+TEST_F(InterruptionTest, LosesNothingOfTheReport)
+{
+    // Each result is written as a whole or not at all, so the driver waits with all of one.
+    constexpr int count = 300;
+    write(QStringLiteral("test0"), "=zero\n=file ../started\n");
+    for (int n = 1; n < count; ++n)
+        write(QStringLiteral("test%1").arg(n, 4, 10, QLatin1Char('0')),
+            "=" + QByteArray(1000, 'h') + "\n");
+    const Outcome outcome = interruptAsleep(QStringLiteral("started"));
+    EXPECT_EQ(outcome.signal, SIGINT);
+    EXPECT_EQ(outcome.errors, "");
+    const auto passes = static_cast<int>(outcome.output.count("hhh\n"));
+    EXPECT_GT(passes, 0);
+    EXPECT_TRUE(
+        outcome.output.endsWith("\n***talmo_test: interrupted by SIGINT, " +
+                                QByteArray::number(count - 1 - passes) + " tests not run\n"))
+        << outcome.output.right(1000).toStdString();
 }
 
 TEST_F(InterruptionTest, SigquitIsForTheProgramAlone)

@@ -2,6 +2,10 @@
 
 #include "DriverTest.h"
 
+#include <QDir>
+#include <QProcess>
+#include <QThread>
+
 #include <csignal>
 
 namespace
@@ -78,4 +82,40 @@ TEST_F(StandardStreamsTest, BrokenPipeEndsTheDriverAsItEndsAnyProgram)
         shell(QStringLiteral("{ $driver; echo $? >status; } | true; exit $(cat status)"));
     EXPECT_EQ(outcome.status, 128 + SIGPIPE);
     EXPECT_EQ(outcome.errors, QByteArray());
+}
+
+TEST_F(StandardStreamsTest, APipeThatDoesNotWaitLosesNothing)
+{
+    // Another program that shares the pipe has set it so. Nobody reads before the driver sleeps.
+    addProgram(QStringLiteral("hasty"),
+        "exec perl -MFcntl -e 'fcntl(STDOUT, F_SETFL, O_WRONLY | O_NONBLOCK); exec @ARGV' " +
+            driver.toUtf8() + " \"$@\"\n");
+    driver = QDir(programs).filePath(QStringLiteral("hasty"));
+    QByteArray names;
+    QByteArray printed;
+    for (int n = 1000; n < 1300; ++n) {
+        const QByteArray name = "test" + QByteArray::number(n);
+        const QByteArray heading(1000, static_cast<char>('a' + n % 26));
+        write(QString::fromLatin1(name), "=" + heading + "\n");
+        names += (names.isEmpty() ? "" : " ") + name;
+        printed += name + ": " + heading + "\n";
+    }
+    QProcess process;
+    startProcess(process, driver, {QStringLiteral("test*")}, environment, work);
+    const auto state = [&process] { return stateOf(QByteArray::number(process.processId())); };
+    while (state() != 'S' && state() != 'Z')
+        QThread::msleep(1);
+    const Outcome outcome = outcomeOf(process);
+    EXPECT_TRUE(outcome.output == preamble(names) + printed + summary(0, 300));
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(StandardStreamsTest, AReportBeyondTheSizeThatAFileMayHaveIsAFailure)
+{
+    write(QStringLiteral("test1"), "=" + QByteArray(100000, 'h') + "\n");
+    const Outcome outcome = shell(QStringLiteral("ulimit -f 2; exec $driver >report"));
+    EXPECT_EQ(outcome.errors, "talmo_test: cannot write the report: File too large\n");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_FALSE(exists(QStringLiteral("test1.dir")));
 }
