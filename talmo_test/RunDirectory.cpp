@@ -52,6 +52,8 @@ RunDirectory::RunDirectory(const QString &directoryName)
 bool RunDirectory::enter()
 {
     above = openDirectory(".", asPlace);
+    if (!above.isOpen())
+        return false;
     const bool isNew = make(); // usually there is no leftover
     inUse = !claim();
     if (!inUse && !isNew) {
@@ -142,10 +144,8 @@ bool RunDirectory::removeIf(const struct stat &identity, const QByteArray &direc
 
 void RunDirectory::leave()
 {
-    // Not "..": from a directory that was removed, or closed to us, that leads nowhere. It serves
-    // where the directory above could not be opened, for want of a descriptor.
-    const bool isBack = above.isOpen() && fchdir(above.get()) == 0;
-    [[maybe_unused]] const bool isAbove = isBack || chdir("..") == 0;
+    // Not "..": from a directory that was removed, moved, or closed to us, that leads elsewhere.
+    [[maybe_unused]] const bool isBack = fchdir(above.get()) == 0;
 }
 
 void RunDirectory::remove()
