@@ -3,6 +3,7 @@
 #include "Console.h"
 #include "Error.h"
 #include "Macro.h"
+#include "PatternCost.h"
 #include "RegExp.h"
 #include "StartupGuard.h"
 #include "Units.h"
@@ -58,7 +59,8 @@ bool isCheapPattern(const QString &pattern)
     int quantifiers = 0;
     for (const QChar character : pattern)
         quantifiers += QString("*+?{").contains(character) ? 1 : 0;
-    return pattern.size() <= 60 && quantifiers <= 4 && pattern.count('{') <= 1;
+    return pattern.size() <= 60 && quantifiers <= 4 && pattern.count('{') <= 1 &&
+           isAffordable(pattern);
 }
 
 void startAfresh()

@@ -1,8 +1,7 @@
 #include "RegExp.h"
 
+#include "PatternCost.h"
 #include "StartupGuard.h"
-
-#include <algorithm>
 
 namespace Talmo
 {
@@ -14,50 +13,10 @@ RegExp RE;
 namespace
 {
 
-using Index = decltype(QString().size()); // Qt 5 counts in int
-
-/// The index of the ']' that ends the set of characters that begins at \a begin; the end of
-/// \a pattern if it does not end.
-Index endOfSet(const QString &pattern, Index begin)
-{
-    Index index = begin + 1;
-    if (index < pattern.size() && pattern[index] == QLatin1Char('^'))
-        ++index;
-    for (const Index first = index; index < pattern.size(); ++index) {
-        if (pattern[index] == QLatin1Char('\\'))
-            ++index;
-        else if (pattern[index] == QLatin1Char(']') && index != first)
-            break;
-    }
-    return index;
-}
-
-/// How many groups of \a pattern are open at once, at most.
-int depthOf(const QString &pattern)
-{
-    int depth = 0;
-    int deepest = 0;
-    for (Index index = 0; index < pattern.size(); ++index) {
-        const QChar character = pattern[index];
-        if (character == QLatin1Char('\\'))
-            ++index;
-        else if (character == QLatin1Char('['))
-            index = endOfSet(pattern, index);
-        else if (character == QLatin1Char('('))
-            deepest = std::max(deepest, ++depth);
-        else if (character == QLatin1Char(')'))
-            --depth;
-    }
-    return deepest;
-}
-
+/// A pattern that costs too much is kept as one that does not compile.
 QRegExp *compile(const QString &pattern)
 {
-    // Groups within groups are compiled, and looked at, by recursion: ten thousand of them take
-    // the whole stack. Nobody writes a thousand.
-    constexpr int deepest = 1000;
-    const bool usable = depthOf(pattern) <= deepest;
-    const QString taken = usable ? pattern : QStringLiteral("(");
+    const QString taken = isAffordable(pattern) ? pattern : QStringLiteral("(");
     return new QRegExp(taken, Qt::CaseSensitive, QRegExp::RegExp);
 }
 

@@ -9,8 +9,9 @@ namespace Talmo
 
 /// Pattern matching through one cache of compiled patterns, reached through the instance RE.
 /// Patterns use the rich syntax of QRegExp, case-sensitive. Each distinct pattern is compiled once
-/// and kept, never freed: the patterns are meant to be a small set of literals. An invalid pattern
-/// matches nothing, nor does one with more than a thousand groups within one another.
+/// and kept, never freed: the patterns are meant to be a small set of literals. An
+/// invalid pattern matches nothing, nor does one that would take too much memory or time (see
+/// isAffordable).
 ///
 /// Every operation sets `prev`: read captures into locals before anything else can match.
 /// Evaluating and converting units, and expanding macros, matches nothing here; both read by hand,
