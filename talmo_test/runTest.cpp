@@ -8,6 +8,7 @@
 
 #include "runTest.h"
 
+#include "PatternCost.h"
 #include "Preferences.h"
 #include "RegExp.h"
 #include "RunDirectory.h"
@@ -54,7 +55,8 @@ QStringList configuredSimPrograms(const QString &pattern)
         std::printf("Configured SimPrograms: %s\n", qPrintable(configured.join(QLatin1Char(' '))));
     }
     const bool isName = isFreeOf(pattern, QStringLiteral("*?["));
-    const QRegExp wildcard(isName ? QString() : pattern, Qt::CaseSensitive, QRegExp::Wildcard);
+    const bool isUsable = !isName && isAffordableWildcard(pattern);
+    const QRegExp wildcard(isUsable ? pattern : QString(), Qt::CaseSensitive, QRegExp::Wildcard);
     QStringList matching;
     for (const QString &name : std::as_const(configured)) {
         if (isName ? name == pattern : wildcard.exactMatch(name))
