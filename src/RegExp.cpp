@@ -69,4 +69,13 @@ QString RegExp::replaceAll(QString pattern, QString text, QString replacement)
     return text;
 }
 
+void RegExp::forget(const QString &pattern)
+{
+    startupGuard();
+    QRegExp *const forgotten = hash.take(pattern);
+    if (prev == forgotten)
+        prev = nullptr;
+    delete forgotten;
+}
+
 } // namespace Talmo

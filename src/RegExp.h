@@ -9,7 +9,7 @@ namespace Talmo
 
 /// Pattern matching through one cache of compiled patterns, reached through the instance RE.
 /// Patterns use the rich syntax of QRegExp, case-sensitive. Each distinct pattern is compiled once
-/// and kept, never freed: the patterns are meant to be a small set of literals. An
+/// and kept until somebody forgets it: the patterns are meant to be a small set of literals. An
 /// invalid pattern matches nothing, nor does one that would take too much memory or time (see
 /// isAffordable).
 ///
@@ -44,7 +44,11 @@ public:
     /// nothing.
     QString replaceAll(QString pattern, QString text, QString replacement);
 
-    static QHash<QString, QRegExp *> hash; ///< compiled patterns by their text; owned, never freed
+    /// Frees what is kept of \a pattern, so that a program may have any number of patterns from its
+    /// users. Their captures are lost: prev becomes null if it was this pattern.
+    void forget(const QString &pattern);
+
+    static QHash<QString, QRegExp *> hash; ///< compiled patterns by their text; owned
     static QRegExp *prev;                  ///< the pattern of the latest find; its captures
 };
 

@@ -17,6 +17,7 @@
 #include "interruption.h"
 
 #include <QFile>
+#include <QScopeGuard>
 
 #include <algorithm>
 #include <cstdio>
@@ -72,7 +73,11 @@ namespace
 bool matches(const QString &pattern, const QString &text)
 {
     const bool isText = isFreeOf(pattern, QStringLiteral("\\^$.|?*+()[]{}"));
-    return isText ? text.contains(pattern) : RE.match(pattern, text);
+    if (isText)
+        return text.contains(pattern);
+    // Scripts have any number of patterns, each for one line.
+    const auto afterwards = qScopeGuard([&pattern] { RE.forget(pattern); });
+    return RE.match(pattern, text);
 }
 
 /// What settles a command: whether its failure was expected. Changes \a error accordingly.

@@ -69,6 +69,21 @@ TEST(RegExp, APatternThatCostsTooMuchMatchesNothing)
     EXPECT_EQ(RE.find(QString("(?:a)").repeated(2000), QString("a").repeated(2000)), 0);
 }
 
+TEST(RegExp, ForgetsAPattern)
+{
+    const auto before = RegExp::hash.size();
+    ASSERT_TRUE(RE.match("forgotten", "forgotten"));
+    RE.forget("forgotten");
+    EXPECT_EQ(RegExp::hash.size(), before);
+    EXPECT_EQ(RegExp::prev, nullptr);
+    EXPECT_TRUE(RE.match("forgotten", "forgotten"));
+    ASSERT_TRUE(RE.match("(k)ept", "kept"));
+    RE.forget("forgotten");
+    RE.forget("unknown");
+    EXPECT_EQ(RegExp::prev->cap(1), "k");
+    EXPECT_EQ(RegExp::hash.size(), before + 1);
+}
+
 TEST(RegExp, FindAtSearchesFromAnOffsetWhereACaretMatches)
 {
     const struct {
