@@ -2,6 +2,26 @@
 
 #include <random>
 #include <string>
+#include <vector>
+
+/// \a numbers with each of the 256 bytes before, and in the place of, each character. Unless told
+/// otherwise, the numbers have all parts that there are.
+inline std::vector<std::string> withAnyByte(
+    const std::vector<std::string> &numbers = {"-12.5e+67", "+.5E3", "5", "12345678.9"})
+{
+    std::vector<std::string> words;
+    for (const std::string &number : numbers) {
+        for (std::size_t place = 0; place <= number.size(); ++place) {
+            for (int byte = 0; byte < 256; ++byte) {
+                const std::string front = number.substr(0, place) + static_cast<char>(byte);
+                words.push_back(front + number.substr(place));
+                if (place < number.size())
+                    words.push_back(front + number.substr(place + 1));
+            }
+        }
+    }
+    return words;
+}
 
 /// Lines of numbers as simulations print them, and of nearly everything that looks like one, made
 /// from a seed.

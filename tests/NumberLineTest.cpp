@@ -64,6 +64,16 @@ bool isUsual(const std::string &line)
     });
 }
 
+/// Expects that \a line is judged as the plain way does, or left to it; true if it was proven to
+/// hold \a count numbers.
+bool expectAgreement(const std::string &line, size_t count)
+{
+    const bool is = isNumberLine(line, count);
+    const bool should = holdsNumbers(line, count);
+    EXPECT_TRUE(isUsual(line) ? is == should : !is || should) << line;
+    return is;
+}
+
 } // namespace
 
 TEST(NumberLine, AgreesWithToNumber)
@@ -74,12 +84,17 @@ TEST(NumberLine, AgreesWithToNumber)
         const int words = 1 + random.below(14);
         const std::string line = random.line(words);
         const auto needed = static_cast<size_t>(std::max(words - random.below(2), 1));
-        const bool is = isNumberLine(line, needed);
-        const bool should = holdsNumbers(line, needed);
-        EXPECT_TRUE(isUsual(line) ? is == should : !is || should) << line;
-        proven += is;
+        proven += expectAgreement(line, needed);
     }
     EXPECT_GT(proven, 50000);
+}
+
+TEST(NumberLine, AgreesWithToNumberWhateverTheByte)
+{
+    int proven = 0;
+    for (const std::string &word : withAnyByte())
+        proven += expectAgreement(word, 1);
+    EXPECT_GT(proven, 200);
 }
 
 TEST(NumberLine, EveryShapeOfNumberAtEveryPlace)

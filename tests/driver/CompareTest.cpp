@@ -1,4 +1,6 @@
 #include "DriverTest.h"
+#include "NastyLines.h"
+#include "PlainCompare.h"
 
 // =compare, in its exact and its numeric mode. The parts it is made of have tests of their own;
 // these are about what a script sees.
@@ -191,6 +193,37 @@ TEST_F(CompareColumns, TolerancesAreNumbersLikeTheColumns)
         EXPECT_EQ(errorOfComparing("0 1", "0 " + word, "0 0"), invalid + "1, column 2");
         EXPECT_EQ(errorOfComparing("0 0", "0 0", "0 " + word), badTolerance);
     }
+}
+
+TEST_F(CompareColumns, AnyByteMayStandInANumber)
+{
+    // Each word is compared with itself and with 1: lines that are equal have a way of their own.
+    const QByteArray one = "1\n";
+    write("one", one);
+    QByteArray lines;
+    int number = 1000; // so that the last file that was made is the last in the list, too
+    int agreeing = 0;
+    for (const std::string &word : withAnyByte({"5"})) {
+        const QByteArray content = QByteArray::fromStdString(word) + '\n';
+        if (content.startsWith('=') || content.contains("\n=")) // a command
+            continue;
+        const QByteArray file = QByteArray::number(++number);
+        const struct {
+            QByteArray other;
+            QByteArray name;
+            const char *tolerance;
+        } rows[] = {{content, file, "0"}, {one, "../one", "1e300"}};
+        lines += "=file " + file + '\n' + content;
+        for (const auto &[other, name, tolerance] : rows) {
+            const QString outcome = PlainCompare::outcome(content, other, {tolerance});
+            if (!outcome.isEmpty())
+                lines += "=ignore " + outcome.toUtf8() + "$\n";
+            lines += "=compare " + file + ' ' + name + ' ' + tolerance + '\n';
+            agreeing += outcome.isEmpty();
+        }
+    }
+    EXPECT_EQ(errorOf(lines), "") << "of this word: " << read(entries().last()).toStdString();
+    EXPECT_GT(agreeing, 50);
 }
 
 TEST_F(CompareCommand, LinesMayEndAnywhereInABlock)

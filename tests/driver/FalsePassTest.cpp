@@ -54,6 +54,7 @@ TEST_F(FalsePass, WhatIsWrongFails)
         {"Fortran's stars", "=file a\n*****\n=file b\n*****\n=compare a b 0\n", invalidData},
         {"Fortran's exponent", "=file a\n1D3\n=file b\n1D3\n=compare a b 0\n", invalidData},
         {"a decimal comma", "=file a\n1,5\n=file b\n1,5\n=compare a b 0\n", invalidData},
+        {"a comma for a sign", "=file a\n,5\n=file b\n,5\n=compare a b 0\n", invalidData},
         {"a unit", "=file a\n1mm\n=file b\n1mm\n=compare a b 0\n", invalidData},
         {"a glued comment", "=file a\n1#x\n=file b\n1#y\n=compare a b 0\n", invalidData},
         {"the largest difference", "=file a\n1e308\n=file b\n-1e308\n=compare a b 1.7e308\n",
