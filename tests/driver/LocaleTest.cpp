@@ -48,6 +48,9 @@ TEST_P(Locale, NumbersAreReadWithAPoint)
     EXPECT_EQ(errorOf("=file a\n1.25\n=file b\n1.5\n=compare a b 0.25\n"), "");
     EXPECT_EQ(errorOf("=file a\n1.25\n=file b\n1.5\n=compare a b 0.24\n"),
         "Files 'a' and 'b' differ on line 1, column 1");
+    EXPECT_EQ(errorOf("=file a\n1.5e-400\n=file b\n0\n=compare a b 0\n"), "");
+    EXPECT_EQ(errorOf("=file a\n0\n=file b\n1\n=compare a b 1.5e-400\n"),
+        "Files 'a' and 'b' differ on line 1, column 1");
     EXPECT_EQ(errorOf("=file a\n1,25\n=compare a a 0.25\n"),
         "File 'a' and/or 'a' has invalid data on line 1, column 1");
     EXPECT_EQ(errorOf("=file a\n1.25\n=compare a a 0,25\n"), "Invalid =compare column tolerance");

@@ -18,7 +18,7 @@ int main()
     Talmo::appendNumber(text, 0.5);
     double value = 0;
     const bool point = Talmo::toNumber("0.5", value) && value == 0.5;
-    const bool tiny = Talmo::toNumber("0.5e-400", value) && value == 0;
+    const bool tiny = Talmo::toNumber("1.5e-400", value) && value == 0;
     const bool comma = Talmo::toNumber("0,5", value);
     std::printf("%s %d %d %d\n", text.c_str(), point, tiny, comma);
     std::fflush(stdout);
