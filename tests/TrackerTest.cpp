@@ -1,7 +1,10 @@
 #include "Tracker.h"
 #include "Kick.h"
 #include "Particles.h"
+#include "Process.h"
 #include "TrackerFiles.h"
+
+#include <QDir>
 
 #include <gtest/gtest.h>
 
@@ -404,5 +407,27 @@ TEST_F(TrackerFiles, MainAnswersWithAnExitStatus)
             row.status);
         EXPECT_EQ(testing::internal::GetCapturedStderr(), row.errors);
         EXPECT_EQ(testing::internal::GetCapturedStdout(), row.output);
+    }
+}
+
+TEST_F(TrackerFiles, EachProgramHasItsMethod)
+{
+    write("beam", heading + "1 2 0 3 4 200 0 -13 1 1 0 1\n");
+    write("deck", "beam beam\nsolenoid 2 1000\nquad 3 500\noutput out\n");
+    const struct {
+        const char *program;
+        Integrator integrator;
+    } rows[] = {{TRACKER, transported}, {TRACKER_KICK, kicked}};
+    std::string before;
+    for (const auto &[program, integrator] : rows) {
+        SCOPED_TRACE(program);
+        const Outcome outcome = runProcess(program, {"deck"}, {}, QDir::currentPath());
+        EXPECT_EQ(outcome.status, 0) << outcome.errors.toStdString();
+        const std::string written = read("out");
+        std::string error;
+        EXPECT_TRUE(runDeck("deck", integrator, error)) << error;
+        EXPECT_EQ(written, read("out"));
+        EXPECT_NE(written, before); // the methods differ in the last digits
+        before = written;
     }
 }
