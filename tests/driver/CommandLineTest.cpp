@@ -231,6 +231,8 @@ TEST_F(TestSelection, ANameMayBeginWithAColon)
 {
     writeScripts({work + "/:test"});
     expectRun({"*test"}, ":test", passes({":test"}), 0, 1);
+    write(work + "/:x", "no heading\n");
+    expectRun({":x"}, ":x", work.toUtf8() + "/:x: ***ERROR: Invalid test file\n", 1, 1);
 }
 
 // A distribution of its own: the driver in bin, the scripts in test beside it.
