@@ -9,6 +9,7 @@
 #include <QThread>
 
 #include <csignal>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -41,32 +42,52 @@ protected:
         return state != '?' && state != 'Z' && state != 'X';
     }
 
-    /// Starts the driver with all scripts, and sends SIGINT to it alone once \a begun is there and
-    /// it sleeps: on its output, which nobody reads before.
-    Outcome interruptAsleep(const QString &begun = QStringLiteral("test1.dir"))
+    /// Starts the driver with all scripts, and sends \a signal to it alone once \a isReady, given
+    /// its process, is true. Nobody reads what it prints before it has got the signal.
+    template <typename Condition>
+    Outcome interruptOnce(Condition isReady, int signal)
     {
         QProcess process;
         startProcess(process, driver, {QStringLiteral("test*")}, environment, work);
-        while (process.state() != QProcess::NotRunning &&
-               (!exists(begun) || stateOf(QByteArray::number(process.processId())) != 'S'))
+        const QByteArray id = QByteArray::number(process.processId());
+        while (isAtWork(id) && !isReady(id))
             QThread::msleep(1);
         EXPECT_GT(process.processId(), 0);
         if (process.processId() > 0)
-            kill(static_cast<pid_t>(process.processId()), SIGINT);
-        while (hasPendingSignal(process.processId()))
+            kill(static_cast<pid_t>(process.processId()), signal);
+        while (hasPendingSignal(id))
             QThread::msleep(1);
         return outcomeOf(process);
     }
 
     /// True if a signal was sent to \a process that it did not get yet.
-    static bool hasPendingSignal(qint64 process)
+    static bool hasPendingSignal(const QByteArray &process)
     {
-        QFile status(QStringLiteral("/proc/%1/status").arg(process));
+        QFile status(QStringLiteral("/proc/%1/status").arg(QString::fromLatin1(process)));
         const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : "";
         const QByteArray key = "\nShdPnd:";
         const auto begin = text.indexOf(key) + key.size();
         return text.contains(key) &&
                text.mid(begin, text.indexOf('\n', begin) - begin).trimmed().count('0') != 16;
+    }
+
+    /// Sends SIGINT to the driver alone once \a begun is there and it sleeps: on its output.
+    Outcome interruptAsleep(const QString &begun = QStringLiteral("test1.dir"))
+    {
+        const auto isAsleep = [this, &begun](const QByteArray &process) {
+            return exists(begun) && stateOf(process) == 'S';
+        };
+        return interruptOnce(isAsleep, SIGINT);
+    }
+
+    /// Makes the driver the first process of a container; false if that is not allowed.
+    bool becomeFirstProcess()
+    {
+        const QByteArray unshare = QByteArray("unshare --pid --fork --kill-child ") +
+                                   (geteuid() == 0 ? "" : "--map-root-user ");
+        addProgram(QStringLiteral("first"), "exec " + unshare + driver.toUtf8() + " \"$@\"\n");
+        driver = QDir(programs).filePath(QStringLiteral("first"));
+        return std::system((unshare + "true 2>/dev/null").constData()) == 0;
     }
 
     /// What is printed when the only script that ran, test1, failed with \a error, by \a signal.
@@ -142,6 +163,22 @@ TEST_F(InterruptionTest, SignalToTheDriverAloneEndsWhatItRuns)
         }
         EXPECT_FALSE(exists(QStringLiteral("test1.dir/next")));
     }
+}
+
+TEST_F(InterruptionTest, SignalToTheDriverAloneEndsAProgramThatIsStopped)
+{
+    QByteArray program;
+    const auto isStopped = [&](const QByteArray & /*driver*/) {
+        program = exists(QStringLiteral("pid")) ? read(QStringLiteral("pid")).trimmed() : "";
+        return !program.isEmpty() && stateOf(program) == 'T';
+    };
+    write(QStringLiteral("test1"), "=one\n=run echo $$ >../pid; kill -STOP $$; exec sleep 300\n");
+    const Outcome outcome = interruptOnce(isStopped, SIGTERM);
+    EXPECT_EQ(outcome.output,
+        preamble("test1") + stopped("running 'echo' failed, interrupted by SIGTERM", "SIGTERM", 0));
+    EXPECT_EQ(outcome.signal, SIGTERM);
+    if (outcome.signal != SIGTERM && !program.isEmpty()) // nobody else would end it
+        kill(program.toInt(), SIGKILL);
 }
 
 TEST_F(InterruptionTest, SigintToTheDriverAloneLeavesTheProgramAlone)
@@ -296,5 +333,23 @@ TEST_F(InterruptionTest, EndOfAProgramIsSeenWhereTheCallerDoesNotWantToKnowOfChi
         EXPECT_EQ(outcome.output, preamble("test1") + "test1: one\n" + summary(0, 1));
         EXPECT_EQ(outcome.errors, QByteArray());
         EXPECT_EQ(outcome.status, 0);
+    }
+}
+
+TEST_F(InterruptionTest, FirstProcessOfAContainerEndsWithTheStatusOfTheSignal)
+{
+    // What it sends to itself does not end it, so it has to tell by its status.
+    if (!becomeFirstProcess())
+        GTEST_SKIP() << "a container is not allowed here";
+    for (const auto &[number, name] : interruptions) {
+        SCOPED_TRACE(name);
+        const QByteArray signal = QByteArray(name).mid(3);
+        write(QStringLiteral("test1"), "=one\n=run test $PPID = 1 && kill -" + signal + " 1\n");
+        write(QStringLiteral("test2"), "=two\n");
+        const Outcome outcome = run({QStringLiteral("test?")});
+        EXPECT_TRUE(outcome.output.endsWith(
+            "***talmo_test: interrupted by " + QByteArray(name) + ", 1 tests not run\n"))
+            << outcome.output.toStdString();
+        EXPECT_EQ(outcome.status, 128 + number);
     }
 }
