@@ -1,5 +1,9 @@
 #include "DriverTest.h"
 
+#include <QDir>
+
+#include <sys/stat.h>
+
 // =file and =run.
 
 class FileCommand : public DriverTest
@@ -111,6 +115,36 @@ TEST_F(FileCommand, ABodyIsPassedOverOnceTheFileIsOpen)
         runScript("=heading\n=ignore Cannot write\n=file /dev/full\n" + body), "next\n" + passed);
     EXPECT_EQ(
         errorOf("=ignore Cannot write\n=file no/file\n" + body), "Unknown test command 'not'");
+}
+
+TEST_F(FileCommand, TheUmaskAloneTakesPermissionsAway)
+{
+    const struct {
+        const char *umask;
+        mode_t directory;
+        mode_t file;
+    } rows[] = {
+        {"0", 0777, 0666},
+        {"022", 0755, 0644},
+        {"027", 0750, 0640},
+        {"077", 0700, 0600},
+    };
+    const auto modeOf = [this](const char *path) {
+        struct stat status = {};
+        EXPECT_EQ(stat(qPrintable(QDir(work).filePath(path)), &status), 0) << path;
+        return status.st_mode & ~mode_t(S_IFMT);
+    };
+    addProgram("masked", "umask $MASK\nexec " + driver.toUtf8() + " \"$@\"\n");
+    driver = QDir(programs).filePath("masked");
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.umask);
+        environment["MASK"] = row.umask;
+        EXPECT_EQ(
+            runScript("=heading\n=file a\n=testbeam b 0 1 2 0 1 2 0 13 1\n=run >c\n=end\n"), ended);
+        EXPECT_EQ(modeOf("test1.dir"), row.directory);
+        for (const char *const file : {"test1.dir/a", "test1.dir/b", "test1.dir/c"})
+            EXPECT_EQ(modeOf(file), row.file) << file;
+    }
 }
 
 TEST_F(FileCommand, RefusesANameThatTheSystemWouldCut)
