@@ -355,8 +355,7 @@ TEST_F(Fallback, DistributionServesOptionD)
 
 TEST_F(CommandLine, TheDriverCarriesTheUnitsAndFillsTheirTableAtStart)
 {
-    environment["LD_PRELOAD"] = UNITS_AT_START;
-    environment["ASAN_OPTIONS"] = "verify_asan_link_order=0"; // our library comes before its own
+    preload(UNITS_AT_START);
     write("test1", "=starts no program\n");
     const Outcome outcome = run({"test1"});
     EXPECT_EQ(outcome.errors, "70 units of 18 kinds\n");

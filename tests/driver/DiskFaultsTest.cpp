@@ -63,6 +63,22 @@ TEST_F(DiskFaults, ABodyThatDoesNotFitFailsAndWhatFittedIsKept)
     expectCutShort("test1.dir/big", body);
 }
 
+TEST_F(DiskFaults, AFileThatCannotBeClosedWasNotWritten)
+{
+    preload(FAILING_CLOSE);
+    environment["CLOSE_FAILS_FOR"] = work + "/test1.dir/lost";
+    EXPECT_EQ(
+        errorOf("=file before\nx\n=file lost\nx\n=echo not reached\n"), "Cannot write file 'lost'");
+    EXPECT_EQ(errorOf("=file lost\n=echo not reached\n"), "Cannot write file 'lost'");
+    // The second time it is not to fail.
+    EXPECT_EQ(runScript("=heading\n=ignore ^Cannot write file 'lost'$\n=file lost\nx\n"
+                        "=file lost\nfound\n=end\n"),
+        ended);
+    EXPECT_EQ(read("test1.dir/lost"), "found\n");
+    // Deliberate: a beam does not fail once its file is open.
+    EXPECT_EQ(runScript("=heading\n=testbeam lost 0 1 2 0 1 2 0 13 1\n"), passed);
+}
+
 TEST_F(DiskFaults, ARunGoesOnAfterAnExpectedFailureOfTheDisk)
 {
     const QByteArray body = QByteArray("a line of an input file\n").repeated(30000);

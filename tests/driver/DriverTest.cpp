@@ -151,6 +151,13 @@ bool DriverTest::mountPrivately(const QByteArray &before, const QByteArray &afte
     return std::system(attempt.constData()) == 0;
 }
 
+void DriverTest::preload(const QString &module)
+{
+    environment[QStringLiteral("LD_PRELOAD")] = module;
+    // The sanitizer's own library would have to come first.
+    environment[QStringLiteral("ASAN_OPTIONS")] = QStringLiteral("verify_asan_link_order=0");
+}
+
 void DriverTest::limitMemory()
 {
     addProgram(QStringLiteral("frugal"), "ulimit -v 150000\nexec " + driver.toUtf8() + " \"$@\"\n");

@@ -66,6 +66,9 @@ protected:
     /// and $work, and no failure among them goes unnoticed. False if mounting is not allowed.
     bool mountPrivately(const QByteArray &before, const QByteArray &after = "");
 
+    /// Loads \a module into the driver, and into what it starts, before all else.
+    void preload(const QString &module);
+
     /// Leaves the driver, and what it starts, 150 MB of memory. Not under a sanitizer.
     void limitMemory();
 
