@@ -1,72 +1,12 @@
-#include "DriverTest.h"
+#include "SettingsFaults.h"
 
-#include <QDir>
-#include <QFile>
 #include <QProcess>
-#include <QSettings>
-#include <QSysInfo>
 
 #include <memory>
 #include <random>
 
-#include <sys/stat.h>
-
-// Settings that cannot be saved or read, that hold what nobody wrote, or too much, and many drivers
-// that start at once. The driver's tests run in each case.
-
-class SettingsFaults : public DriverTest
-{
-protected:
-    SettingsFaults() { write("test1", "=heading\n=simprogram *\n"); }
-
-    /// Writes the settings file; the driver will find the programs \a names in it.
-    void writeSettings(const QByteArray &text, const QStringList &names)
-    {
-        write(settings, text);
-        configured = names;
-    }
-
-    /// Runs the one test, and expects that it passes for each program in the settings.
-    void expectPass()
-    {
-        QByteArray printed;
-        for (const QString &name : std::as_const(configured))
-            printed += "test1(" + name.toUtf8() + "): heading\n";
-        if (printed.isEmpty())
-            printed = "Configured SimPrograms: \n" + work.toUtf8() +
-                      "/test1: No applicable SimPrograms\n";
-        expectRun({"test1"}, "test1", printed, 0, 1);
-        EXPECT_EQ(entries(), QStringList({"test1"}));
-    }
-
-    /// What is beside the settings file, itself included: a lock, a file half written.
-    QStringList filesOfSettings() const
-    {
-        return QFileInfo(settings).dir().entryList(
-            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    }
-
-    QMap<QString, QString> stored() const
-    {
-        QSettings store(settings, QSettings::IniFormat);
-#if QT_VERSION_MAJOR < 6
-        store.setIniCodec("UTF-8");
-#endif
-        QMap<QString, QString> values;
-        const QStringList keys = store.allKeys();
-        for (const QString &key : keys)
-            values[key] = key.isEmpty() ? QString() : store.value(key).toString();
-        return values;
-    }
-
-    void setMode(const QString &path, mode_t mode) const
-    {
-        ASSERT_EQ(chmod(qPrintable(path), mode), 0);
-    }
-
-    const QStringList onlyTheFile = {"Talmo.conf"};
-    const QByteArray someSettings = "[General]\nSimProgram1.name=sim1\nmine=kept\n";
-};
+// Settings that may not be saved or read, that hold what nobody wrote, or too much, and many
+// drivers that start at once.
 
 TEST_F(SettingsFaults, WhatMayNotBeChangedStaysAsItIs)
 {
@@ -119,27 +59,6 @@ TEST_F(SettingsFaults, AFolderThatMayNotBeMadeIsNoFailure)
     setMode(config, 0500);
     expectPass();
     EXPECT_TRUE(QDir(config).isEmpty());
-}
-
-TEST_F(SettingsFaults, ADirectoryInThePlaceOfTheFileStays)
-{
-    QDir().mkpath(settings + "/inner");
-    expectPass();
-    EXPECT_EQ(filesOfSettings(), onlyTheFile);
-    EXPECT_EQ(
-        QDir(settings).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList({"inner"}));
-}
-
-TEST_F(SettingsFaults, ALinkStaysALink)
-{
-    const QString target = folder.filePath("dotfiles");
-    write(target, someSettings);
-    configured = QStringList({"sim1"});
-    QDir().mkpath(QFileInfo(settings).path());
-    ASSERT_TRUE(QFile::link(target, settings));
-    expectPass();
-    EXPECT_EQ(QFile::symLinkTarget(settings), target);
-    EXPECT_EQ(stored().size(), 75);
 }
 
 TEST_F(SettingsFaults, WhatCanBeReadOfADamagedFileIsKept)
@@ -250,20 +169,6 @@ TEST_F(SettingsFaults, WithAPlaceForTheSettingsAHomeIsNotNeeded)
     environment.remove("HOME");
     expectPass();
     EXPECT_EQ(stored().size(), 74);
-}
-
-TEST_F(SettingsFaults, ALockOfADeadProcessIsTaken)
-{
-    QProcess dead;
-    dead.start("true", QStringList());
-    const qint64 pid = dead.processId();
-    ASSERT_TRUE(dead.waitForFinished());
-    writeSettings(someSettings, {"sim1"});
-    write(settings + ".lock",
-        QByteArray::number(pid) + "\ntalmo_test\n" + QSysInfo::machineHostName().toUtf8() + "\n");
-    expectPass();
-    EXPECT_EQ(stored().size(), 75);
-    EXPECT_EQ(filesOfSettings(), onlyTheFile);
 }
 
 TEST_F(SettingsFaults, FortyFirstStartsAtOnceLoseNothing)

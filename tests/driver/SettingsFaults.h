@@ -1,0 +1,65 @@
+#pragma once
+
+#include "DriverTest.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+
+#include <sys/stat.h>
+
+/// Settings with which something is wrong. The driver's test runs all the same.
+class SettingsFaults : public DriverTest
+{
+protected:
+    SettingsFaults() { write("test1", "=heading\n=simprogram *\n"); }
+
+    /// Writes the settings file; the driver will find the programs \a names in it.
+    void writeSettings(const QByteArray &text, const QStringList &names)
+    {
+        write(settings, text);
+        configured = names;
+    }
+
+    /// Runs the one test, and expects that it passes for each program in the settings.
+    void expectPass()
+    {
+        QByteArray printed;
+        for (const QString &name : std::as_const(configured))
+            printed += "test1(" + name.toUtf8() + "): heading\n";
+        if (printed.isEmpty())
+            printed = "Configured SimPrograms: \n" + work.toUtf8() +
+                      "/test1: No applicable SimPrograms\n";
+        expectRun({"test1"}, "test1", printed, 0, 1);
+        EXPECT_EQ(entries(), QStringList({"test1"}));
+    }
+
+    /// What is beside the settings file, itself included: a lock, a file half written.
+    QStringList filesOfSettings() const
+    {
+        return QFileInfo(settings).dir().entryList(
+            QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+
+    QMap<QString, QString> stored() const
+    {
+        QSettings store(settings, QSettings::IniFormat);
+#if QT_VERSION_MAJOR < 6
+        store.setIniCodec("UTF-8");
+#endif
+        QMap<QString, QString> values;
+        const QStringList keys = store.allKeys();
+        for (const QString &key : keys)
+            values[key] = key.isEmpty() ? QString() : store.value(key).toString();
+        return values;
+    }
+
+    void setMode(const QString &path, mode_t mode) const
+    {
+        ASSERT_EQ(chmod(qPrintable(path), mode), 0);
+    }
+
+    const QStringList onlyTheFile = {"Talmo.conf"};
+    const QByteArray someSettings = "[General]\nSimProgram1.name=sim1\nmine=kept\n";
+};
