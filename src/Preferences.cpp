@@ -7,16 +7,18 @@
 #include "Preferences.h"
 
 #include "Console.h"
+#include "SettingsFile.h"
+#include "SettingsStore.h"
 #include "StartupGuard.h"
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QSettings>
 
 namespace Talmo
 {
 
 QSettings *Preferences::qsettings = nullptr;
+QString Preferences::problem;
 QTimer *Preferences::deferTimer = nullptr;
 QHash<QString, QString> Pref::synopsis;
 
@@ -37,15 +39,13 @@ void Preferences::init()
 {
     if (qsettings != nullptr)
         return;
-    QCoreApplication::setOrganizationName(QStringLiteral("Brelund, Inc."));
+    QCoreApplication::setOrganizationName(QLatin1String(settingsOrganization));
     QCoreApplication::setOrganizationDomain(QStringLiteral("brelund.com"));
-    QCoreApplication::setApplicationName(QStringLiteral("Talmo"));
+    QCoreApplication::setApplicationName(QLatin1String(settingsApplication));
     QCoreApplication::setApplicationVersion(QStringLiteral("beta.7"));
-    qsettings = new QSettings;
-#if QT_VERSION_MAJOR < 6
-    qsettings->setIniCodec("UTF-8"); // as Qt 6 has it, so that both read the same file alike
-#endif
-    Console::printf("Preferences loaded from '%s'\n", qPrintable(qsettings->fileName()));
+    qsettings = SettingsStore::open(problem);
+    if (problem.isNull())
+        Console::printf("Preferences loaded from '%s'\n", qPrintable(qsettings->fileName()));
 }
 
 QString Preferences::get(QString key)

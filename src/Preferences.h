@@ -16,7 +16,8 @@ namespace Talmo
 class Preferences
 {
 public:
-    /// Opens the store on its first call, and prints where it is; later calls do nothing.
+    /// Opens the store on its first call, and prints where it is, or sets `problem`; later calls do
+    /// nothing.
     static void init();
 
     /// The stored value of \a key. Throws a QString for a key that was never declared (and for the
@@ -24,7 +25,13 @@ public:
     static QString get(QString key);
 
     static QSettings *qsettings; ///< the store; null before init, never freed
-    static QTimer *deferTimer;   ///< for deferred saving in windowed programs; unused here
+
+    /// Why the settings cannot be read, in words that follow the program's name; null if they can.
+    /// Every key then has its default, and nothing is saved. A program in which that could pass for
+    /// the user's settings looks here first.
+    static QString problem;
+
+    static QTimer *deferTimer; ///< for deferred saving in windowed programs; unused here
 };
 
 /// Declares one preference: constructing it stores \a defaultValue under \a name unless the store

@@ -125,6 +125,10 @@ const char *platformOfThisBuild()
 /// Selects the tests that the arguments name and runs them; true if all passed.
 bool runDriver(int argc, char *argv[])
 {
+    if (!Preferences::problem.isNull()) { // no test would run for any program, and all would pass
+        std::printf("***talmo_test: %s\n", qPrintable(Preferences::problem));
+        return false;
+    }
     // From argv itself: the application object takes Qt's own options out of its list.
     const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
     qInstallMessageHandler(dropWarning);

@@ -1,6 +1,7 @@
 #include "Preferences.h"
 #include "Console.h"
 #include "Printing.h"
+#include "SettingsFile.h"
 
 #include <QCoreApplication>
 #include <QSettings>
@@ -77,6 +78,13 @@ TEST(Preferences, ASecondInitDoesNothing)
     EXPECT_EQ(Preferences::qsettings, store);
     EXPECT_EQ(*Talmo::Console::initial, printed);
     EXPECT_EQ(printed, "Preferences loaded from '" + store->fileName() + "'\n");
+}
+
+TEST(Preferences, TheStoreIsWhereTheSettingsAreLookedFor)
+{
+    EXPECT_EQ(Talmo::settingsFiles().value(0), Preferences::qsettings->fileName());
+    EXPECT_EQ(Preferences::qsettings->fileName(), QSettings("Brelund, Inc.", "Talmo").fileName());
+    EXPECT_TRUE(Preferences::problem.isNull());
 }
 
 TEST(Preferences, NamesTheProductOnTheApplicationObject)

@@ -9,7 +9,8 @@
 
 #include <sys/stat.h>
 
-/// Settings with which something is wrong. The driver's test runs all the same.
+/// Settings with which something is wrong. The driver's test runs, unless that could be a pass
+/// without a program.
 class SettingsFaults : public DriverTest
 {
 protected:
@@ -58,6 +59,24 @@ protected:
     void setMode(const QString &path, mode_t mode) const
     {
         ASSERT_EQ(chmod(qPrintable(path), mode), 0);
+    }
+
+    /// Runs the driver, and expects that it says \a why it cannot read \a file, and runs nothing.
+    void expectRefusal(const QString &file, const QByteArray &why)
+    {
+        const Outcome outcome = run({"test1"});
+        EXPECT_EQ(outcome.output,
+            "***talmo_test: cannot read the settings '" + file.toUtf8() + "': " + why + "\n");
+        EXPECT_EQ(outcome.errors, "");
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(entries(), QStringList({"test1"}));
+    }
+
+    struct stat statusOf(const QString &path) const
+    {
+        struct stat status = {};
+        EXPECT_EQ(stat(qPrintable(path), &status), 0) << path.toStdString();
+        return status;
     }
 
     const QStringList onlyTheFile = {"Talmo.conf"};

@@ -146,6 +146,31 @@ TEST_F(SettingsFaults, AHundredThousandKeysAreKept)
     EXPECT_TRUE(read(settings) == written);
 }
 
+TEST_F(SettingsFaults, FilesUpTo64MiBAreRead)
+{
+    const qint64 limit = 64 << 20;
+    writeSettings(someSettings, {"sim1"});
+    ASSERT_TRUE(QFile::resize(settings, limit + 1));
+    expectRefusal(settings, "it is larger than 64 MiB");
+    EXPECT_EQ(statusOf(settings).st_size, limit + 1);
+    ASSERT_TRUE(QFile::resize(settings, limit));
+    expectPass();
+    EXPECT_EQ(stored().value("mine"), "kept");
+}
+
+TEST_F(SettingsFaults, WhatDoesNotFitIntoMemoryIsNotRead)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "memory cannot be limited here";
+    writeSettings(someSettings, {});
+    limitMemory();
+    ASSERT_TRUE(QFile::resize(settings, 3LL << 30));
+    expectRefusal(settings, "it is larger than 64 MiB");
+    ASSERT_TRUE(QFile::resize(settings, 10 << 20));
+    expectRefusal(settings, "there is not enough memory");
+    EXPECT_EQ(statusOf(settings).st_size, 10 << 20);
+}
+
 TEST_F(SettingsFaults, WithoutAHomeTheSettingsAreLookedForAtTheRoot)
 {
     environment.remove("XDG_CONFIG_HOME");

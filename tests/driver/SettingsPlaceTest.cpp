@@ -3,10 +3,20 @@
 #include <QProcess>
 #include <QSysInfo>
 
+#include <sys/sysmacros.h>
+
 // What stands in the place of the settings, or of the lock under which they are saved.
 
 class SettingsPlace : public SettingsFaults
 {
+protected:
+    /// Makes \a path, and the folders on the way, something of that \a kind, which is no ordinary
+    /// file; a device is the null device. False if the system refuses.
+    bool make(const QString &path, mode_t kind) const
+    {
+        QDir().mkpath(QFileInfo(path).path());
+        return mknod(qPrintable(path), kind | 0666U, makedev(1, 3)) == 0;
+    }
 };
 
 TEST_F(SettingsPlace, ADirectoryInThePlaceOfTheFileStays)
@@ -28,6 +38,48 @@ TEST_F(SettingsPlace, ALinkStaysALink)
     expectPass();
     EXPECT_EQ(QFile::symLinkTarget(settings), target);
     EXPECT_EQ(stored().size(), 75);
+}
+
+TEST_F(SettingsPlace, WhatQtWouldWaitForIsNotRead)
+{
+    const struct {
+        mode_t kind;
+        QByteArray why;
+    } rows[] = {{S_IFIFO, "it is a pipe"}, {S_IFSOCK, "it is a socket"}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.why.toStdString());
+        ASSERT_TRUE(make(settings, row.kind));
+        expectRefusal(settings, row.why);
+        EXPECT_EQ(statusOf(settings).st_mode & S_IFMT, row.kind);
+
+        const QString target = folder.filePath("target");
+        ASSERT_EQ(rename(qPrintable(settings), qPrintable(target)), 0);
+        ASSERT_TRUE(QFile::link(target, settings));
+        expectRefusal(settings, row.why);
+        EXPECT_EQ(statusOf(target).st_mode & S_IFMT, row.kind);
+        EXPECT_EQ(filesOfSettings(), onlyTheFile);
+        QFile::remove(settings);
+        QFile::remove(target);
+    }
+    ASSERT_TRUE(QFile::link(settings, settings));
+    expectRefusal(settings, "Too many levels of symbolic links");
+}
+
+TEST_F(SettingsPlace, EveryFileThatQtReadsIsLookedAt)
+{
+    environment["XDG_CONFIG_DIRS"] = folder.filePath("system1") + ':' + folder.filePath("system2");
+    for (const char *const name : {"config/Brelund, Inc..conf", "system1/Brelund, Inc./Talmo.conf",
+             "system1/Brelund, Inc..conf", "system2/Brelund, Inc./Talmo.conf",
+             "system2/Brelund, Inc..conf"}) {
+        const QString file = folder.filePath(name);
+        ASSERT_TRUE(make(file, S_IFIFO));
+        expectRefusal(file, "it is a pipe");
+        QFile::remove(file);
+    }
+    environment.remove("XDG_CONFIG_HOME");
+    const QString inHome = folder.filePath(".config/Brelund, Inc./Talmo.conf");
+    ASSERT_TRUE(make(inHome, S_IFIFO));
+    expectRefusal(inHome, "it is a pipe");
 }
 
 TEST_F(SettingsPlace, ALockOfADeadProcessIsTaken)

@@ -1,5 +1,6 @@
 #include "DriverTest.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSettings>
@@ -74,6 +75,16 @@ TEST_F(Settings, AProgramThatUsesNoPreferenceOpensTheFileToo)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.output, "Preferences loaded from '" + settings.toUtf8() + "'\nmain\n");
     EXPECT_FALSE(QFile::exists(settings)); // without an application object nothing is saved
+}
+
+TEST_F(Settings, AProgramHasTheDefaultsIfNothingCanBeRead)
+{
+    QDir().mkpath(QFileInfo(settings).path());
+    ASSERT_EQ(mkfifo(qPrintable(settings), 0600), 0);
+    const Outcome outcome = openSettings({"SimProgram3.name", "IconSize"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.output, "\n48\n"); // they were not loaded
+    EXPECT_EQ(outcome.errors, "");
 }
 
 TEST_F(Settings, TheSystemsFileSuppliesWhatTheUsersLacks)
