@@ -1,11 +1,84 @@
+// To save, Qt writes a new file and renames it. So it replaces whatever has the file's name, and
+// the new file belongs to whoever runs the program. We look at the file first, and give the new one
+// its owner back.
+
 #include "SettingsStore.h"
 
 #include "SettingsFile.h"
 
 #include <QEvent>
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Talmo
 {
+
+namespace
+{
+
+/// True if \a name is an ordinary file, or does not exist. A link counts as what it leads to.
+bool isOrdinaryOrMissing(const QString &name)
+{
+    struct stat status = {};
+    return stat(QFile::encodeName(name), &status) != 0 || S_ISREG(status.st_mode);
+}
+
+/// Remembers whose a file is, and gives what is put in its place to the same owner and group, with
+/// the same permissions.
+class Ownership
+{
+public:
+    explicit Ownership(const QString &name)
+    {
+        const QFileInfo target(QFileInfo(name).canonicalFilePath());
+        fileName = QFile::encodeName(target.fileName());
+        // We keep the folder open. By its name, another user could lead root to another file.
+        folder = open(QFile::encodeName(target.path()), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        isKnown = fstatat(folder, fileName, &before, AT_SYMLINK_NOFOLLOW) == 0;
+    }
+    Ownership(const Ownership &) = delete;
+    Ownership &operator=(const Ownership &) = delete;
+    ~Ownership()
+    {
+        if (isKnown)
+            restore();
+        if (folder >= 0)
+            close(folder);
+    }
+
+private:
+    void restore() const
+    {
+        constexpr int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+        const int file = openat(folder, fileName, flags);
+        struct stat now = {};
+        if (fstat(file, &now) == 0 && isReplacement(now) &&
+            fchown(file, before.st_uid, before.st_gid) == 0)
+            fchmod(file, before.st_mode & 07777U); // not before: a new owner clears some of it
+        if (file >= 0)
+            close(file);
+    }
+
+    /// True if \a now is a new file of this process that differs from the one before.
+    bool isReplacement(const struct stat &now) const
+    {
+        const bool isOurs = S_ISREG(now.st_mode) && now.st_nlink == 1 && now.st_uid == geteuid();
+        const bool isSame = now.st_uid == before.st_uid && now.st_gid == before.st_gid &&
+                            now.st_mode == before.st_mode;
+        return isOurs && now.st_ino != before.st_ino && !isSame;
+    }
+
+    int folder = -1;
+    QByteArray fileName;
+    struct stat before = {};
+    bool isKnown = false;
+};
+
+} // namespace
 
 SettingsStore::SettingsStore(const QString &fileName)
     : QSettings(fileName, QSettings::IniFormat)
@@ -29,8 +102,9 @@ bool SettingsStore::event(QEvent *event)
 {
     if (event->type() != QEvent::UpdateRequest)
         return QSettings::event(event);
-    if (!isUsable)
+    if (!isUsable || !isOrdinaryOrMissing(fileName()))
         return true; // Qt takes the request for one that is still to be met, and never asks again
+    const Ownership ownership(fileName());
     return QSettings::event(event);
 }
 

@@ -5,7 +5,8 @@
 namespace Talmo
 {
 
-/// The user's settings as Qt keeps them, read only if that does not wait for ever.
+/// The user's settings as Qt keeps them, read and saved only if that neither waits for ever nor
+/// harms what stands in the place of the file.
 class SettingsStore : public QSettings
 {
 public:
@@ -14,7 +15,8 @@ public:
     static SettingsStore *open(QString &problem);
 
 protected:
-    /// Saves when Qt asks for it, unless there is nothing to save into.
+    /// Saves when Qt asks for it, unless something is in the way. Then nothing is saved later
+    /// either, and the file stays as it is.
     bool event(QEvent *event) override;
 
 private:

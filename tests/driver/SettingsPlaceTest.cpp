@@ -4,6 +4,7 @@
 #include <QSysInfo>
 
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 // What stands in the place of the settings, or of the lock under which they are saved.
 
@@ -38,6 +39,61 @@ TEST_F(SettingsPlace, ALinkStaysALink)
     expectPass();
     EXPECT_EQ(QFile::symLinkTarget(settings), target);
     EXPECT_EQ(stored().size(), 75);
+}
+
+TEST_F(SettingsPlace, ADeviceInThePlaceOfTheFileStays)
+{
+    const QString device = folder.filePath("device");
+    if (!make(device, S_IFCHR))
+        GTEST_SKIP() << "only root may make a device";
+    QDir().mkpath(QFileInfo(settings).path());
+    ASSERT_TRUE(QFile::link(device, settings));
+    const ino_t made = statusOf(device).st_ino;
+    expectPass();
+    EXPECT_TRUE(S_ISCHR(statusOf(device).st_mode));
+    EXPECT_EQ(statusOf(device).st_ino, made);
+    EXPECT_EQ(QFile::symLinkTarget(settings), device);
+    EXPECT_EQ(filesOfSettings(), onlyTheFile);
+
+    ASSERT_EQ(rename(qPrintable(device), qPrintable(settings)), 0); // now without a link
+    expectPass();
+    EXPECT_EQ(statusOf(settings).st_ino, made);
+}
+
+TEST_F(SettingsPlace, ALinkToADirectoryLeavesBothAlone)
+{
+    const QString target = folder.filePath("directory");
+    QDir().mkpath(target);
+    QDir().mkpath(QFileInfo(settings).path());
+    ASSERT_TRUE(QFile::link(target, settings));
+    expectPass();
+    EXPECT_EQ(QFile::symLinkTarget(settings), target);
+    EXPECT_EQ(filesOfSettings(), onlyTheFile);
+    EXPECT_TRUE(QDir(target).isEmpty());
+}
+
+TEST_F(SettingsPlace, AFileThatRootSavesKeepsItsOwner)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root saves what is another's";
+    const QString target = folder.filePath("dotfiles");
+    for (const QString &file : {settings, target}) {
+        SCOPED_TRACE(file.toStdString());
+        writeSettings(someSettings, {"sim1"});
+        if (file == target) {
+            ASSERT_EQ(rename(qPrintable(settings), qPrintable(target)), 0);
+            ASSERT_TRUE(QFile::link(target, settings));
+        }
+        ASSERT_EQ(chown(qPrintable(file), 1234, 4321), 0);
+        setMode(file, 02640);
+        expectPass();
+        EXPECT_EQ(stored().size(), 75);
+        EXPECT_EQ(statusOf(file).st_uid, 1234U);
+        EXPECT_EQ(statusOf(file).st_gid, 4321U);
+        EXPECT_EQ(statusOf(file).st_mode, S_IFREG | 02640U);
+        EXPECT_EQ(filesOfSettings(), onlyTheFile);
+        EXPECT_EQ(QFileInfo(settings).isSymLink(), file == target);
+    }
 }
 
 TEST_F(SettingsPlace, WhatQtWouldWaitForIsNotRead)
