@@ -1,14 +1,17 @@
-// To save, Qt writes a new file and renames it. So it replaces whatever has the file's name, and
-// the new file belongs to whoever runs the program. We look at the file first, and give the new one
-// its owner back.
+// To save, Qt takes the lock "Talmo.conf.lock", writes a new file and renames it. It waits for the
+// lock without end, replaces whatever has the file's name, and the new file belongs to whoever runs
+// the program. So we look at the file and try the lock first, and give the new file its owner back.
 
 #include "SettingsStore.h"
 
+#include "Console.h"
 #include "SettingsFile.h"
 
+#include <QDateTime>
 #include <QEvent>
 #include <QFile>
 #include <QFileInfo>
+#include <QLockFile>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -20,11 +23,56 @@ namespace Talmo
 namespace
 {
 
+constexpr int staleAfter = 1000; ///< milliseconds; Qt's own rule is thirty seconds
+constexpr int longestWait = 1500;
+
 /// True if \a name is an ordinary file, or does not exist. A link counts as what it leads to.
 bool isOrdinaryOrMissing(const QString &name)
 {
     struct stat status = {};
     return stat(QFile::encodeName(name), &status) != 0 || S_ISREG(status.st_mode);
+}
+
+/// True if no process is using the lock \a name, but it could not be taken. A process that has just
+/// made its lock has yet to write its name there.
+bool isLeftOver(const QLockFile &lock, const QString &name)
+{
+    qint64 process = 0;
+    QString host;
+    QString program;
+    return !lock.getLockInfo(&process, &host, &program) &&
+           QFileInfo(name).lastModified().msecsTo(QDateTime::currentDateTime()) >= staleAfter;
+}
+
+/// What keeps Qt from taking the lock under which it saves the file \a name; empty if another
+/// process has it, null if nothing does. Null also if no lock can be made: Qt then gives up at
+/// once.
+QString obstacleToLocking(const QString &name)
+{
+    const QString lockName = name + QStringLiteral(".lock");
+    // Qt takes the second one while it removes the first.
+    for (const QString &file : {lockName, lockName + QStringLiteral(".rmlock")}) {
+        if (QFileInfo(file).isSymLink() || !isOrdinaryOrMissing(file))
+            return file;
+    }
+    QLockFile lock(lockName);
+    lock.setStaleLockTime(staleAfter); // a process that is alive keeps its lock all the same
+    if (lock.tryLock(longestWait) || lock.error() != QLockFile::LockFailedError)
+        return {};
+    return isLeftOver(lock, lockName) ? lockName : QStringLiteral("");
+}
+
+/// True if the file \a name can be saved now. If not, says what is in the way of its lock. Nothing
+/// is said of a device or a directory, which the user has put in place of the file, or of another
+/// process, which saves the same.
+bool canBeSaved(const QString &name)
+{
+    if (!isOrdinaryOrMissing(name))
+        return false;
+    const QString obstacle = obstacleToLocking(name);
+    if (!obstacle.isEmpty())
+        Console::printf("***Preferences not saved: '%s' is in the way\n", qPrintable(obstacle));
+    return obstacle.isNull();
 }
 
 /// Remembers whose a file is, and gives what is put in its place to the same owner and group, with
@@ -102,7 +150,7 @@ bool SettingsStore::event(QEvent *event)
 {
     if (event->type() != QEvent::UpdateRequest)
         return QSettings::event(event);
-    if (!isUsable || !isOrdinaryOrMissing(fileName()))
+    if (!isUsable || !canBeSaved(fileName()))
         return true; // Qt takes the request for one that is still to be met, and never asks again
     const Ownership ownership(fileName());
     return QSettings::event(event);

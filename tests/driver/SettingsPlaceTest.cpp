@@ -1,5 +1,6 @@
 #include "SettingsFaults.h"
 
+#include <QLockFile>
 #include <QProcess>
 #include <QSysInfo>
 
@@ -11,6 +12,20 @@
 class SettingsPlace : public SettingsFaults
 {
 protected:
+    /// Runs the one test, and expects that it passes for sim1 alone, that the driver says \a why it
+    /// does not save, and that it does not.
+    void expectNotSaved(const QByteArray &why)
+    {
+        const QByteArray before = read(settings);
+        const Outcome outcome = run({"test1"});
+        QByteArray printed = preamble("test1") + "test1(sim1): heading\n" + summary(0, 1);
+        printed.insert(printed.indexOf('\n') + 1, "***Preferences not saved: " + why + "\n");
+        EXPECT_EQ(outcome.output, printed);
+        EXPECT_EQ(outcome.errors, "");
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(read(settings), before);
+    }
+
     /// Makes \a path, and the folders on the way, something of that \a kind, which is no ordinary
     /// file; a device is the null device. False if the system refuses.
     bool make(const QString &path, mode_t kind) const
@@ -150,4 +165,64 @@ TEST_F(SettingsPlace, ALockOfADeadProcessIsTaken)
     expectPass();
     EXPECT_EQ(stored().size(), 75);
     EXPECT_EQ(filesOfSettings(), onlyTheFile);
+}
+
+TEST_F(SettingsPlace, ALockThatNobodyHoldsIsTaken)
+{
+    const QString lock = settings + ".lock";
+    for (const char *const touch : {"true", "touch -d '1 hour ago'"}) {
+        SCOPED_TRACE(touch);
+        writeSettings(someSettings, {"sim1"});
+        write(lock, ""); // its process was killed before it wrote its name there
+        ASSERT_EQ(std::system(qPrintable(touch + QString(" '%1'").arg(lock))), 0);
+        expectPass();
+        EXPECT_EQ(stored().size(), 75);
+        EXPECT_EQ(filesOfSettings(), onlyTheFile);
+    }
+}
+
+TEST_F(SettingsPlace, ALockThatALiveProcessHoldsIsLeftToIt)
+{
+    writeSettings(someSettings, {"sim1"});
+    QLockFile lock(settings + ".lock");
+    ASSERT_TRUE(lock.tryLock());
+    expectPass();
+    EXPECT_EQ(read(settings), someSettings);
+    EXPECT_EQ(filesOfSettings(), QStringList({"Talmo.conf", "Talmo.conf.lock"}));
+    lock.unlock();
+    expectPass();
+    EXPECT_EQ(stored().size(), 75);
+}
+
+TEST_F(SettingsPlace, WhatIsNoLockIsNotWaitedFor)
+{
+    writeSettings(someSettings, {"sim1"});
+    const QString lock = settings + ".lock";
+    const QString ofLock = lock + ".rmlock";
+    for (const QString &file : {lock, ofLock}) {
+        for (const mode_t kind : {S_IFIFO, S_IFSOCK}) {
+            ASSERT_TRUE(make(file, kind));
+            expectNotSaved("'" + file.toUtf8() + "' is in the way");
+            EXPECT_EQ(statusOf(file).st_mode & S_IFMT, kind);
+            QFile::remove(file);
+        }
+        ASSERT_TRUE(QFile::link(folder.filePath("nothing"), file));
+        expectNotSaved("'" + file.toUtf8() + "' is in the way");
+        QFile::remove(file);
+        QDir().mkpath(file);
+        expectNotSaved("'" + file.toUtf8() + "' is in the way");
+        EXPECT_TRUE(QDir().rmdir(file));
+    }
+    expectPass();
+    EXPECT_EQ(stored().size(), 75);
+}
+
+TEST_F(SettingsPlace, ALockThatMayNotBeOpenedIsNotWaitedFor)
+{
+    if (!obeyPermissions())
+        GTEST_SKIP() << "root may open anything, and cannot be kept from it here";
+    writeSettings(someSettings, {"sim1"});
+    write(settings + ".lock", "");
+    setMode(settings + ".lock", 0);
+    expectNotSaved("'" + settings.toUtf8() + ".lock' is in the way");
 }
