@@ -171,6 +171,18 @@ TEST_F(SettingsFaults, WhatDoesNotFitIntoMemoryIsNotRead)
     EXPECT_EQ(statusOf(settings).st_size, 10 << 20);
 }
 
+TEST_F(SettingsFaults, AFullDiskLeavesTheFileAsItIs)
+{
+    addProgram("full", "ulimit -f 0\nexec " + driver.toUtf8() + " \"$@\"\n"); // no file may grow
+    driver = QDir(programs).filePath("full");
+    expectPass();
+    EXPECT_EQ(filesOfSettings(), QStringList());
+    writeSettings(someSettings, {"sim1"});
+    expectPass();
+    EXPECT_EQ(read(settings), someSettings);
+    EXPECT_EQ(filesOfSettings(), onlyTheFile);
+}
+
 TEST_F(SettingsFaults, WithoutAHomeTheSettingsAreLookedForAtTheRoot)
 {
     environment.remove("XDG_CONFIG_HOME");
