@@ -100,14 +100,14 @@ public:
 
     void add(qint64 number)
     {
-        char *const end = bytes.data() + bytes.size();
-        used =
-            static_cast<size_t>(std::to_chars(bytes.data() + used, end, number).ptr - bytes.data());
+        char *const begin = bytes.data() + used;
+        used += static_cast<size_t>(std::to_chars(begin, begin + longestField, number).ptr - begin);
     }
 
 private:
     static constexpr size_t blockSize = 1 << 17;
-    static constexpr size_t longestLine = 256; // twelve fields of at most 20 characters
+    static constexpr size_t longestField = 20;
+    static constexpr size_t longestLine = 12 * (longestField + 1);
 
     const TestBeam::Sink &file;
     std::vector<char> bytes;
