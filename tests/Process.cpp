@@ -50,7 +50,7 @@ Outcome runProcess(const QString &program, const QStringList &arguments,
 Outcome outcomeOf(QProcess &process)
 {
     const bool finished =
-        process.state() == QProcess::NotRunning || process.waitForFinished(300000);
+        process.state() == QProcess::NotRunning || process.waitForFinished(waitingTime);
     EXPECT_TRUE(finished) << process.errorString().toStdString();
     Outcome outcome;
     outcome.output = process.readAllStandardOutput();

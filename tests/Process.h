@@ -7,6 +7,10 @@
 
 class QProcess;
 
+/// How long a process may take, in milliseconds: less than CTest gives to the whole test program
+/// (CMakeLists.txt), so that the name of the test is printed that waits in vain.
+constexpr int waitingTime = 240000;
+
 /// What a process printed and how it ended.
 struct Outcome {
     QByteArray output;

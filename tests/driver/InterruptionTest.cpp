@@ -28,7 +28,8 @@ protected:
         QProcess process;
         startProcess(process, QStringLiteral("/usr/bin/setsid"), {driver, QStringLiteral("test*")},
             environment, work);
-        while (!exists(QStringLiteral("started")) && process.state() != QProcess::NotRunning)
+        EXPECT_TRUE(process.waitForStarted(waitingTime)); // the program may be quicker than Qt
+        while (!exists(QStringLiteral("started")) && process.state() == QProcess::Running)
             process.waitForFinished(10);
         if (process.state() == QProcess::Running) // else it has no group, and 0 would be ours
             kill(static_cast<pid_t>(-process.processId()), signal);
