@@ -35,9 +35,9 @@ namespace
 {
 
 /// Says, as the only line about it, that no test can be run.
-bool refuse(const QByteArray &what, const QByteArray &reason)
+bool refuse(const QByteArray &reason)
 {
-    std::printf("***talmo_test: %s: %s\n", what.constData(), reason.constData());
+    std::printf("***talmo_test: %s\n", reason.constData());
     return false;
 }
 
@@ -63,7 +63,7 @@ bool selectTests(const QStringList &patterns, const QByteArray &work, Selection 
                   folder.select(QStringLiteral("test*"), selection.names);
     }
     return isKnown ||
-           refuse("cannot list the scripts in '" + selection.folder + "'", folder.error());
+           refuse("cannot list the scripts in '" + selection.folder + "': " + folder.error());
 }
 
 /// Prints how many of the scripts passed, failed, and were not run because a signal came before.
@@ -125,10 +125,8 @@ const char *platformOfThisBuild()
 /// Selects the tests that the arguments name and runs them; true if all passed.
 bool runDriver(int argc, char *argv[])
 {
-    if (!Preferences::problem.isNull()) { // no test would run for any program, and all would pass
-        std::printf("***talmo_test: %s\n", qPrintable(Preferences::problem));
-        return false;
-    }
+    if (!Preferences::problem.isNull()) // no test would run for any program, and all would pass
+        return refuse(Preferences::problem.toLocal8Bit());
     // From argv itself: the application object takes Qt's own options out of its list.
     const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
     qInstallMessageHandler(dropWarning);
@@ -136,7 +134,7 @@ bool runDriver(int argc, char *argv[])
 
     const QByteArray work = workingDirectory();
     if (work.isNull())
-        return refuse("the working directory has no name", std::strerror(errno));
+        return refuse("the working directory has no name: " + QByteArray(std::strerror(errno)));
     std::printf("talmo_test: executing tests in '%s'\n", work.constData());
     std::fflush(stdout); // an unusable preference ends the process
     Preferences::init();
@@ -164,8 +162,7 @@ bool runInMemory(int argc, char *argv[])
     try {
         return runDriver(argc, argv);
     } catch (const std::bad_alloc &) {
-        std::puts("***talmo_test: out of memory");
-        return false;
+        return refuse("out of memory");
     }
 }
 

@@ -226,7 +226,7 @@ TEST_F(SettingsFaults, FortyFirstStartsAtOnceLoseNothing)
         const QString own = work;
         for (size_t n = 0; n < std::size(drivers); ++n) {
             QProcess &process = *drivers[n];
-            EXPECT_TRUE(process.waitForFinished(300000));
+            EXPECT_TRUE(process.waitForFinished(waitingTime));
             EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
             EXPECT_EQ(process.exitCode(), 0);
             EXPECT_EQ(process.readAllStandardError(), "");
