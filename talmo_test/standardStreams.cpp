@@ -11,8 +11,8 @@
 namespace
 {
 
-bool isLost = false; // something that was printed
-int firstError = 0;  // that told of it; 0 if it came before main
+bool wasLostBefore = false; // before main, something that was printed
+int latestError = 0;        // of writing since then
 
 /// Writes \a size bytes of \a text to standard output; 0, as fopencookie wants it, if that fails.
 ssize_t writeAll(void * /*cookie*/, const char *text, size_t size)
@@ -25,8 +25,7 @@ ssize_t writeAll(void * /*cookie*/, const char *text, size_t size)
             pollfd output = {STDOUT_FILENO, POLLOUT, 0};
             poll(&output, 1, -1);
         } else if (errno != EINTR) {
-            firstError = firstError == 0 ? errno : firstError;
-            isLost = true;
+            latestError = errno;
             return 0;
         }
     }
@@ -47,7 +46,7 @@ void occupyStandardStreams()
 
 void waitForReaders()
 {
-    isLost = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+    wasLostBefore = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
     cookie_io_functions_t writing = {};
     writing.write = writeAll;
     FILE *const patient = fopencookie(nullptr, "w", writing);
@@ -60,11 +59,11 @@ void waitForReaders()
 bool reportIsWritten()
 {
     const bool wasWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-    if (wasWritten && !isLost)
+    if (wasWritten && !wasLostBefore)
         return true;
     std::fputs("talmo_test: cannot write the report", stderr);
-    if (firstError != 0)
-        std::fprintf(stderr, ": %s", std::strerror(firstError));
+    if (latestError != 0)
+        std::fprintf(stderr, ": %s", std::strerror(latestError));
     std::fputs("\n", stderr);
     return false;
 }

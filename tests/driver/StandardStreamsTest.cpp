@@ -3,6 +3,7 @@
 #include "DriverTest.h"
 
 #include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QThread>
 
@@ -111,6 +112,27 @@ TEST_F(StandardStreamsTest, APipeThatDoesNotWaitLosesNothing)
     EXPECT_TRUE(outcome.output == preamble(names) + printed + summary(0, 300));
     EXPECT_EQ(outcome.errors, "");
     EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(StandardStreamsTest, WhatIsLostBeforeMainIsAFailureToo)
+{
+    // The pipe is full and does not wait when the driver is loaded. Nobody reads before it saves
+    // its settings, and that comes after its first line.
+    addProgram(QStringLiteral("late"),
+        "exec perl -MFcntl -e 'fcntl(STDOUT, F_SETFL, O_WRONLY | O_NONBLOCK); "
+        "1 while syswrite(STDOUT, \"x\"); exec @ARGV' " +
+            driver.toUtf8() + " \"$@\"\n");
+    driver = QDir(programs).filePath(QStringLiteral("late"));
+    write(QStringLiteral("test1"), fine);
+    QProcess process;
+    startProcess(process, driver, {QStringLiteral("test1")}, environment, work);
+    while (!QFile::exists(settings))
+        QThread::msleep(1);
+    const Outcome outcome = outcomeOf(process);
+    EXPECT_FALSE(outcome.output.contains("Preferences loaded"));
+    EXPECT_TRUE(outcome.output.endsWith("\ntest1: fine\n" + summary(0, 1)));
+    EXPECT_EQ(outcome.errors, "talmo_test: cannot write the report\n");
+    EXPECT_EQ(outcome.status, 2);
 }
 
 TEST_F(StandardStreamsTest, AReportBeyondTheSizeThatAFileMayHaveIsAFailure)
