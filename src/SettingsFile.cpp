@@ -68,6 +68,17 @@ QString reasonAgainst(const QString &name)
     return {};
 }
 
+/// True if the user's settings are in a folder whose name is no text. Qt would look for them in
+/// another one, which does not exist, and find none.
+bool areOutOfReach()
+{
+    QByteArray path = qgetenv("XDG_CONFIG_HOME");
+    if (path.isEmpty())
+        path = qgetenv("HOME") + "/.config";
+    path += QByteArray("/") + settingsOrganization + '/' + settingsApplication + ".conf";
+    return QFile::encodeName(QFile::decodeName(path)) != path && access(path, F_OK) == 0;
+}
+
 } // namespace
 
 QStringList settingsFiles()
@@ -88,11 +99,14 @@ QStringList settingsFiles()
 
 QString settingsProblem()
 {
+    const QString problem = QStringLiteral("cannot read the settings '%1': %2");
     const QStringList names = settingsFiles();
+    if (areOutOfReach())
+        return problem.arg(names[0], QStringLiteral("the name of their folder is not UTF-8"));
     for (const QString &name : names) {
         const QString reason = reasonAgainst(name);
         if (!reason.isNull())
-            return QStringLiteral("cannot read the settings '%1': %2").arg(name, reason);
+            return problem.arg(name, reason);
     }
     return {};
 }

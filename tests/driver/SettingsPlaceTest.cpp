@@ -44,6 +44,31 @@ TEST_F(SettingsPlace, ADirectoryInThePlaceOfTheFileStays)
         QDir(settings).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList({"inner"}));
 }
 
+TEST_F(SettingsPlace, AFolderWhoseNameIsNoTextDoesNotHideTheSettings)
+{
+    const QByteArray home = work.toUtf8() + "/J\xF6rg";
+    const struct {
+        QByteArray variable;
+        QByteArray folder;
+    } rows[] = {{"HOME='" + home + "'", "/.config"}, {"XDG_CONFIG_HOME='" + home + "/x'", "/x"}};
+    for (const auto &[variable, configFolder] : rows) {
+        SCOPED_TRACE(variable.toStdString());
+        const QByteArray place = home + configFolder + "/Brelund, Inc.";
+        const QByteArray start =
+            "unset XDG_CONFIG_HOME; " + variable + " exec '" + driver.toUtf8() + "' test1";
+        const auto run = [&](const QByteArray &before) {
+            write("start", before + start + '\n'); // arguments would have to be text
+            return runProcess("/bin/sh", {"start"}, environment, work);
+        };
+        const Outcome outcome = run("mkdir -p '" + place + "'\n>'" + place + "/Talmo.conf'\n");
+        EXPECT_TRUE(outcome.output.startsWith("***talmo_test: cannot read the settings '"));
+        EXPECT_TRUE(outcome.output.endsWith("': the name of their folder is not UTF-8\n"));
+        EXPECT_EQ(outcome.output.count('\n'), 1);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(run("rm '" + place + "/Talmo.conf'\n").status, 0); // there is nothing to miss
+    }
+}
+
 TEST_F(SettingsPlace, ALinkStaysALink)
 {
     const QString target = folder.filePath("dotfiles");
@@ -200,7 +225,7 @@ TEST_F(SettingsPlace, WhatIsNoLockIsNotWaitedFor)
     const QString lock = settings + ".lock";
     const QString ofLock = lock + ".rmlock";
     for (const QString &file : {lock, ofLock}) {
-        for (const mode_t kind : {S_IFIFO, S_IFSOCK}) {
+        for (const mode_t kind : {mode_t(S_IFIFO), mode_t(S_IFSOCK)}) {
             ASSERT_TRUE(make(file, kind));
             expectNotSaved("'" + file.toUtf8() + "' is in the way");
             EXPECT_EQ(statusOf(file).st_mode & S_IFMT, kind);
