@@ -271,9 +271,9 @@ private:
         skip('^');
         for (const Index first = index; !isAtEnd() && (index == first || !isAt(']')); ++index)
             index += isAt('\\') ? 1 : 0;
-        const Index length = index - begin;
+        const Index weight = 1 + (index - begin) / setLengthPerState;
         skip(']');
-        return state(1 + static_cast<double>(length / setLengthPerState));
+        return state(static_cast<double>(weight));
     }
 
     Part readEscape()
