@@ -1,7 +1,9 @@
 #pragma once
 
+#include <memory>
 #include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -34,6 +36,13 @@ public:
 private:
     int number;
 };
+
+struct DirectoryCloser {
+    void operator()(DIR *directory) const { closedir(directory); }
+};
+
+/// Owns a directory that is being listed.
+using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 
 /// How a directory is opened that is only entered or asked about; it need not be readable for that.
 #ifdef O_PATH

@@ -3,6 +3,8 @@
 
 #include "ScriptFolder.h"
 
+#include "Descriptor.h"
+
 #include <QCoreApplication>
 #include <QFile>
 #include <QRegularExpression>
@@ -12,7 +14,6 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <system_error>
 #include <tuple>
@@ -27,11 +28,6 @@ namespace Talmo
 
 namespace
 {
-
-struct Closer {
-    void operator()(DIR *directory) const { closedir(directory); }
-};
-using Directory = std::unique_ptr<DIR, Closer>;
 
 [[noreturn]] void fail(int error)
 {
