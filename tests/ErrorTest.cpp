@@ -65,6 +65,14 @@ TEST_F(ErrorReport, ANullLineIsAnEmptyOne)
     EXPECT_EQ(printed(), "Error: Syntax Error m, at line 3\n       line: x\n");
 }
 
+TEST_F(ErrorReport, WithoutANumberTheStoredOneIsUsed)
+{
+    Error::line = "x";
+    Error::lineNumber = 12;
+    Error::syntax("m", "y");
+    EXPECT_EQ(printed(), "Error: Syntax Error m, at line 12\n       line: y\n");
+}
+
 TEST_F(ErrorReport, TheUsersOwnPercentSignsStay)
 {
     Error::syntax("a %2 %1 %3", "b %1 %2 %L1", 5);
