@@ -65,6 +65,8 @@ TEST_F(DiskFileTest, ReadsTextWithoutCarriageReturns)
 TEST_F(DiskFileTest, ReadsInPieces)
 {
     DiskFile file;
+    EXPECT_FALSE(file.failed());
+    EXPECT_EQ(file.sizeAtOpening(), 0);
     ASSERT_TRUE(file.openToRead(fileWith("ab\r\r\r\rc")));
     EXPECT_EQ(file.sizeAtOpening(), 7);
     char piece[2] = {};
@@ -74,6 +76,8 @@ TEST_F(DiskFileTest, ReadsInPieces)
     EXPECT_EQ(piece[0], 'c');
     EXPECT_EQ(file.readText(piece, 2), 0);
     EXPECT_FALSE(file.failed());
+    EXPECT_TRUE(file.close());
+    EXPECT_EQ(file.sizeAtOpening(), 0);
 }
 
 TEST_F(DiskFileTest, ReadsAPipeToItsEnd)
@@ -155,6 +159,16 @@ TEST_F(DiskFileTest, OpensOnlyWhatItCan)
     EXPECT_FALSE(existsOnDisk(pathOf("a")));
     EXPECT_FALSE(existsOnDisk(name));
     EXPECT_FALSE(file.openToWrite(pathOf("none/a")));
+}
+
+TEST_F(DiskFileTest, KnowsWhatExists)
+{
+    EXPECT_TRUE(existsOnDisk(fileWith("a")));
+    EXPECT_TRUE(existsOnDisk("."));
+    EXPECT_FALSE(existsOnDisk(pathOf("b")));
+    EXPECT_FALSE(existsOnDisk(""));
+    ASSERT_TRUE(QFile::link(pathOf("b"), pathOf("link"))); // to nothing
+    EXPECT_FALSE(existsOnDisk(pathOf("link")));
 }
 
 TEST_F(DiskFileTest, WritesBytesAndReplacesWhatWasThere)
@@ -263,7 +277,15 @@ TEST_F(DiskFileTest, AFileTooLargeForMemoryFails)
 {
     QFile large(pathOf("large"));
     ASSERT_TRUE(large.open(QIODevice::WriteOnly));
-    if (!large.resize(qint64(1) << 43)) // a hole of eight terabytes
+    rlimit old = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const rlimit most = {old.rlim_max, old.rlim_max}; // the file takes no room on the disk
+    const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &most);
+    const bool resized = large.resize(qint64(1) << 43); // a hole of eight terabytes
+    setrlimit(RLIMIT_FSIZE, &old);
+    std::signal(SIGXFSZ, ignored);
+    if (!resized)
         GTEST_SKIP() << "no such files here";
     DiskFile file;
     ASSERT_TRUE(file.openToRead(large.fileName()));
@@ -283,8 +305,25 @@ TEST_F(DiskFileTest, LeavesNoDescriptorBehind)
         EXPECT_FALSE(file.openToRead("/tmp"));
         EXPECT_EQ(descriptors(), before);
         EXPECT_TRUE(file.openToWrite(pathOf("c")));
+        EXPECT_TRUE(file.openToWrite(pathOf("d")));
+        EXPECT_EQ(descriptors(), before + 1);
     }
     EXPECT_EQ(descriptors(), before);
+}
+
+TEST_F(DiskFileTest, OpensFilesInAProcessWithoutStandardInput)
+{
+    const int input = dup(STDIN_FILENO);
+    ASSERT_EQ(close(STDIN_FILENO), 0); // so the next file gets the descriptor 0
+    DiskFile file;
+    const bool openedToWrite = file.openToWrite(pathOf("a"));
+    const bool openedToRead = file.openToRead(pathOf("a"));
+    const bool closed = file.close() && fcntl(STDIN_FILENO, F_GETFD) < 0;
+    dup2(input, STDIN_FILENO);
+    close(input);
+    EXPECT_TRUE(openedToWrite);
+    EXPECT_TRUE(openedToRead);
+    EXPECT_TRUE(closed);
 }
 
 TEST_F(DiskFileTest, KeepsItsFilesFromProgramsThatAreStarted)
