@@ -3,7 +3,10 @@
 Each change is one that somebody might get wrong: an operator, a constant, a literal, a condition
 that always or never holds, another result, a statement or a row of a table that is missing.
 """
+import collections
+import json
 import re
+import subprocess
 
 # Blanks on both sides tell a binary operator from a reference, a pointer or a template's bracket.
 BINARY = {row.split()[0]: row.split()[1:] for row in """
@@ -30,6 +33,7 @@ DECLARATION = re.compile(r"(?!delete )[\w:<>*&, ]+ [*&]*\w+( = .*|\(.*\)|\[.*\])
 ROW = re.compile(r"^ +(?P<it>\{.*\},)[ ]*$", re.MULTILINE)
 CONDITION = re.compile(r"\b(?P<keyword>if|while) \((?P<it>(?:[^();]|\((?:[^();]|\([^();]*\))*\))*)\)")
 RETURN = re.compile(r"\breturn (?P<it>[^;{}]+);")
+
 
 def token_changes(match, source):
     """The replacements of one token."""
@@ -89,3 +93,24 @@ def changes(source):
         if match["it"] not in ("true", "false", "0", "nullptr", "std::nullopt"):
             yield *match.span("it"), "{}"
             yield *match.span("it"), f"!({source[slice(*match.span('it'))]})"
+
+
+def definitions(root, files):
+    """What each of the files below root defines: lists of (first line, last line, name)."""
+    command = ["ctags-universal", "--languages=C++", "--kinds-C++=cfgmpstuv", "--fields=+neZ",
+               "--output-format=json", "-D", "Q_COREAPP_STARTUP_FUNCTION(function)=", "-f-",
+               *files]
+    tags = subprocess.run(command, cwd=root, check=True, capture_output=True, text=True).stdout
+    defined = collections.defaultdict(list)
+    for tag in map(json.loads, tags.splitlines()):
+        if not tag["name"].startswith("__anon"):  # as ctags calls a lambda
+            defined[tag["path"]].append((tag["line"], tag.get("end", tag["line"]), name_of(tag)))
+    return defined
+
+
+def name_of(tag):
+    """The qualified name of a definition, with "()" for a function. The namespace Talmo and those
+    without a name, to which ctags gives one, do not show."""
+    scopes = [scope for scope in tag.get("scope", "").split("::")
+              if scope not in ("", "Talmo") and not scope.startswith("__anon")]
+    return "::".join([*scopes, tag["name"]]) + ("()" if tag["kind"] in ("function", "prototype") else "")
