@@ -20,7 +20,8 @@ UNARY = {"!": [""], "-": [""], "++": ["--"], "--": ["++"]}
 NAMES = {"true": ["false"], "false": ["true"], "min": ["max"], "max": ["min"]}
 
 TOKEN = re.compile(r"""
-    (?P<skipped> //[^\n]* | /\*.*?\*/ | ^[ ]*\#[^\n]* | ^static_assert\b[^;]*; | ^template[ ]<[^\n]* )
+    (?P<skipped> //[^\n]* | /\*.*?\*/ | ^[ ]*\#[^\n]* | ^static_assert\b[^;]*; | ^template[ ]<[^\n]*
+      | \b__attribute__\S* | \bQ_ATTRIBUTE_FORMAT_PRINTF\([^)]*\) )
   | (?P<string> R"(?P<mark>\w*)\(.*?\)(?P=mark)" | "(?:\\.|[^"\\\n])*" )
   | (?P<char> '(?:\\.|[^'\\\n])+' )
   | (?P<number> \.?\d (?:[eE][-+] | '\w | [\w.])* )
@@ -29,10 +30,16 @@ TOKEN = re.compile(r"""
     """, re.VERBOSE | re.MULTILINE | re.DOTALL)
 
 STATEMENT = re.compile(r"(?<=[;{}):\n])\n[ ]+(?P<it>(?!return )[^\s{}][^\n{}]*;)(?=[ ]*(?://[^\n]*)?\n)")
-DECLARATION = re.compile(r"(?!delete )[\w:<>*&, ]+ [*&]*\w+( = .*|\(.*\)|\[.*\])?;$|using |case ")
+DECLARATION = re.compile(r"(?!delete )[\w:<>*&, ]+ [*&]*\w+( = .*|\(.*\)|\[.*\])?;$|using |case |.* = (delete|default);")
 ROW = re.compile(r"^ +(?P<it>\{.*\},)[ ]*$", re.MULTILINE)
 CONDITION = re.compile(r"\b(?P<keyword>if|while) \((?P<it>(?:[^();]|\((?:[^();]|\([^();]*\))*\))*)\)")
 RETURN = re.compile(r"\breturn (?P<it>[^;{}]+);")
+
+LOCAL = re.compile(r"\n[ ]+[\w:]+ (?P<name>\w+) = (?P<it>[^\s;]+);(?=\n)")
+GUARD = re.compile(r"""
+    (?:\n[ ]+[\w:]+[ ]\w+[ ]=[ ][^\s;]+;)*
+    \n[ ]+if[ ]\((?P<calls>CALL(?:[ ]\|\|[ ]CALL)*)\)\n[ ]+return(?P<result>[^;]*);
+    """.replace("CALL", r"![\w:]+\((?:[^()]|\((?:[^()]|\([^()]*\))*\))*\)"), re.VERBOSE)
 
 
 def token_changes(match, source):
@@ -72,6 +79,24 @@ def masked(source):
         literal = match["string"] or match["char"]
         return re.sub(r"[^\n]", "_", literal) if literal else match.group()
     return TOKEN.sub(mask, source)
+
+
+def unread(source):
+    """The spans of initialisers that nothing reads, such as that of
+
+        double tolerance = 0;
+        if (!toNumber(word, tolerance))
+            return false;
+
+    It is taken on trust that such a call sets its last argument where it says true.
+    """
+    code = masked(source)
+    for match in LOCAL.finditer(code):
+        guard = GUARD.match(code, match.end())
+        name = re.compile(rf"\b{match['name']}\b")
+        if guard and not name.search(guard["result"]) and len(name.findall(guard["calls"])) == 1:
+            if re.search(rf", {match['name']}\)(?: \|\||$)", guard["calls"]):
+                yield match.span("it")
 
 
 def changes(source):
