@@ -67,6 +67,7 @@ TEST_F(BeamFiles, WrongBeamsAreToldByFileLineAndWord)
         {heading + "0 0 0 0 0 1 0 11 +-1 1 0 1\n", "beam:3: '+-1' is not an integer"},
         {heading + "0 0 0 0 0 1 0 11 ++1 1 0 1\n", "beam:3: '++1' is not an integer"},
         {heading + "0 0 0 0 0 1 0 11 1 + 0 1\n", "beam:3: '+' is not an integer"},
+        {heading + "0 0 0 0 0 1 0 11 1 *1 0 1\n", "beam:3: '*1' is not an integer"},
         {heading + "0 0 0 0 0 1 0 11 1 1 1.5 1\n", "beam:3: '1.5' is not an integer"},
         {heading + "0 0 0 0 0 1 0 11 9223372036854775808 1 0 1\n",
             "beam:3: '9223372036854775808' does not fit in 64 bits"},
