@@ -13,6 +13,7 @@
 #include "removeDir.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 
 #include <fcntl.h>
@@ -94,9 +95,13 @@ bool RunDirectory::claim()
 /// Removes the leftover, or at least moves it out of the way.
 void RunDirectory::clear()
 {
-    if (!claimed.isOpen())
-        removeDir(path); // a link; anything else stays
-    else if (!statusOf(claimed, leftover) || !moveAside())
+    if (!claimed.isOpen()) {
+        struct stat status = {};
+        if (lstat(path, &status) == 0 && S_ISLNK(status.st_mode))
+            unlink(path); // which no directory is, not even one that another driver just made
+        return;
+    }
+    if (!statusOf(claimed, leftover) || !moveAside())
         removeIf(leftover, path);
     else if (removeAside() || (isOfPermission(obstacle.error) && rename(aside, path) == 0))
         aside = QByteArray();
@@ -120,23 +125,24 @@ bool RunDirectory::moveAside()
     return false;
 }
 
-/// Removes the leftover that was moved aside; false if something stays.
+/// Removes the leftover that was moved aside; false if something stays. A program may make files
+/// there meanwhile, so we try again, but not for long: it may be quicker than we are.
 bool RunDirectory::removeAside()
 {
-    constexpr int mostTries = 100; // a program may make files there meanwhile
-    for (int tries = 0; tries < mostTries; ++tries) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    do {
         if (removeIf(leftover, aside))
             return true;
-        if (obstacle.error != ENOTEMPTY && obstacle.error != EEXIST && obstacle.error != ENOENT)
-            return false;
-    }
+    } while (
+        (obstacle.error == ENOTEMPTY || obstacle.error == EEXIST || obstacle.error == ENOENT) &&
+        std::chrono::steady_clock::now() < end);
     return false;
 }
 
 /// Removes \a directory if it is the one with \a identity; false if something stays.
 bool RunDirectory::removeIf(const struct stat &identity, const QByteArray &directory)
 {
-    const bool isRemoved = removeOnly(identity, directory, obstacle);
+    const bool isRemoved = removeDir(directory, &identity, &obstacle);
     if (!obstacle.mounted.isEmpty() && !mounted.contains(obstacle.mounted))
         mounted += obstacle.mounted;
     return isRemoved;
@@ -155,10 +161,10 @@ void RunDirectory::remove()
         removeIf(identity, path);
 }
 
-QByteArrayList RunDirectory::remarks()
+QByteArrayList RunDirectory::remarks() const
 {
     QByteArrayList sentences;
-    if (!aside.isNull() && !removeAside() && obstacle.error != ENOENT)
+    if (!aside.isNull())
         sentences += "what an earlier run left in '" + path +
                      "' could not be removed, and was moved to '" + aside + "'";
     for (const QByteArray &place : mounted)

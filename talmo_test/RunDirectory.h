@@ -30,9 +30,8 @@ public:
     /// Removes the directory that was left.
     void remove();
 
-    /// What stays although nobody would expect it, and why, in a sentence each. To be asked in the
-    /// end, since a program that still writes into a leftover may have ended by then.
-    QByteArrayList remarks();
+    /// What stays although nobody would expect it, and why, in a sentence each.
+    QByteArrayList remarks() const;
 
 private:
     bool make();

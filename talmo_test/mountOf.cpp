@@ -9,21 +9,22 @@
 namespace
 {
 
-std::optional<std::uint64_t> mountToldByProc(int descriptor)
+/// 0 if /proc does not tell.
+std::uint64_t mountToldByProc(int descriptor)
 {
     QFile info(QStringLiteral("/proc/self/fdinfo/%1").arg(descriptor));
     const QByteArray text = info.open(QIODevice::ReadOnly) ? info.readAll() : QByteArray();
     const QByteArray key = "\nmnt_id:";
     const auto found = text.indexOf(key);
     if (found < 0)
-        return {};
+        return 0;
     const auto begin = found + key.size();
     return text.mid(begin, text.indexOf('\n', begin) - begin).trimmed().toULongLong();
 }
 
 } // namespace
 
-std::optional<std::uint64_t> mountOf(int descriptor)
+std::uint64_t mountOf(int descriptor)
 {
 #ifdef STATX_MNT_ID
     struct statx status = {};
@@ -31,5 +32,8 @@ std::optional<std::uint64_t> mountOf(int descriptor)
         (status.stx_mask & STATX_MNT_ID) != 0)
         return status.stx_mnt_id;
 #endif
-    return mountToldByProc(descriptor);
+    if (const std::uint64_t mount = mountToldByProc(descriptor); mount != 0)
+        return mount;
+    struct stat file = {};
+    return fstat(descriptor, &file) == 0 ? file.st_dev : 0;
 }

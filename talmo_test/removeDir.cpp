@@ -11,7 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -95,8 +94,8 @@ private:
     bool isMounted(int descriptor, const char *name);
     bool fail();
 
-    std::optional<std::uint64_t> mount; ///< that all must be in
-    Directory directory;                ///< the one at hand; none for that of the process
+    std::uint64_t mount = 0; ///< that all must be in
+    Directory directory;     ///< the one at hand; none for that of the process
     std::vector<Level> levels;
 };
 
@@ -130,6 +129,7 @@ bool Removal::isMounted(int descriptor, const char *name)
 {
     if (mountOf(descriptor) == mount)
         return false;
+    obstacle.error = EBUSY;
     for (const Level &level : levels)
         obstacle.mounted += QByteArray::fromStdString(level.name) + '/';
     obstacle.mounted += name;
@@ -142,13 +142,13 @@ bool Removal::removeContents()
         std::vector<Entry> &entries = levels.back().entries;
         if (entries.empty()) {
             if (!leave())
-                return fail();
+                return false;
             continue;
         }
         const Entry entry = std::move(entries.back());
         entries.pop_back();
         if (!removeEntry(entry))
-            return fail();
+            return false;
     }
     return true;
 }
@@ -187,11 +187,14 @@ bool Removal::leave()
         directory.reset();
     } else {
         struct stat status = {};
-        if (!open("..", 0) || fstat(here(), &status) != 0 ||
-            !isSameFile(status, levels.back().identity))
+        if (!open("..", 0) || fstat(here(), &status) != 0)
+            return fail();
+        if (!isSameFile(status, levels.back().identity)) { // somebody moved a directory of ours
+            obstacle.error = ESTALE;
             return false;
+        }
     }
-    return unlinkat(here(), name.c_str(), AT_REMOVEDIR) == 0;
+    return unlinkat(here(), name.c_str(), AT_REMOVEDIR) == 0 || fail();
 }
 
 bool Removal::removeEntry(const Entry &entry)
@@ -201,10 +204,9 @@ bool Removal::removeEntry(const Entry &entry)
         return unlinkat(here(), name, AT_REMOVEDIR) == 0 || enter(name); // it may be empty
     if (unlinkat(here(), name, 0) == 0)
         return true;
-    const int error = errno;
-    if (error == EBUSY) // a file, too, can have another one mounted on it
+    fail();
+    if (obstacle.error == EBUSY) // a file, too, can have another one mounted on it
         isMounted(Descriptor(openat(here(), name, asPlace | O_NOFOLLOW | O_CLOEXEC)).get(), name);
-    errno = error;
     return false;
 }
 
@@ -215,15 +217,11 @@ bool isSameFile(const struct stat &one, const struct stat &other)
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-bool removeDir(const QByteArray &path)
-{
-    return Removal().run(path, nullptr);
-}
-
-bool removeOnly(const struct stat &identity, const QByteArray &path, Obstacle &obstacle)
+bool removeDir(const QByteArray &path, const struct stat *identity, Obstacle *obstacle)
 {
     Removal removal;
-    const bool isRemoved = removal.run(path, &identity);
-    obstacle = removal.obstacle;
+    const bool isRemoved = removal.run(path, identity);
+    if (obstacle != nullptr)
+        *obstacle = removal.obstacle;
     return isRemoved;
 }

@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <functional>
-#include <optional>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -203,16 +202,15 @@ TEST_F(RunDirectorySystem, WithoutADescriptorForItItIsNotEntered)
 
 TEST_F(RunDirectorySystem, TheMountOfAFileIsKnownToOlderSystemsToo)
 {
-    std::optional<std::uint64_t> mounts[2][3];
+    std::uint64_t mounts[2][3] = {};
     for (int telling = 0; telling < 2; ++telling) {
         theSystem.tellsOfMounts = telling != 0;
         const char *const places[] = {"/", "/proc", "."};
         for (int place = 0; place < 3; ++place)
             mounts[telling][place] = mountOf(openDirectory(places[place], asPlace).get());
     }
-    EXPECT_TRUE(mounts[1][0].has_value());
     EXPECT_NE(mounts[1][0], mounts[1][1]);
     for (int place = 0; place < 3; ++place)
         EXPECT_EQ(mounts[0][place], mounts[1][place]);
-    EXPECT_FALSE(mountOf(-1).has_value());
+    EXPECT_EQ(mountOf(-1), 0U);
 }

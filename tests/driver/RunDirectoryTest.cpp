@@ -128,6 +128,38 @@ TEST_F(RunDirectoryTest, IsNotSharedWithAProgramThatOutlivedItsDriver)
         QThread::msleep(1);
 }
 
+TEST_F(RunDirectoryTest, IsNotWaitedForWhereFilesAreMadeFasterThanTheyAreRemoved)
+{
+    const QByteArray path = work.toUtf8() + '/';
+    addProgram(QStringLiteral("quick"),
+        "exec perl -e 'open(F, \">../started\"); until (-e \"" + path +
+            "go\") { for (1..100) { mkdir(\"d\" . ++$n); open(F, \">d$n/f\"); } } open(F, \">" +
+            path + "gone\")'\n");
+    write(QStringLiteral("test1"), "=one\n=run quick\n");
+    startProcess(first, driver, {QStringLiteral("test1")}, environment, work);
+    waitFor(QStringLiteral("started"));
+    first.kill();
+    EXPECT_EQ(outcomeOf(first).signal, SIGKILL);
+    write(QStringLiteral("test1"), "=one\n=ignore running 'ls' failed\n=run ls d*\n");
+    const Outcome outcome = run({QStringLiteral("test1")});
+    EXPECT_EQ(outcome.status, 0);
+    const bool isQuicker = outcome.output.contains("could not be removed, and was moved to");
+    EXPECT_EQ(outcome.output,
+        preamble("test1") + "test1: one\n" +
+            (isQuicker ? "***talmo_test: what an earlier run left in 'test1.dir' could not be "
+                         "removed, and was moved to '" +
+                             QDir(work)
+                                 .entryList({QStringLiteral("talmo_test-leftover-*")})
+                                 .join(QLatin1Char(' '))
+                                 .toUtf8() +
+                             "'\n"
+                       : "") +
+            summary(0, 1));
+    write(QStringLiteral("go"), "");
+    while (!exists(QStringLiteral("gone")))
+        QThread::msleep(1);
+}
+
 TEST_F(RunDirectoryTest, DriversStartedTogetherTakeTurnsOrSaySo)
 {
     // Whatever the order, each directory is only ever one driver's, so what a run counts is its
