@@ -41,6 +41,12 @@ bool isFreeOf(const QString &pattern, const QString &special)
         [&special](QChar character) { return special.contains(character); });
 }
 
+/// True if \a pattern, a wildcard, is a plain name.
+bool isPlainName(const QString &pattern)
+{
+    return isFreeOf(pattern, QStringLiteral("*?["));
+}
+
 } // namespace
 
 QStringList configuredSimPrograms(const QString &pattern)
@@ -55,9 +61,8 @@ QStringList configuredSimPrograms(const QString &pattern)
         }
         std::printf("Configured SimPrograms: %s\n", qPrintable(configured.join(QLatin1Char(' '))));
     }
-    const bool isName = isFreeOf(pattern, QStringLiteral("*?["));
-    const bool isUsable = !isName && isAffordableWildcard(pattern);
-    const QRegExp wildcard(isUsable ? pattern : QString(), Qt::CaseSensitive, QRegExp::Wildcard);
+    const bool isName = isPlainName(pattern);
+    const QRegExp wildcard(isName ? QString() : pattern, Qt::CaseSensitive, QRegExp::Wildcard);
     QStringList matching;
     for (const QString &name : std::as_const(configured)) {
         if (isName ? name == pattern : wildcard.exactMatch(name))
@@ -191,21 +196,25 @@ bool runOnce(ScriptReader &script, const QString &program, const QString &testNa
     return passed;
 }
 
-/// The programs that \a script runs for, as the line after its heading tells; one empty name if
-/// that line does not. Leaves the script at the first line to run.
-QStringList selectPrograms(ScriptReader &script)
+/// Finds out the \a programs that \a script runs for, as the line after its heading tells; one
+/// empty name if that line does not. Leaves the script at the first line to run. False if a pattern
+/// needs too much time or memory: were it passed over, the script would pass without running.
+bool selectPrograms(ScriptReader &script, QStringList &programs)
 {
     const size_t afterHeading = script.position();
     const QString line = script.readLine().simplified();
     if (!line.startsWith(QLatin1String("=simprogram"))) {
         script.seek(afterHeading);
-        return {QString()};
+        programs = QStringList{QString()};
+        return true;
     }
-    QStringList programs;
     const QStringList patterns = line.split(QLatin1Char(' ')).mid(1);
-    for (const QString &pattern : patterns)
+    for (const QString &pattern : patterns) {
+        if (!isPlainName(pattern) && !isAffordableWildcard(pattern))
+            return false;
         programs += configuredSimPrograms(pattern);
-    return programs;
+    }
+    return true;
 }
 
 /// Does what runTest does as long as there is memory.
@@ -222,7 +231,11 @@ bool runInMemory(const QByteArray &path)
         std::printf("%s: ***ERROR: Invalid test file\n", path.constData());
         return false;
     }
-    const QStringList programs = selectPrograms(script);
+    QStringList programs;
+    if (!selectPrograms(script, programs)) {
+        std::printf("%s: ***ERROR: Invalid =simprogram pattern\n", path.constData());
+        return false;
+    }
     if (programs.isEmpty()) {
         std::printf("%s: No applicable SimPrograms\n", path.constData());
         return true;
