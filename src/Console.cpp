@@ -7,6 +7,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include <poll.h>
+
 namespace Talmo
 {
 
@@ -25,6 +27,15 @@ QString fromLocal(const QByteArray &bytes)
     return QString::fromLocal8Bit(guarded.constData(), guarded.size()).mid(1);
 }
 
+/// Waits as long as standard output is a full pipe, also if another program has told that pipe not
+/// to wait; then what is written would be lost. Afterwards there is room for a line.
+void waitForRoom()
+{
+    pollfd output = {fileno(stdout), POLLOUT, 0};
+    if (output.fd >= 0) // the program has put something of its own there
+        poll(&output, 1, -1);
+}
+
 } // namespace
 
 void Console::printf(const char *format, ...)
@@ -39,6 +50,7 @@ void Console::printf(const char *format, ...)
 void Console::appendText(QString text)
 {
     const QByteArray bytes = text.toLocal8Bit();
+    waitForRoom();
     std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
     std::fflush(stdout);
     if (window_ != nullptr)

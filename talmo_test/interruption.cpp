@@ -186,7 +186,8 @@ void noteInterruptions()
 
 void outliveFileSizeLimit()
 {
-    sizeLimitEndsPrograms = std::signal(SIGXFSZ, SIG_IGN) != SIG_IGN;
+    if (std::signal(SIGXFSZ, SIG_IGN) != SIG_IGN)
+        sizeLimitEndsPrograms = true;
 }
 
 QString interruption()

@@ -8,6 +8,6 @@ void occupyStandardStreams();
 /// the same pipe open has told it not to; otherwise the rest of the report would be lost.
 void waitForReaders();
 
-/// Writes out what was printed. False, with a word on standard error, if something printed since
-/// the start of the process was lost.
+/// Writes out what was printed. False, with a word on standard error, if something that was printed
+/// since waitForReaders is lost.
 bool reportIsWritten();

@@ -31,6 +31,11 @@ void usage()
         stderr);
 }
 
+/// Called before the constructors of the libraries, which print a line. Where the system knows no
+/// such list, the call in main has to do.
+[[gnu::section(".preinit_array"),
+    gnu::used]] void (*const beforeConstructors)() = outliveFileSizeLimit;
+
 namespace
 {
 
