@@ -40,7 +40,7 @@ bool isStillNamed(const Descriptor &directory, const char *path)
 /// True if \a error says that we may not do something, now and later.
 bool isOfPermission(int error)
 {
-    return error == EACCES || error == EPERM || error == EROFS;
+    return error == EACCES || error == EPERM;
 }
 
 } // namespace
@@ -79,8 +79,6 @@ bool RunDirectory::make()
 /// it away meanwhile.
 bool RunDirectory::claim()
 {
-    if (isStillNamed(claimed, path))
-        return true;
     claimed = openDirectory(path, O_RDONLY | O_NOFOLLOW);
     const bool isLockable = claimed.isOpen();
     if (!isLockable && errno == EACCES) // it may be entered, but not read

@@ -7,6 +7,7 @@
 #include <QTemporaryDir>
 
 #include <cstdio>
+#include <cstring>
 #include <functional>
 
 #include <dlfcn.h>
@@ -27,7 +28,9 @@ struct System {
     std::function<void()> afterMaking;
     std::function<void()> beforeEntering;
     bool hasLocks = true;
-    int openings = -1; ///< how many files can still be opened; without limit if negative
+    int openings = -1;        ///< how many files can still be opened; without limit if negative
+    bool opensCurrent = true; ///< the directory "."
+    int errorOfUnlinking = 0; ///< of the file "stuck"
     bool tellsOfMounts = true;
 } theSystem;
 
@@ -76,13 +79,22 @@ extern "C" int flock(int file, int operation) noexcept
 extern "C" int open(const char *path, int flags, ...)
 {
     static auto *const next = original<int(const char *, int, mode_t)>("open64");
-    if (theSystem.openings == 0) {
+    if (theSystem.openings == 0 || (!theSystem.opensCurrent && std::strcmp(path, ".") == 0)) {
         errno = EMFILE;
         return -1;
     }
     if (theSystem.openings > 0)
         --theSystem.openings;
     return next(path, flags, 0600);
+}
+
+extern "C" int unlinkat(int directory, const char *name, int flags) noexcept
+{
+    static auto *const next = original<int(int, const char *, int)>("unlinkat");
+    if (theSystem.errorOfUnlinking == 0 || std::strcmp(name, "stuck") != 0)
+        return next(directory, name, flags);
+    errno = theSystem.errorOfUnlinking;
+    return -1;
 }
 
 extern "C" int statx(
@@ -197,6 +209,41 @@ TEST_F(RunDirectorySystem, WithoutADescriptorForItItIsNotEntered)
         theSystem.openings = -1;
         EXPECT_EQ(QDir::currentPath(), here);
         rmdir("run");
+    }
+}
+
+TEST_F(RunDirectorySystem, WithoutAWayBackItIsNotEntered)
+{
+    const QString here = QDir::currentPath();
+    theSystem.opensCurrent = false;
+    RunDirectory directory("run");
+    EXPECT_FALSE(directory.enter());
+    EXPECT_FALSE(directory.isInUse());
+    EXPECT_EQ(QDir::currentPath(), here);
+    EXPECT_FALSE(QFile::exists("run"));
+}
+
+TEST_F(RunDirectorySystem, ALeftoverGoesBackOnlyWhereItMayNotBeRemoved)
+{
+    const struct {
+        int error;
+        bool goesBack;
+    } rows[] = {{EACCES, true}, {EPERM, true}, {EIO, false}, {EBUSY, false}, {ENOMEM, false}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.error);
+        makeDirectory("run");
+        close(creat("run/stuck", 0600));
+        theSystem.errorOfUnlinking = row.error;
+        RunDirectory directory("run");
+        EXPECT_TRUE(directory.enter());
+        EXPECT_EQ(QFile::exists("stuck"), row.goesBack);
+        directory.leave();
+        const QStringList aside = QDir().entryList({"talmo_test-leftover-*"});
+        EXPECT_EQ(aside.size(), row.goesBack ? 0 : 1);
+        EXPECT_EQ(directory.remarks().size(), row.goesBack ? 0 : 1);
+        theSystem.errorOfUnlinking = 0;
+        for (const QString &name : QStringList{"run"} + aside)
+            EXPECT_TRUE(QDir(name).removeRecursively());
     }
 }
 
