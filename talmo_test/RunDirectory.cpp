@@ -108,17 +108,14 @@ void RunDirectory::clear()
 /// Gives the leftover another name, one that nothing has; false if it cannot be moved.
 bool RunDirectory::moveAside()
 {
-    constexpr int mostNames = 1000;
     const QByteArray prefix = "talmo_test-leftover-" + QByteArray::number(getpid()) + '-';
-    for (int number = 1; number <= mostNames; ++number) {
-        aside = prefix + QByteArray::number(number);
-        struct stat status = {};
-        if (lstat(aside, &status) == 0)
-            continue;
-        if (rename(path, aside) == 0)
-            return true;
-        break;
-    }
+    struct stat status = {};
+    int number = 1;
+    while (lstat(prefix + QByteArray::number(number), &status) == 0)
+        ++number;
+    aside = prefix + QByteArray::number(number);
+    if (rename(path, aside) == 0)
+        return true;
     aside = QByteArray();
     return false;
 }
