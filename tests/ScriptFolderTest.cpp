@@ -5,9 +5,11 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -25,8 +27,10 @@ namespace
 
 struct System {
     int entriesBeforeFailure = -1; ///< that readdir gives; without limit if negative
-    const char *failing = "";      ///< the end of the path that lstat, stat and access fail for
-    int error = 0;                 ///< with which they do
+    std::string failingCall;       ///< the one of lstat, stat and access that fails
+    std::string failingName;       ///< for the file of this name,
+    int error = 0;                 ///< with this number
+    QByteArray executable;         ///< the path of this program; null for its own
 } theSystem;
 
 template <typename Function>
@@ -35,12 +39,11 @@ Function *original(const char *name)
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-bool fails(const char *path)
+bool fails(const char *call, const char *path)
 {
-    const std::string end = theSystem.failing;
     const std::string whole = path;
-    if (end.empty() || whole.size() < end.size() ||
-        whole.compare(whole.size() - end.size(), end.size(), end) != 0)
+    if (call != theSystem.failingCall ||
+        whole.substr(whole.rfind('/') + 1) != theSystem.failingName)
         return false;
     errno = theSystem.error;
     return true;
@@ -63,13 +66,27 @@ extern "C" dirent *readdir(DIR *directory)
 extern "C" int access(const char *path, int mode) noexcept
 {
     static auto *const next = original<int(const char *, int)>("access");
-    return fails(path) ? -1 : next(path, mode);
+    return fails("access", path) ? -1 : next(path, mode);
 }
 
 extern "C" int lstat(const char *path, struct stat *status) noexcept
 {
     static auto *const next = original<int(const char *, struct stat *)>("lstat64");
-    return fails(path) ? -1 : next(path, status);
+    return fails("lstat", path) ? -1 : next(path, status);
+}
+
+extern "C" int stat(const char *path, struct stat *status) noexcept
+{
+    static auto *const next = original<int(const char *, struct stat *)>("stat64");
+    return fails("stat", path) ? -1 : next(path, status);
+}
+
+extern "C" char *realpath(const char *path, char *resolved) noexcept
+{
+    static auto *const next = original<char *(const char *, char *)>("realpath");
+    if (theSystem.executable.isNull())
+        return next(path, resolved);
+    return std::strcpy(resolved, theSystem.executable);
 }
 
 namespace
@@ -183,24 +200,59 @@ TEST_F(ScriptFolderTest, ADirectoryThatIsNotThereIsAnError)
 
 TEST_F(ScriptFolderTest, AFileThatCannotBeLookedAtIsAnErrorOnceItIsAskedFor)
 {
-    const struct {
-        const char *failing;
-        int error;
-        const char *outcome;
-    } rows[] = {
-        {"/test1", ENOENT, "test2"}, // removed meanwhile
-        {"/test1", EACCES,
-            "error: Permission denied"}, // by the directory, which may not be searched
-        {"/test1", EIO, "error: Input/output error"},
-        {"/test1", ENOMEM, "error: Cannot allocate memory"},
-        {"/other", EIO, "test1 test2"},
-    };
     write({"test1", "test2", "other"});
+    ASSERT_TRUE(QFile::link("test2", directory.filePath("testlink")));
+    const std::string all = "test1 test2 testlink";
+    // A directory that may not be searched refuses lstat; what else is refused is one file's
+    // affair.
+    const std::vector<int> passedOver = {ENOENT, ENOTDIR, ELOOP, EACCES};
+    for (const int error : {EPERM, ENOENT, EIO, ENOMEM, EACCES, EFAULT, ENODEV, ENOTDIR, EISDIR,
+             ENAMETOOLONG, ELOOP, EOVERFLOW, ESTALE}) {
+        SCOPED_TRACE(std::strerror(error));
+        const std::string reason = std::string("error: ") + std::strerror(error);
+        const bool isPassedOver =
+            std::find(passedOver.begin(), passedOver.end(), error) != passedOver.end();
+        theSystem.error = error;
+        theSystem.failingCall = "lstat";
+        theSystem.failingName = "test1";
+        EXPECT_EQ(selected({"test*"}), error == ENOENT ? "test2 testlink" : reason);
+        theSystem.failingCall = "access";
+        EXPECT_EQ(selected({"test*"}), isPassedOver ? "test2 testlink" : reason);
+        theSystem.failingCall = "stat";
+        EXPECT_EQ(selected({"test*"}), all); // nobody asks
+        theSystem.failingName = "testlink";
+        EXPECT_EQ(selected({"test*"}), isPassedOver ? "test1 test2" : reason);
+        theSystem.failingName = "other";
+        EXPECT_EQ(selected({"test*"}), all);
+    }
+}
+
+TEST_F(ScriptFolderTest, TheDistributionIsBesideTheDirectoryOfTheExecutable)
+{
+    ASSERT_TRUE(QDir(directory.path()).mkdir("test"));
+    const struct {
+        QByteArray executable;
+        QByteArray folder;
+    } rows[] = {
+        {path() + "/bin/talmo_test", path() + "/test"},
+        {path() + "/test/bin/talmo_test", path() + "/test"}, // the level above
+        {"/bin/talmo_test", QDir("/test").exists() ? "/test" : "/"},
+        {"/talmo_test", QDir("/test").exists() ? "/test" : "/"},
+        {"/a/b/talmo_test", "/a"},
+    };
     for (const auto &row : rows) {
-        SCOPED_TRACE(std::strerror(row.error));
-        theSystem.failing = row.failing;
-        theSystem.error = row.error;
-        EXPECT_EQ(selected({"test*"}), row.outcome);
+        SCOPED_TRACE(row.executable.toStdString());
+        theSystem.executable = row.executable;
+        EXPECT_EQ(Talmo::distributionDirectory(), row.folder);
+    }
+    theSystem.executable = path() + "/bin/talmo_test";
+    theSystem.failingCall = "stat";
+    theSystem.failingName = "test";
+    for (const int error : {ENOENT, ENOTDIR, EACCES, EIO}) {
+        SCOPED_TRACE(std::strerror(error));
+        theSystem.error = error;
+        const bool isMissing = error == ENOENT || error == ENOTDIR;
+        EXPECT_EQ(Talmo::distributionDirectory(), isMissing ? path() : path() + "/test");
     }
 }
 
