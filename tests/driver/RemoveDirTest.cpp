@@ -260,7 +260,7 @@ TEST_F(RemoveDirWithMounts, OneInThePlaceOfTheDirectoryStaysAndTheRunIsInIt)
     expectKept("mount --bind \"$work/precious\" \"$work/test1.dir\"\n",
         "=heading\n=exists data\n=file made\n",
         "test1: heading\n***talmo_test: a file system is mounted on 'test1.dir" + stays);
-    EXPECT_TRUE(exists("precious/made"));
+    EXPECT_TRUE(IsSkipped() || exists("precious/made"));
 }
 
 // The rest needs permissions that hold.
