@@ -1,6 +1,3 @@
-// What goes wrong on the way is thrown as the system's number of the error, in this file alone, and
-// becomes the reason that list and select give. So does lack of memory, which may come anywhere.
-
 #include "ScriptFolder.h"
 
 #include "Descriptor.h"
@@ -15,7 +12,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
-#include <system_error>
 #include <tuple>
 #include <utility>
 
@@ -29,45 +25,11 @@ namespace Talmo
 namespace
 {
 
-[[noreturn]] void fail(int error)
-{
-    throw std::system_error(error, std::generic_category());
-}
-
-/// Fails with the system's latest error unless that concerns one name alone: a link that leads
+/// True if \a error concerns one name alone, which is then no script: it is a link that leads
 /// nowhere, or to where we may not go, or a file that was removed or may not be read.
-bool isPassedOver()
+bool isOfOneName(int error)
 {
-    if (errno != ENOENT && errno != ENOTDIR && errno != ELOOP && errno != EACCES)
-        fail(errno);
-    return true;
-}
-
-/// Calls \a action; false, with the reason in \a reason, if it fails.
-template <typename Action>
-bool succeeds(QByteArray &reason, Action action)
-{
-    int error = ENOMEM;
-    try {
-        action();
-        return true;
-    } catch (const std::bad_alloc &) {
-    } catch (const std::system_error &failure) {
-        error = failure.code().value();
-    }
-    reason = std::strerror(error);
-    return false;
-}
-
-/// \a pattern as a regular expression. One that is not valid, such as "[", matches nothing.
-QRegularExpression compiledWildcard(const QString &pattern)
-{
-    errno = 0;
-    QRegularExpression compiled(QRegularExpression::wildcardToRegularExpression(pattern),
-        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
-    if (!compiled.isValid() && errno == ENOMEM)
-        fail(ENOMEM);
-    return compiled;
+    return error == ENOENT || error == ENOTDIR || error == ELOOP || error == EACCES;
 }
 
 /// The directory that \a path lies in; that of "/" is "/".
@@ -87,10 +49,20 @@ QByteArray executable()
 
 } // namespace
 
+bool ScriptFolder::fail(int error)
+{
+    reason = std::strerror(error);
+    return false;
+}
+
 bool ScriptFolder::list(const QByteArray &path)
 {
     folder = path;
-    return succeeds(reason, [this] { readNames(); });
+    try {
+        return readNames();
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM);
+    }
 }
 
 bool ScriptFolder::select(const QString &pattern, QStringList &names)
@@ -98,15 +70,18 @@ bool ScriptFolder::select(const QString &pattern, QStringList &names)
     const auto isSpecial = [](QChar character) { return QStringView(u"*?[").contains(character); };
     // Where a shell has expanded a pattern there are thousands of names: each is looked up.
     const bool isWildcard = std::any_of(pattern.begin(), pattern.end(), isSpecial);
-    return succeeds(reason,
-        [&] { isWildcard ? selectByWildcard(pattern, names) : selectByName(pattern, names); });
+    try {
+        return isWildcard ? selectByWildcard(pattern, names) : selectByName(pattern, names);
+    } catch (const std::bad_alloc &) {
+        return fail(ENOMEM);
+    }
 }
 
-void ScriptFolder::readNames()
+bool ScriptFolder::readNames()
 {
     const Directory directory(opendir(folder));
     if (!directory)
-        fail(errno);
+        return fail(errno);
     for (;;) {
         errno = 0; // the only way to tell the end from a failure
         const dirent *const found = readdir(directory.get());
@@ -118,13 +93,14 @@ void ScriptFolder::readNames()
             entries.push_back({name, name.toLower()});
     }
     if (errno != 0)
-        fail(errno);
+        return fail(errno);
     std::sort(entries.begin(), entries.end(), [](const Entry &a, const Entry &b) {
         return std::tie(a.sortedAs, a.name) < std::tie(b.sortedAs, b.name);
     });
+    return true;
 }
 
-void ScriptFolder::selectByName(const QString &name, QStringList &names)
+bool ScriptFolder::selectByName(const QString &name, QStringList &names)
 {
     if (namesByFolded.empty()) { // not a QHash: that ends the process where memory does
         for (const Entry &entry : entries)
@@ -132,43 +108,51 @@ void ScriptFolder::selectByName(const QString &name, QStringList &names)
     }
     const auto found = namesByFolded.find(name.toCaseFolded());
     if (found == namesByFolded.end())
-        return;
+        return true;
     for (const QString &candidate : std::as_const(found->second)) {
         // A wildcard takes letters one by one, so that no "ss" is the same as a sharp s.
-        if (candidate.compare(name, Qt::CaseInsensitive) == 0 && isReadableFile(candidate))
-            names += candidate;
+        const bool isMeant = candidate.compare(name, Qt::CaseInsensitive) == 0;
+        if (isMeant && !appendIfReadable(candidate, names))
+            return false;
     }
+    return true;
 }
 
-void ScriptFolder::selectByWildcard(const QString &pattern, QStringList &names) const
+bool ScriptFolder::selectByWildcard(const QString &pattern, QStringList &names)
 {
-    const QRegularExpression wildcard = compiledWildcard(pattern);
-    if (!wildcard.isValid())
-        return;
+    errno = 0;
+    const QRegularExpression wildcard(QRegularExpression::wildcardToRegularExpression(pattern),
+        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
+    if (!wildcard.isValid()) // such as "["; it matches nothing
+        return errno != ENOMEM || fail(ENOMEM);
     for (const Entry &entry : entries) {
         const QRegularExpressionMatch match = wildcard.match(entry.name);
         if (!match.isValid()) // it needs more memory, or more time, than there is
-            fail(ENOMEM);
-        if (match.hasMatch() && isReadableFile(entry.name))
-            names += entry.name;
+            return fail(ENOMEM);
+        if (match.hasMatch() && !appendIfReadable(entry.name, names))
+            return false;
     }
+    return true;
 }
 
-bool ScriptFolder::isReadableFile(const QString &name) const
+/// Appends \a name to \a names if it is a readable file; false if that cannot be found out.
+bool ScriptFolder::appendIfReadable(const QString &name, QStringList &names)
 {
     const QByteArray path = folder + '/' + QFile::encodeName(name);
     struct stat status = {};
-    if (lstat(path, &status) != 0) {
-        if (errno != ENOENT) // we may not look at what is in the directory
-            fail(errno);
-        return false;
-    }
+    if (lstat(path, &status) !=
+        0) // anything but ENOENT: we may not look at what is in the directory
+        return errno == ENOENT || fail(errno);
     const bool isLink = S_ISLNK(status.st_mode);
     if (isLink && stat(path, &status) != 0)
-        return !isPassedOver();
+        return isOfOneName(errno) || fail(errno);
     // Deliberate: a link to a device or to a FIFO counts as a file, so that its test fails.
-    const bool isFile = isLink ? !S_ISDIR(status.st_mode) : S_ISREG(status.st_mode);
-    return isFile && (access(path, R_OK) == 0 || !isPassedOver());
+    if (isLink ? S_ISDIR(status.st_mode) : !S_ISREG(status.st_mode))
+        return true;
+    if (access(path, R_OK) != 0)
+        return isOfOneName(errno) || fail(errno);
+    names += name;
+    return true;
 }
 
 QByteArray workingDirectory()

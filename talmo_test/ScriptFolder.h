@@ -34,10 +34,11 @@ private:
         QString sortedAs;
     };
 
-    void readNames();
-    void selectByName(const QString &name, QStringList &names);
-    void selectByWildcard(const QString &pattern, QStringList &names) const;
-    bool isReadableFile(const QString &name) const;
+    bool readNames();
+    bool selectByName(const QString &name, QStringList &names);
+    bool selectByWildcard(const QString &pattern, QStringList &names);
+    bool appendIfReadable(const QString &name, QStringList &names);
+    bool fail(int error);
 
     QByteArray folder;
     std::vector<Entry> entries;                   // sorted
