@@ -26,6 +26,7 @@ namespace
 
 struct System {
     std::function<void()> afterMaking;
+    std::function<void()> afterNotOpening;
     std::function<void()> beforeEntering;
     bool hasLocks = true;
     int openings = -1;        ///< how many files can still be opened; without limit if negative
@@ -85,7 +86,12 @@ extern "C" int open(const char *path, int flags, ...)
     }
     if (theSystem.openings > 0)
         --theSystem.openings;
-    return next(path, flags, 0600);
+    const int file = next(path, flags, 0600);
+    const int error = errno;
+    if (file < 0 && theSystem.afterNotOpening)
+        theSystem.afterNotOpening();
+    errno = error;
+    return file;
 }
 
 extern "C" int unlinkat(int directory, const char *name, int flags) noexcept
@@ -153,6 +159,26 @@ TEST_F(RunDirectorySystem, ALinkInItsPlaceIsRemovedWhoeverUsesWhatItLeadsTo)
     directory.leave();
     EXPECT_FALSE(QFileInfo("run").isSymLink());
     EXPECT_TRUE(QFileInfo("run").isDir());
+    close(locked);
+}
+
+TEST_F(RunDirectorySystem, ADirectoryThatTakesThePlaceOfALinkIsLeftToItsDriver)
+{
+    makeDirectory("other");
+    ASSERT_TRUE(QFile::link("other", "run"));
+    int locked = -1;
+    theSystem.afterNotOpening = [&locked] { // the link; another driver is as far, and quicker
+        theSystem.afterNotOpening = nullptr;
+        unlink("run");
+        makeDirectory("run");
+        close(creat("run/result", 0600));
+        locked = open("run", O_RDONLY | O_CLOEXEC);
+        EXPECT_EQ(flock(locked, LOCK_EX), 0);
+    };
+    RunDirectory directory("run");
+    EXPECT_FALSE(directory.enter());
+    EXPECT_TRUE(directory.isInUse());
+    EXPECT_TRUE(QFile::exists("run/result"));
     close(locked);
 }
 
