@@ -32,7 +32,7 @@ QString fromLocal(const QByteArray &bytes)
 void waitForRoom()
 {
     pollfd output = {fileno(stdout), POLLOUT, 0};
-    if (output.fd >= 0) // the program has put something of its own there
+    if (output.fd >= 0) // there is none where the program has put a stream of its own
         poll(&output, 1, -1);
 }
 
