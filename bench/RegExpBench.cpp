@@ -1,4 +1,4 @@
-#include "RegExp.h"
+#include "talmo/RegExp.h"
 
 #include <benchmark/benchmark.h>
 

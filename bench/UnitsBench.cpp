@@ -1,5 +1,5 @@
-#include "Macro.h"
-#include "Units.h"
+#include "talmo/Macro.h"
+#include "talmo/Units.h"
 
 #include <benchmark/benchmark.h>
 

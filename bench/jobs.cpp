@@ -1,9 +1,9 @@
 // What a program asks of the library, for whole files: evaluate, convert and expand. The results go
 // to standard output.
 
-#include "Macro.h"
-#include "StartupGuard.h"
-#include "Units.h"
+#include "talmo/Macro.h"
+#include "talmo/StartupGuard.h"
+#include "talmo/Units.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // Input: a line with the units, and the text.
 
-#include "Units.h"
 #include "fuzzing.h"
+#include "talmo/Units.h"
 
 #include <QRegularExpression>
 

@@ -1,8 +1,8 @@
 // Input: a line with the format, one with the units, and the expression.
 
-#include "Macro.h"
-#include "Units.h"
 #include "fuzzing.h"
+#include "talmo/Macro.h"
+#include "talmo/Units.h"
 
 #include <QRegularExpression>
 

@@ -1,9 +1,9 @@
 // Input: three lines with the texts of the global macros g_0 to g_2, two with those of the local
 // ones n_0 and n_1, and the text to expand.
 
-#include "Macro.h"
 #include "PlainExpansion.h"
 #include "fuzzing.h"
+#include "talmo/Macro.h"
 
 #include <QRegularExpression>
 

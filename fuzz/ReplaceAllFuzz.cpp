@@ -1,7 +1,7 @@
 // Input: a line with the pattern, one with the replacement, and the text.
 
-#include "RegExp.h"
 #include "fuzzing.h"
+#include "talmo/RegExp.h"
 
 #include <algorithm>
 

@@ -3,9 +3,9 @@
 // compared with what a plain reading of the manual gives.
 
 #include "PlainScript.h"
-#include "Preferences.h"
 #include "fuzzing.h"
 #include "runTest.h"
+#include "talmo/Preferences.h"
 
 #include <QDir>
 #include <QFile>

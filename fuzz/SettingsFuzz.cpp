@@ -1,8 +1,8 @@
 // Input: a settings file. The store is opened on it, some preferences are declared anew, and it is
 // saved.
 
-#include "Preferences.h"
 #include "fuzzing.h"
+#include "talmo/Preferences.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
 // Input: two lines with a value each, and the units to convert to.
 
-#include "Units.h"
 #include "fuzzing.h"
+#include "talmo/Units.h"
 
 #include <QRegularExpression>
 

@@ -1,12 +1,12 @@
 #include "fuzzing.h"
 
-#include "Console.h"
-#include "Error.h"
-#include "Macro.h"
 #include "PatternCost.h"
-#include "RegExp.h"
-#include "StartupGuard.h"
-#include "Units.h"
+#include "talmo/Console.h"
+#include "talmo/Error.h"
+#include "talmo/Macro.h"
+#include "talmo/RegExp.h"
+#include "talmo/StartupGuard.h"
+#include "talmo/Units.h"
 
 #include <cstdio>
 #include <cstdlib>

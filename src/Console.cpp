@@ -1,8 +1,8 @@
-#include "Console.h"
+#include "talmo/Console.h"
 
 #include "DiskFile.h"
-#include "Numbers.h"
-#include "StartupGuard.h"
+#include "talmo/Numbers.h"
+#include "talmo/StartupGuard.h"
 
 #include <cstdarg>
 #include <cstdio>

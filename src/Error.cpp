@@ -1,7 +1,7 @@
-#include "Error.h"
+#include "talmo/Error.h"
 
-#include "Console.h"
-#include "StartupGuard.h"
+#include "talmo/Console.h"
+#include "talmo/StartupGuard.h"
 
 namespace Talmo
 {

@@ -1,10 +1,10 @@
-#include "Macro.h"
+#include "talmo/Macro.h"
 
-#include "Error.h"
 #include "PushbackText.h"
-#include "StartupGuard.h"
 #include "Tokens.h"
-#include "Units.h"
+#include "talmo/Error.h"
+#include "talmo/StartupGuard.h"
+#include "talmo/Units.h"
 
 #include <QStringList>
 #include <QVarLengthArray>

@@ -1,7 +1,7 @@
 #include "NumberFormat.h"
 
-#include "Numbers.h"
 #include "Tokens.h"
+#include "talmo/Numbers.h"
 
 #include <QStringView>
 

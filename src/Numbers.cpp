@@ -1,4 +1,4 @@
-#include "Numbers.h"
+#include "talmo/Numbers.h"
 
 #include <cassert>
 #include <cmath>

@@ -4,12 +4,12 @@
 // program has no event loop, so the event is delivered once, as soon as there is an application
 // object to deliver it. A start that adds nothing posts nothing and so writes nothing.
 
-#include "Preferences.h"
+#include "talmo/Preferences.h"
 
-#include "Console.h"
 #include "SettingsFile.h"
 #include "SettingsStore.h"
-#include "StartupGuard.h"
+#include "talmo/Console.h"
+#include "talmo/StartupGuard.h"
 
 #include <QCoreApplication>
 #include <QEvent>

@@ -1,7 +1,7 @@
-#include "RegExp.h"
+#include "talmo/RegExp.h"
 
 #include "PatternCost.h"
-#include "StartupGuard.h"
+#include "talmo/StartupGuard.h"
 
 namespace Talmo
 {

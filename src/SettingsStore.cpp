@@ -4,8 +4,8 @@
 
 #include "SettingsStore.h"
 
-#include "Console.h"
 #include "SettingsFile.h"
+#include "talmo/Console.h"
 
 #include <QDateTime>
 #include <QEvent>

@@ -1,6 +1,6 @@
 #include "Tokens.h"
 
-#include "Numbers.h"
+#include "talmo/Numbers.h"
 
 #include <QVarLengthArray>
 

@@ -1,11 +1,11 @@
-#include "Units.h"
+#include "talmo/Units.h"
 
-#include "Error.h"
 #include "NumberFormat.h"
-#include "RegExp.h"
-#include "StartupGuard.h"
 #include "Tokens.h"
 #include "UnitsTable.h"
+#include "talmo/Error.h"
+#include "talmo/RegExp.h"
+#include "talmo/StartupGuard.h"
 
 #include <algorithm>
 #include <optional>

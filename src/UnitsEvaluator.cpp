@@ -1,10 +1,10 @@
-#include "Units.h"
+#include "talmo/Units.h"
 
-#include "Error.h"
-#include "Macro.h"
-#include "StartupGuard.h"
 #include "Tokens.h"
 #include "WorkingText.h"
+#include "talmo/Error.h"
+#include "talmo/Macro.h"
+#include "talmo/StartupGuard.h"
 
 #include <cmath>
 #include <cstddef>

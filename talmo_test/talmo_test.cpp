@@ -1,11 +1,11 @@
 // The regression-test driver: main selects the test scripts, has them run, and sums up.
 
-#include "Preferences.h"
 #include "ScriptFolder.h"
-#include "StartupGuard.h"
 #include "interruption.h"
 #include "runTest.h"
 #include "standardStreams.h"
+#include "talmo/Preferences.h"
+#include "talmo/StartupGuard.h"
 
 #include <QCoreApplication>
 #include <QFile>

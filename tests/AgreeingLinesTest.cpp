@@ -2,9 +2,9 @@
 
 #include "Difference.h"
 #include "NastyLines.h"
-#include "Numbers.h"
 #include "ReaderOf.h"
 #include "judgeLines.h"
+#include "talmo/Numbers.h"
 
 #include <string>
 #include <vector>

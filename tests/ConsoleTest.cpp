@@ -1,4 +1,4 @@
-#include "Console.h"
+#include "talmo/Console.h"
 #include "Printing.h"
 
 #include <QDir>

@@ -1,4 +1,4 @@
-#include "Error.h"
+#include "talmo/Error.h"
 #include "LibraryTest.h"
 
 using Talmo::Error;

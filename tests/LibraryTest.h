@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Console.h"
-#include "Error.h"
-#include "Macro.h"
 #include "Printing.h"
-#include "Units.h"
+#include "talmo/Console.h"
+#include "talmo/Error.h"
+#include "talmo/Macro.h"
+#include "talmo/Units.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Macro.h"
+#include "talmo/Macro.h"
 #include "LibraryTest.h"
 
 using Talmo::Macro;

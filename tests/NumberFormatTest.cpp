@@ -1,6 +1,6 @@
 #include "NumberFormat.h"
 #include "Printing.h"
-#include "RegExp.h"
+#include "talmo/RegExp.h"
 
 #include <cstdio>
 #include <cstring>

@@ -2,8 +2,8 @@
 
 #include "LineReader.h"
 #include "NastyLines.h"
-#include "Numbers.h"
 #include "Words.h"
+#include "talmo/Numbers.h"
 
 #include <algorithm>
 

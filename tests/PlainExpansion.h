@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Error.h"
-#include "Macro.h"
-#include "RegExp.h"
-#include "Units.h"
+#include "talmo/Error.h"
+#include "talmo/Macro.h"
+#include "talmo/RegExp.h"
+#include "talmo/Units.h"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
-#include "Preferences.h"
-#include "Console.h"
+#include "talmo/Preferences.h"
 #include "Printing.h"
 #include "SettingsFile.h"
+#include "talmo/Console.h"
 
 #include <QCoreApplication>
 #include <QSettings>

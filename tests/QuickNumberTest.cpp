@@ -1,7 +1,7 @@
 #include "QuickNumber.h"
 
 #include "NastyLines.h"
-#include "Numbers.h"
+#include "talmo/Numbers.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,7 +1,7 @@
-#include "RegExp.h"
-#include "Macro.h"
+#include "talmo/RegExp.h"
 #include "Printing.h"
-#include "Units.h"
+#include "talmo/Macro.h"
+#include "talmo/Units.h"
 
 #include <gtest/gtest.h>
 

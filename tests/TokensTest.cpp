@@ -1,6 +1,6 @@
 #include "Tokens.h"
 #include "Printing.h"
-#include "RegExp.h"
+#include "talmo/RegExp.h"
 
 #include <cmath>
 #include <limits>

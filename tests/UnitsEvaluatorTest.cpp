@@ -1,5 +1,5 @@
 #include "LibraryTest.h"
-#include "Units.h"
+#include "talmo/Units.h"
 
 #include <cmath>
 #include <limits>

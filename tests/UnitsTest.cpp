@@ -1,4 +1,4 @@
-#include "Units.h"
+#include "talmo/Units.h"
 #include "LibraryTest.h"
 
 #include <cmath>

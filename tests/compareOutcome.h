@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Difference.h"
-#include "Numbers.h"
+#include "talmo/Numbers.h"
 
 #include <QString>
 #include <QStringList>

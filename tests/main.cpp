@@ -1,4 +1,4 @@
-#include "StartupGuard.h"
+#include "talmo/StartupGuard.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include "Beam.h"
 
-#include "Numbers.h"
 #include "Particles.h"
 #include "Text.h"
+#include "talmo/Numbers.h"
 
 #include <charconv>
 #include <fstream>

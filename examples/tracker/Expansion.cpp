@@ -1,10 +1,10 @@
 #include "Expansion.h"
 
-#include "Error.h"
 #include "Expression.h"
-#include "Macro.h"
-#include "RegExp.h"
 #include "Text.h"
+#include "talmo/Error.h"
+#include "talmo/Macro.h"
+#include "talmo/RegExp.h"
 
 namespace tracker
 {

@@ -1,10 +1,10 @@
 #include "Expression.h"
 
-#include "Macro.h"
-#include "Numbers.h"
-#include "RegExp.h"
 #include "Text.h"
-#include "Units.h"
+#include "talmo/Macro.h"
+#include "talmo/Numbers.h"
+#include "talmo/RegExp.h"
+#include "talmo/Units.h"
 
 #include <QList>
 

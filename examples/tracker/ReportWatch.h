@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Console.h"
+#include "talmo/Console.h"
 
 namespace tracker
 {

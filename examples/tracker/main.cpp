@@ -1,5 +1,5 @@
-#include "StartupGuard.h"
 #include "Tracker.h"
+#include "talmo/StartupGuard.h"
 
 int main(int argc, char **argv)
 {

@@ -1,6 +1,6 @@
 #include "Kick.h"
-#include "StartupGuard.h"
 #include "Tracker.h"
+#include "talmo/StartupGuard.h"
 
 int main(int argc, char **argv)
 {

@@ -1,11 +1,11 @@
 // Calls the operation that the variable OPERATION names from a static initialiser, then says
 // "main" from main. Without the variable, lists the operations that must not survive this.
 
-#include "Console.h"
-#include "Error.h"
-#include "Macro.h"
-#include "RegExp.h"
-#include "Units.h"
+#include "talmo/Console.h"
+#include "talmo/Error.h"
+#include "talmo/Macro.h"
+#include "talmo/RegExp.h"
+#include "talmo/Units.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "Preferences.h"
+#include "talmo/Preferences.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 // A program that is linked with the preferences and names nothing of theirs.
 
-#include "StartupGuard.h"
+#include "talmo/StartupGuard.h"
 
 #include <cstdio>
 

@@ -1,8 +1,8 @@
 // A program of the product that does nothing itself: it has the preferences in it, an application
 // object, and reads the keys given as arguments.
 
-#include "Preferences.h"
-#include "StartupGuard.h"
+#include "talmo/Preferences.h"
+#include "talmo/StartupGuard.h"
 
 #include <QCoreApplication>
 

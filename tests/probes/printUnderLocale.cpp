@@ -1,10 +1,10 @@
 // The locale of the environment at work: first what the C library prints, then what we print, and
 // whether we still read a decimal point, in numbers and in expressions.
 
-#include "Console.h"
-#include "Numbers.h"
-#include "StartupGuard.h"
-#include "Units.h"
+#include "talmo/Console.h"
+#include "talmo/Numbers.h"
+#include "talmo/StartupGuard.h"
+#include "talmo/Units.h"
 
 #include <clocale>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // Loaded into a program from outside. Before that enters main, tells what the units table holds
 // which its libraries brought along. Linked with none of them itself.
 
-#include "Units.h"
+#include "talmo/Units.h"
 
 #include <cstdio>
 

@@ -1,7 +1,7 @@
 #include "Difference.h"
 
 #include "AgreeingLines.h"
-#include "Numbers.h"
+#include "talmo/Numbers.h"
 
 #include <algorithm>
 #include <cmath>

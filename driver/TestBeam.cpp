@@ -1,6 +1,6 @@
 #include "TestBeam.h"
 
-#include "Numbers.h"
+#include "talmo/Numbers.h"
 
 #include <algorithm>
 #include <charconv>

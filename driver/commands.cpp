@@ -4,11 +4,11 @@
 #include "commands.h"
 
 #include "DiskFile.h"
-#include "RegExp.h"
 #include "TestBeam.h"
 #include "compare.h"
 #include "interruption.h"
 #include "runTest.h"
+#include "talmo/RegExp.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,8 +1,8 @@
 #include "compare.h"
 
 #include "Difference.h"
-#include "Numbers.h"
 #include "commands.h"
+#include "talmo/Numbers.h"
 
 #include <iterator>
 

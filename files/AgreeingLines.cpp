@@ -6,8 +6,8 @@
 #include "AgreeingLines.h"
 
 #include "NumberLine.h"
-#include "Numbers.h"
 #include "QuickNumber.h"
+#include "talmo/Numbers.h"
 
 #include <algorithm>
 #include <cmath>

@@ -9,12 +9,12 @@
 #include "runTest.h"
 
 #include "PatternCost.h"
-#include "Preferences.h"
-#include "RegExp.h"
 #include "RunDirectory.h"
 #include "ScriptReader.h"
 #include "commands.h"
 #include "interruption.h"
+#include "talmo/Preferences.h"
+#include "talmo/RegExp.h"
 
 #include <QFile>
 #include <QScopeGuard>
