@@ -6,8 +6,8 @@
 #include "DiskFile.h"
 #include "TestBeam.h"
 #include "compare.h"
-#include "interruption.h"
 #include "runTest.h"
+#include "shell.h"
 #include "talmo/RegExp.h"
 
 #include <algorithm>
@@ -99,7 +99,7 @@ void runCommand(Invocation &invocation)
     std::fflush(stdout); // what the program prints comes after what we printed
     // For the shell a line ends at a NUL, and what it would then run was never written.
     const bool runnable = !line.contains(QChar(u'\0'));
-    if (!runnable || !runInShell(line.toLocal8Bit().toStdString()))
+    if (!runnable || !runInShell(line.toLocal8Bit().toStdString()).isSuccess())
         invocation.error = QStringLiteral("running '%1' failed").arg(invocation.words[1]);
 }
 

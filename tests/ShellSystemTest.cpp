@@ -1,4 +1,4 @@
-#include "interruption.h"
+#include "shell.h"
 
 #include "Printing.h"
 
@@ -113,7 +113,7 @@ bool isIgnored(int number)
 
 } // namespace
 
-TEST(InterruptionSystem, AProgramGetsTheSignalsAsTheyWereInherited)
+TEST(ShellSystem, AProgramGetsTheSignalsAsTheyWereInherited)
 {
     const struct {
         Signals blocked;
@@ -133,7 +133,7 @@ TEST(InterruptionSystem, AProgramGetsTheSignalsAsTheyWereInherited)
         SCOPED_TRACE(testing::PrintToString(row.blocked));
         const Inherited inherited(row.blocked, row.ignored);
         theSystem = System();
-        EXPECT_TRUE(runInShell("true"));
+        EXPECT_TRUE(runInShell("true").isSuccess());
         EXPECT_EQ(theSystem.path, "/bin/sh");
         EXPECT_EQ(theSystem.flags, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
         EXPECT_EQ(theSystem.blocked, membersOf(setOf(row.blocked))); // in ascending order
@@ -141,14 +141,14 @@ TEST(InterruptionSystem, AProgramGetsTheSignalsAsTheyWereInherited)
     }
 }
 
-TEST(InterruptionSystem, SignalsAreAsBeforeOnceAProgramHasEnded)
+TEST(ShellSystem, SignalsAreAsBeforeOnceAProgramHasEnded)
 {
     for (const int error : {0, ENOMEM}) { // or could not be started
         SCOPED_TRACE(error);
         theSystem = System();
         theSystem.error = error;
         const Inherited inherited({SIGUSR1}, {});
-        EXPECT_EQ(runInShell("true"), error == 0);
+        EXPECT_EQ(runInShell("true").isSuccess(), error == 0);
         EXPECT_EQ(theSystem.path, "/bin/sh"); // it was asked
         EXPECT_EQ(blockedNow(), Signals({SIGUSR1}));
         EXPECT_FALSE(isIgnored(SIGQUIT));
