@@ -51,10 +51,6 @@ void platformCommand(Invocation &invocation)
 /// byte for byte.
 void fileCommand(Invocation &invocation)
 {
-    if (invocation.words.size() < 2) {
-        invocation.error = QStringLiteral("Invalid =file command");
-        return;
-    }
     const QString &name = invocation.words[1];
     DiskFile file;
     if (!file.openToWrite(name)) {
@@ -91,10 +87,6 @@ QString shellLine(const QStringList &words)
 /// =run PROGRAM [ARGUMENT ...]: passes the words to the shell, and fails if it reports failure.
 void runCommand(Invocation &invocation)
 {
-    if (invocation.words.size() < 2) {
-        invocation.error = QStringLiteral("Invalid =run command");
-        return;
-    }
     const QString line = shellLine(invocation.words.mid(1));
     std::fflush(stdout); // what the program prints comes after what we printed
     // For the shell a line ends at a NUL, and what it would then run was never written.
@@ -106,9 +98,7 @@ void runCommand(Invocation &invocation)
 /// =exists FILE: fails unless a file or directory of that name exists.
 void existsCommand(Invocation &invocation)
 {
-    if (invocation.words.size() != 2)
-        invocation.error = QStringLiteral("Invalid =exists command");
-    else if (!existsOnDisk(invocation.words[1]))
+    if (!existsOnDisk(invocation.words[1]))
         invocation.error = QStringLiteral("File '%1' does not exist").arg(invocation.words[1]);
 }
 
@@ -129,10 +119,6 @@ void meanAndSigmaCommand(Invocation &invocation)
 void testbeamCommand(Invocation &invocation)
 {
     const QStringList &words = invocation.words;
-    if (words.size() <= 10) {
-        invocation.error = QStringLiteral("=testbeam too few arguments");
-        return;
-    }
     TestBeam beam;
     if (!beam.parse(words, 2)) {
         invocation.error = QStringLiteral("Syntax error");
@@ -161,32 +147,52 @@ void debugCommand(Invocation & /*invocation*/)
     ++Debug;
 }
 
-struct Command {
-    const char *name;
-    Handler handler;
-};
-
-const Command commands[] = {
-    {"=platform", platformCommand},
-    {"=file", fileCommand},
-    {"=run", runCommand},
-    {"=compare", compareCommand},
-    {"=exists", existsCommand},
-    {"=echo", echoCommand},
-    {"=meanandsigma", meanAndSigmaCommand},
-    {"=testbeam", testbeamCommand},
-    {"=ignore", ignoreCommand},
-    {"=debug", debugCommand},
-};
-static_assert(std::size(commands) == 10);
+constexpr int any = Command::unlimited;
 
 } // namespace
 
-Handler handlerOf(const QString &name)
+// name, least and most words, what is said of another number, what becomes of the lines that
+// follow, usage, handler
+// clang-format off
+const Command commands[10] = {
+    { "=file", 2, any, "Invalid =file command", FollowingLines::AreBody,
+      "=file NAME", fileCommand },
+    { "=run", 2, any, "Invalid =run command", FollowingLines::AreNext,
+      "=run PROGRAM [ARGUMENT ...]", runCommand },
+    { "=compare", 3, any, "Invalid =compare command", FollowingLines::AreNext,
+      "=compare FILE1 FILE2\n=compare FILE1 FILE2 TOLERANCE1 [TOLERANCE2 ...]", compareCommand },
+    { "=exists", 2, 2, "Invalid =exists command", FollowingLines::AreNext,
+      "=exists FILE", existsCommand },
+    { "=testbeam", 11, any, "=testbeam too few arguments", FollowingLines::AreNext,
+      "=testbeam FILE X0 X1 NX Y0 Y1 NY Z PDGID PZ", testbeamCommand },
+    { "=ignore", 1, any, nullptr, FollowingLines::AreNext,
+      "=ignore PATTERN", ignoreCommand },
+    { "=platform", 1, any, nullptr, FollowingLines::MayBeSkipped,
+      "=platform [PLATFORM ...]", platformCommand },
+    { "=echo", 1, any, nullptr, FollowingLines::AreNext,
+      "=echo [WORD ...]", echoCommand },
+    { "=debug", 1, any, nullptr, FollowingLines::AreNext,
+      "=debug", debugCommand },
+    { "=meanandsigma", 1, any, nullptr, FollowingLines::AreNext,
+      "=meanandsigma", meanAndSigmaCommand },
+};
+// clang-format on
+
+const Command *commandOf(const QString &name)
 {
-    for (const Command &command : commands) {
-        if (name == QLatin1String(command.name))
-            return command.handler;
-    }
-    return nullptr;
+    const auto *const found = std::find_if(std::begin(commands), std::end(commands),
+        [&name](const Command &command) { return name == QLatin1String(command.name); });
+    return found == std::end(commands) ? nullptr : found;
+}
+
+void perform(Invocation &invocation)
+{
+    const QStringList &words = invocation.words;
+    const Command *const command = commandOf(words[0]);
+    if (command == nullptr)
+        invocation.error = QStringLiteral("Unknown test command '%1'").arg(words[0]);
+    else if (words.size() < command->leastWords || words.size() > command->mostWords)
+        invocation.error = QString::fromLatin1(command->wrongCount);
+    else
+        command->handler(invocation);
 }

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <climits>
 #include <optional>
 
 /// One script line in the hands of its command.
@@ -12,7 +13,6 @@ struct Invocation {
     QStringList words;           ///< of the simplified line; words[0] is the command
     QString line;                ///< the raw line, "$simProgram" already replaced
     Talmo::ScriptReader &script; ///< after this line; a handler may read on
-    QString program;             ///< simulation program, may be empty; for handlers to come
     QString error;               ///< null while all is well; set it to fail the run
     /// Pattern that the next command's failure must match, set by =ignore. An empty pattern is one.
     std::optional<QString> expectedFailure;
@@ -22,5 +22,31 @@ struct Invocation {
 /// setting Invocation::error; it never throws and never ends the process.
 using Handler = void (*)(Invocation &invocation);
 
-/// The handler of the command \a name, "=" included; null if there is no such command.
-Handler handlerOf(const QString &name);
+/// What a command does with the lines that follow it.
+enum class FollowingLines {
+    AreNext,      ///< nothing: the next line is the next command
+    AreBody,      ///< takes them as the text of a file, up to a line that begins with "="
+    MayBeSkipped, ///< may pass over them, up to the next line that begins with "=platform"
+};
+
+/// A command of the script language.
+struct Command {
+    static constexpr int unlimited = INT_MAX;
+
+    const char *name;       ///< "=" included
+    int leastWords;         ///< how many words its line has, the name included,
+    int mostWords;          ///< and how many it may have
+    const char *wrongCount; ///< the message if that is not so; null where no number is wrong
+    FollowingLines following;
+    const char *usage; ///< as the manual shows it; lines are alternatives
+    Handler handler;
+};
+
+extern const Command commands[10];
+
+/// The command \a name, "=" included; null if there is none.
+const Command *commandOf(const QString &name);
+
+/// Has the command that \a invocation begins with do its work. A command that does not exist, and
+/// one with a wrong number of words, fail.
+void perform(Invocation &invocation);

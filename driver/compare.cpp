@@ -58,10 +58,6 @@ bool readTolerances(const QStringList &words, std::vector<double> &tolerances)
 void compareCommand(Invocation &invocation)
 {
     const QStringList &words = invocation.words;
-    if (words.size() < 3) {
-        invocation.error = QStringLiteral("Invalid =compare command");
-        return;
-    }
     const QString &name1 = words[1];
     const QString &name2 = words[2];
     LineReader file1;

@@ -119,11 +119,8 @@ QString runLines(ScriptReader &script, const QString &program)
         const QStringList words = line.simplified().split(QLatin1Char(' '));
         if (words[0].isEmpty() || words[0].startsWith(QLatin1Char('#')))
             continue;
-        Invocation invocation = {words, line, script, program, QString(), std::nullopt};
-        if (const Handler handler = handlerOf(words[0]))
-            handler(invocation);
-        else
-            invocation.error = QStringLiteral("Unknown test command '%1'").arg(words[0]);
+        Invocation invocation = {words, line, script, QString(), std::nullopt};
+        perform(invocation);
         settle(invocation.error, expectedFailure);
         invocation.error = withInterruption(invocation.error, interruption());
         expectedFailure = invocation.expectedFailure;
