@@ -1,6 +1,6 @@
 #include "DriverTest.h"
 
-// =testbeam, =exists, =meanandsigma.
+// =testbeam.
 
 namespace
 {
@@ -179,46 +179,4 @@ TEST_F(TestbeamCommand, RefusesANameThatTheSystemWouldCut)
     EXPECT_EQ(errorOf("=ignore ^Cannot write file 'cut.off'\n=testbeam " + name +
                       " 0 1 2 0 1 2 0 11 200\n=ignore ^File 'cut' does not exist$\n=exists cut\n"),
         "");
-}
-
-using ExistsCommand = DriverTest;
-
-TEST_F(ExistsCommand, FindsFilesAndDirectories)
-{
-    const QByteArray script = "=file a\n=file %1\n=file Gr\xC3\xB6\xC3\x9F\x65\n=run mkdir -p d/e\n"
-                              "=run ln -s a link\n=run ln -s d dirlink\n=run ln -s no dangling\n"
-                              "=run mkfifo fifo\n=file :a\n";
-    for (const QByteArray name :
-        {"a", "%1", "Gr\xC3\xB6\xC3\x9F\x65", "d", "d/", "d/e", "./a", "link", ":a", "dirlink",
-            "dirlink/e", "fifo", ".", "..", "/", "../test1", "/dev/null"}) {
-        SCOPED_TRACE(name.toStdString());
-        EXPECT_EQ(errorOf(script + "=exists " + name + "\n"), "");
-    }
-    for (const QByteArray name : {"b", ":b", "A", "%2", "%1%2", "%s", "a/", "a/b", "d/a",
-             "dangling", "no/", "*", "gr\xC3\xB6\xC3\x9F\x65", "'a'", "test1"}) {
-        SCOPED_TRACE(name.toStdString());
-        EXPECT_EQ(errorOf(script + "=exists " + name + "\n"), "File '" + name + "' does not exist");
-    }
-}
-
-TEST_F(ExistsCommand, TakesOneName)
-{
-    EXPECT_EQ(errorOf("=exists\n"), "Invalid =exists command");
-    EXPECT_EQ(errorOf("=exists . ..\n"), "Invalid =exists command");
-    EXPECT_EQ(errorOf("=exists  .  \n"), "");
-}
-
-TEST_F(ExistsCommand, FindsNothingUnderANameThatTheSystemWouldCut)
-{
-    const QByteArray name(".\0", 2);
-    EXPECT_EQ(errorOf("=ignore ^File '..' does not exist$\n=exists " + name + "\n"), "");
-}
-
-using MeanAndSigmaCommand = DriverTest;
-
-TEST_F(MeanAndSigmaCommand, AlwaysFails)
-{
-    EXPECT_EQ(errorOf("=meanandsigma\n"), "=meanandsigma UNIMPLEMENTED");
-    EXPECT_EQ(errorOf("=meanandsigma ../test1 0 1\n"), "=meanandsigma UNIMPLEMENTED");
-    EXPECT_EQ(errorOf("=ignore ^=meanandsigma UNIMPLEMENTED$\n=meanandsigma x\n"), "");
 }
