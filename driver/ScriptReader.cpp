@@ -22,6 +22,12 @@ bool ScriptReader::open(const QByteArray &path)
     return !file.failed();
 }
 
+qint64 ScriptReader::linesBetween(size_t begin, size_t end) const
+{
+    const std::string_view part = text.substr(begin, end - begin);
+    return std::count(part.begin(), part.end(), '\n');
+}
+
 QString ScriptReader::readLine()
 {
     if (next == text.size())

@@ -27,7 +27,12 @@ public:
     std::string_view readUntil(std::string_view prefix);
 
     size_t position() const { return next; }
-    void seek(size_t position) { next = position; } ///< to what position() returned
+
+    /// How many lines end between \a begin and \a end, which position() returned.
+    qint64 linesBetween(size_t begin, size_t end) const;
+
+    /// Goes to a \a position that position() returned.
+    void seek(size_t position) { next = position; }
 
 private:
     QByteArray content;

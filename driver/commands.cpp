@@ -6,7 +6,6 @@
 #include "DiskFile.h"
 #include "TestBeam.h"
 #include "compare.h"
-#include "runTest.h"
 #include "shell.h"
 #include "talmo/RegExp.h"
 
@@ -15,6 +14,9 @@
 #include <iterator>
 
 using namespace Talmo;
+
+int Debug = 0;
+QString platformName;
 
 namespace
 {
@@ -74,25 +76,32 @@ QString baseNameOf(const QString &path)
     return hasFolder ? RE.replace(QStringLiteral(".*/"), path, QString()) : path;
 }
 
-/// What the shell is told to run: \a words, the program first. What it prints is appended to a
-/// capture file, the program's base name and ".out", unless a word begins with ">".
-QString shellLine(const QStringList &words)
+/// True if one of \a words tells the shell where the output goes.
+bool isRedirected(const QStringList &words)
 {
-    const bool redirected = std::any_of(words.begin(), words.end(),
+    return std::any_of(words.begin(), words.end(),
         [](const QString &word) { return word.startsWith(QLatin1Char('>')); });
-    const QString line = joined(words, 0);
-    return redirected ? line : line + QStringLiteral(" >>%1.out 2>&1").arg(baseNameOf(words[0]));
 }
 
 /// =run PROGRAM [ARGUMENT ...]: passes the words to the shell, and fails if it reports failure.
+/// Unless a word begins with ">", what the program prints is appended to a file that is named after
+/// it.
 void runCommand(Invocation &invocation)
 {
-    const QString line = shellLine(invocation.words.mid(1));
+    const QString &program = invocation.words[1];
+    QString line = joined(invocation.words, 1);
+    QString capture;
+    if (!isRedirected(invocation.words)) {
+        capture = baseNameOf(program) + QStringLiteral(".out");
+        line += QStringLiteral(" >>%1 2>&1").arg(capture);
+    }
     std::fflush(stdout); // what the program prints comes after what we printed
     // For the shell a line ends at a NUL, and what it would then run was never written.
-    const bool runnable = !line.contains(QChar(u'\0'));
-    if (!runnable || !runInShell(line.toLocal8Bit().toStdString()).isSuccess())
-        invocation.error = QStringLiteral("running '%1' failed").arg(invocation.words[1]);
+    const bool isRunnable = !line.contains(QChar(u'\0'));
+    const ShellEnd end = isRunnable ? runInShell(line.toLocal8Bit().toStdString()) : ShellEnd();
+    invocation.findings.program = ProgramRun{end, capture};
+    if (!end.isSuccess())
+        invocation.error = QStringLiteral("running '%1' failed").arg(program);
 }
 
 /// =exists FILE: fails unless a file or directory of that name exists.

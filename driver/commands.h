@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Result.h"
 #include "ScriptReader.h"
 
 #include <QString>
@@ -8,14 +9,22 @@
 #include <climits>
 #include <optional>
 
+/// Debug level of the process. Above 0, lines are traced and passing runs keep their directories.
+extern int Debug;
+
+/// The platform that the process runs on: "WINDOWS", "LINUX" or "DARWIN". Empty until somebody sets
+/// it; then no section for a platform is run.
+extern QString platformName;
+
 /// One script line in the hands of its command.
 struct Invocation {
     QStringList words;           ///< of the simplified line; words[0] is the command
     QString line;                ///< the raw line, "$simProgram" already replaced
     Talmo::ScriptReader &script; ///< after this line; a handler may read on
-    QString error;               ///< null while all is well; set it to fail the run
+    QString error = {};          ///< null while all is well; set it to fail the run
     /// Pattern that the next command's failure must match, set by =ignore. An empty pattern is one.
-    std::optional<QString> expectedFailure;
+    std::optional<QString> expectedFailure = {};
+    Talmo::Findings findings = {}; ///< what else became known
 };
 
 /// Runs one command in the run's own directory, which is the current one. A handler fails by

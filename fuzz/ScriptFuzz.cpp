@@ -3,6 +3,8 @@
 // compared with what a plain reading of the manual gives.
 
 #include "PlainScript.h"
+#include "commands.h"
+#include "configuredSimPrograms.h"
 #include "fuzzing.h"
 #include "runTest.h"
 #include "talmo/Preferences.h"
@@ -61,7 +63,7 @@ public:
         for (int n = 1; n <= 9; ++n)
             Preferences::qsettings->setValue(
                 QString("SimProgram%1.name").arg(n), n <= programs.size() ? programs[n - 1] : "");
-        require(configuredSimPrograms("*") == programs, "the programs are configured");
+        require(configuredSimPrograms() == programs, "the programs are configured");
         platformName = "LINUX";
         const QByteArray output = QFile::encodeName(outputName());
         require(

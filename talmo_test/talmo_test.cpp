@@ -1,6 +1,8 @@
 // The regression-test driver: main selects the test scripts, has them run, and sums up.
 
 #include "ScriptFolder.h"
+#include "commands.h"
+#include "configuredSimPrograms.h"
 #include "interruption.h"
 #include "runTest.h"
 #include "standardStreams.h"
@@ -150,7 +152,7 @@ bool runDriver(int argc, char *argv[])
         Debug = 999999999;
         patterns.removeFirst();
     }
-    configuredSimPrograms(QString()); // lists them
+    configuredSimPrograms(); // prints them
     platformName = QString::fromLatin1(platformOfThisBuild());
 
     Selection selection;

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "shell.h"
+
+#include <QByteArrayList>
+#include <QString>
+
+#include <QtGlobal>
+
+#include <optional>
+
+namespace Talmo
+{
+
+/// What became of the program of a "=run".
+struct ProgramRun {
+    ShellEnd end;
+    QString capture; ///< the file that has what it printed; null if the script says where that goes
+};
+
+/// What a command found out beyond its message, for those who tell more than that.
+struct Findings {
+    std::optional<ProgramRun> program; ///< of a "=run"
+};
+
+/// What became of one run.
+struct Result {
+    QString message;   ///< why the run failed; null if it passed
+    qint64 line = 0;   ///< the number, from 1, of the script's line that failed; 0 if none did
+    Findings findings; ///< of the command on that line
+    QString directory; ///< of the run; null if it could not be entered, and once it was removed
+    QByteArrayList remarks; ///< what else the user should know, in a sentence each
+
+    bool passed() const { return message.isNull(); }
+};
+
+} // namespace Talmo

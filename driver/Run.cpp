@@ -1,0 +1,148 @@
+// A run is a walk over the script's lines. A line's command reports failure by leaving an error
+// message in its Invocation, and the first message that stands ends the run. "=ignore" turns that
+// around for one command: its pattern is pending while the "=ignore" line itself is judged, and
+// active for the next command.
+
+#include "Run.h"
+
+#include "commands.h"
+#include "interruption.h"
+#include "talmo/RegExp.h"
+
+#include <QScopeGuard>
+
+#include <algorithm>
+#include <cstdio>
+#include <new>
+#include <optional>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// Whether \a pattern, a regular expression, matches anywhere in \a text.
+bool matches(const QString &pattern, const QString &text)
+{
+    // A pattern that stands for itself is not compiled, which takes time that grows with the square
+    // of its length.
+    static const QString special = QStringLiteral("\\^$.|?*+()[]{}");
+    const bool isText = std::none_of(pattern.begin(), pattern.end(),
+        [](QChar character) { return special.contains(character); });
+    if (isText)
+        return text.contains(pattern);
+    // Scripts have any number of patterns, and each serves for one line.
+    const auto afterwards = qScopeGuard([&pattern] { RE.forget(pattern); });
+    return RE.match(pattern, text);
+}
+
+/// Applies =ignore: clears \a error if it is the failure that was expected, and sets one if nothing
+/// failed although a failure was expected.
+void applyExpectation(QString &error, const std::optional<QString> &expectedFailure)
+{
+    if (!expectedFailure)
+        return;
+    if (matches(*expectedFailure, error))
+        error = QString();
+    else if (error.isNull())
+        error = QStringLiteral("Command should have failed");
+}
+
+/// Adds to \a error that \a signal came, if one did: then the command has failed, whatever was
+/// expected of it.
+void addInterruption(QString &error, const QString &signal)
+{
+    if (signal.isNull())
+        return;
+    const QString interrupted = QStringLiteral("interrupted by ") + signal;
+    error = error.isNull() ? interrupted : error + QStringLiteral(", ") + interrupted;
+}
+
+/// Runs the lines of \a script from its position on for \a program, in the current directory, and
+/// writes into \a result why and where the run failed, if it did.
+void runLines(ScriptReader &script, const QString &program, Result &result)
+{
+    std::optional<QString> expectedFailure;
+    size_t lineStart = script.position();
+    for (QString line = script.readLine(); !line.isNull(); line = script.readLine()) {
+        // Not QString::replace, which moves the rest of the line again and again.
+        if (line.contains(QLatin1String("$simProgram")))
+            line = line.split(QStringLiteral("$simProgram")).join(program);
+        if (Debug > 0)
+            std::printf("==== line='%s'\n", qPrintable(line));
+        const QStringList words = line.simplified().split(QLatin1Char(' '));
+        const bool isCommand = !words[0].isEmpty() && !words[0].startsWith(QLatin1Char('#'));
+        if (isCommand) {
+            Invocation invocation = {words, line, script};
+            perform(invocation);
+            applyExpectation(invocation.error, expectedFailure);
+            addInterruption(invocation.error, interruption());
+            if (!invocation.error.isNull()) {
+                if (Debug > 0)
+                    std::printf("***errorMsg=%s\n", qPrintable(invocation.error));
+                result.message = invocation.error;
+                result.line = 1 + script.linesBetween(0, lineStart);
+                result.findings = invocation.findings;
+                return;
+            }
+            expectedFailure = invocation.expectedFailure;
+        }
+        lineStart = script.position();
+    }
+}
+
+/// Does what runLines does. A run that needs more memory than there is has failed.
+void runLinesInMemory(ScriptReader &script, const QString &program, Result &result)
+{
+    try {
+        runLines(script, program, result);
+    } catch (const std::bad_alloc &) {
+        result.message = QStringLiteral("Out of memory");
+    }
+}
+
+} // namespace
+
+Run::Run(Script &itsScript, const QString &itsProgram)
+    : script(itsScript)
+    , program(itsProgram)
+    , ownName(
+          program.isEmpty() ? script.name() : QStringLiteral("%1(%2)").arg(script.name(), program))
+    , directoryName(ownName + QStringLiteral(".dir"))
+    , directory(directoryName)
+{
+}
+
+Result Run::make()
+{
+    if (Debug > 0)
+        std::printf("==== start test %s\n", qPrintable(ownName));
+    Result result;
+    if (!directory.enter()) {
+        const QString message =
+            directory.isInUse() ? QStringLiteral("directory '%1' is in use by another talmo_test")
+                                : QStringLiteral("cannot cd to '%1'");
+        result.message = message.arg(directoryName.section(QChar(u'\0'), 0, 0)); // as it is printed
+        return result;
+    }
+    result.directory = directoryName;
+    runLinesInMemory(script.linesToRun(), program, result);
+    if (Debug > 0)
+        std::printf("==== end test %s\n", qPrintable(ownName));
+    directory.leave();
+    return result;
+}
+
+void Run::finish(Result &result)
+{
+    if (result.passed() && Debug < 1) {
+        directory.remove();
+        result.directory = QString();
+    }
+    if (result.passed())
+        --Debug; // Deliberate: on every pass, "=debug" or not, and never on a failure
+    result.remarks = directory.remarks();
+}
+
+} // namespace Talmo

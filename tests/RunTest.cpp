@@ -1,0 +1,186 @@
+#include "Run.h"
+#include "Printing.h"
+
+#include "commands.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <cstdio>
+
+#include <gtest/gtest.h>
+
+using namespace Talmo;
+
+// What a run tells as a value. The words that the driver makes of it are tested in driver/.
+
+namespace
+{
+
+/// Runs scripts in a directory of its own.
+class RunTest : public testing::Test
+{
+protected:
+    RunTest()
+    {
+        EXPECT_TRUE(QDir::setCurrent(folder.path()));
+        Debug = 0;
+    }
+    ~RunTest() override
+    {
+        Debug = 0;
+        EXPECT_TRUE(QDir::setCurrent(outside));
+    }
+
+    /// Opens a script of a heading and \a lines.
+    Script &scriptOf(const QByteArray &lines)
+    {
+        QFile file(folder.filePath("test1"));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        EXPECT_GT(file.write("=heading\n" + lines), 0);
+        file.close();
+        EXPECT_TRUE(script.open(QFile::encodeName(file.fileName())));
+        return script;
+    }
+
+    /// What a run of these \a lines, the first of which is line 2, comes to.
+    Result resultOf(const QByteArray &lines)
+    {
+        Talmo::Run run(scriptOf(lines), {});
+        Result result = run.make();
+        run.finish(result);
+        return result;
+    }
+
+    const QString outside = QDir::currentPath();
+    QTemporaryDir folder;
+    Script script;
+};
+
+} // namespace
+
+TEST_F(RunTest, IsCalledAfterItsScriptAndItsProgram)
+{
+    EXPECT_EQ(Talmo::Run(scriptOf(""), {}).name(), "test1");
+    EXPECT_EQ(Talmo::Run(scriptOf(""), "sim1").name(), "test1(sim1)");
+}
+
+TEST_F(RunTest, ThatPassesLeavesNothing)
+{
+    const Result result = resultOf("=file a\ntext\n=exists a\n");
+    EXPECT_TRUE(result.passed());
+    EXPECT_TRUE(result.message.isNull());
+    EXPECT_EQ(result.line, 0);
+    EXPECT_TRUE(result.directory.isNull());
+    EXPECT_TRUE(result.remarks.isEmpty());
+    EXPECT_FALSE(QDir(folder.path()).exists("test1.dir"));
+    EXPECT_EQ(QDir::currentPath(), QDir(folder.path()).canonicalPath());
+}
+
+TEST_F(RunTest, KeepsItsDirectoryUntilItIsFinished)
+{
+    Talmo::Run run(scriptOf("=file a\n"), {});
+    Result result = run.make();
+    EXPECT_TRUE(result.passed());
+    EXPECT_EQ(result.directory, "test1.dir");
+    EXPECT_TRUE(QFile::exists(folder.filePath("test1.dir/a")));
+    run.finish(result);
+    EXPECT_TRUE(result.directory.isNull());
+    EXPECT_FALSE(QFile::exists(folder.filePath("test1.dir")));
+}
+
+TEST_F(RunTest, OfWhichTheTraceIsWantedKeepsItsDirectory)
+{
+    Debug = 2;
+    const Result result = resultOf("");
+    EXPECT_TRUE(result.passed());
+    EXPECT_EQ(result.directory, "test1.dir");
+    EXPECT_EQ(Debug, 1);
+    EXPECT_TRUE(QFile::exists(folder.filePath("test1.dir")));
+}
+
+TEST_F(RunTest, ThatFailsTellsTheLineAndTheDirectory)
+{
+    const Result result = resultOf("=file a\n1\n2\n3\n\n# comment\n=exists b\n=exists c\n");
+    EXPECT_FALSE(result.passed());
+    EXPECT_EQ(result.message, "File 'b' does not exist");
+    EXPECT_EQ(result.line, 8);
+    EXPECT_EQ(result.directory, "test1.dir");
+    EXPECT_TRUE(QFile::exists(folder.filePath("test1.dir/a")));
+}
+
+TEST_F(RunTest, CountsLinesAlsoWhereSectionsAreSkipped)
+{
+    platformName = "LINUX";
+    EXPECT_EQ(resultOf("=platform DARWIN\n=exists a\n=platform\n=exists b\n").line, 5);
+    EXPECT_EQ(resultOf("=exists a").line, 2);
+    EXPECT_EQ(resultOf("=ignore x\n=ignore exist\n=exists b").line, 3);
+    EXPECT_EQ(resultOf("=ignore y\n=exists .\n").message, "Command should have failed");
+    platformName.clear();
+}
+
+TEST_F(RunTest, TellsHowAProgramEnded)
+{
+    const struct {
+        const char *line;
+        int exitStatus;
+        int signal;
+        QString capture;
+    } rows[] = {
+        {"=run false", 1, 0, "false.out"},
+        {"=run /bin/false x", 1, 0, "false.out"},
+        {"=run ./none", 127, 0, "none.out"},
+        {"=run exit 7", 7, 0, "exit.out"},
+        {"=run exit 8 > own", 8, 0, {}},
+        {"=run exit 9 >own", 9, 0, {}},
+        {"=run kill -9 $$", -1, SIGKILL, "kill.out"},
+        {"=run kill -TERM $$", -1, SIGTERM, "kill.out"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.line);
+        const Result result = resultOf(row.line + QByteArray("\n"));
+        EXPECT_FALSE(result.passed());
+        EXPECT_EQ(result.line, 2);
+        ASSERT_TRUE(result.findings.program);
+        EXPECT_EQ(result.findings.program->end.exitStatus, row.exitStatus);
+        EXPECT_EQ(result.findings.program->end.signal, row.signal);
+        EXPECT_EQ(result.findings.program->capture, row.capture);
+    }
+}
+
+TEST_F(RunTest, TellsOnlyWhatTheLineThatFailedFound)
+{
+    const Result other = resultOf("=run true\n=exists a\n");
+    EXPECT_EQ(other.line, 3);
+    EXPECT_FALSE(other.findings.program);
+    const Result unexpected = resultOf("=ignore a\n=run true\n");
+    EXPECT_EQ(unexpected.message, "Command should have failed");
+    ASSERT_TRUE(unexpected.findings.program);
+    EXPECT_TRUE(unexpected.findings.program->end.isSuccess());
+    EXPECT_FALSE(resultOf("=run true\n").findings.program);
+}
+
+TEST_F(RunTest, ThatCannotEnterItsDirectoryHasNone)
+{
+    QFile file(folder.filePath("test1.dir"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    const Result result = resultOf("=echo not reached\n");
+    EXPECT_EQ(result.message, "cannot cd to 'test1.dir'");
+    EXPECT_EQ(result.line, 0);
+    EXPECT_TRUE(result.directory.isNull());
+}
+
+TEST_F(RunTest, WhoseDirectoryIsInUseFails)
+{
+    Talmo::Run first(scriptOf("=exists none\n"), {});
+    Result firstResult = first.make();
+    Talmo::Run second(script, {});
+    Result result = second.make();
+    EXPECT_EQ(result.message, "directory 'test1.dir' is in use by another talmo_test");
+    EXPECT_TRUE(result.directory.isNull());
+    second.finish(result);
+    first.finish(firstResult);
+    EXPECT_TRUE(QFile::exists(folder.filePath("test1.dir"))); // the first one failed
+}
