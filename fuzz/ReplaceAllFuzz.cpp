@@ -3,6 +3,8 @@
 #include "fuzzing.h"
 #include "talmo/RegExp.h"
 
+#include <QRegExp>
+
 #include <algorithm>
 
 using Talmo::RE;

@@ -8,6 +8,8 @@
 #include "talmo/StartupGuard.h"
 #include "talmo/Units.h"
 
+#include <QRegExp>
+
 #include <cstdio>
 #include <cstdlib>
 

@@ -3,6 +3,8 @@
 #include "PatternCost.h"
 #include "talmo/StartupGuard.h"
 
+#include <QRegExp>
+
 namespace Talmo
 {
 

@@ -2,6 +2,8 @@
 #include "Printing.h"
 #include "talmo/RegExp.h"
 
+#include <QRegExp>
+
 #include <cstdio>
 #include <cstring>
 #include <limits>

@@ -5,6 +5,8 @@
 #include "talmo/RegExp.h"
 #include "talmo/Units.h"
 
+#include <QRegExp>
+
 #include <optional>
 
 /// Expansion by its definition: while there is a reference of a kind, the first one is replaced,

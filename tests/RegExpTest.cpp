@@ -3,6 +3,8 @@
 #include "talmo/Macro.h"
 #include "talmo/Units.h"
 
+#include <QRegExp>
+
 #include <gtest/gtest.h>
 
 using Talmo::RE;

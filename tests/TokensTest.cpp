@@ -2,6 +2,8 @@
 #include "Printing.h"
 #include "talmo/RegExp.h"
 
+#include <QRegExp>
+
 #include <cmath>
 #include <limits>
 #include <random>

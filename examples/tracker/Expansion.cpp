@@ -6,6 +6,8 @@
 #include "talmo/Macro.h"
 #include "talmo/RegExp.h"
 
+#include <QRegExp>
+
 namespace tracker
 {
 

@@ -7,6 +7,7 @@
 #include "talmo/Units.h"
 
 #include <QList>
+#include <QRegExp>
 
 #include <cmath>
 

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <QHash>
-#include <QRegExp>
 #include <QString>
+
+class QRegExp;
 
 namespace Talmo
 {
@@ -13,7 +14,10 @@ namespace Talmo
 /// invalid pattern matches nothing, nor does one that would take too much memory or time (see
 /// isAffordable).
 ///
-/// Every operation sets `prev`: read captures into locals before anything else can match.
+/// Every operation sets `prev`: read captures into locals before anything else can match. A source
+/// that reads them includes <QRegExp> itself, and its program links the library of Qt that has it:
+/// Core5Compat on Qt 6. All others need no more than Qt Core.
+///
 /// Evaluating and converting units, and expanding macros, matches nothing here; both read by hand,
 /// for speed.
 ///
