@@ -97,7 +97,7 @@ const Job jobs[] = {{"evaluate", 1, evaluate}, {"convert", 2, convert}, {"expand
 
 int main(int argc, char *argv[])
 {
-    mainHasBeenEntered = true;
+    Talmo::enterMain();
     for (const Job &job : jobs) {
         if (argc == job.argumentCount + 2 && std::string_view(argv[1]) == job.name) {
             job.function(argv + 2);

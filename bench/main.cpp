@@ -4,7 +4,7 @@
 
 int main(int argc, char *argv[])
 {
-    mainHasBeenEntered = true;
+    Talmo::enterMain();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
 }

@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
 
 extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/)
 {
-    mainHasBeenEntered = true;
+    enterMain();
     // All that the product reports would bury what the fuzzer does, on standard error.
     if (std::freopen("/dev/null", "w", stdout) == nullptr)
         std::abort();

@@ -7,6 +7,11 @@ bool mainHasBeenEntered = false;
 namespace Talmo
 {
 
+void enterMain()
+{
+    mainHasBeenEntered = true;
+}
+
 __attribute__((no_sanitize("undefined"))) void crashDeliberately()
 {
     volatile int *volatile nowhere = nullptr;

@@ -177,7 +177,7 @@ bool runInMemory(int argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
-    mainHasBeenEntered = true;
+    enterMain();
     occupyStandardStreams();
     waitForReaders();
     noteInterruptions();

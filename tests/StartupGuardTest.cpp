@@ -71,6 +71,14 @@ TEST(StartupGuard, PreferencesCannotBeReadBeforeMain)
     EXPECT_EQ(outcome.errors, "");
 }
 
+TEST(StartupGuard, EnterMainSetsTheVariable)
+{
+    mainHasBeenEntered = false;
+    Talmo::enterMain();
+    EXPECT_TRUE(mainHasBeenEntered);
+    mainHasBeenEntered = true; // for the tests after this one
+}
+
 TEST(StartupGuard, DoesNothingOnceMainHasBeenEntered)
 {
     ASSERT_TRUE(mainHasBeenEntered);

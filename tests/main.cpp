@@ -4,7 +4,7 @@
 
 int main(int argc, char *argv[])
 {
-    mainHasBeenEntered = true;
+    Talmo::enterMain();
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

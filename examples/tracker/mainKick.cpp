@@ -4,6 +4,6 @@
 
 int main(int argc, char **argv)
 {
-    mainHasBeenEntered = true;
+    Talmo::enterMain();
     return tracker::trackerMain(argc, argv, tracker::kicked);
 }

@@ -6,6 +6,6 @@
 
 int main()
 {
-    mainHasBeenEntered = true;
+    Talmo::enterMain();
     std::puts("main");
 }

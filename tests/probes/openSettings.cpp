@@ -10,7 +10,7 @@
 
 int main(int argc, char *argv[])
 {
-    mainHasBeenEntered = true;
+    Talmo::enterMain();
     const QCoreApplication application(argc, argv);
     Talmo::Preferences::init();
     for (int index = 1; index < argc; ++index)

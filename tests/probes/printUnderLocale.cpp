@@ -11,7 +11,7 @@
 
 int main()
 {
-    mainHasBeenEntered = true;
+    mainHasBeenEntered = true; // as enterMain does
     std::setlocale(LC_ALL, "");
     std::printf("%g\n", 0.5);
     std::string text;
