@@ -12,7 +12,8 @@
 namespace Talmo
 {
 
-// Both are constants before any constructor runs: the first text arrives before main.
+// All are constants before any constructor runs: the first text arrives before main.
+std::FILE *Console::stream = nullptr;
 ConsoleWindow *Console::window_ = nullptr;
 QString *Console::initial = nullptr;
 
@@ -27,12 +28,18 @@ QString fromLocal(const QByteArray &bytes)
     return QString::fromLocal8Bit(guarded.constData(), guarded.size()).mid(1);
 }
 
-/// Waits as long as standard output is a full pipe, also if another program has told that pipe not
-/// to wait; then what is written would be lost. Afterwards there is room for a line.
-void waitForRoom()
+/// The stream to write to. A program may put a stream of its own in the place of stdout, too.
+std::FILE *currentStream()
 {
-    pollfd output = {fileno(stdout), POLLOUT, 0};
-    if (output.fd >= 0) // there is none where the program has put a stream of its own
+    return Console::stream == nullptr ? stdout : Console::stream;
+}
+
+/// Waits as long as \a stream is a full pipe, also if another program has told that pipe not to
+/// wait; then what is written would be lost. Afterwards there is room for a line.
+void waitForRoom(std::FILE *stream)
+{
+    pollfd output = {fileno(stream), POLLOUT, 0};
+    if (output.fd >= 0) // a stream of the program's own may have no descriptor
         poll(&output, 1, -1);
 }
 
@@ -50,9 +57,10 @@ void Console::printf(const char *format, ...)
 void Console::appendText(QString text)
 {
     const QByteArray bytes = text.toLocal8Bit();
-    waitForRoom();
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stdout);
-    std::fflush(stdout);
+    std::FILE *const output = currentStream();
+    waitForRoom(output);
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), output);
+    std::fflush(output);
     if (window_ != nullptr)
         return;
     if (initial == nullptr)
@@ -72,8 +80,8 @@ void Console::copyFile(QString fileName)
 ConsoleWindow *Console::window()
 {
     if (window_ == nullptr) {
-        std::puts("***ERROR ConsoleWindow cannot be used!");
-        std::fflush(stdout);
+        std::fputs("***ERROR ConsoleWindow cannot be used!\n", currentStream());
+        std::fflush(currentStream());
         crashDeliberately();
     }
     return window_;

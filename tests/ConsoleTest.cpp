@@ -1,8 +1,18 @@
 #include "talmo/Console.h"
 #include "Printing.h"
+#include "Process.h"
 
 #include <QDir>
 #include <QTemporaryFile>
+#include <QThread>
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -28,6 +38,7 @@ protected:
         delete Console::initial;
         Console::initial = nullptr;
         Console::window_ = nullptr;
+        Console::stream = nullptr;
     }
 
     /// What \a write sends to standard output. Expects the same in Console::initial.
@@ -44,6 +55,44 @@ protected:
         return text;
     }
 };
+
+/// What has arrived in the file of \a stream: not what is still to be flushed.
+std::string contentOf(std::FILE *stream)
+{
+    char text[1000];
+    const ssize_t size = pread(fileno(stream), text, sizeof text, 0);
+    return std::string(text, size < 0 ? 0 : static_cast<std::size_t>(size));
+}
+
+/// A stream without a descriptor, which appends to \a text.
+std::FILE *openInMemory(std::string &text)
+{
+    cookie_io_functions_t writing = {};
+    writing.write = [](void *cookie, const char *bytes, std::size_t size) {
+        static_cast<std::string *>(cookie)->append(bytes, size);
+        return static_cast<ssize_t>(size);
+    };
+    return fopencookie(&text, "w", writing);
+}
+
+/// Fills the pipe that \a end writes to, and tells it not to wait.
+void fill(int end)
+{
+    const std::string page(4096, '.');
+    ASSERT_EQ(fcntl(end, F_SETFL, O_NONBLOCK), 0);
+    while (write(end, page.data(), page.size()) > 0)
+        ;
+}
+
+/// What can be read from \a end until the other end is closed.
+std::string readAll(int end)
+{
+    std::string text;
+    char bytes[4096];
+    for (ssize_t size = 0; (size = read(end, bytes, sizeof bytes)) > 0;)
+        text.append(bytes, static_cast<std::size_t>(size));
+    return text;
+}
 
 } // namespace
 
@@ -163,4 +212,82 @@ TEST_F(ConsoleTest, CopyFileOfADirectoryShowsTheHeadingOnly)
 TEST_F(ConsoleTest, CopyFileOfAMissingFileShowsTheHeadingOnly)
 {
     EXPECT_EQ(printedBy([] { Console::copyFile("no%1such"); }), "\nFile no%1such:\n\n");
+}
+
+TEST_F(ConsoleTest, WritesToTheGivenStreamAndNothingToStandardOutput)
+{
+    std::FILE *const file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    Console::stream = file;
+    testing::internal::CaptureStdout();
+    Console::printf("a%d", 1);
+    EXPECT_EQ(contentOf(file), "a1"); // at once
+    Console::appendText("b");
+    Console::copyFile(".");
+    EXPECT_EQ(contentOf(file), "a1b\nFile .:\n\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(*Console::initial, "a1b\nFile .:\n\n");
+    std::fclose(file);
+}
+
+TEST_F(ConsoleTest, WritesToStandardOutputAgainWithoutAStream)
+{
+    std::FILE *const file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    Console::stream = file;
+    Console::appendText("a");
+    Console::stream = nullptr;
+    testing::internal::CaptureStdout();
+    Console::appendText("b");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "b");
+    EXPECT_EQ(contentOf(file), "a");
+    EXPECT_EQ(*Console::initial, "ab");
+    std::fclose(file);
+}
+
+TEST_F(ConsoleTest, AStreamNeedsNoDescriptor)
+{
+    std::string written;
+    std::FILE *const memory = openInMemory(written);
+    ASSERT_NE(memory, nullptr);
+    ASSERT_EQ(fileno(memory), -1);
+    Console::stream = memory;
+    Console::appendText("a");
+    EXPECT_EQ(written, "a"); // at once
+    Console::printf("%s", qPrintable(QStringLiteral(u"\u00b5m")));
+    EXPECT_EQ(written, "a\u00b5m");
+    EXPECT_EQ(Console::initial->toStdString(), written);
+    std::fclose(memory);
+}
+
+TEST_F(ConsoleTest, WaitsUntilThereIsRoomInTheStream)
+{
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    fill(ends[1]);
+    std::FILE *const full = fdopen(ends[1], "w");
+    ASSERT_NE(full, nullptr);
+    Console::stream = full;
+    std::atomic<bool> isWritten = false;
+    std::string received;
+    const std::unique_ptr<QThread> reader(QThread::create([&] {
+        const QByteArray process = QByteArray::number(getpid()); // has the state of its main thread
+        while (!isWritten && stateOf(process) != 'S')
+            QThread::yieldCurrentThread();
+        received = readAll(ends[0]);
+    }));
+    reader->start();
+    Console::appendText("text");
+    isWritten = true;
+    EXPECT_EQ(std::ferror(full), 0);
+    std::fclose(full);
+    reader->wait();
+    close(ends[0]);
+    EXPECT_EQ(received.substr(received.find_last_of('.') + 1), "text");
+}
+
+TEST_F(ConsoleTest, SaysOnTheStreamThatThereIsNoWindow)
+{
+    Console::stream = stderr;
+    EXPECT_DEATH(Console::window(), "ConsoleWindow cannot be used!");
 }
