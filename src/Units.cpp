@@ -13,7 +13,7 @@
 #include <utility>
 
 // The table, values, the entry points of expressions, and the services on texts. The evaluator
-// itself continues the class in UnitsEvaluator.cpp.
+// itself continues the class in UnitsScan.cpp and UnitsApply.cpp.
 
 namespace Talmo
 {

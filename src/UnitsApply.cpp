@@ -1,9 +1,7 @@
 #include "talmo/Units.h"
 
-#include "Tokens.h"
-#include "WorkingText.h"
+#include "UnitsGrammar.h"
 #include "talmo/Error.h"
-#include "talmo/Macro.h"
 #include "talmo/StartupGuard.h"
 
 #include <cmath>
@@ -11,17 +9,11 @@
 #include <functional>
 #include <utility>
 
-// Units continued: scan, parse and apply expressions. This file owns no static member.
+// Units continued: what operators and functions do (Units::doit). This file owns no static member.
 //
-// The evaluator works by operator precedence, with two stacks. Scan takes one token after the other
-// from the front of the text. Numbers go to `val`. An operator goes to `op`, but first those are
-// popped and applied (doit) that bind as strongly or more (a ^ leaves another one alone); so from
-// an open "(" or function upwards, what is pending rises in precedence. A ")" applies what came
-// after its "(", the end of the text all that is left.
-//
-// What a failing operator leaves on the stacks stays there, and the scan goes on: only what is no
-// token, a ":" or ")" without its partner, and a stack that does not end with one value make an
-// evaluation fail.
+// The tables say how many values an operator or function needs and what it applies. What a row
+// applies finds at least as many values on the stack as the row says; what it pops before it
+// reports a problem stays popped.
 
 namespace Talmo
 {
@@ -31,43 +23,10 @@ namespace
 
 using Value = Units::Value;
 
-/// In ascending order; stands for the class of an operator, too.
-enum Precedence {
-    Start,
-    Function,
-    Parenthesis,
-    Comma,
-    Conditional,
-    LogicalOr,
-    LogicalAnd,
-    Comparison,
-    Sum,
-    Product,
-    Power,
-    UnaryMinus,
-    AboveAll ///< no operator's: nothing is applied first
-};
-
-/// Reports \a problem, whose %1 is the expression.
-void reportInExpression(const char *problem)
-{
-    Error::syntax(QString(problem).arg(Units::currentExpression));
-}
-
-Value number(double value)
-{
-    Value result;
-    result.value = value;
-    return result;
-}
-
 bool hasUnits(const Value &value)
 {
     return !value.units.isEmpty();
 }
-
-// Applying operators and functions. What a row of the tables applies finds at least as many values
-// on the stack as the row says; what it pops before it reports a problem stays popped.
 
 constexpr double smallestTruth = 1e-12; ///< magnitudes below are false
 
@@ -348,219 +307,6 @@ void Units::doit(Operator pending)
             return;
         }
     }
-}
-
-// Scanning.
-
-namespace
-{
-
-struct OperatorToken {
-    QString name;
-    int precedence;   ///< of the operator that is pushed
-    int appliedFirst; ///< pending operators from this precedence upwards
-};
-
-// The first one that the text begins with is taken: the longer names come first.
-// clang-format off
-const OperatorToken operatorTokens[] = {
-    { QStringLiteral("("),  Parenthesis, AboveAll    },
-    { QStringLiteral(","),  Comma,       Conditional },
-    { QStringLiteral("?"),  Conditional, Conditional },
-    { QStringLiteral(":"),  Conditional, LogicalOr   },   // then a "?" must be on top
-    { QStringLiteral("||"), LogicalOr,   LogicalOr   },
-    { QStringLiteral("&&"), LogicalAnd,  LogicalAnd  },
-    { QStringLiteral("=="), Comparison,  Comparison  },
-    { QStringLiteral(">="), Comparison,  Comparison  },
-    { QStringLiteral("<="), Comparison,  Comparison  },
-    { QStringLiteral(">"),  Comparison,  Comparison  },
-    { QStringLiteral("<"),  Comparison,  Comparison  },
-    { QStringLiteral("!="), Comparison,  Comparison  },
-    { QStringLiteral("+"),  Sum,         Sum         },
-    { QStringLiteral("-"),  Sum,         Sum         },
-    { QStringLiteral("*"),  Product,     Product     },
-    { QStringLiteral("/"),  Product,     Product     },
-    { QStringLiteral("^"),  Power,       UnaryMinus  },   // right-associative: a pending ^ stays
-};
-
-// Takes the place of the "-" above where an operand is expected. There is no unary plus.
-const OperatorToken unaryMinus =
-    { QStringLiteral("-"),  UnaryMinus,  UnaryMinus  };
-// clang-format on
-
-/// Pops and applies the pending operators from \a precedence upwards.
-void applyPending(int precedence)
-{
-    while (!Units::op.isEmpty() && Units::op.top().precedence >= precedence)
-        Units::doit(Units::op.pop());
-}
-
-/// One pass over an expression.
-class Scan
-{
-public:
-    explicit Scan(QString expression)
-        : rest(std::move(expression))
-    {
-    }
-
-    /// Takes all tokens; false at what is none.
-    bool run();
-
-private:
-    bool takeToken();
-    void takeName();
-    bool takeNumber();
-    bool takeOperator();
-    bool closeParenthesis();
-
-    /// The operator at the front, or null.
-    const OperatorToken *operatorAhead() const;
-
-    bool sees(const OperatorToken &token) const { return rest.startsWith(token.name); }
-
-    WorkingText rest;
-    bool expectOperand = true;
-};
-
-bool Scan::run()
-{
-    while (!rest.isEmpty()) {
-        if (!takeToken())
-            return false;
-    }
-    return true;
-}
-
-// The first character tells which kind of token it is.
-bool Scan::takeToken()
-{
-    const QChar first = rest.ahead().front();
-    if (isNumberStart(first))
-        return takeNumber();
-    if (isWordCharacter(first)) {
-        takeName();
-        return true;
-    }
-    if (first == ')')
-        return closeParenthesis();
-    return takeOperator();
-}
-
-void Scan::takeName()
-{
-    const QStringView ahead = rest.ahead();
-    const int length = nameAhead(ahead);
-    const QString name = ahead.left(length).toString();
-    if (length < ahead.size() && ahead[length] == '(') {
-        rest.drop(length + 1);
-        Units::op.append({name, Function});
-        expectOperand = true;
-        return;
-    }
-    // Deliberate: the text of the macro is scanned in place of its name. It may merge with what
-    // follows, it may be empty, and one that holds its own name goes on for ever.
-    rest.replaceFront(length, Macro::value(name));
-}
-
-bool Scan::takeNumber()
-{
-    const NumberToken token = numberAhead(rest.ahead());
-    if (!token.isNumber())
-        return false;
-    Value value = number(toDouble(token.number));
-    value.units = token.unit.toString();
-    Units::val.append(std::move(value));
-    rest.drop(token.size());
-    expectOperand = false;
-    return true;
-}
-
-const OperatorToken *Scan::operatorAhead() const
-{
-    if (expectOperand && sees(unaryMinus))
-        return &unaryMinus;
-    for (const OperatorToken &token : operatorTokens) {
-        if (sees(token))
-            return &token;
-    }
-    return nullptr;
-}
-
-bool Scan::takeOperator()
-{
-    const OperatorToken *const token = operatorAhead();
-    if (token == nullptr)
-        return false;
-    rest.drop(static_cast<int>(token->name.size()));
-    applyPending(token->appliedFirst);
-    if (token->name == QLatin1String(":") && Units::op.top().name != "?")
-        return false;
-    Units::op.append({token->name, token->precedence});
-    expectOperand = true;
-    return true;
-}
-
-bool Scan::closeParenthesis()
-{
-    rest.drop(1);
-    Units::commaCount = 0; // Deliberate: here and nowhere else
-    applyPending(Comma);
-    const int opening = Units::op.top().precedence;
-    if (opening != Parenthesis && opening != Function)
-        return false;
-    const Units::Operator opened = Units::op.pop();
-    if (opening == Function)
-        Units::doit(opened);
-    expectOperand = false;
-    return true;
-}
-
-/// Evaluates \a text, which is not empty, onto the stack; false if it is no expression.
-bool evaluateText(QString text)
-{
-    Units::val.clear();
-    Units::op.clear();
-    Units::op.append({QStringLiteral("--start--"), Start});
-    Units::commaCount = 0;
-    if (!Scan(std::move(text)).run())
-        return false;
-    applyPending(Start);
-    return Units::val.size() == 1;
-}
-
-/// Expresses the top value in \a units (see Value::convert); its number.
-double expressTop(const QString &units, bool *ok)
-{
-    Value &top = Units::val.top();
-    top.value = top.convert(units, ok);
-    top.units = units;
-    return top.value;
-}
-
-} // namespace
-
-double Units::value(QString expr, QString units, bool *ok)
-{
-    startupGuard();
-    if (units == QLatin1String("*")) {
-        value(expr, QStringLiteral("-"), ok);
-        return val.isEmpty() ? 0 : expressTop(standardUnit(val.top().units), nullptr);
-    }
-    currentExpression = expr;
-    // Deliberate: blanks stay in the working text, so "1 + 2" is a syntax error.
-    expr.remove('$');
-    if (expr.isEmpty())
-        return 0; // Deliberate: neither the flag nor the stacks are touched
-    static bool my_ok;
-    bool &flag = ok != nullptr ? *ok : my_ok;
-    flag = evaluateText(std::move(expr));
-    if (!flag) {
-        if (ok == nullptr)
-            reportInExpression("D:Syntax Error in '%1'");
-        return 0;
-    }
-    return units == QLatin1String("-") ? val.top().value : expressTop(units, ok);
 }
 
 } // namespace Talmo
