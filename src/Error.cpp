@@ -15,9 +15,22 @@ QString Error::deferredMessages;
 QList<bool> Error::stack;
 QList<bool> Error::stack2;
 
+namespace
+{
+
+qint64 reports = 0;
+
+} // namespace
+
 void Error::message(QString text)
 {
+    ++reports;
     Console::printf("Error: %s\n", qPrintable(text));
+}
+
+qint64 Error::reported()
+{
+    return reports;
 }
 
 void Error::syntax(QString problem, QString inputLine, int number)

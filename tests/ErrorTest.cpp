@@ -85,6 +85,28 @@ TEST_F(ErrorReport, TheUsersOwnPercentSignsStay)
     EXPECT_EQ(printed(), "Error: Syntax Error a %1 %s\n");
 }
 
+TEST_F(ErrorReport, EachReportIsCountedOnce)
+{
+    const qint64 before = Error::reported();
+    EXPECT_EQ(Error::reported(), before); // asking is no report
+    Error::message("one");
+    EXPECT_EQ(Error::reported(), before + 1);
+    Error::message("");
+    Error::syntax("m", "x", 5); // one report of two lines
+    Error::syntax("m");
+    EXPECT_EQ(Error::reported(), before + 4);
+    Error::defer = true; // nothing is deferred yet
+    Error::message("two");
+    Error::defer = false;
+    EXPECT_EQ(Error::reported(), before + 5);
+    Error::display();
+    Error::displayDeferredMessages("heading");
+    Talmo::Console::printf("Error: only looks like one\n");
+    EXPECT_EQ(Error::reported(), before + 5);
+    printed(); // forgets the text, not the count
+    EXPECT_EQ(Error::reported(), before + 5);
+}
+
 TEST_F(ErrorReport, ShowingWhatWasCollectedDoesNothingYet)
 {
     Error::deferredMessages = "later";

@@ -20,7 +20,6 @@
 // What an example prints stands below it. In the first two kinds, definitions "NAME = TEXT" and
 // "global NAME = TEXT" hold up to the end of the block, and so do the other directives.
 
-using Talmo::Console;
 using Talmo::Error;
 using Talmo::Macro;
 using Talmo::Units;
@@ -33,11 +32,10 @@ namespace
 /// The value of \a expression in \a units. \a ok tells whether all went without a report.
 double checkedValue(const QString &expression, const QString &units, bool &ok)
 {
-    const auto printed = [] { return Console::initial != nullptr ? Console::initial->size() : 0; };
-    const auto before = printed();
+    const qint64 before = Error::reported();
     ok = false; // an empty expression leaves it so
     const double number = Units::value(expression, units, &ok);
-    ok = ok && printed() == before;
+    ok = ok && Error::reported() == before;
     return number;
 }
 

@@ -46,6 +46,7 @@ TEST(StartupGuard, OthersWorkBeforeMain)
     } rows[] = {
         {"Console::printf", "early 1\n"},
         {"Error::message", "Error: early\n"},
+        {"Error::reported", "Error: early\n1\n"},
         {"Units::compatibleUnits", "T G gauss kG kilogauss tesla\n"},
         {"Units::Units", "70 units, 9 of them standard\n"},
         {"Value", "0\n"},

@@ -10,12 +10,17 @@ namespace Talmo
 /// The one place where the library reports problems to the user, through the console. Whoever reads
 /// input line by line keeps `line` and `lineNumber` up to date, so that a report names its line.
 ///
-/// Before main, every operation but message crashes deliberately (see startupGuard).
+/// Before main, every operation but message and reported crashes deliberately (see startupGuard).
 class Error
 {
 public:
     /// Prints "Error: " and \a text as a line of its own. Usable before main.
     static void message(QString text);
+
+    /// How many problems have been reported since the program started. After most of them the
+    /// library carries on, so a caller that wants to stop compares the numbers before and after.
+    /// Usable before main.
+    static qint64 reported();
 
     /// Reports \a problem as a syntax error in \a inputLine, whose number is \a number. An empty
     /// line stands for Error::line and a negative number for Error::lineNumber; a line that is

@@ -78,6 +78,11 @@ const Operation guarded[] = {
 const Operation unguarded[] = {
     {"Console::printf", [] { Console::printf("early %d\n", 1); }},
     {"Error::message", [] { Error::message("early"); }},
+    {"Error::reported",
+        [] {
+            Error::message("early");
+            Console::printf("%d\n", static_cast<int>(Error::reported()));
+        }},
     {"Units::compatibleUnits",
         [] { Console::printf("%s\n", qPrintable(Units::compatibleUnits("T").join(" "))); }},
     {"Units::Units",
