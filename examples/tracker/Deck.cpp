@@ -2,8 +2,8 @@
 
 #include "Expansion.h"
 #include "Expression.h"
-#include "ReportWatch.h"
 #include "Text.h"
+#include "talmo/Error.h"
 
 #include <algorithm>
 #include <cstring>
@@ -111,17 +111,19 @@ bool takeCommand(const std::string &text, std::size_t line, Deck &deck, std::str
     return true;
 }
 
-/// Takes line number \a number of the deck, which may be blank or a comment.
+/// Takes line number \a number of the deck, which may be blank or a comment. A line with which the
+/// library has reported a problem is refused: it carries on with what it has, "sin(1mm)" comes to
+/// 1mm, and a simulation that went on with that would look right and be wrong.
 bool readLine(const std::string &raw, std::size_t number, Deck &deck, std::string &what)
 {
     const std::string line = textAfterWords(raw, 0); // without the blanks around it
     if (line.empty() || line.front() == '#')
         return true;
     DeckScope::setLine(line, number);
-    const ReportWatch watch;
+    const qint64 reported = Talmo::Error::reported();
     std::string text = line;
     const bool good = expandLine(text, what) && takeCommand(text, number, deck, what);
-    if (!watch.sawReport())
+    if (Talmo::Error::reported() == reported)
         return good;
     what = "error in " + quoted(line);
     return false;

@@ -14,8 +14,8 @@ struct Quantity {
 
 /// Reads \a word, an expression, as a \a number in the own unit of \a quantity. A result without a
 /// unit is in that unit already, one with a unit is converted. Returns false, and says in \a what
-/// is wrong, if it is no expression, another kind of quantity, or not finite. What the library only
-/// reports (see ReportWatch) is not told.
+/// is wrong, if it is no expression, another kind of quantity, or not finite. A problem
+/// that the library reports (see Talmo::Error::reported) does not count here.
 bool readQuantity(
     const std::string &word, const Quantity &quantity, double &number, std::string &what);
 
