@@ -1,13 +1,11 @@
 #include "talmo/Macro.h"
 
-#include "PushbackText.h"
-#include "Tokens.h"
+#include "References.h"
 #include "talmo/Error.h"
 #include "talmo/StartupGuard.h"
 #include "talmo/Units.h"
 
 #include <QStringList>
-#include <QVarLengthArray>
 
 #include <algorithm>
 
@@ -93,31 +91,43 @@ QString Macro::inspect()
     return text + "}\n";
 }
 
-// Expansion. Each kind of reference is one pass over the text: while there is a reference, the
-// first one is replaced, and the search starts again at the beginning. So a pass also sees what it
-// has inserted itself, but never what a later pass inserts.
-//
-// What stands before a replacement has been searched in vain, so it is not searched again, but for
-// what the inserted text may complete there: a "$" right before it, or a "${" that is still open. A
-// pass moves the text bit by bit to what is `done`, and puts what it inserts back in front of the
-// rest. No reference holds another one of its kind, so the first to begin is the first to end, and
-// is replaced where it ends.
-//
-// Most lines have references of one or two kinds: a pass that would find none is left out.
+// Expansion: see References.h.
 
 namespace
 {
 
-/// Gives the text that \a name stands for. Returns false, and reports it, if there is none.
-using LookUp = bool (*)(const QString &name, QString &value);
+/// What the references of one line stand for (see replaceReferences). Problems are reported.
+class Values
+{
+public:
+    explicit Values(const QString &text)
+        : line(text)
+    {
+    }
 
-bool reportUndefined(const QString &name)
+    bool macro(QChar first, QChar last, const QString &name, QString &value) const;
+
+    /// Looks up a local macro, and advances it. Deliberate: a global one does not count.
+    bool counter(QChar first, QChar last, const QString &name, QString &value) const;
+
+    bool expression(
+        QChar first, QChar last, const TextBuffer<QString> &inside, QString &value) const;
+
+    void neverClosed(QChar dollar) const;
+
+private:
+    static bool reportUndefined(const QString &name);
+
+    const QString &line;
+};
+
+bool Values::reportUndefined(const QString &name)
 {
     Error::syntax(QStringLiteral("Undefined macro '%1'").arg(name));
     return false;
 }
 
-bool lookUp(const QString &name, QString &value)
+bool Values::macro(QChar /*first*/, QChar /*last*/, const QString &name, QString &value) const
 {
     const QString *const macro = find(name);
     if (macro == nullptr)
@@ -126,8 +136,7 @@ bool lookUp(const QString &name, QString &value)
     return true;
 }
 
-/// Looks up a local macro, and advances it. Deliberate: a global one does not count.
-bool count(const QString &name, QString &value)
+bool Values::counter(QChar /*first*/, QChar /*last*/, const QString &name, QString &value) const
 {
     const auto counter = Macro::hash.find(name);
     if (counter == Macro::hash.end())
@@ -137,169 +146,22 @@ bool count(const QString &name, QString &value)
     return true;
 }
 
-constexpr auto isNoWordCharacter = [](QChar character) { return !isWordCharacter(character); };
-constexpr auto isDollar = [](QChar character) { return character == '$'; };
-constexpr auto isOpening = [](QChar character) { return character == '{'; };
-constexpr auto isClosing = [](QChar character) { return character == '}'; };
-constexpr auto isBrace = [](QChar character) { return character == '{' || character == '}'; };
-
-/// Where the first "$" from \a position of \a text on stands before a character of \a kind; -1 if
-/// there is none.
-template <typename Predicate>
-int findDollar(Predicate kind, const QString &text, int position = 0)
+bool Values::expression(
+    QChar /*first*/, QChar /*last*/, const TextBuffer<QString> &inside, QString &value) const
 {
-    do {
-        position = static_cast<int>(text.indexOf('$', position)) + 1;
-    } while (position > 0 && (position == text.size() || !kind(text[position])));
-    return position - 1;
-}
-
-QString toString(const TextBuffer &buffer)
-{
-    return QString(buffer.constData(), static_cast<int>(buffer.size()));
-}
-
-bool endsWith(QChar character, const TextBuffer &buffer)
-{
-    return !buffer.isEmpty() && buffer.last() == character;
-}
-
-/// Replaces each $name by the value of the macro; the name is as long as possible.
-// Deliberate: a value that refers to its own name makes this loop without end; there is no guard.
-bool expandNames(QString &text)
-{
-    if (findDollar(isWordCharacter, text) < 0)
-        return true;
-    PushbackText rest(text);
-    TextBuffer done;
-    while (!rest.isEmpty()) {
-        rest.moveUntil(isDollar, done);
-        if (rest.isEmpty())
-            break;
-        const QChar dollar = rest.take();
-        TextBuffer name;
-        rest.moveUntil(isNoWordCharacter, name);
-        if (name.isEmpty()) {
-            done.append(dollar);
-            continue;
-        }
-        QString value;
-        if (!lookUp(toString(name), value))
-            return false;
-        rest.putBack(value);
-        if (endsWith(dollar, done)) { // the value may go on with a name for it
-            done.removeLast();
-            rest.putBack(dollar);
-        }
-    }
-    text = toString(done);
+    QString text = toString(inside);
+    const ExpressionParts parts(text);
+    const QString format = parts.formatEnd > 0 ? text.left(parts.formatEnd) : QStringLiteral("%g");
+    const QString units = parts.unitsBegin > 0 ? text.mid(parts.unitsBegin) : QStringLiteral("-");
+    text.truncate(parts.end);
+    text.remove(0, parts.begin);
+    value = Units::evaluate(format, text, units);
     return true;
 }
 
-/// Whether \a text holds a "${", a name, \a tail and "}". Saves the whole pass where it does not;
-/// it must hold whenever the pass would replace something first (see isReference).
-bool holdsBraces(const QString &tail, const QString &text)
+void Values::neverClosed(QChar /*dollar*/) const
 {
-    for (int begin = findDollar(isOpening, text); begin >= 0;
-         begin = findDollar(isOpening, text, begin + 1)) {
-        const QStringView inside = QStringView(text).mid(begin + 2);
-        const auto *const end = std::find_if(inside.begin(), inside.end(), isNoWordCharacter);
-        const QStringView behind = inside.mid(end - inside.begin());
-        if (behind.startsWith(tail) && behind.mid(tail.size()).startsWith(QLatin1Char('}')))
-            return true;
-    }
-    return false;
-}
-
-/// Whether \a inside, which stands between "${" and "}", is a name and \a tail.
-bool isReference(QStringView inside, const QString &tail)
-{
-    return inside.endsWith(tail) &&
-           std::all_of(inside.begin(), inside.end() - tail.size(), isWordCharacter);
-}
-
-/// Replaces each "${", name, \a tail and "}" by what \a valueOf gives for the name.
-bool expandBraces(const QString &tail, LookUp valueOf, QString &text)
-{
-    if (!holdsBraces(tail, text))
-        return true;
-    PushbackText rest(text);
-    TextBuffer done;
-    QVarLengthArray<int, 16> open; // where each "${" stands that a "}" may still complete
-    while (!rest.isEmpty()) {
-        rest.moveUntil(isBrace, done);
-        if (rest.isEmpty())
-            break;
-        const QChar brace = rest.take();
-        if (brace == '{' && endsWith('$', done))
-            open.append(static_cast<int>(done.size()) - 1);
-        if (brace == '{' || open.isEmpty()) {
-            done.append(brace);
-            continue;
-        }
-        const int begin = open.last();
-        const QStringView inside = QStringView(done.constData(), done.size()).mid(begin + 2);
-        if (!isReference(inside, tail)) {
-            open.clear(); // they all have this between themselves and the next "}"
-            done.append(brace);
-            continue;
-        }
-        QString value;
-        if (!valueOf(inside.chopped(tail.size()).toString(), value))
-            return false;
-        open.removeLast();
-        done.resize(begin);
-        rest.putBack(value);
-    }
-    text = toString(done);
-    return true;
-}
-
-/// What the inside of ${FORMAT;EXPRESSION;UNITS} comes to.
-QString evaluated(QString expression)
-{
-    QString format = QStringLiteral("%g");
-    const int formatEnd = static_cast<int>(expression.indexOf(';'));
-    if (expression.startsWith('%') && formatEnd > 1) { // ^(%[^;]+);
-        format = expression.left(formatEnd);
-        expression.remove(0, formatEnd + 1);
-    }
-    QString units = QStringLiteral("-");
-    const int unitsBegin = static_cast<int>(expression.lastIndexOf(';')) + 1;
-    const bool areUnits =
-        std::all_of(expression.cbegin() + unitsBegin, expression.cend(), isLetterOrDigit);
-    if (unitsBegin > 0 && areUnits) { // ;([A-Za-z0-9]*)$
-        units = expression.mid(unitsBegin);
-        expression.truncate(unitsBegin - 1);
-    }
-    return Units::evaluate(format, expression, units);
-}
-
-/// Replaces each "${", up to the next "}", by what is inside evaluates to; false if one is never
-/// closed.
-bool expandExpressions(QString &text)
-{
-    PushbackText rest(text);
-    TextBuffer done;
-    while (!rest.isEmpty()) {
-        rest.moveUntil(isOpening, done);
-        if (rest.isEmpty())
-            break;
-        const QChar brace = rest.take();
-        if (!endsWith('$', done)) {
-            done.append(brace);
-            continue;
-        }
-        TextBuffer inside;
-        rest.moveUntil(isClosing, inside);
-        if (rest.isEmpty())
-            return false;
-        rest.take();
-        done.removeLast();
-        rest.putBack(evaluated(toString(inside)));
-    }
-    text = toString(done);
-    return true;
+    Error::syntax(QStringLiteral("unbalanced ${ in '%1'").arg(line));
 }
 
 /// Characters that a counter runs through; after the last comes the first, and a carry.
@@ -329,18 +191,8 @@ QString Macro::expand(QString text)
     if (!text.contains('$'))
         return text;
     QString expanded = text;
-    if (!expandNames(expanded))
-        return QStringLiteral("");
-    if (findDollar(isOpening, expanded) < 0)
-        return expanded;
-    if (!expandBraces(QString(), lookUp, expanded) ||
-        !expandBraces(QStringLiteral("++"), count, expanded))
-        return QStringLiteral("");
-    if (!expandExpressions(expanded)) {
-        Error::syntax(QStringLiteral("unbalanced ${ in '%1'").arg(text));
-        return QStringLiteral("");
-    }
-    return expanded;
+    Values values(text);
+    return replaceReferences(values, expanded) ? expanded : QStringLiteral("");
 }
 
 QString Macro::successor(QString text)

@@ -8,32 +8,41 @@
 namespace Talmo
 {
 
-/// Text that grows at its end; that of a line does so without allocations.
-using TextBuffer = QVarLengthArray<QChar, 256>;
+/// Text that grows at its end; that of a line does so without allocations. \a Text is QString, or a
+/// vector of characters that know more than a QChar and convert to one.
+template <typename Text>
+using TextBuffer = QVarLengthArray<typename Text::value_type, 256>;
 
 /// A text that is read from its front, where other texts can be put back. Either costs as much as
 /// what is read or put back, however long the rest is.
+template <typename Text>
 class PushbackText
 {
 public:
-    explicit PushbackText(const QString &text) { putBack(text); }
+    using Character = typename Text::value_type;
+
+    explicit PushbackText(const Text &text) { putBack(text); }
 
     bool isEmpty() const { return pieces.isEmpty(); }
 
     /// Puts \a text in front.
-    void putBack(const QString &text);
+    void putBack(const Text &text)
+    {
+        if (!text.isEmpty())
+            pieces.append({text, 0});
+    }
 
     /// Takes the first character. Not for an empty text.
-    QChar take();
+    Character take();
 
     /// Moves what comes before the first character for which \a stops holds to the end of
     /// \a target; all, if there is none.
     template <typename Predicate>
-    void moveUntil(Predicate stops, TextBuffer &target);
+    void moveUntil(Predicate stops, TextBuffer<Text> &target);
 
 private:
     struct Piece {
-        QString text;
+        Text text;
         int front; ///< the first character left, always before the end
     };
 
@@ -43,14 +52,32 @@ private:
     QVarLengthArray<Piece, 4> pieces; ///< the last one comes first
 };
 
+template <typename Text>
+typename PushbackText<Text>::Character PushbackText<Text>::take()
+{
+    const Character character = pieces.last().text.at(pieces.last().front);
+    drop(1);
+    return character;
+}
+
+template <typename Text>
+void PushbackText<Text>::drop(int count)
+{
+    Piece &piece = pieces.last();
+    piece.front += count;
+    if (piece.front == piece.text.size())
+        pieces.removeLast();
+}
+
+template <typename Text>
 template <typename Predicate>
-void PushbackText::moveUntil(Predicate stops, TextBuffer &target)
+void PushbackText<Text>::moveUntil(Predicate stops, TextBuffer<Text> &target)
 {
     while (!pieces.isEmpty()) {
         const Piece &piece = pieces.last();
-        const QChar *const begin = piece.text.constData() + piece.front;
-        const QChar *const end = piece.text.constData() + piece.text.size();
-        const QChar *const stop = std::find_if(begin, end, stops);
+        const Character *const begin = piece.text.constData() + piece.front;
+        const Character *const end = piece.text.constData() + piece.text.size();
+        const Character *const stop = std::find_if(begin, end, stops);
         const bool found = stop != end;
         target.append(begin, static_cast<int>(stop - begin));
         drop(static_cast<int>(stop - begin));
