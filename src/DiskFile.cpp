@@ -1,3 +1,13 @@
+// Opening a FIFO blocks until somebody opens its other end, possibly for ever. So files are opened
+// without blocking. Whoever needs the other end of a FIFO looks for it again after short pauses,
+// for ten seconds altogether; afterwards the descriptor is set to block, so that later calls wait
+// as long as they must.
+//
+// Text mode drops carriage returns in the buffer that was read into. A block that consisted of
+// nothing else is followed by another read, because 0 bytes would mean the end of the file.
+//
+// Every call that a signal may interrupt is repeated.
+
 #include "DiskFile.h"
 
 #include <QFile>
@@ -31,26 +41,26 @@ auto uninterrupted(Call call)
     return result;
 }
 
-// For the other end of a FIFO, one pause after the other.
+// How long we wait for the other end of a FIFO: this many pauses, one after the other.
 constexpr int pause = 10; // milliseconds
 constexpr int mostPauses = 1000;
 
-/// Opens \a path without waiting for the other end of a FIFO.
+/// Opens \a path without waiting for the other end of a FIFO. Returns -1 if that fails.
 int openDescriptor(const QByteArray &path, int flags)
 {
     if (path.isEmpty())
         return -1;
-    constexpr mode_t allMayReadAndWrite = 0666; // less what the process masks out
+    constexpr mode_t allMayReadAndWrite = 0666; // the umask of the process removes some of them
     const auto attempt = [&](int more) {
         return uninterrupted(
             [&] { return ::open(path, flags | more | O_CLOEXEC, allMayReadAndWrite); });
     };
     const int descriptor = attempt(O_NONBLOCK);
-    // The file is lent to a file server, which gives it back to those who wait.
+    // A file server holds a lease on the file. It gives the lease up to a call that waits.
     return descriptor < 0 && errno == EWOULDBLOCK ? attempt(0) : descriptor;
 }
 
-/// Lets calls on \a descriptor wait as long as they must.
+/// Makes later calls on \a descriptor wait as long as they must.
 void waitFromNowOn(int descriptor)
 {
     fcntl(descriptor, F_SETFL, fcntl(descriptor, F_GETFL) & ~O_NONBLOCK);
@@ -62,7 +72,7 @@ bool isFifo(const QByteArray &path)
     return ::stat(path, &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
-/// Drops the carriage returns among \a count bytes; how many are left.
+/// Drops the carriage returns among \a count bytes. Returns how many bytes are left.
 qint64 dropCarriageReturns(char *bytes, qint64 count)
 {
     // Most blocks have none, and memchr is much faster than anything that moves bytes.
@@ -73,8 +83,8 @@ qint64 dropCarriageReturns(char *bytes, qint64 count)
 
 using ByteCount = decltype(QByteArray().size()); // Qt 5 counts in int
 
-/// Asks the system to back a large buffer with large pages. To clear and map each small one would
-/// take as long as reading the file.
+/// Asks the system to use large pages for a large buffer. With small pages, clearing and mapping
+/// them takes as long as reading the file.
 void preferLargePages([[maybe_unused]] void *buffer, [[maybe_unused]] qint64 size)
 {
 #ifdef MADV_HUGEPAGE
@@ -84,14 +94,15 @@ void preferLargePages([[maybe_unused]] void *buffer, [[maybe_unused]] qint64 siz
     if (room < manyLargePages)
         return;
     std::align(pageSize, 1, buffer, room);
-    madvise(buffer, room, MADV_HUGEPAGE); // no more than a hint
+    madvise(buffer, room, MADV_HUGEPAGE); // only a hint, which may fail
 #endif
 }
 
-/// Makes \a text \a size bytes long; false if there is no memory for it.
+/// Makes \a text \a size bytes long. Returns false if there is no memory for it.
 bool makeRoom(QByteArray &text, qint64 size)
 {
-    // What Qt itself takes. Only Qt 5 is ever asked for more: Qt 6 counts farther than disks reach.
+    // Qt needs some bytes for itself. Only Qt 5, which counts in int, can reach this limit; that of
+    // Qt 6 is larger than any disk.
     if (size > std::numeric_limits<ByteCount>::max() - 64)
         return false;
     try {
@@ -114,7 +125,7 @@ bool DiskFile::openPath(const QByteArray &path)
 {
     close();
     descriptor = openDescriptor(path, O_RDONLY);
-    struct stat status = {}; // what is open has one, unless the disk is broken
+    struct stat status = {}; // fstat fails for an open file only if the disk is broken
     if (descriptor < 0 || fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
         close();
         return false;
@@ -144,12 +155,12 @@ bool DiskFile::openToWrite(const QString &name)
     return descriptor >= 0;
 }
 
-/// Reads from a FIFO for the first time, as soon as somebody has opened it for writing.
+/// Reads from a FIFO for the first time, after waiting for somebody to open it for writing.
 qint64 DiskFile::readFromWriter(char *target, size_t count)
 {
     for (int pauses = 0; pauses < mostPauses; ++pauses) {
-        // Tells of bytes, and of a writer that has gone, but not of one that did not write yet;
-        // without one, reading finds the end.
+        // poll reports bytes, and a writer that has gone, but not a writer that has written nothing
+        // yet. Reading tells whether there is one: without a writer it finds the end of the file.
         pollfd fifo = {descriptor, POLLIN, 0};
         poll(&fifo, 1, pause);
         const qint64 got = uninterrupted([&] { return ::read(descriptor, target, count); });
@@ -190,8 +201,8 @@ QByteArray DiskFile::readAllText()
     constexpr qint64 pieceSize = 1 << 18; // stays in the processor's cache while it is looked at
     QByteArray text;
     qint64 used = 0;
-    // One byte more than there is, to see the end; a file of the system may not tell its size, and
-    // has only one answer.
+    // One byte more than the file has, so that reading finds the end. A file in /proc or /sys may
+    // have the size 0 and give all its content only to the first read, so we offer it a full page.
     for (qint64 room = std::max<qint64>(size, 4095) + 1; !hasFailed; room *= 2) {
         hasFailed = !makeRoom(text, room);
         while (!hasFailed && used < room) {

@@ -1,3 +1,10 @@
+// Macros are texts with names, in two tables: local ones, whose scopes are kept on a stack, and
+// global ones. A name is looked up in the local table first.
+//
+// Expansion makes one pass over a line for each kind of reference: $name, ${name}, ${name++} and
+// ${expression}, in this order. Inserted text is put back in front of the rest, so that the same
+// pass reads it, too. The first error ends the expansion, and the result is then empty.
+
 #include "talmo/Macro.h"
 
 #include "References.h"
@@ -19,7 +26,7 @@ QList<Macro::Table> Macro::stack;
 namespace
 {
 
-/// The value of \a name, which is no copy: the local one, else the global one, else null.
+/// Points into the table that defines \a name, local before global; null if neither does.
 const QString *find(const QString &name)
 {
     for (const Macro::Table *const table : {&Macro::hash, &Macro::globalHash}) {
@@ -164,11 +171,11 @@ void Values::neverClosed(QChar /*dollar*/) const
     Error::syntax(QStringLiteral("unbalanced ${ in '%1'").arg(line));
 }
 
-/// Characters that a counter runs through; after the last comes the first, and a carry.
+/// The characters that a counter runs through. After the last one comes the first one, and a carry.
 struct Alphabet {
     char first;
     char last;
-    char carried; ///< put in front when there is nothing left to carry to
+    char carried; ///< put in front of the text if it has no more characters to carry to
 };
 
 constexpr Alphabet alphabets[] = {{'0', '9', '1'}, {'A', 'Z', 'A'}, {'a', 'z', 'a'}};
@@ -201,8 +208,8 @@ QString Macro::successor(QString text)
     for (auto index = text.size() - 1; index >= 0; --index) {
         const Alphabet *const alphabet = wrapping(text[index]);
         if (alphabet == nullptr) {
-            // Deliberate: whatever it is, it becomes the next character; "1.9" becomes "1/0".
-            // After the last one, U+FFFF, comes U+0000.
+            // Deliberate: any other character becomes the next one, so "1.9" becomes "1/0". After
+            // the last one, U+FFFF, comes U+0000.
             text[index] = QChar(static_cast<char16_t>(text[index].unicode() + 1));
             return text;
         }

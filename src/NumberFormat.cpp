@@ -1,3 +1,9 @@
+// A format that users write must not reach printf unchecked: with "%s" or "%n" it would read or
+// write anywhere in memory. So we read it once from left to right: plain text, one conversion,
+// plain text. Only the conversion is used for printing, after its letter, width and precision have
+// been checked. A plain "%g", "%f" or "%e", with or without a precision, goes to appendNumber,
+// which is quicker than printf and writes the same digits.
+
 #include "NumberFormat.h"
 
 #include "Tokens.h"
@@ -15,11 +21,11 @@ namespace Talmo
 namespace
 {
 
-/// Bounds the width and the precision that users can ask for. The C standard promises no more
-/// characters from one conversion (C17, 7.21.6.1).
+/// The largest width and precision that users can ask for. The C standard promises that one
+/// conversion can print this many characters, and not more (C17, 7.21.6.1).
 constexpr int longestConversion = 4095;
 
-/// A format, read from its front.
+/// Reads a format from its front.
 class FormatReader
 {
 public:
@@ -31,14 +37,14 @@ public:
     int position() const { return front; }
     bool isAtEnd() const { return front == format.size(); }
 
-    /// Takes plain text: up to the end, or to a "%" that is not doubled.
+    /// Takes plain text, up to the end or to a "%" that is not doubled.
     void takePlain()
     {
         while (!isAtEnd() && (ahead(0) != '%' || ahead(1) == '%'))
             front += ahead(0) == '%' ? 2 : 1;
     }
 
-    /// Takes a character if it is one out of \a characters; whether it did.
+    /// Takes the next character if it is one of \a characters. Returns whether it did.
     bool take(const char *characters)
     {
         const char character = ahead(0);
@@ -50,7 +56,8 @@ public:
         return true;
     }
 
-    /// Takes the digits of a number, which may be none; all that are too large count alike.
+    /// Takes the digits of a number, if there are any, and returns it. Every number that is too
+    /// large becomes the same one, just above the limit.
     int takeNumber()
     {
         int number = 0;
@@ -60,7 +67,8 @@ public:
     }
 
 private:
-    /// The character at a distance from the front; 0 behind the end, and for any beyond Latin-1.
+    /// The character at a distance from the front; 0 behind the end, and for a character that is
+    /// not in Latin-1.
     char ahead(int distance) const
     {
         const int index = front + distance;
@@ -79,11 +87,11 @@ struct Conversion {
     int precision = 6;
 };
 
-/// Takes a conversion; false if there is none, or if it asks for too much.
+/// Takes a conversion. Returns false if there is none, or if its width or precision is too large.
 bool takeConversion(FormatReader &reader, Conversion &conversion)
 {
     conversion.begin = reader.position();
-    reader.take("%"); // it stands there, unless the format is at its end
+    reader.take("%"); // plain text ends before a "%" or at the end of the format
     const int flags = reader.position();
     while (reader.take("-+ #0")) {
     }
@@ -97,7 +105,7 @@ bool takeConversion(FormatReader &reader, Conversion &conversion)
     return hasLetter && std::max(width, conversion.precision) <= longestConversion;
 }
 
-/// Finds the conversion of \a format; false if there is not exactly one, in plain text.
+/// Finds the conversion of \a format. Returns false unless there is exactly one, in plain text.
 bool findConversion(const QString &format, Conversion &conversion)
 {
     FormatReader reader(format);
@@ -108,7 +116,7 @@ bool findConversion(const QString &format, Conversion &conversion)
     return reader.isAtEnd();
 }
 
-/// \a number as \a conversion prints it, which \a format holds.
+/// \a number as \a conversion, a part of \a format, prints it.
 std::string converted(const QString &format, const Conversion &conversion, double number)
 {
     const QChar letter = format[conversion.end - 1];
@@ -125,7 +133,7 @@ std::string converted(const QString &format, const Conversion &conversion, doubl
     return text;
 }
 
-/// Plain text of a format as it is printed.
+/// The plain text of a format as it is printed.
 QString unescaped(QString text)
 {
     return text.replace(QStringLiteral("%%"), QStringLiteral("%"));

@@ -1,3 +1,10 @@
+// std::from_chars and std::to_chars do not depend on the locale, and do nearly all of the work.
+// Three cases need more:
+// - from_chars accepts "nan" and "inf" but no "+", so we look at the start of a word first.
+// - It does not tell a number that is too large from one that is too small. strtod_l does.
+// - Formats of printf need vsnprintf, which follows the locale: the thread gets that of C
+// meanwhile.
+
 #include "talmo/Numbers.h"
 
 #include <cassert>
@@ -12,14 +19,15 @@ namespace Talmo
 namespace
 {
 
-/// The C locale as an object; the process's own may print and expect a decimal comma.
+/// The C locale. The locale of the process may print and expect a decimal comma.
 locale_t cLocale()
 {
     static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
     return locale;
 }
 
-/// Drops the one sign that std::from_chars does not take. "+-1" is no number.
+/// Drops a leading "+", which std::from_chars does not accept. Returns false for "+-", since "+-1"
+/// is no number.
 bool dropPlus(std::string_view &word)
 {
     if (word.empty() || word.front() != '+')
@@ -28,7 +36,8 @@ bool dropPlus(std::string_view &word)
     return word.empty() || word.front() != '-';
 }
 
-/// True for what may follow the sign of a number; keeps out "nan" and "inf".
+/// True if \a word begins with a digit or a point, after a "-" if there is one. This excludes "nan"
+/// and "inf".
 bool startsAsDecimal(std::string_view word)
 {
     if (!word.empty() && word.front() == '-')
@@ -36,7 +45,7 @@ bool startsAsDecimal(std::string_view word)
     return !word.empty() && (word.front() == '.' || (word.front() >= '0' && word.front() <= '9'));
 }
 
-/// Collects variable arguments for formatted.
+/// Does what formatted does, for arguments that are listed one by one.
 std::string formattedList(const char *format, ...)
 {
     va_list arguments;
@@ -57,7 +66,7 @@ bool toNumber(std::string_view word, double &value)
     const auto [stop, error] = std::from_chars(word.data(), end, number);
     if (error == std::errc::invalid_argument || stop != end)
         return false;
-    if (error == std::errc::result_out_of_range) { // too large, or so small that it rounds to 0
+    if (error == std::errc::result_out_of_range) { // the number is too large or too small
         number = strtod_l(std::string(word).c_str(), nullptr, cLocale());
         if (std::isinf(number))
             return false;
@@ -81,7 +90,7 @@ bool toInteger(std::string_view word, int &value)
 
 void appendNumber(std::string &text, double value, int digits, std::chars_format notation)
 {
-    char buffer[4500]; // a sign, at most 309 digits before the point, and 4095 behind it
+    char buffer[4500]; // for a sign, at most 309 digits before the point, and 4095 behind it
     const auto [end, error] =
         std::to_chars(buffer, buffer + sizeof buffer, value, notation, digits);
     assert(error == std::errc());

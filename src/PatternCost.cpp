@@ -1,10 +1,12 @@
-// QRegExp makes an automaton of a pattern: its states are the characters, sets and back-references
-// of the pattern, each repetition copied, and there is a link from every state to each one that may
-// come next. Compiling takes memory and time for every link. Searching follows all links at every
-// position, for every start. So we count links, the way the automaton is put together: of a part of
-// the pattern one needs to know the links within, the states it begins and ends with, and whether
-// it can be empty. Whatever is uncertain, such as a syntax error, counts too much rather than too
-// little.
+// QRegExp turns a pattern into an automaton. Its states are the characters, sets and
+// back-references of the pattern, with a copy for each repetition, and a link leads from every
+// state to each state that may come next. Compiling takes memory and time for every link. Searching
+// follows all links at every position, once for every start of a match.
+//
+// So we count links, and put the number together as QRegExp puts the automaton together: for each
+// part of the pattern we need to know the links inside, the states that it may begin and end with,
+// and whether it can match the empty text. Where the number is uncertain, as after a syntax error,
+// we count too much rather than too little.
 
 #include "PatternCost.h"
 
@@ -19,15 +21,15 @@ namespace
 constexpr double affordableCost = 10000;
 constexpr int deepestGroup = 50;
 constexpr double lineLength = 200;
-constexpr double costBeyond = 0.4;     ///< a link that no line reaches takes memory alone
-constexpr double lookaheadFactor = 50; ///< searching ahead, from every position of a search
-constexpr double captureFactor = 1.5;  ///< a link compares captures to know which way is the better
+constexpr double costBeyond = 0.4;     ///< of a link that no line reaches: it takes only memory
+constexpr double lookaheadFactor = 50; ///< a search of its own at every position of the search
+constexpr double captureFactor = 1.5;  ///< at a link, captures are compared to find the better way
 constexpr int setLengthPerState = 8;   ///< a set is searched from end to end
-constexpr int mostRepetitions = 1024;  ///< QRegExp knows no more
+constexpr int mostRepetitions = 1024;  ///< QRegExp accepts no more
 
 using Index = decltype(QString().size()); // Qt 5 counts in int
 
-/// A number of ways through a part of a pattern, and what the lookaheads on them cost together.
+/// How many ways lead through a part of a pattern, and what all lookaheads on these ways cost.
 struct Ways {
     double count = 0;
     double lookaheads = 0;
@@ -38,24 +40,24 @@ Ways operator+(Ways a, Ways b)
     return {a.count + b.count, a.lookaheads + b.lookaheads};
 }
 
-/// Each of \a a followed by each of \a b.
+/// The ways that consist of one of \a a followed by one of \a b.
 Ways operator*(Ways a, Ways b)
 {
     return {a.count * b.count, a.lookaheads * b.count + a.count * b.lookaheads};
 }
 
-/// A part of a pattern. As it begins, it matches the empty text.
+/// A part of a pattern. By default it has no state and matches the empty text.
 struct Part {
-    Ways into;           ///< to the states that it may begin with
-    Ways outOf;          ///< from those that it may end with
-    Ways past = {1, 0};  ///< through none of its states
-    Ways links;          ///< from state to state
+    Ways into;           ///< ways to the states that it may begin with
+    Ways outOf;          ///< ways from the states that it may end with
+    Ways past = {1, 0};  ///< ways through none of its states
+    Ways links;          ///< ways from state to state
     double length = 0;   ///< the fewest characters that it matches
     double captures = 0; ///< copies of repeated parts do not capture
     double backReferences = 0;
 };
 
-/// One state; \a weight tells what it takes to see whether it matches.
+/// A part that is one state. \a weight is the cost of testing whether the state matches.
 Part state(double weight)
 {
     Part part;
@@ -66,7 +68,7 @@ Part state(double weight)
     return part;
 }
 
-/// \a a, then \a b.
+/// The part that matches \a a and then \a b.
 Part sequence(const Part &a, const Part &b)
 {
     const Ways weight = {a.length < lineLength ? 1 : costBeyond, 0};
@@ -81,7 +83,7 @@ Part sequence(const Part &a, const Part &b)
     return part;
 }
 
-/// \a a or \a b.
+/// The part that matches \a a or \a b.
 Part alternative(const Part &a, const Part &b)
 {
     Part part;
@@ -95,7 +97,7 @@ Part alternative(const Part &a, const Part &b)
     return part;
 }
 
-/// \a part or nothing.
+/// The part that matches \a part or the empty text.
 Part optional(Part part)
 {
     part.past = {1, 0};
@@ -103,7 +105,7 @@ Part optional(Part part)
     return part;
 }
 
-/// What a pattern costs that consists of \a part.
+/// The cost of a pattern that consists of \a part.
 double costOf(const Part &part)
 {
     const Ways links = part.links + part.into + part.outOf + part.past;
@@ -111,7 +113,7 @@ double costOf(const Part &part)
            (1 + part.backReferences);
 }
 
-/// Reads a pattern once, from its start to its end or to where it costs too much.
+/// Reads a pattern once, from its start to its end, and stops early where it costs too much.
 class PatternReader
 {
 public:
@@ -147,7 +149,7 @@ private:
         return part;
     }
 
-    /// Reads up to the end, or to the parenthesis that closes a group.
+    /// Reads up to the end of the pattern, or up to the parenthesis that closes a group.
     Part readAlternatives()
     {
         Part part = readSequence();
@@ -187,7 +189,7 @@ private:
         const int fewest = readNumber(0);
         const bool isRange = skip(',');
         const int most = isRange ? readNumber(-1) : fewest;
-        ++index; // the brace; QRegExp passes over any other character too
+        ++index; // past the brace; QRegExp skips any other character here, too
         return repeated(part, fewest, most < 0, std::max(most, 0));
     }
 
@@ -205,8 +207,8 @@ private:
         return character >= QLatin1Char('0') && character <= QLatin1Char('9');
     }
 
-    /// \a once repeated, as QRegExp does it: copies that may all be left out, copies that may not,
-    /// and at the end the original, which loops if there is no upper limit.
+    /// Repeats \a once as QRegExp does: first the copies that must match, then copies that may be
+    /// left out, and at the end the original, which loops if there is no upper limit.
     Part repeated(const Part &once, int fewest, bool isEndless, int most)
     {
         Part original = once;
@@ -238,7 +240,7 @@ private:
         return state(1);
     }
 
-    /// What has no state counts as a link, so that nothing can be repeated for nothing.
+    /// An anchor has no state. It counts as a link, so that repeating it is not free.
     static Part anchor()
     {
         Part part;

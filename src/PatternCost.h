@@ -5,14 +5,14 @@
 namespace Talmo
 {
 
-/// True if compiling \a pattern, which is in the rich syntax of QRegExp, and searching a line of
-/// 200 characters takes at most about a second and 20 MB. Others can take all the time, memory and
-/// stack that there is.
+/// True if it takes at most about a second and 20 MB to compile \a pattern, a regular expression of
+/// QRegExp, and to search a line of 200 characters for it. Other patterns can use up all time,
+/// memory and stack.
 ///
-/// A pattern costs one for each pair of its characters that may match side by side once all
-/// repetitions are written out: n characters in a row cost n, n of them in a loop or n times ".*"
-/// about n * n / 2 or more. Lookaheads, captures, back-references and long sets multiply that. The
-/// cost may be 10000, and 50 groups may be open at once.
+/// The cost of a pattern is the number of pairs of its characters that may match side by side,
+/// after all repetitions have been written out. n characters in a row cost n; n characters in a
+/// loop, or n times ".*", cost about n * n / 2 or more. Lookaheads, captures, back-references and
+/// long sets multiply the cost. A pattern may cost 10000, and may have 50 groups open at once.
 bool isAffordable(const QString &pattern);
 
 /// The same for a wildcard pattern, in which '*', '?' and '[' are special.

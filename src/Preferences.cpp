@@ -25,7 +25,7 @@ QHash<QString, QString> Pref::synopsis;
 namespace
 {
 
-/// Lets the store do the saving that the declarations asked for.
+/// Makes the store save what the declarations have added.
 void deliverPendingSave()
 {
     QCoreApplication::sendPostedEvents(Preferences::qsettings, QEvent::UpdateRequest);
@@ -78,7 +78,7 @@ Pref minLength ("DrawTrackMinLength",     "1mm",   "The minimum length of tracks
 Pref examples  ("Examples",               "",      "Installation directory for Examples.");
 Pref defaultLib("DefaultLibrary",         "",      "Path to the default Library directory.");
 
-// The numbered families, whole and in order; every default is empty.
+// The numbered families, complete and in order. Every default is empty.
 #define LIB_DIR(n)     Pref lib##n##dir ("Library" #n ".dir",       "", "Path to the Library" #n " directory.")
 #define LIB_URL(n)     Pref lib##n##url ("Library" #n ".url",       "", "The URL for Library" #n ".")
 #define PROGRAM(n)     Pref p##n##name  ("SimProgram" #n ".name",   "", "The name of simulation program " #n ".")

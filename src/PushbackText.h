@@ -35,8 +35,8 @@ public:
     /// Takes the first character. Not for an empty text.
     Character take();
 
-    /// Moves what comes before the first character for which \a stops holds to the end of
-    /// \a target; all, if there is none.
+    /// Moves all that comes before the first character for which \a stops is true to the end of
+    /// \a target. If there is no such character, moves the whole text.
     template <typename Predicate>
     void moveUntil(Predicate stops, TextBuffer<Text> &target);
 
@@ -46,10 +46,10 @@ private:
         int front; ///< the first character left, always before the end
     };
 
-    /// Drops the first \a count characters of the first piece.
+    /// Drops the first \a count characters of the piece at the front.
     void drop(int count);
 
-    QVarLengthArray<Piece, 4> pieces; ///< the last one comes first
+    QVarLengthArray<Piece, 4> pieces; ///< in reverse order: the last one is at the front
 };
 
 template <typename Text>

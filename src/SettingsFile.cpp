@@ -1,3 +1,9 @@
+// Qt does not say why it could not read settings. It waits for ever at a pipe, takes a file that it
+// cannot open for an empty one, and ends the process where memory runs out. So we look at every
+// file that Qt will read before it does: what kind of file it is, how large it is, whether there is
+// memory for it, and whether it can be opened. Each of these checks gives a reason in words, or
+// null.
+
 #include "SettingsFile.h"
 
 #include <QFile>
@@ -18,15 +24,15 @@ namespace Talmo
 namespace
 {
 
-/// No settings that are meant come near this size. It takes Qt up to a minute to read them.
+/// No real settings come near this size. Qt takes up to a minute to read a file that is so large.
 constexpr off_t largestSize = 64 << 20;
 
-/// How many bytes of memory Qt takes at most for one of the file. Measured with names of four
-/// letters.
+/// How many bytes of memory Qt takes at most for each byte of the file. This was measured with
+/// names of four letters.
 constexpr size_t memoryForAByte = 64;
 
-/// True if there is as much memory as Qt takes for a file of \a size bytes. To try is the only way
-/// to know: Qt does not survive it while it reads.
+/// True if there is as much memory as Qt takes for a file of \a size bytes. We have to try before
+/// Qt reads the file, because Qt does not survive a lack of memory.
 bool fitsIntoMemory(off_t size)
 {
     const size_t room = (1 << 20) + static_cast<size_t>(size) * memoryForAByte;
@@ -35,8 +41,8 @@ bool fitsIntoMemory(off_t size)
     return memory != MAP_FAILED && munmap(memory, room) == 0;
 }
 
-/// Why a call of the system's failed that was to look at a file; null if the file is missing, or
-/// may not be read.
+/// The words for \a error, with which a call of the system for a file failed. Null if the file is
+/// missing or may not be read, which is no problem.
 QString reasonOf(int error)
 {
     if (error == ENOENT || error == ENOTDIR || error == EACCES)
@@ -44,7 +50,7 @@ QString reasonOf(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
-/// Why Qt cannot read the file \a name; null if it can, and where there is nothing to read.
+/// Why Qt cannot read the file \a name; null if it can, or if there is nothing to read.
 QString reasonAgainst(const QString &name)
 {
     const QByteArray path = QFile::encodeName(name);
@@ -68,8 +74,8 @@ QString reasonAgainst(const QString &name)
     return {};
 }
 
-/// True if the user's settings are in a folder whose name is no text. Qt would look for them in
-/// another one, which does not exist, and find none.
+/// True if the user's settings are in a folder whose name is no valid text. Qt would look for them
+/// in a folder with another name, which does not exist, and find no settings.
 bool areOutOfReach()
 {
     QByteArray path = qgetenv("XDG_CONFIG_HOME");

@@ -1,6 +1,7 @@
-// To save, Qt takes the lock "Talmo.conf.lock", writes a new file and renames it. It waits for the
-// lock without end, replaces whatever has the file's name, and the new file belongs to whoever runs
-// the program. So we look at the file and try the lock first, and give the new file its owner back.
+// To save, Qt takes the lock "Talmo.conf.lock", writes a new file and renames it. It would wait for
+// the lock without end and would replace whatever has the file's name, and the new file would
+// belong to the user who runs the program. So we first look at the file and try to take the lock,
+// and afterwards we give the new file to the owner of the old one.
 
 #include "SettingsStore.h"
 
@@ -33,8 +34,8 @@ bool isOrdinaryOrMissing(const QString &name)
     return stat(QFile::encodeName(name), &status) != 0 || S_ISREG(status.st_mode);
 }
 
-/// True if no process is using the lock \a name, but it could not be taken. A process that has just
-/// made its lock has yet to write its name there.
+/// True if no process is using the lock \a name although it could not be taken. A new lock counts
+/// as used, because a process that has just made its lock still has to write its name there.
 bool isLeftOver(const QLockFile &lock, const QString &name)
 {
     qint64 process = 0;
@@ -44,27 +45,27 @@ bool isLeftOver(const QLockFile &lock, const QString &name)
            QFileInfo(name).lastModified().msecsTo(QDateTime::currentDateTime()) >= staleAfter;
 }
 
-/// What keeps Qt from taking the lock under which it saves the file \a name; empty if another
-/// process has it, null if nothing does. Null also if no lock can be made: Qt then gives up at
-/// once.
+/// The file that keeps Qt from taking the lock under which it saves the file \a name. Empty if
+/// another process has the lock. Null if nothing keeps Qt from it, and also if no lock can be made,
+/// because Qt then gives up at once.
 QString obstacleToLocking(const QString &name)
 {
     const QString lockName = name + QStringLiteral(".lock");
-    // Qt takes the second one while it removes the first.
+    // Qt takes the second lock while it removes the first one.
     for (const QString &file : {lockName, lockName + QStringLiteral(".rmlock")}) {
         if (QFileInfo(file).isSymLink() || !isOrdinaryOrMissing(file))
             return file;
     }
     QLockFile lock(lockName);
-    lock.setStaleLockTime(staleAfter); // a process that is alive keeps its lock all the same
+    lock.setStaleLockTime(staleAfter); // a process that is alive keeps even an old lock
     if (lock.tryLock(longestWait) || lock.error() != QLockFile::LockFailedError)
         return {};
     return isLeftOver(lock, lockName) ? lockName : QStringLiteral("");
 }
 
-/// True if the file \a name can be saved now. If not, says what is in the way of its lock. Nothing
-/// is said of a device or a directory, which the user has put in place of the file, or of another
-/// process, which saves the same.
+/// True if the file \a name can be saved now. If not, prints what is in the way of its lock. Prints
+/// nothing about a device or a directory, which the user has put in the place of the file, and
+/// nothing about another process that has the lock, because it saves the same.
 bool canBeSaved(const QString &name)
 {
     if (!isOrdinaryOrMissing(name))
@@ -75,8 +76,8 @@ bool canBeSaved(const QString &name)
     return obstacle.isNull();
 }
 
-/// Remembers whose a file is, and gives what is put in its place to the same owner and group, with
-/// the same permissions.
+/// Remembers the owner, the group and the permissions of a file, and gives them to the file that
+/// takes its place.
 class Ownership
 {
 public:
@@ -84,7 +85,8 @@ public:
     {
         const QFileInfo target(QFileInfo(name).canonicalFilePath());
         fileName = QFile::encodeName(target.fileName());
-        // We keep the folder open. By its name, another user could lead root to another file.
+        // We keep the folder open. If root found it again by its name, another user could exchange
+        // it meanwhile, and lead root to another file.
         folder = open(QFile::encodeName(target.path()), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         isKnown = fstatat(folder, fileName, &before, AT_SYMLINK_NOFOLLOW) == 0;
     }
@@ -106,12 +108,13 @@ private:
         struct stat now = {};
         if (fstat(file, &now) == 0 && isReplacement(now) &&
             fchown(file, before.st_uid, before.st_gid) == 0)
-            fchmod(file, before.st_mode & 07777U); // not before: a new owner clears some of it
+            fchmod(file, before.st_mode & 07777U); // comes last, because fchown clears some bits
         if (file >= 0)
             close(file);
     }
 
-    /// True if \a now is a new file of this process that differs from the one before.
+    /// True if \a now is a new file of this process whose owner, group or permissions differ from
+    /// those of the old one.
     bool isReplacement(const struct stat &now) const
     {
         const bool isOurs = S_ISREG(now.st_mode) && now.st_nlink == 1 && now.st_uid == geteuid();
@@ -138,10 +141,10 @@ SettingsStore *SettingsStore::open(QString &problem)
 {
     problem = settingsProblem();
     if (!problem.isNull())
-        return new SettingsStore(QStringLiteral("/dev/null/none")); // there cannot be such a file
+        return new SettingsStore(QStringLiteral("/dev/null/none")); // no such file can exist
     auto *const store = new SettingsStore;
 #if QT_VERSION_MAJOR < 6
-    store->setIniCodec("UTF-8"); // as Qt 6 has it, so that both read the same file alike
+    store->setIniCodec("UTF-8"); // as in Qt 6, so that both read the same file alike
 #endif
     return store;
 }
@@ -151,7 +154,7 @@ bool SettingsStore::event(QEvent *event)
     if (event->type() != QEvent::UpdateRequest)
         return QSettings::event(event);
     if (!isUsable || !canBeSaved(fileName()))
-        return true; // Qt takes the request for one that is still to be met, and never asks again
+        return true; // Qt believes that the request is still waiting, and never asks again
     const Ownership ownership(fileName());
     return QSettings::event(event);
 }

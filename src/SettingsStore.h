@@ -5,18 +5,18 @@
 namespace Talmo
 {
 
-/// The user's settings as Qt keeps them, read and saved only if that neither waits for ever nor
-/// harms what stands in the place of the file.
+/// The user's settings as Qt keeps them. They are read and saved only if that neither waits for
+/// ever nor harms what stands in the place of the file.
 class SettingsStore : public QSettings
 {
 public:
-    /// Opens the settings. If they cannot be read, \a problem becomes the reason, and the store has
-    /// no values and saves none. The caller owns it.
+    /// Opens the settings. If they cannot be read, sets \a problem to the reason, and the store has
+    /// no values and saves none. The caller owns the store.
     static SettingsStore *open(QString &problem);
 
 protected:
-    /// Saves when Qt asks for it, unless something is in the way. Then nothing is saved later
-    /// either, and the file stays as it is.
+    /// Saves when Qt asks for it. If something is in the way, nothing is saved later either, and
+    /// the file stays as it is.
     bool event(QEvent *event) override;
 
 private:

@@ -1,3 +1,8 @@
+// A number consists of a mantissa, an exponent and a unit. For each of them a function returns
+// where it ends, and the next one starts there. A part counts only if it is complete: a point or an
+// "e" needs a digit behind it. Otherwise the part before it ends the number, as it does for a
+// regular expression that has to go back.
+
 #include "Tokens.h"
 
 #include "talmo/Numbers.h"
@@ -20,7 +25,7 @@ QChar characterAt(QStringView text, int position)
     return position < text.size() ? text[position] : QChar();
 }
 
-/// Where the characters of one \a kind from \a position of \a text on end.
+/// The first position, from \a position of \a text on, whose character is not of this \a kind.
 template <typename Predicate>
 int endOf(Predicate kind, QStringView text, int position)
 {
@@ -39,11 +44,11 @@ int mantissaEnd(QStringView text)
     const int whole = endOf(isDigit, text, 0);
     const int fraction = whole + 1;
     if (characterAt(text, whole) != '.' || !isDigit(characterAt(text, fraction)))
-        return whole; // a point without a digit behind it is no part of the number
+        return whole; // a point without a digit behind it does not belong to the number
     return endOf(isDigit, text, fraction);
 }
 
-/// Where the exponent at \a position of \a text ends; there, if there is none.
+/// Where the exponent at \a position of \a text ends; \a position if there is none.
 int exponentEnd(QStringView text, int position)
 {
     const QChar letter = characterAt(text, position);
@@ -54,14 +59,14 @@ int exponentEnd(QStringView text, int position)
     return isDigit(characterAt(text, digits)) ? endOf(isDigit, text, digits) : position;
 }
 
-/// Where the unit at \a position of \a text ends; there, if there is none.
+/// Where the unit at \a position of \a text ends; \a position if there is none.
 int unitEnd(QStringView text, int position)
 {
     return isLetter(characterAt(text, position)) ? endOf(isLetterOrDigit, text, position)
                                                  : position;
 }
 
-/// What stands from \a begin up to \a end of \a text.
+/// The part of \a text from \a begin up to \a end.
 QStringView part(QStringView text, int begin, int end)
 {
     return text.mid(begin, end - begin);
@@ -105,7 +110,7 @@ double toDouble(QStringView number)
         [](QChar character) { return character.toLatin1(); });
     const double infinity = std::numeric_limits<double>::infinity();
     double value = number.front() == '-' ? -infinity : infinity;
-    // It fails only if it overflows.
+    // toNumber fails only if the number overflows; then value stays infinite.
     toNumber({digits.constData(), static_cast<std::size_t>(digits.size())}, value);
     return value;
 }

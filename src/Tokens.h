@@ -2,12 +2,12 @@
 
 #include <QStringView>
 
-/// What numbers and names look like in expressions and texts. Each function reads the regular
-/// expression quoted with it at the front of a text, by hand, for speed: every number of every text
-/// passes through here. Letters and digits are those of ASCII.
+/// Recognises numbers and names in expressions and texts. Each function finds what the regular
+/// expression in its comment matches at the front of a text. It does so by hand, for speed, because
+/// every number of every text passes through here. Letters and digits are those of ASCII.
 ///
-/// A token is as long as its pattern allows. Nothing behind it is looked at, but for the few
-/// characters that could have made it longer.
+/// A token is as long as its pattern allows. Of the text behind it, the functions look only at the
+/// few characters that could have made it longer.
 namespace Talmo
 {
 
@@ -42,7 +42,7 @@ inline bool isNumberStart(QChar character)
 /// A number and the unit directly behind it, as parts of the text that was read.
 struct NumberToken {
     QStringView number;   ///< sign, digits, point and exponent; empty if there is no number
-    QStringView exponent; ///< of the number, from its letter on; empty if there is none
+    QStringView exponent; ///< the part of the number from its "e" on; empty if there is none
     QStringView unit;     ///< empty if there is none
 
     bool isNumber() const { return !number.isEmpty(); }
@@ -54,16 +54,17 @@ struct NumberToken {
 /// ^([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)?
 NumberToken numberAhead(QStringView text);
 
-/// As numberAhead, but with a unit wherever there can be one, even at the cost of the exponent:
-/// "1e5" is 1 with the unit "e5". With a unit it is the match of
+/// Like numberAhead, but if no unit follows an exponent, the unit begins at the exponent's letter:
+/// "1e5" is 1 with the unit "e5". A token that has a unit is the match of
 /// ^([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)
 NumberToken numberAndUnitAhead(QStringView text);
 
-/// The whole of \a text as a number that may have a sign and a unit; none if it is anything else.
+/// Reads the whole of \a text as a number that may have a sign and a unit. Returns a token without
+/// a number if it is anything else.
 /// ^([-+]?[0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)([A-Za-z][A-Za-z0-9]*)?$
 NumberToken wholeNumber(QStringView text);
 
-/// The double nearest to \a number, the number of a token: infinite if it is too large.
+/// The double nearest to \a number, the number of a token. It is infinite if that is too large.
 double toDouble(QStringView number);
 
 /// The length of the name at the front of \a text; 0 if there is none.

@@ -1,3 +1,13 @@
+// A unit belongs to a kind, such as length, and is worth so many reference units of that kind. So a
+// value is converted by the ratio of two factors, and only within its kind. Units are never
+// combined into new ones.
+//
+// A look-up of an unknown name inserts it into the hash that was asked, as a unitless unit of
+// factor 0. So a look-up may move what an earlier one has returned.
+//
+// This file has the table, values, the entry points of expressions, and the services on texts.
+// UnitsEvaluator.cpp continues the class with the evaluator itself.
+
 #include "talmo/Units.h"
 
 #include "NumberFormat.h"
@@ -18,7 +28,8 @@
 namespace Talmo
 {
 
-// All in one file, so that they are constructed in this order; the last one fills the others.
+// They are all in one file, so that they are constructed in this order. The last one fills the
+// rest.
 QHash<QString, int> Units::typeHash;
 QHash<QString, double> Units::factorHash;
 QHash<QString, QStringList> Units::types;
@@ -34,13 +45,13 @@ namespace
 
 void reportConversion(const QString &from, const QString &to)
 {
-    // Deliberate: only the first is replaced by "(none)".
+    // Deliberate: only the first unit is replaced by "(none)" if it is empty.
     Error::syntax(QStringLiteral("Units Conversion Error from %1 to %2")
                       .arg(from.isEmpty() ? QStringLiteral("(none)") : from, to));
 }
 
-/// \a number as printf's \a format prints it, and \a units behind. A format that is none of
-/// Value::to_s is reported, and gives "".
+/// \a number as printf prints it with \a format, followed by \a units. A format that Value::to_s
+/// does not accept is reported, and gives "".
 QString printed(const QString &format, double number, const QString &units)
 {
     QString text = QStringLiteral("");
@@ -62,7 +73,7 @@ QString standardOf(int kind, const QString &otherwise)
 
 } // namespace
 
-// The table. Its look-ups insert an unknown name: copy what one gives before the next.
+// The table. A look-up may insert its name, so copy what it returns before the next look-up.
 
 Units::Units()
 {
@@ -173,7 +184,7 @@ Units::Value &Units::Value::mul(Value other)
         else
             Error::syntax(QStringLiteral("U:Invalid units in '%1'").arg(currentExpression));
     }
-    value *= other.value; // Deliberate: also of two values with units
+    value *= other.value; // Deliberate: multiplies also if both values have units
     return *this;
 }
 
@@ -201,15 +212,15 @@ Units::Value &Units::Value::neg()
 QString Units::evaluate(QString format, QString expr, QString units)
 {
     value(std::move(expr), units, nullptr);
-    if (val.isEmpty()) { // 0 in these units, even if they are "-"
+    if (val.isEmpty()) { // the result is 0 in these units, even if they are "-"
         val.append(Value());
         val.top().units = units;
     }
     Value &result = val.top();
     if (units == QLatin1String("-"))
         return printed(format, result.value, result.units);
-    // Deliberate: what value has converted is converted once more, which makes a difference to an
-    // unknown unit (NaN). With "*" it is in its standard unit already.
+    // Deliberate: value has converted the result, and we convert it once more. That makes a
+    // difference for an unknown unit (NaN). With "*" the result is in its standard unit already.
     const bool isStandard = units == QLatin1String("*");
     return printed(format, isStandard ? result.value : result.convert(units), QString());
 }
@@ -226,8 +237,8 @@ QString Units::unit(QString expr)
 
 bool Units::isSimpleNumber(QString text)
 {
-    // Deliberate: in the class, "+-*" is a range, which is put in order as "*" to "+"; the minus
-    // sign is not in it.
+    // Deliberate: inside the brackets, "+-*" is a range. It is put in order as "*" to "+", so the
+    // minus sign is not in it.
     return !RE.match(QStringLiteral("[+-*/><=!~%^()?:|&]"), text);
 }
 
@@ -248,7 +259,7 @@ double Units::factor(QString to, QString from)
 namespace
 {
 
-/// Where the next number can begin in \a text, from \a position on.
+/// The first position, from \a position of \a text on, where a number can begin.
 int numberStart(const QString &text, int position)
 {
     const QChar *const begin = text.constData();
@@ -256,8 +267,8 @@ int numberStart(const QString &text, int position)
     return static_cast<int>(start - begin);
 }
 
-/// What numbers are to be expressed in, by their unit. The table is asked once for each unit: what
-/// it has answered stays so, and "*" takes many look-ups.
+/// The units in which numbers are to be expressed, by the unit that they have. The table is asked
+/// once for each unit, because its answer does not change, and "*" takes many look-ups.
 class Targets
 {
 public:
@@ -266,7 +277,7 @@ public:
     {
     }
 
-    /// The unit to express numbers of \a unit in; none if they are of another kind.
+    /// The unit in which numbers with \a unit are to be expressed; none if the kinds differ.
     const std::optional<QString> &of(const QString &unit)
     {
         auto target = targets.find(unit);
@@ -279,7 +290,7 @@ private:
     std::optional<QString> lookUp(const QString &unit) const
     {
         const int kind = Units::typeHash[unit];
-        // Without a standard unit the target stays "*": an unknown name, so of another kind.
+        // If the kind has no standard unit, the target stays "*", an unknown name of another kind.
         const QString target = units == QLatin1String("*") ? standardOf(kind, units) : units;
         if (Units::typeHash[target] != kind)
             return std::nullopt;
@@ -297,11 +308,11 @@ QString Units::convertAll(QString text, QString units)
     startupGuard();
     Targets targets(units);
     QString result;
-    int done = 0; // how much of the text the result stands for
+    int done = 0; // how much of the text is in the result already
     int position = numberStart(text, 0);
     while (position < text.size()) {
         const NumberToken token = numberAndUnitAhead(QStringView(text).mid(position));
-        const int end = position + std::max(token.size(), 1); // a "." may start no number
+        const int end = position + std::max(token.size(), 1); // a "." may stand alone
         const std::optional<QString> target =
             token.hasUnit() ? targets.of(token.unit.toString()) : std::nullopt;
         if (target.has_value()) {
@@ -321,7 +332,7 @@ void Units::check(QString a, QString b)
     const NumberToken numberA = wholeNumber(a);
     if (!numberA.isNumber())
         return;
-    // Deliberate: the exponent, not the unit; and the report names b before a.
+    // Deliberate: we compare the exponents, not the units, and the report names b before a.
     const QString ofA = numberA.exponent.toString();
     const NumberToken numberB = wholeNumber(b);
     const QString ofB = numberB.isNumber() ? numberB.exponent.toString() : QStringLiteral("-");

@@ -1,6 +1,6 @@
 #pragma once
 
-// The units as data; where a unit is added. Private to Units.cpp.
+// The table of units. A new unit is a new row here. Only Units.cpp includes this file.
 
 #include <iterator>
 #include <string_view>
@@ -8,14 +8,14 @@
 namespace Talmo
 {
 
-/// A unit. Rows of one kind stand together; kinds are numbered in the order in which they begin.
+/// A unit. The rows of one kind stand together, and kinds are numbered in the order of the table.
 struct UnitRow {
     const char *kind;
     const char *unit;
-    double factor; ///< how many reference units of the kind it is; the reference is the first row
+    double factor; ///< how many reference units it is worth; the kind's first row is its reference
 };
 
-// By habit, p in a name stands for per, u for micro, and a digit at the end for a power.
+// In most names, p stands for per, u for micro, and a digit at the end for a power.
 // clang-format off
 constexpr UnitRow unitRows[] = {
     { "unitless",           "",          1.0                    },
@@ -74,8 +74,8 @@ constexpr UnitRow unitRows[] = {
     { "energy",             "keV",       0.001                  },
     { "energy",             "GeV",       1000.0                 },
     { "energy",             "TeV",       1000000.0              },
-    { "energy",             "joule",     6241509340000.0        },   // Deliberate: not the digits of
-    { "energy",             "J",         6241509340000.0        },   // the coulomb
+    { "energy",             "joule",     6241509340000.0        },   // Deliberate: the digits differ
+    { "energy",             "J",         6241509340000.0        },   // from those of the coulomb
     { "energy",             "amu",       931.494061             },
     { "charge",             "e",         1.0                    },
     { "charge",             "coulomb",   6.241509745e+18        },
@@ -91,12 +91,12 @@ constexpr UnitRow unitRows[] = {
 };
 // clang-format on
 
-/// The preferred units for display and conversion: "" first, which also serves every unknown unit.
-/// They need not be the reference units, and not every kind has one.
+/// The preferred units for display and conversion, at most one of a kind. The first one, "", also
+/// serves every unknown unit. They need not be the reference units, and some kinds have none.
 constexpr const char *standardUnitNames[] = {
     "", "mm", "MeV", "T", "ns", "MVpm", "Tpm", "rad", "mps"};
 
-/// How many kinds the rows begin.
+/// How many kinds the table has.
 constexpr int kindCount()
 {
     int count = 0;

@@ -9,8 +9,8 @@ namespace Talmo
 {
 
 /// What is left of an expression while it is scanned. Tokens are dropped from its front, and a name
-/// there is replaced by what it stands for. Either costs as much as the token and its replacement,
-/// however long the rest is: what was dropped stays as room for replacements.
+/// there is replaced by what it stands for. Both cost as much as the token and its replacement,
+/// however long the rest is, because what was dropped stays in memory as room for replacements.
 class WorkingText
 {
 public:
@@ -21,13 +21,13 @@ public:
 
     bool isEmpty() const { return front == text.size(); }
 
-    /// All that is left, until a replacement.
+    /// All that is left. Valid until the next replacement.
     QStringView ahead() const { return QStringView(text).mid(front); }
 
     /// Whether what is left begins with \a token; neither may be empty.
     bool startsWith(const QString &token) const
     {
-        // The first character nearly always decides, and the call costs more.
+        // Comparing the first character saves time: it nearly always decides, without the call.
         return ahead().front() == token.front() && ahead().startsWith(token);
     }
 
@@ -39,7 +39,7 @@ public:
 
 private:
     QString text;  ///< what was dropped, then what is left
-    int front = 0; ///< where that begins
+    int front = 0; ///< where the part that is left begins
 };
 
 } // namespace Talmo

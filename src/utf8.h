@@ -8,15 +8,17 @@
 namespace Talmo
 {
 
-/// How many bytes of \a start, the first of a file, are a byte order mark: 3 or 0.
+/// How many bytes a byte order mark takes at the front of \a start, the beginning of a file: 3, or
+/// 0 if there is none.
 inline size_t byteOrderMarkLength(std::string_view start)
 {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     return start.substr(0, byteOrderMark.size()) == byteOrderMark ? byteOrderMark.size() : 0;
 }
 
-/// \a line as a string, not null. QString drops a byte order mark wherever a conversion starts;
-/// that of the file is gone by now, and any other is a character of the line.
+/// \a line, UTF-8, as a string, which is never null. The byte order mark of the file has been
+/// skipped by now, so one at the front of \a line is a character of it. QString would drop it where
+/// a conversion starts.
 inline QString decoded(std::string_view line)
 {
     return QString::fromStdString('x' + std::string(line)).mid(1);

@@ -7,8 +7,8 @@
 namespace Talmo
 {
 
-/// Named texts, and their substitution into input lines. Names are case-sensitive; a local macro
-/// hides a global one of its name. Define one by assigning into `hash` or `globalHash`.
+/// Named texts, and their substitution into input lines. Names are case-sensitive. A local macro
+/// hides a global one with the same name. To define a macro, assign into `hash` or `globalHash`.
 ///
 /// Before main, every operation crashes deliberately (see startupGuard).
 class Macro
@@ -16,8 +16,8 @@ class Macro
 public:
     using Table = QHash<QString, QString>; ///< values by name
 
-    /// The local value of \a name, else the global one, else "": isDefined tells an empty macro
-    /// from none.
+    /// The local value of \a name; without one, the global value; without that, "". To tell an
+    /// empty macro from none, ask isDefined.
     static QString value(QString name);
 
     /// Whether \a name is a local or a global macro.
@@ -29,31 +29,32 @@ public:
     /// Saves the local macros; with \a clear the new scope starts empty, otherwise with a copy.
     static void pushDefinitions(bool clear);
 
-    /// Restores the local macros saved last. Without any, does nothing.
+    /// Restores the local macros that were saved last. Does nothing if none are saved.
     static void popDefinitions();
 
     /// Saves the local macros and starts a scope that holds exactly \a definitions.
     static void pushAndDefine(Table definitions);
 
-    /// A listing of all macros, one on a line as "  NAME=>VALUE", sorted, the global ones apart.
+    /// A listing of all macros, each on a line "  NAME=>VALUE", sorted. The global ones are apart.
     static QString inspect();
 
-    /// \a text with its references replaced: $name, ${name}, the counter ${name++} (a local macro,
-    /// replaced by its value and then advanced to its successor), and ${expression}, evaluated with
-    /// units, with an optional format in front and an optional unit behind: ${%.3f;2*x;mm}.
+    /// Returns \a text with its references replaced: $name, ${name}, the counter ${name++} (a local
+    /// macro, replaced by its value and then advanced to its successor), and ${expression}, which
+    /// is evaluated with units. An expression may have a format in front and a unit behind:
+    /// ${%.3f;2*x;mm}.
     ///
-    /// After an error, which Error::syntax has reported, "": a name that is not defined, or a "${"
-    /// that is never closed. Counters that were replaced before it stay advanced. A macro that
-    /// refers to itself makes it go on for ever, or until memory runs out.
+    /// A name that is not defined and a "${" that is never closed are errors. Error::syntax reports
+    /// them, and the result is "". Counters that were replaced before the error stay advanced. With
+    /// a macro that refers to itself, expand goes on for ever, or until memory runs out.
     static QString expand(QString text);
 
-    /// What a counter holds after \a text: the last character counts up, digits and letters wrap
-    /// round and carry to the left ("9" "10", "az" "ba", "Zz" "AAa"). Any other becomes the next
-    /// character, without a carry.
+    /// The text that follows \a text in a counter. The last character counts up. The last digit and
+    /// the last letters start again and carry to the left: "10" follows "9", "ba" follows "az", and
+    /// "AAa" follows "Zz". Any other character becomes the next one, without a carry.
     static QString successor(QString text);
 
     static Table hash;         ///< the local macros, those of the current scope
-    static Table globalHash;   ///< seen from every scope
+    static Table globalHash;   ///< the global macros, which every scope sees
     static QList<Table> stack; ///< saved local macros, the latest last
 };
 

@@ -8,17 +8,18 @@
 namespace Talmo
 {
 
-/// Physical units: the table of the known ones, values that carry one, arithmetic expressions over
-/// such values, and services on whole texts.
+/// Physical units: the table of known units, values with a unit, arithmetic expressions over such
+/// values, and services on whole texts.
 ///
-/// All state is static, and there is one evaluation at a time: its stacks stay as it left them. The
-/// table is filled before main. Afterwards it only changes by look-ups of unknown names, which are
-/// remembered in the hash that was asked, as units of kind 0 ("unitless") and factor 0.
+/// All state is static, so there is one evaluation at a time, and its stacks stay as it left them.
+/// The table is filled before main. Afterwards it changes only when an unknown name is looked up:
+/// the hash that was asked remembers the name, as a unit of kind 0 ("unitless") and factor 0.
 ///
-/// Where an operation takes units, "" means without a unit; value and evaluate also take "-", as
-/// they come out, and "*", the standard unit of their kind. Problems are reported by Error::syntax,
-/// and the operation carries on. Before main, every operation but compatibleUnits, the default
-/// Value and the constructor of Units crashes deliberately (see startupGuard).
+/// Where an operation takes units, "" means without a unit. value and evaluate also take "-", which
+/// leaves the result in its own unit, and "*", which means the standard unit of its kind. Problems
+/// are reported by Error::syntax, and the operation carries on. Before main, every operation
+/// crashes deliberately (see startupGuard), except compatibleUnits, the default Value and the
+/// constructor of Units.
 class Units
 {
 public:
@@ -30,18 +31,20 @@ public:
         Value() = default;
 
         /// Reads a number with an optional unit directly behind it: "12.5mm", "-3", ".5ns". Any
-        /// other \a text is reported and gives 0 without a unit. One too large for a double is
-        /// infinite.
+        /// other \a text is reported and gives 0 without a unit. A number that is too large for a
+        /// double becomes infinite.
         Value(QString text);
 
-        /// The magnitude of this value expressed in \a target. Across kinds it comes back
-        /// unconverted, and \a ok says so; without \a ok, that is reported. The value itself stays.
-        /// An unknown unit counts as unitless with factor 0, so that it gives 0, infinity or NaN.
+        /// The magnitude of this value in \a target; the value itself does not change. If the kinds
+        /// differ, the magnitude is returned unconverted and \a ok becomes false; without \a ok,
+        /// that is reported. An unknown unit counts as unitless with factor 0, so the result is 0,
+        /// infinity or NaN.
         double convert(QString target, bool *ok = nullptr);
 
-        /// The magnitude as printf's \a format prints it in the C locale, followed by the unit if
-        /// \a withUnits. The format holds one conversion out of aAeEfFgG, with flags, width and
-        /// precision up to 4095, and otherwise plain text; any other is reported and gives "".
+        /// The magnitude as printf prints it with \a format in the C locale, followed by the unit
+        /// if \a withUnits. The format holds one conversion out of aAeEfFgG, with flags, width and
+        /// precision up to 4095, and otherwise plain text. Any other format is reported and gives
+        /// "".
         QString to_s(QString format, bool withUnits) const;
 
         // Arithmetic in place, returning this value. Units are never combined into new ones.
@@ -51,21 +54,21 @@ public:
         Value &sub(Value other);
 
         /// The result has the unit of the operand that has one. If both have one, that is reported,
-        /// and this value's stays.
+        /// and the result keeps this value's unit.
         Value &mul(Value other);
 
-        /// If \a other has a unit it is converted to this value's, and the result has none.
-        /// Otherwise the result keeps this value's.
+        /// If \a other has a unit, it is converted to this value's unit, and the result has none.
+        /// Otherwise the result keeps this value's unit.
         Value &div(Value other);
 
-        /// Flips the sign, that of zero too.
+        /// Changes the sign, also that of zero.
         Value &neg();
     };
 
     /// A pending operator or function of an evaluation.
     struct Operator {
         QString name;
-        int precedence = 0; ///< tells the class of the operator, too
+        int precedence = 0; ///< also tells the class of the operator
 
         Operator() = default;
         Operator(QString itsName, int itsPrecedence)
@@ -84,59 +87,59 @@ public:
         T &top() { return this->last(); }
     };
 
-    /// Fills the table: done once, by `initializer`.
+    /// Fills the table. This is done once, by `initializer`.
     Units();
 
     /// The preferred unit of the kind of \a unit; \a unit itself if its kind has none.
     static QString standardUnit(QString unit);
 
-    /// The number that \a expr comes to, in \a units. Numbers, functions, operators and names of
-    /// macros, without blanks; docs/expressions.md is the manual.
+    /// The value of \a expr, as a number in \a units. An expression consists of numbers, functions,
+    /// operators and names of macros, without blanks; docs/expressions.md is the manual.
     ///
-    /// If it is no expression, the result is 0 and \a ok false; without \a ok, that is reported. An
-    /// operator or function that cannot be applied is reported, and the evaluation goes on without
-    /// it. A result of another kind than \a units comes back unconverted, and \a ok says so;
-    /// without \a ok, that is reported. An empty \a expr is 0 and changes neither \a ok nor `val`.
-    /// With "*" the result is always what `val` has on top afterwards, even if that was left by a
-    /// failure or by the expression before.
+    /// If \a expr is no expression, the result is 0 and \a ok becomes false; without \a ok, that is
+    /// reported. An operator or function that cannot be applied is reported, and the evaluation
+    /// goes on without it. If the value is of another kind than \a units, it is returned
+    /// unconverted and \a ok becomes false; without \a ok, that is reported. An empty \a expr gives
+    /// 0 and changes neither \a ok nor `val`. With "*" the result is always what is on top of `val`
+    /// afterwards, even if a failure or the expression before has left it there.
     static double value(QString expr, QString units, bool *ok = nullptr);
 
-    /// Applies \a pending to `val`. If that cannot be, it is reported, and what has been taken from
-    /// `val` is gone.
+    /// Applies \a pending to the operands in `val`. If that is not possible, it is reported, and
+    /// the operands that were taken from `val` are lost.
     static void doit(Operator pending);
 
     /// The value of \a expr in \a units as \a format prints it (see Value::to_s); with "-" its unit
-    /// follows. It prints what `val` has on top after the evaluation: after an error what that left
-    /// there, for an empty \a expr the result before, and 0 if there is none.
+    /// follows. What is printed is on top of `val` after the evaluation: after an error, what the
+    /// error left there; for an empty \a expr, the result before. If `val` is empty, 0 is printed.
     static QString evaluate(QString format, QString expr, QString units);
 
-    /// The unit of the value of \a expr; "" if it has none or is no expression. An expression of
-    /// nothing but "$" has the unit of the one before.
+    /// The unit of the value of \a expr; "" if it has none or is no expression. If \a expr consists
+    /// only of "$", the unit is that of the expression before.
     static QString unit(QString expr);
 
-    /// Whether \a text has none of the characters *+/><=!~%^()?:|& in it; a minus sign may be.
+    /// Whether \a text holds none of the characters *+/><=!~%^()?:|&. It may hold a minus sign.
     static bool isSimpleNumber(QString text);
 
-    /// Whether \a text is an expression, with or without units; that an operator or function could
-    /// not be applied is reported, but does not count.
+    /// Whether \a text is an expression, with or without units. It also is one if an operator or
+    /// function cannot be applied; that is reported.
     static bool isFloat(QString text);
 
-    /// How many \a to one \a from is. Problems are reported as by value: the result is 0 for what
-    /// is no unit, but 1 for one of another kind.
+    /// How many units \a to make one unit \a from. Problems are reported as value does: the result
+    /// is 0 if \a from is no unit, but 1 if it is a unit of another kind.
     static double factor(QString to, QString from);
 
-    /// \a text with every number that has a unit directly behind it rewritten as the bare number in
-    /// \a units, or with "*" in the standard unit of its kind. Numbers of another kind, and of
-    /// kinds without a standard unit, stay as they are. A sign is text. An unknown unit counts as
-    /// none: with "" or "*" its number becomes 0.
+    /// Returns \a text with every number that has a unit directly behind it rewritten as the bare
+    /// number in \a units, or, with "*", in the standard unit of its kind. Numbers of another kind
+    /// stay as they are, and with "*" also those whose kind has no standard unit. A sign counts as
+    /// text. An unknown unit counts as unitless: with "" or "*" its number becomes 0.
     static QString convertAll(QString text, QString units);
 
-    /// Compares the exponents of the numbers \a a and \a b as if they were units, and reports a
-    /// difference in kind; there is none unless the table knows such a unit.
+    /// Compares the exponents of the numbers \a a and \a b as if they were units, and reports if
+    /// their kinds differ. They differ only if the table knows one of them as a unit.
     static void check(QString a, QString b);
 
-    /// \a unit, followed by the other names of its kind in ascending order, remembered unknown ones
-    /// included.
+    /// \a unit, followed by the other names of its kind in ascending order. Unknown names that the
+    /// table remembers are included.
     static QStringList compatibleUnits(QString unit);
 
     /// The table as text: a heading, then a line "KIND: UNIT, UNIT" for each kind, sorted.
@@ -148,7 +151,7 @@ public:
     static QStringList standardUnits;         ///< preferred units, at most one of a kind
 
     static QString currentExpression; ///< the expression being evaluated, as given
-    static int commaCount;            ///< "," applied since the last ")"
+    static int commaCount;            ///< how many "," were applied since the last ")"
     static Stack<Value> val;          ///< operands
     static Stack<Operator> op;        ///< pending operators
 
