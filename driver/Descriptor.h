@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-/// Owns a file descriptor of the system's.
+/// Owns a file descriptor.
 class Descriptor
 {
 public:
@@ -44,7 +44,7 @@ struct DirectoryCloser {
 /// Owns a directory that is being listed.
 using Directory = std::unique_ptr<DIR, DirectoryCloser>;
 
-/// How a directory is opened that is only entered or asked about; it need not be readable for that.
+/// The access for a directory that we only enter or ask about. With O_PATH it need not be readable.
 #ifdef O_PATH
 constexpr int asPlace = O_PATH;
 #else

@@ -1,11 +1,11 @@
-// Two drivers may be at work in one directory, and by mistake with the same script. Then the second
-// must not take the directory that the first is in for a leftover; so each locks the directory of
-// its run. The lock is the system's, on the directory itself, and ends with the process however
-// that ends. Where the file system knows no locks, we go on without.
+// Two drivers may be at work in one directory, and by mistake with the same script. The second one
+// must not take the directory in which the first one is running for a leftover. So each driver
+// locks the directory of its run. The system keeps the lock on the directory itself, and drops it
+// when the process ends, in whatever way. On a file system without locks we go on without one.
 //
 // A program may outlive the driver that started it, and go on writing into what is now a leftover.
-// Its files must not be taken for those of the new run. So a leftover is moved to a name of its own
-// first, and removed there; the program goes with it.
+// Its files must not be taken for those of the new run. So we first give the leftover another name,
+// and then remove it there. The program goes on in the directory with the other name.
 
 #include "RunDirectory.h"
 
@@ -37,7 +37,7 @@ bool isStillNamed(const Descriptor &directory, const char *path)
     return statusOf(directory, opened) && lstat(path, &named) == 0 && isSameFile(opened, named);
 }
 
-/// True if \a error says that we may not do something, now and later.
+/// True if \a error says that we have no permission, so that it makes no sense to try again.
 bool isOfPermission(int error)
 {
     return error == EACCES || error == EPERM;
@@ -62,21 +62,21 @@ bool RunDirectory::enter()
         make();
         inUse = !claim();
     }
-    // By its descriptor: something else may have that name by now.
+    // We enter it by its descriptor, because something else may have its name by now.
     return !inUse && claimed.isOpen() && fchdir(claimed.get()) == 0;
 }
 
-/// Makes the directory; false if something of that name is there, or it cannot be made.
+/// Makes the directory. Returns false if something has its name, or if it cannot be made.
 bool RunDirectory::make()
 {
-    constexpr mode_t allMayUse = 0777; // less what the process masks out
+    constexpr mode_t allMayUse = 0777; // the umask of the process removes some of them
     const bool isNew = mkdir(path, allMayUse) == 0;
     mustBeThere = isNew || errno == EEXIST;
     return isNew;
 }
 
-/// Opens and locks the directory, if it is one; false if another driver has it, or had it and took
-/// it away meanwhile.
+/// Opens and locks the directory, if it is one. Returns false if another driver is at work in it,
+/// or was, and has removed it meanwhile.
 bool RunDirectory::claim()
 {
     claimed = openDirectory(path, O_RDONLY | O_NOFOLLOW);
@@ -96,7 +96,7 @@ void RunDirectory::clear()
     if (!claimed.isOpen()) {
         struct stat status = {};
         if (lstat(path, &status) == 0 && S_ISLNK(status.st_mode))
-            unlink(path); // which no directory is, not even one that another driver just made
+            unlink(path); // spares a directory that another driver may just have made there
         return;
     }
     if (!statusOf(claimed, leftover) || !moveAside())
@@ -105,7 +105,7 @@ void RunDirectory::clear()
         aside = QByteArray();
 }
 
-/// Gives the leftover another name, one that nothing has; false if it cannot be moved.
+/// Gives the leftover a name that nothing else has. Returns false if it cannot be moved.
 bool RunDirectory::moveAside()
 {
     const QByteArray prefix = "talmo_test-leftover-" + QByteArray::number(getpid()) + '-';
@@ -120,8 +120,8 @@ bool RunDirectory::moveAside()
     return false;
 }
 
-/// Removes the leftover that was moved aside; false if something stays. A program may make files
-/// there meanwhile, so we try again, but not for long: it may be quicker than we are.
+/// Removes the leftover that was moved aside. Returns false if something stays. A program may make
+/// files there meanwhile, so we try again, but not for long, because the program may be quicker.
 bool RunDirectory::removeAside()
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(1);
@@ -134,7 +134,7 @@ bool RunDirectory::removeAside()
     return false;
 }
 
-/// Removes \a directory if it is the one with \a identity; false if something stays.
+/// Removes \a directory if it is the one with \a identity. Returns false if something stays.
 bool RunDirectory::removeIf(const struct stat &identity, const QByteArray &directory)
 {
     const bool isRemoved = removeDir(directory, &identity, &obstacle);
@@ -145,7 +145,8 @@ bool RunDirectory::removeIf(const struct stat &identity, const QByteArray &direc
 
 void RunDirectory::leave()
 {
-    // Not "..": from a directory that was removed, moved, or closed to us, that leads elsewhere.
+    // From a directory that was removed or moved, or that is closed to us, ".." does not lead
+    // there.
     [[maybe_unused]] const bool isBack = fchdir(above.get()) == 0;
 }
 

@@ -9,28 +9,30 @@
 
 #include <sys/stat.h>
 
-/// The directory of one run: made below the current directory, which it replaces until it is left.
-/// While the object lives, no other driver takes the directory for a leftover. Only what was
-/// entered is ever written into or removed, whatever else takes its name.
+/// The directory of one run. It is made below the current directory, and is the current directory
+/// itself until it is left. While the object lives, no other driver takes the directory for a
+/// leftover. We only ever write into and remove the directory that was entered, even if something
+/// else takes its name.
 class RunDirectory
 {
 public:
     explicit RunDirectory(const QString &directoryName);
 
-    /// Makes the directory and enters it; false if that is not possible. What an earlier run left
-    /// there is removed. As far as that is not permitted, the run takes place among it.
+    /// Makes the directory and enters it. Returns false if that is not possible. Removes what an
+    /// earlier run left there; what we are not permitted to remove stays in the directory of the
+    /// run.
     bool enter();
 
-    /// True if that is not possible because another driver is at work in it.
+    /// True if enter failed because another driver is at work in the directory.
     bool isInUse() const { return inUse; }
 
-    /// Goes back to where enter began, whatever became of the directory meanwhile.
+    /// Goes back to where enter began, even if the directory was moved or removed meanwhile.
     void leave();
 
     /// Removes the directory that was left.
     void remove();
 
-    /// What stays although nobody would expect it, and why, in a sentence each.
+    /// A sentence for each thing that stays on the disk although nobody would expect it.
     QByteArrayList remarks() const;
 
 private:
@@ -44,10 +46,10 @@ private:
     QByteArray path; ///< as the system takes it
     Descriptor above;
     Descriptor claimed;       ///< the directory, locked
-    bool mustBeThere = false; ///< unless another driver took it away
+    bool mustBeThere = false; ///< if it is missing, another driver took it away
     bool inUse = false;
-    QByteArray aside;          ///< where the leftover is that could not be removed; null if nowhere
-    struct stat leftover = {}; ///< its identity
+    QByteArray aside;          ///< where a leftover was moved that could not be removed, or null
+    struct stat leftover = {}; ///< the identity of the leftover
     Obstacle obstacle;         ///< of the latest removal
-    QByteArrayList mounted;    ///< where removals met other file systems
+    QByteArrayList mounted;    ///< where removals found other file systems
 };

@@ -1,3 +1,8 @@
+// A script that is not found is not run, and nobody notices. So selecting scripts must never miss
+// one silently: every call of the system is checked, and lack of memory is an error like any other.
+// An error that concerns one name only tells that this name is no script; any other error could
+// hide scripts, so it is reported to the caller.
+
 #include "ScriptFolder.h"
 
 #include "Descriptor.h"
@@ -25,8 +30,8 @@ namespace Talmo
 namespace
 {
 
-/// True if \a error concerns one name alone, which is then no script: it is a link that leads
-/// nowhere, or to where we may not go, or a file that was removed or may not be read.
+/// True if \a error concerns only one name, which is then no script: it is a link that leads
+/// nowhere or to a place where we may not go, or it is a file that was removed or may not be read.
 bool isOfOneName(int error)
 {
     return error == ENOENT || error == ENOTDIR || error == ELOOP || error == EACCES;
@@ -44,7 +49,7 @@ QByteArray executable()
     char path[PATH_MAX];
     if (realpath("/proc/self/exe", path) != nullptr)
         return path;
-    return QFile::encodeName(QCoreApplication::applicationFilePath()); // where there is no /proc
+    return QFile::encodeName(QCoreApplication::applicationFilePath()); // there is no /proc
 }
 
 } // namespace
@@ -68,7 +73,7 @@ bool ScriptFolder::list(const QByteArray &path)
 bool ScriptFolder::select(const QString &pattern, QStringList &names)
 {
     const auto isSpecial = [](QChar character) { return QStringView(u"*?[").contains(character); };
-    // Where a shell has expanded a pattern there are thousands of names: each is looked up.
+    // A shell may have expanded a pattern to thousands of names, so a plain name is looked up.
     const bool isWildcard = std::any_of(pattern.begin(), pattern.end(), isSpecial);
     try {
         return isWildcard ? selectByWildcard(pattern, names) : selectByName(pattern, names);
@@ -83,7 +88,7 @@ bool ScriptFolder::readNames()
     if (!directory)
         return fail(errno);
     for (;;) {
-        errno = 0; // the only way to tell the end from a failure
+        errno = 0; // readdir returns null at the end, and also on failure, but then it sets errno
         const dirent *const found = readdir(directory.get());
         if (found == nullptr)
             break;
@@ -102,7 +107,7 @@ bool ScriptFolder::readNames()
 
 bool ScriptFolder::selectByName(const QString &name, QStringList &names)
 {
-    if (namesByFolded.empty()) { // not a QHash: that ends the process where memory does
+    if (namesByFolded.empty()) { // no QHash, because that ends the process when memory runs out
         for (const Entry &entry : entries)
             namesByFolded[entry.name.toCaseFolded()] += entry.name;
     }
@@ -110,7 +115,8 @@ bool ScriptFolder::selectByName(const QString &name, QStringList &names)
     if (found == namesByFolded.end())
         return true;
     for (const QString &candidate : std::as_const(found->second)) {
-        // A wildcard takes letters one by one, so that no "ss" is the same as a sharp s.
+        // Folding makes "ss" of a sharp s. We compare letter by letter, as a wildcard does, and so
+        // take them for different names.
         const bool isMeant = candidate.compare(name, Qt::CaseInsensitive) == 0;
         if (isMeant && !appendIfReadable(candidate, names))
             return false;
@@ -123,11 +129,11 @@ bool ScriptFolder::selectByWildcard(const QString &pattern, QStringList &names)
     errno = 0;
     const QRegularExpression wildcard(QRegularExpression::wildcardToRegularExpression(pattern),
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
-    if (!wildcard.isValid()) // such as "["; it matches nothing
+    if (!wildcard.isValid()) // an invalid pattern such as "[" matches nothing
         return errno != ENOMEM || fail(ENOMEM);
     for (const Entry &entry : entries) {
         const QRegularExpressionMatch match = wildcard.match(entry.name);
-        if (!match.isValid()) // it needs more memory, or more time, than there is
+        if (!match.isValid()) // matching needs more memory, or more time, than there is
             return fail(ENOMEM);
         if (match.hasMatch() && !appendIfReadable(entry.name, names))
             return false;
@@ -135,13 +141,13 @@ bool ScriptFolder::selectByWildcard(const QString &pattern, QStringList &names)
     return true;
 }
 
-/// Appends \a name to \a names if it is a readable file; false if that cannot be found out.
+/// Appends \a name to \a names if it is a readable file. Returns false if that cannot be found out.
 bool ScriptFolder::appendIfReadable(const QString &name, QStringList &names)
 {
     const QByteArray path = folder + '/' + QFile::encodeName(name);
     struct stat status = {};
-    if (lstat(path, &status) !=
-        0) // anything but ENOENT: we may not look at what is in the directory
+    // Any error but ENOENT says that we may not look at what is in the directory.
+    if (lstat(path, &status) != 0)
         return errno == ENOENT || fail(errno);
     const bool isLink = S_ISLNK(status.st_mode);
     if (isLink && stat(path, &status) != 0)
@@ -161,7 +167,7 @@ QByteArray workingDirectory()
     if (getcwd(path, sizeof path) != nullptr)
         return path;
     if (errno == ERANGE)
-        errno = ENAMETOOLONG; // nor could the scripts be opened by it
+        errno = ENAMETOOLONG; // scripts could not be opened by such a path either
     return {};
 }
 
@@ -172,7 +178,7 @@ QByteArray distributionDirectory()
     struct stat status = {};
     const bool isThere =
         stat(folder, &status) == 0 ? S_ISDIR(status.st_mode) : errno != ENOENT && errno != ENOTDIR;
-    return isThere ? folder : above; // Deliberate: without it, the directory above serves
+    return isThere ? folder : above; // Deliberate: without "test", the directory above serves
 }
 
 } // namespace Talmo

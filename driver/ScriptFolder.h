@@ -10,19 +10,20 @@
 namespace Talmo
 {
 
-/// The files of one directory, from which scripts are selected by name. It is listed once, by the
-/// system's own calls: QDir does not tell that it could not see everything, and scripts that are
-/// silently missing look like a success.
+/// The files of one directory, from which scripts are selected by name. The directory is listed
+/// once, with the system's own calls: QDir does not tell when it could not see everything, and a
+/// script that is silently missing would look like a success.
 class ScriptFolder
 {
 public:
-    /// Lists the directory \a path, "." for the working directory. False if not all of it can be
-    /// listed; error() then says why.
+    /// Lists the directory \a path; "." is the working directory. Returns false if not all of it
+    /// can be listed; error() then says why.
     bool list(const QByteArray &path);
 
-    /// Appends to \a names the readable files that match the wildcard \a pattern, sorted by name;
-    /// case does not count in either. A link to a file is one. Passed over are hidden files, and
-    /// those whose names are no text. False if that cannot be found out; error() then says why.
+    /// Appends to \a names the readable files that match the wildcard \a pattern, sorted by name.
+    /// Upper and lower case are the same, both for matching and for sorting. A link to a file
+    /// counts as a file. Hidden files and files whose names are no valid text are passed over.
+    /// Returns false if it cannot be found out which files match; error() then says why.
     bool select(const QString &pattern, QStringList &names);
 
     /// Why list or select failed, in the words of the system.
@@ -42,16 +43,16 @@ private:
 
     QByteArray folder;
     std::vector<Entry> entries;                   // sorted
-    std::map<QString, QStringList> namesByFolded; // filled once it is asked
+    std::map<QString, QStringList> namesByFolded; // filled when it is needed first
     QByteArray reason;
 };
 
-/// The working directory as the system names it, which need not be text in any encoding. Null if it
-/// has no name, since it was removed or its path is too long; errno tells which.
+/// The path of the working directory in the system's own bytes, which need not be text in any
+/// encoding. Null if it was removed or its path is too long; errno tells which.
 QByteArray workingDirectory();
 
-/// The directory of the distribution's scripts: "test" beside the directory of the executable, or
-/// the level above if there is none.
+/// The directory of the distribution's scripts: "../test", seen from the directory of the
+/// executable, or ".." if there is no such directory.
 QByteArray distributionDirectory();
 
 } // namespace Talmo

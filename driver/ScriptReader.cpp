@@ -41,8 +41,8 @@ QString ScriptReader::readLine()
 std::string_view ScriptReader::readUntil(std::string_view prefix)
 {
     const size_t start = next;
-    // In most bodies the prefix is rarer than newlines. A line that has it elsewhere is passed
-    // over.
+    // We search for the prefix, because in most texts it is rarer than newlines. Where it does not
+    // begin a line, the rest of that line is passed over.
     size_t found = text.find(prefix, start);
     while (found < text.size() && found != start && text[found - 1] != '\n')
         found = text.find(prefix, text.find('\n', found));

@@ -8,22 +8,23 @@
 namespace Talmo
 {
 
-/// A script in memory, read once: its lines, and the position of the next one. Text mode, as in
-/// LineReader. Lines are UTF-8; readUntil hands out bytes, whatever their encoding.
+/// A script, read into memory once: its lines, and the position of the next one. It is read in text
+/// mode, as LineReader reads. Lines are UTF-8; readUntil returns bytes, whatever their encoding.
 class ScriptReader
 {
 public:
-    /// Reads \a path, as the system takes it, whole; false if that fails.
+    /// Reads the whole file \a path, which is in the system's own bytes. Returns false if that
+    /// fails.
     bool open(const QByteArray &path);
 
-    /// What a message that open failed should add; usually nothing.
+    /// Text to append to a message that open failed; usually empty.
     const QString &remark() const { return addition; }
 
     /// The next line, without its end; null at the end of the script. An empty line is not null.
     QString readLine();
 
-    /// Moves to the next line that begins with \a prefix, at its very first byte, or to the end of
-    /// the script. Returns all lines passed over, with their ends.
+    /// Moves to the next line whose first bytes are \a prefix, or to the end of the script. Returns
+    /// all lines that were passed over, with their ends.
     std::string_view readUntil(std::string_view prefix);
 
     size_t position() const { return next; }

@@ -1,3 +1,8 @@
+// A grid has many points, but only few different x and y, and writing numbers as text takes most of
+// the time. So the text of each x is made once for its row, and the text of each y once for all
+// rows, together with what is the same for all points. Only the number of the point is written anew
+// for each line. The lines are collected in a block, which is passed on when it is full.
+
 #include "TestBeam.h"
 
 #include "talmo/Numbers.h"
@@ -33,8 +38,9 @@ std::string number(double value)
     return text;
 }
 
-/// What stands between x and the running number of each point: y, and what is the same for all.
-/// Each text is made once, but for so many that they would fill the memory.
+/// The texts between x and the number of each point: y, and what is the same for all points. Each
+/// text is made once and kept. If there are very many y, only the first ones are kept, or they
+/// would fill the memory.
 class MiddleTexts
 {
 public:
@@ -51,7 +57,7 @@ public:
         }
     }
 
-    /// That of the points with the y of number \a j; valid until the next call.
+    /// The text for the points with y number \a j. Valid until the next call.
     std::string_view operator[](int j)
     {
         const auto index = static_cast<size_t>(j);
@@ -67,12 +73,12 @@ private:
     double first;
     double step;
     std::string afterY;
-    std::string made;         // one behind the other,
-    std::vector<size_t> ends; // and where each ends
+    std::string made;         // the texts that are kept, one behind the other
+    std::vector<size_t> ends; // where each of them ends
     std::string latest;
 };
 
-/// Text on its way to a file.
+/// Collects text, and passes it on to a file in large pieces.
 class Block
 {
 public:
@@ -82,7 +88,7 @@ public:
     {
     }
 
-    /// Sees to it that there is room for a line; false if the file takes no more.
+    /// Makes room for a line. Returns false if the file takes no more.
     bool makeRoom() { return used < blockSize || flush(); }
 
     bool flush()

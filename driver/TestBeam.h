@@ -20,18 +20,20 @@ struct TestBeam {
     int pdgId = 0; ///< particle code in the Particle Data Group's numbering
     double pz = 0;
 
-    /// Takes the nine values of \a words, in the order of the members, from index \a first on;
-    /// false if one is no number of its kind, or a count is below 2.
+    /// Takes the nine values, in the order of the members, from \a words, from index \a first on.
+    /// Returns false if one is no number of its type, or if nx or ny is below 2.
     bool parse(const QStringList &words, int first);
 
-    /// Takes a piece of a file; false if it takes no more.
+    /// Takes a piece of a file. Returns false if it takes no more.
     using Sink = std::function<bool(std::string_view text)>;
 
-    /// Writes the beam as a track file: a line with \a title, one that names the columns, and a
-    /// line for each grid point, y running fastest. Stops early when \a file takes no more.
+    /// Writes the beam as a track file: a line with \a title, a line that names the columns, and a
+    /// line for each grid point. y changes from line to line, x only after all y. Stops early
+    /// if \a file takes no more.
     void write(const QString &title, const Sink &file) const;
 
-    /// Running number, from 1, of the point in row \a i (of x) and column \a j, both from 0.
+    /// The number of the point with x number \a i and y number \a j. Points count from 1, \a i and
+    /// \a j from 0.
     qint64 eventId(int i, int j) const { return 1 + static_cast<qint64>(i) * ny + j; }
 };
 

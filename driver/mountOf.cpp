@@ -9,7 +9,7 @@
 namespace
 {
 
-/// 0 if /proc does not tell.
+/// The number of the mount as /proc tells it; 0 if it does not.
 std::uint64_t mountToldByProc(int descriptor)
 {
     QFile info(QStringLiteral("/proc/self/fdinfo/%1").arg(descriptor));

@@ -1,7 +1,7 @@
-// Works from directory to directory by their descriptors, with no more than two open at a time: so
-// no path is too long, no tree is too deep, and no name can come to mean something else on the way.
-// The way back up is "..", which must lead to where the way down began. Nor does it lead into
-// another mount: all is in the one that the directory's name stands in.
+// We work from directory to directory by their descriptors, with at most two open at a time. So no
+// path is too long, no tree is too deep, and no name can come to mean something else on the way. We
+// go back up by "..", and check that it leads to the directory from which we went down. We never go
+// into another mount: everything must be in the mount in which the name of the directory stands.
 
 #include "removeDir.h"
 
@@ -26,15 +26,15 @@ namespace
 
 struct Entry {
     std::string name;
-    bool comesFirst;  ///< a directory, or a link to one
-    bool isDirectory; ///< itself
+    bool comesFirst;  ///< it is a directory, or a link to one
+    bool isDirectory; ///< it is a directory itself
 };
 
-/// A directory on the way down to the one at hand, which is the last.
+/// A directory on the way down. The last level is the directory that is being emptied.
 struct Level {
     std::string name;
-    std::vector<Entry> entries; ///< those still to be removed, the next one last
-    struct stat identity;       ///< known once the way goes on from here
+    std::vector<Entry> entries; ///< what is still to be removed, the next entry at the end
+    struct stat identity;       ///< set when we go further down from here
 };
 
 bool isDirectory(int parent, const char *name, int flags)
@@ -53,7 +53,7 @@ Entry entryOf(int parent, const dirent &found)
     return {name, itself || (mayLead && isDirectory(parent, name, 0)), itself};
 }
 
-/// The entries of \a directory, the one to be removed first at the end.
+/// The entries of \a directory. The one to be removed first is at the end.
 std::vector<Entry> entriesOf(DIR *directory)
 {
     std::vector<Entry> entries;
@@ -78,8 +78,8 @@ QByteArray directoryOf(const QByteArray &path)
 class Removal
 {
 public:
-    /// Removes the directory or link \a path; if there is an \a identity, only the directory that
-    /// has it.
+    /// Removes the directory or link \a path. If there is an \a identity, removes only the
+    /// directory that has it.
     bool run(const QByteArray &path, const struct stat *identity);
 
     Obstacle obstacle;
@@ -94,8 +94,8 @@ private:
     bool isMounted(int descriptor, const char *name);
     bool fail();
 
-    std::uint64_t mount = 0; ///< that all must be in
-    Directory directory;     ///< the one at hand; none for that of the process
+    std::uint64_t mount = 0; ///< the mount in which everything must be
+    Directory directory;     ///< the one that is being emptied; null for the working directory
     std::vector<Level> levels;
 };
 
@@ -113,10 +113,10 @@ bool Removal::run(const QByteArray &path, const struct stat *identity)
         return false;
     if (isEntered)
         return removeContents();
-    return !directory && (rmdir(path) == 0 || fail()); // one that cannot be read may be empty
+    return !directory && (rmdir(path) == 0 || fail()); // it cannot be read, but may be empty
 }
 
-/// Notes why a call has just failed, unless an earlier one did.
+/// Notes why a call has just failed, unless an earlier call failed. Returns false.
 bool Removal::fail()
 {
     if (obstacle.error == 0)
@@ -124,7 +124,7 @@ bool Removal::fail()
     return false;
 }
 
-/// Whether \a name, open as \a descriptor, is in another mount than the rest; notes it if so.
+/// Whether \a name, open as \a descriptor, is in another mount than the rest. If so, notes it.
 bool Removal::isMounted(int descriptor, const char *name)
 {
     if (mountOf(descriptor) == mount)
@@ -153,22 +153,22 @@ bool Removal::removeContents()
     return true;
 }
 
-/// Makes the directory \a name of the one at hand the one at hand.
+/// Opens \a name, seen from the directory that is being emptied, to be emptied next.
 bool Removal::open(const char *name, int flags)
 {
     const int descriptor = openat(here(), name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags);
     if (descriptor < 0)
         return false;
     directory.reset(fdopendir(descriptor));
-    if (!directory) // no memory for it
+    if (!directory) // there is no memory for it
         close(descriptor);
     return directory != nullptr;
 }
 
-/// Goes down to \a name.
+/// Goes down into the directory \a name.
 bool Removal::enter(const char *name)
 {
-    // Fails only with the disk; then there would be no way back up.
+    // fstat fails only if the disk is broken. Without the identity we could not go back up.
     const bool known = levels.empty() || fstat(here(), &levels.back().identity) == 0;
     if (!known || !open(name, O_NOFOLLOW))
         return fail();
@@ -178,7 +178,7 @@ bool Removal::enter(const char *name)
     return true;
 }
 
-/// Goes up and removes the directory left behind, which is empty.
+/// Goes up, and removes the directory that we came from, which is empty.
 bool Removal::leave()
 {
     const std::string name = std::move(levels.back().name);
@@ -189,7 +189,7 @@ bool Removal::leave()
         struct stat status = {};
         if (!open("..", 0) || fstat(here(), &status) != 0)
             return fail();
-        if (!isSameFile(status, levels.back().identity)) { // somebody moved a directory of ours
+        if (!isSameFile(status, levels.back().identity)) { // somebody moved the directory
             obstacle.error = ESTALE;
             return false;
         }
@@ -201,11 +201,11 @@ bool Removal::removeEntry(const Entry &entry)
 {
     const char *const name = entry.name.c_str();
     if (entry.isDirectory)
-        return unlinkat(here(), name, AT_REMOVEDIR) == 0 || enter(name); // it may be empty
+        return unlinkat(here(), name, AT_REMOVEDIR) == 0 || enter(name); // it may be empty already
     if (unlinkat(here(), name, 0) == 0)
         return true;
     fail();
-    if (obstacle.error == EBUSY) // a file, too, can have another one mounted on it
+    if (obstacle.error == EBUSY) // another file may be mounted on this one
         isMounted(Descriptor(openat(here(), name, asPlace | O_NOFOLLOW | O_CLOEXEC)).get(), name);
     return false;
 }

@@ -6,7 +6,7 @@
 // factor 0. So a look-up may move what an earlier one has returned.
 //
 // This file has the table, values, the entry points of expressions, and the services on texts.
-// UnitsEvaluator.cpp continues the class with the evaluator itself.
+// UnitsScan.cpp and UnitsApply.cpp continue the class with the evaluator itself.
 
 #include "talmo/Units.h"
 
@@ -21,9 +21,6 @@
 #include <optional>
 #include <string_view>
 #include <utility>
-
-// The table, values, the entry points of expressions, and the services on texts. The evaluator
-// itself continues the class in UnitsScan.cpp and UnitsApply.cpp.
 
 namespace Talmo
 {

@@ -11,9 +11,10 @@
 namespace
 {
 
-int latestError = 0; // of writing the report
+int latestError = 0; // why writing the report failed last
 
-/// Writes \a size bytes of \a text to standard output; 0, as fopencookie wants it, if that fails.
+/// Writes \a size bytes of \a text to standard output. Returns 0 if that fails, as fopencookie
+/// wants.
 ssize_t writeAll(void * /*cookie*/, const char *text, size_t size)
 {
     for (size_t done = 0; done < size;) {
@@ -35,7 +36,7 @@ ssize_t writeAll(void * /*cookie*/, const char *text, size_t size)
 
 void occupyStandardStreams()
 {
-    // For reading: what is printed still cannot be written, and that is told in the end.
+    // We open it for reading. So printing still fails, and reportIsWritten reports that in the end.
     int descriptor = STDIN_FILENO;
     while (descriptor >= 0 && descriptor <= STDERR_FILENO)
         descriptor = open("/dev/null", O_RDONLY);
@@ -48,7 +49,7 @@ void waitForReaders()
     cookie_io_functions_t writing = {};
     writing.write = writeAll;
     FILE *const patient = fopencookie(nullptr, "w", writing);
-    if (patient == nullptr) // no memory: there is still the usual one
+    if (patient == nullptr) // there is no memory for it, and stdout stays what it is
         return;
     std::setvbuf(patient, nullptr, isatty(STDOUT_FILENO) != 0 ? _IOLBF : _IOFBF, BUFSIZ);
     stdout = patient;

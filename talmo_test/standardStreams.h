@@ -1,13 +1,14 @@
 #pragma once
 
-/// Opens what is closed of standard input, output and error, so that no file of the tests takes its
-/// place: what is printed would go there.
+/// Opens whichever of standard input, output and error is closed. Otherwise a file of the tests
+/// would take its place, and what is printed would go into that file.
 void occupyStandardStreams();
 
-/// From here on, standard output waits as long as a pipe is full, also if another program that has
-/// the same pipe open has told it not to; otherwise the rest of the report would be lost.
+/// From here on, standard output waits as long as a pipe is full, even if another program that has
+/// the same pipe open has told the pipe not to wait. Otherwise the rest of the report would be
+/// lost.
 void waitForReaders();
 
-/// Writes out what was printed. False, with a word on standard error, if something that was printed
-/// since waitForReaders is lost.
+/// Writes out what was printed. If something that was printed since waitForReaders is lost, says so
+/// on standard error and returns false.
 bool reportIsWritten();
