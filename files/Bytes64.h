@@ -9,13 +9,14 @@
 namespace Talmo
 {
 
-/// Sixty-four bytes, asked all at once: each answer has a bit for every byte, the first one lowest.
+/// Sixty-four bytes that are all looked at together. Each answer has a bit for every byte; the bit
+/// of the first byte is the lowest.
 class Bytes64
 {
 public:
     using Bits = std::uint64_t;
 
-    /// The 64 bytes from \a bytes on; they must stay where they are.
+    /// Takes the 64 bytes from \a bytes on, which must stay where they are.
     explicit Bytes64(const char *bytes);
 
     /// Which bytes are one of \a characters.
@@ -51,7 +52,7 @@ private:
 #endif
 };
 
-#ifdef __SSE2__ // on every x86-64
+#ifdef __SSE2__ // every x86-64 processor has it
 
 inline Bytes64::Bytes64(const char *bytes)
 {

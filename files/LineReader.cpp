@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr size_t smallestBlock = 1 << 12;
-// Larger ones would fall out of the processor's cache between being read and being looked at.
+// A larger block would leave the processor's cache before it is looked at.
 constexpr size_t largestBlock = 1 << 18;
 
 } // namespace
@@ -46,7 +46,7 @@ std::string_view LineReader::window()
     return {buffer.get() + next, std::max(linesEnd, next) - next};
 }
 
-/// Reads until there is a whole line, or nothing more.
+/// Reads until there is a whole line in memory, or nothing more to read.
 void LineReader::readWholeLine()
 {
     while (next >= linesEnd && !ended)
@@ -70,12 +70,13 @@ void LineReader::readBlock()
     end = kept + static_cast<size_t>(count);
     const size_t newline = std::string_view(buffer.get() + kept, end - kept).rfind('\n');
     linesEnd = newline == std::string_view::npos ? 0 : kept + newline + 1;
-    std::memset(buffer.get() + end, 0, padding); // to have been written, no more
+    // Never judged, only read past; cleared so that no tool calls it uninitialised.
+    std::memset(buffer.get() + end, 0, padding);
     ended = count == 0;
 }
 
-/// Moves what is kept to the front, and sees to it that half as much can be read behind it; false
-/// if there is no memory for that.
+/// Moves what is kept to the front, and makes room to read at least half as much behind it. Returns
+/// false if there is no memory for that.
 bool LineReader::makeRoom()
 {
     const size_t kept = end - next;
@@ -84,7 +85,7 @@ bool LineReader::makeRoom()
             std::memmove(buffer.get(), buffer.get() + next, kept);
         return true;
     }
-    const auto wholeFile = static_cast<size_t>(file.sizeAtOpening()) + 1; // 1 more, to see the end
+    const auto wholeFile = static_cast<size_t>(file.sizeAtOpening()) + 1; // 1 more finds the end
     capacity = std::max(std::clamp(wholeFile, smallestBlock, largestBlock), 2 * kept);
     std::unique_ptr<char[]> larger(new (std::nothrow) char[capacity + padding]);
     if (!larger)

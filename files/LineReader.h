@@ -16,15 +16,15 @@ namespace Talmo
 class LineReader
 {
 public:
-    /// How many bytes may be read behind a line or a window: with these, those who look at many
-    /// bytes at once need not ask where the last one is. What they hold means nothing.
+    /// How many bytes may be read behind a line or a window. So code that looks at many bytes at
+    /// once need not ask where the last one is. What these bytes hold means nothing.
     static constexpr size_t padding = 64;
 
-    /// Opens \a fileName; false if it cannot be read.
+    /// Opens \a fileName. Returns false if it cannot be read.
     bool open(const QString &fileName);
 
-    /// Moves to the next line; false at the end of the file, or when reading failed.
-    /// \a line, without its end, is valid until the next call.
+    /// Moves to the next line. Returns false at the end of the file, or if reading failed. \a line
+    /// comes without its newline and is valid until the next call.
     bool readLine(std::string_view &line);
 
     /// The lines that come next, as many as are in memory, with their newlines: at least one,
@@ -32,13 +32,13 @@ public:
     /// next call.
     std::string_view window();
 
-    /// Passes over the first \a length bytes of window(), whole lines.
+    /// Passes over the first \a length bytes of window(), which must be whole lines.
     void skip(size_t length) { next += length; }
 
     /// True if the lines ended because reading failed, or because one is too long for memory.
     bool failed() const { return file.failed() || outOfMemory; }
 
-    /// What a message about that should add; usually nothing.
+    /// Text to append to a message about that; usually empty.
     QString remark() const { return file.remark(); }
 
 private:
@@ -47,13 +47,13 @@ private:
     bool makeRoom();
 
     DiskFile file;
-    std::unique_ptr<char[]> buffer; // text mode applied; padding beyond its capacity
+    std::unique_ptr<char[]> buffer; // what was read, in text mode; the padding is beyond capacity
     size_t capacity = 0;
-    size_t next = 0;     // where the lines not yet handed out begin,
-    size_t linesEnd = 0; // where the last whole one ends,
-    size_t end = 0;      // and what was read
-    bool begun = false;  // past a byte order mark
-    bool ended = false;  // nothing more to read
+    size_t next = 0;     // where the lines begin that were not handed out yet
+    size_t linesEnd = 0; // where the last whole line ends
+    size_t end = 0;      // where that which was read ends
+    bool begun = false;  // a byte order mark has been passed over
+    bool ended = false;  // there is nothing more to read
     bool outOfMemory = false;
 };
 

@@ -1,10 +1,12 @@
-// The proof that a line holds numbers, for sixty-four bytes at once. Each kind of character is a
-// word of bits. Another such word holds one cursor for each of the line's words; all cursors move
-// at once over the parts that a number may have: a sign, digits, a point and digits, an exponent.
-// The words are numbers if every cursor then stands at a blank. Adding the cursors to the bits of
-// the digits moves them over the digits: the carry runs through a run of ones, and stops behind it.
+// Proves that a line holds numbers, for sixty-four bytes at once. For each kind of character there
+// are sixty-four bits, which tell where it stands. Sixty-four other bits hold a cursor for each
+// word of the line. All cursors move at once over the parts that a number may have: a sign, digits,
+// a point and digits, an exponent. The words are numbers if every cursor then stands at a blank.
+// Adding the cursors to the bits of the digits moves them over the digits: the carry runs through a
+// run of ones and stops behind it.
 //
-// Sixty-four bytes begin where a word begins, and count up to the last word that ends in them.
+// Of sixty-four bytes we judge the words that end in them. The next sixty-four bytes begin behind
+// the last of these words.
 
 #include "NumberLine.h"
 
@@ -22,20 +24,20 @@ namespace
 using Bits = Bytes64::Bits;
 static_assert(sizeof(Bits) * 8 <= LineReader::padding);
 
-/// Moves the \a cursors that stand at one of \a bits behind it.
+/// Moves those \a cursors that stand at one of \a bits behind it.
 Bits stepOver(Bits cursors, Bits bits)
 {
     return (cursors & bits) << 1 | (cursors & ~bits);
 }
 
-/// Moves the \a cursors that stand in a run of \a bits behind its end.
+/// Moves those \a cursors that stand in a run of \a bits behind its end.
 Bits runOver(Bits cursors, Bits bits)
 {
     return (cursors + bits) & ~bits;
 }
 
-/// Whether an exponent begins at each of \a cursors. One of three digits is left to others: it may
-/// be too large for a double.
+/// Whether an exponent stands between each of \a cursors and the next blank. An exponent of three
+/// digits does not count here, because its number may be too large for a double.
 bool areExponents(Bits cursors, Bits blanks, Bits digits, Bits signs, const Bytes64 &bytes)
 {
     const Bits letters = bytes.anyOf('e', 'E');
@@ -51,7 +53,7 @@ bool areNumbers(Bits starts, Bits blanks, const Bytes64 &bytes)
     const Bits points = bytes.anyOf('.');
     const Bits signs = bytes.anyOf('+', '-');
     const Bits whole = stepOver(starts, signs);
-    const Bits bare = whole & ~digits; // these need a point and a digit
+    const Bits bare = whole & ~digits; // at these cursors there must be a point and a digit
     if ((stepOver(bare, points) & ~digits) != 0)
         return false;
     const Bits fraction = stepOver(runOver(whole, digits), points);
@@ -59,7 +61,7 @@ bool areNumbers(Bits starts, Bits blanks, const Bytes64 &bytes)
     return unfinished == 0 || areExponents(unfinished, blanks, digits, signs, bytes);
 }
 
-/// The bits below bit \a count, which is less than 64.
+/// The lowest \a count bits; \a count is less than 64.
 Bits lowest(std::size_t count)
 {
     return (Bits(1) << count) - 1;

@@ -26,7 +26,7 @@ bool isAscii(char character)
 void Words::split(std::string_view line)
 {
     words.clear();
-    if (!std::all_of(line.begin(), line.end(), isAscii)) { // Unicode has blanks of its own
+    if (!std::all_of(line.begin(), line.end(), isAscii)) { // Unicode has more kinds of blanks
         simplified = decoded(line).simplified().toStdString();
         line = simplified;
     }
