@@ -1,3 +1,6 @@
+// A track file is described by one table of columns, which reading and writing both walk through.
+// An error names the first word that is wrong. What is written can be read again.
+
 #include "Beam.h"
 
 #include "Particles.h"
@@ -50,8 +53,9 @@ std::string columnLine()
     return line;
 }
 
-/// Reads \a word as Talmo::toInteger does, but into 64 bits: =testbeam numbers more events than an
-/// int can count. Returns false, and says in \a what is wrong, if it does not fit or is no integer.
+/// Reads \a word as Talmo::toInteger does, but into 64 bits, because =testbeam can number more
+/// events than an int can count. If \a word does not fit or is no integer, says in \a what is wrong
+/// and returns false.
 bool parseInteger(const std::string &word, std::int64_t &value, std::string &what)
 {
     const bool plus = word.size() > 1 && word[0] == '+' && word[1] != '-'; // from_chars takes none
@@ -149,12 +153,12 @@ bool writeBeam(const std::string &file, const std::string &title, const Beam &be
                 line += ' ';
             if (column.integer)
                 line += std::to_string(track.*column.integer);
-            else // the sum turns -0 into 0
+            else // adding 0 turns -0 into 0
                 Talmo::appendNumber(line, track.*column.real + 0.0, significantDigits);
         }
         stream << line << '\n';
     }
-    stream.close(); // a full disk may show only here
+    stream.close(); // that the disk is full may be reported only here
     return stream.good();
 }
 

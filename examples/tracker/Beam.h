@@ -7,7 +7,7 @@
 namespace tracker
 {
 
-/// One line of a track file: a particle at one place of the line.
+/// One line of a track file: a particle at one place of the beam line.
 struct Track {
     double x = 0;  ///< mm
     double y = 0;  ///< mm
@@ -25,15 +25,15 @@ struct Track {
 
 using Beam = std::vector<Track>;
 
-/// Reads \a lines, those of the track file \a file, whose first line begins with the word
-/// #QXTrackFile, whose second line names the columns, and which then has one track of 12 columns on
-/// each line; blank lines and further lines that begin with # are skipped. Every particle is known
-/// (see findParticle) and flies forward. Returns false, and says in \a error where and what is
-/// wrong, for any other file.
+/// Reads \a lines, the lines of the track file \a file. The first line begins with the word
+/// #QXTrackFile, the second one names the columns, and each further line has one track of 12
+/// columns; blank lines and further lines that begin with # are skipped. Every particle must be
+/// known (see findParticle) and must fly forward. For any other file, says in \a error what is
+/// wrong and where, and returns false.
 bool parseBeam(
     const std::string &file, const std::vector<std::string> &lines, Beam &beam, std::string &error);
 
-/// Writes a track file, its numbers with 10 significant digits; \a title follows #QXTrackFile.
+/// Writes a track file whose numbers have 10 significant digits; \a title follows #QXTrackFile.
 /// Returns false if the file cannot be written completely.
 bool writeBeam(const std::string &file, const std::string &title, const Beam &beam);
 

@@ -1,3 +1,7 @@
+// The commands and their parameters are tables. A line goes one way: its macros are expanded, it is
+// split into words, and the words become a step or define a macro. The library sometimes only
+// reports a problem and goes on, so a line during which it has reported one is an error.
+
 #include "Deck.h"
 
 #include "Expansion.h"
@@ -17,7 +21,7 @@ namespace
 struct Command {
     const char *word;
     Action action;
-    const char *parameters; ///< one letter each: File, or one of the quantities
+    const char *parameters; ///< a letter for each: F for a file, others as in `quantities`
     const char *usage;
 };
 
@@ -53,7 +57,7 @@ const Command *findCommand(const std::string &word)
     return found == std::end(commands) ? nullptr : found;
 }
 
-/// Words that are not as many as \a usage shows.
+/// The message about \a words that are not as many as \a usage shows.
 std::string wrongUsage(const char *usage, const std::vector<std::string> &words)
 {
     return "expected " + quoted(usage) + ", found " + quoted(joinWords(words));
@@ -77,7 +81,7 @@ bool parseParameter(char letter, const std::string &word, Step &step, std::strin
     return true;
 }
 
-/// What is wrong with adding \a step to \a steps, or nothing.
+/// Why \a step must not be added to \a steps; empty if it may be.
 std::string misplaced(const Step &step, const std::vector<Step> &steps)
 {
     const bool first = steps.empty();
@@ -92,7 +96,7 @@ std::string misplaced(const Step &step, const std::vector<Step> &steps)
 bool takeCommand(const std::string &text, std::size_t line, Deck &deck, std::string &what)
 {
     const std::vector<std::string> words = splitWords(text);
-    if (words.empty()) // blank, or an error of the expansion has left nothing
+    if (words.empty()) // the line is blank, or an error in a macro has left nothing of it
         return true;
     if (words.front() == "define") {
         if (words.size() >= 3)

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-/// The input deck: one command on a line, which goes from a text line through its macros
-/// (expandLine) to words (splitWords) to a step (parseStep), or defines a macro. Only readDeck
-/// knows the order in which commands may stand.
+/// The input deck has one command on a line. The macros of the line are expanded (expandLine), it
+/// is split into words (splitWords), and these become a step (parseStep) or define a macro. Only
+/// readDeck knows the order in which commands may stand.
 namespace tracker
 {
 
@@ -30,13 +30,14 @@ struct Deck {
 /// The command word of \a action, for messages.
 const char *commandWord(Action action);
 
-/// Reads a deck: a beam first, an output last, any commands in between. Returns false, and says in
-/// \a error where and what is wrong, for any other file, also if the library has reported a problem
-/// with a line.
+/// Reads a deck: first a beam, last an output, and any commands in between. For any other file,
+/// says in \a error what is wrong and where, and returns false; also if the library has reported a
+/// problem with a line.
 bool readDeck(const std::string &file, Deck &deck, std::string &error);
 
-/// Turns the words of one deck line into a step; its line number is left alone. Returns false, and
-/// says in \a what is wrong, if they are no command; what the library only reports is not told.
+/// Turns the words of one deck line into a step, and does not set its line number. If they are no
+/// command, says in \a what is wrong and returns false. A problem that the library only reports
+/// does not count here.
 bool parseStep(const std::vector<std::string> &words, Step &step, std::string &what);
 
 } // namespace tracker

@@ -5,8 +5,8 @@
 /// Linear optics of one element for one particle.
 ///
 /// A ray is the particle's transverse state in the paraxial convention, x' = Px/Pz and y' = Py/Pz.
-/// To first order in x, x', y, y' every element is a linear map of it, whose strength depends on
-/// the particle's own rigidity p/q. Drift and quadrupole obey x'' + kx x = 0, y'' + ky y = 0. A
+/// To first order in x, x', y, y' every element maps the ray linearly, with a strength that depends
+/// on the particle's own rigidity p/q. Drift and quadrupole obey x'' + kx x = 0, y'' + ky y = 0. A
 /// solenoid does so in a frame that turns about the axis at half the cyclotron frequency (Larmor);
 /// its hard edges are included.
 namespace tracker
@@ -24,7 +24,7 @@ struct Ray {
     double ySlope; ///< Py/Pz
 };
 
-/// What an element is for a particle of given rigidity.
+/// What an element does to a particle of given rigidity.
 struct Lens {
     double kx = 0;     ///< focusing strength in x, 1/mm^2; negative if it defocuses
     double ky = 0;     ///< focusing strength in y, 1/mm^2
@@ -38,14 +38,14 @@ using Matrix = std::array<std::array<double, 4>, 4>;
 /// A field-free \a length (mm).
 Lens drift(double length);
 
-/// What a quadrupole of \a gradient (T/m) and \a length (mm) is for a particle of \a charge (in
-/// units of the positron's) and momentum \a p (MeV/c, greater than 0).
+/// A quadrupole of \a gradient (T/m) and \a length (mm), for a particle of \a charge (in units of
+/// the positron's) and momentum \a p (MeV/c, greater than 0).
 Lens quadrupole(double gradient, double length, double charge, double p);
 
 /// The same for a solenoid with \a field (T) along z.
 Lens solenoid(double field, double length, double charge, double p);
 
-/// The transfer matrix of \a lens. It is symplectic, and the drift's for a lens without strength.
+/// The transfer matrix of \a lens. It is symplectic. A lens without strength has that of a drift.
 Matrix matrixOf(const Lens &lens);
 
 /// \a ray after \a lens, by its transfer matrix.

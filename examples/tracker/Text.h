@@ -23,8 +23,8 @@ std::string joinWords(const std::vector<std::string> &words);
 /// What follows the first \a count words of \a line, without the blanks around it.
 std::string textAfterWords(const std::string &line, std::size_t count);
 
-/// \a text for the library and back: a character a byte, so that names of files pass unchanged
-/// whatever their encoding.
+/// Converts \a text for the library and back, one character for each byte. So names of files stay
+/// unchanged, whatever their encoding.
 QString fromBytes(const std::string &text);
 std::string toBytes(const QString &text);
 

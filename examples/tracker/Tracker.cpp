@@ -1,3 +1,8 @@
+// The whole deck and its beam are read before anything is written. Then the beam goes from step to
+// step, all particles through one step before the next. Momentum and energy are not stored with a
+// particle: each step computes them from Px, Py and Pz, and keeps |P| unless it accelerates. A
+// particle that cannot fly on ends the program.
+
 #include "Tracker.h"
 
 #include "Particles.h"
@@ -12,8 +17,7 @@ namespace tracker
 namespace
 {
 
-/// The lens that \a step is for a particle of \a charge and momentum \a p. A step that is no
-/// element is a drift of length 0.
+/// The lens that \a step is for a particle of \a charge and momentum \a p.
 Lens lensOf(const Step &step, double charge, double p)
 {
     switch (step.action) {
@@ -49,7 +53,7 @@ bool takeTrack(const Step &step, Integrator integrator, Track &track)
     }
 }
 
-/// What \a step has done to a track that cannot fly on.
+/// The middle of the message about a track that cannot fly on after \a step.
 const char *failure(const Step &step)
 {
     if (step.action != Action::Accelerate)
@@ -57,7 +61,7 @@ const char *failure(const Step &step)
     return step.energy < 0 ? " stops or turns back track " : " is too strong for track ";
 }
 
-/// Takes the whole beam through one step; the message in \a error is about the step.
+/// Takes the whole beam through one step. If that fails, \a error names the line of the step.
 bool takeStep(
     const Step &step, const Deck &deck, Integrator integrator, Beam &beam, std::string &error)
 {
@@ -100,8 +104,8 @@ bool passElement(const Step &step, Integrator integrator, Track &track)
 
 // With E^2 = P^2 + m^2 the gain changes P^2, and so Pz^2, by (E + gain)^2 - E^2 = gain (2E + gain):
 // H. Wiedemann, Particle Accelerator Physics (Springer), on relativistic kinematics. The mass drops
-// out of the difference, so nothing is lost to rounding where a gain is small. A loss is another
-// matter: of two large terms little may be left, so P^2 is computed from what is left of E.
+// out of the difference, so a small gain is not lost to rounding. With a loss, the difference of
+// two large terms may be small and inexact, so P^2 is computed from the energy that is left.
 bool accelerate(double energy, Track &track)
 {
     const Particle *const particle = findParticle(track.pdgId);
@@ -111,7 +115,7 @@ bool accelerate(double energy, Track &track)
     const double after = before + energy;
     if (after <= particle->mass)
         return false;
-    // Not a number for a particle that is turned back.
+    // The root is not a number if the particle is turned back.
     if (energy < 0)
         track.pz = std::sqrt((after - particle->mass) * (after + particle->mass) -
                              track.px * track.px - track.py * track.py);
