@@ -1,6 +1,6 @@
-// Input: a line with the tolerances, one with the size of a comment in front of each file, the
-// first file, a line "----", and the second file. Files are read in blocks, and long comments take
-// the lines behind across their ends.
+// Input: a line with the tolerances, a line with the sizes of two comments, the first file, a line
+// "----", and the second file. Each comment is put in front of its file. Files are read in blocks,
+// and a long comment moves the lines behind it across the end of a block.
 
 #include "PlainCompare.h"
 #include "compareOutcome.h"

@@ -10,7 +10,7 @@ using Talmo::Units;
 namespace
 {
 
-/// The units that \a unit is to be converted to, null if none.
+/// The units into which \a unit is to be converted; null if there are none.
 QString targetOf(const QString &unit, const QString &wanted)
 {
     const int kind = Units::typeHash.value(unit);
@@ -23,7 +23,7 @@ QString targetOf(const QString &unit, const QString &wanted)
     return {};
 }
 
-/// Rewrites \a text piece by piece from its front, as each piece is defined.
+/// Rewrites \a text piece by piece from its front, by the definition of each piece.
 QString plainlyConverted(QString text, const QString &wanted)
 {
     static const QRegularExpression plain(R"(\A[^0-9.]+)");
@@ -32,7 +32,7 @@ QString plainlyConverted(QString text, const QString &wanted)
     static const QRegularExpression number(R"(\A[0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?)");
     QString result;
     while (!text.isEmpty()) {
-        QString piece = text.left(1); // a "." that starts no number
+        QString piece = text.left(1); // a "." with which no number begins
         QString replacement;
         if (const auto match = plain.match(text); match.hasMatch()) {
             piece = match.captured();

@@ -1,4 +1,4 @@
-// Input: a line with the format, one with the units, and the expression.
+// Input: a line with the format, a line with the units, and the expression.
 
 #include "fuzzing.h"
 #include "talmo/Macro.h"
@@ -16,15 +16,15 @@ using namespace Talmo;
 namespace
 {
 
-/// Names for expressions. None leads back to itself: an evaluation would go on for ever.
+/// Defines names for expressions. None leads back to itself, or an evaluation would go on for ever.
 void defineMacros()
 {
     Macro::hash = {{"x", "-2"}, {"sum", "1+2"}, {"e1", "2e"}, {"l", "3mm"}, {"empty", ""},
         {"call", "sin("}, {"twice", "sum*l"}};
 }
 
-/// \a number as printf prints it for \a format; nothing if that is not one conversion in plain
-/// text.
+/// \a number as printf prints it with \a format; no value if \a format is not one conversion in
+/// plain text.
 std::optional<QString> asPrintfPrints(const QString &format, double number)
 {
     static const QRegularExpression pattern(
@@ -42,7 +42,7 @@ std::optional<QString> asPrintfPrints(const QString &format, double number)
     return match.captured(1).replace("%%", "%") + text + match.captured(5).replace("%%", "%");
 }
 
-/// What is printed of the result that was left on the stack.
+/// Checks what is printed of the result that was left on the stack.
 void checkPrinted(const QString &text, const QString &format, const QString &units)
 {
     Units::Value result = Units::val.top();
@@ -59,7 +59,7 @@ bool isSame(double a, double b)
     return a == b || (std::isnan(a) && std::isnan(b));
 }
 
-/// The other entry points agree on \a expression.
+/// Checks that the other entry points agree on \a expression.
 void checkAgreement(const QString &expression)
 {
     bool ok = false;
@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     defineMacros();
 
     const QString text = Units::evaluate(format, expression, units);
-    const auto most = 4 * expression.size() + 2; // a name stands for four tokens at most
+    const auto most = 4 * expression.size() + 2; // a name stands for at most four tokens
     require(Units::val.size() <= most && Units::op.size() <= most, "the stacks are bounded");
     checkPrinted(text, format, units);
     checkAgreement(expression);

@@ -1,5 +1,5 @@
-// Input: three lines with the texts of the global macros g_0 to g_2, two with those of the local
-// ones n_0 and n_1, and the text to expand.
+// Input: three lines with the texts of the global macros g_0 to g_2, two lines with the texts of
+// the local macros n_0 and n_1, and the text to expand.
 
 #include "PlainExpansion.h"
 #include "fuzzing.h"
@@ -12,8 +12,8 @@ using Talmo::Macro;
 namespace
 {
 
-/// \a text, in which only names below g_\a rank are left of those with a "_". The evaluator would
-/// go on for ever with a macro that leads back to itself; PlainExpansion notices all other circles.
+/// \a text without any "_", except in the names of macros below g_\a rank. The evaluator would go
+/// on for ever with a macro that leads back to itself; PlainExpansion notices all other circles.
 QString withoutCircle(const QString &text, int rank)
 {
     static const QRegularExpression underscore(R"(g_([0-2])(?![A-Za-z0-9_])|_)");
@@ -30,7 +30,8 @@ QString withoutCircle(const QString &text, int rank)
     return result + text.left(32).mid(done);
 }
 
-/// \a text as a counter. With letters and digits alone it never gets to a "_", and so to a name.
+/// \a text as a counter. It holds only letters and digits, so it never counts up to a "_", and
+/// never becomes a name.
 QString counter(QString text)
 {
     static const QRegularExpression others("[^A-Za-z0-9]");
@@ -57,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QString report = printed();
     const Macro::Table counted = Macro::hash;
     if (!expected)
-        return 0; // goes on for ever: of no use
+        return 0; // the expansion would go on for ever
 
     startAfresh();
     Macro::globalHash = globals;

@@ -10,12 +10,13 @@
 
 #include <optional>
 
-/// A script, acted out by the manual alone, with files in memory. It shares nothing with the
-/// driver. What it does not know: =run and =testbeam.
+/// Acts out a script by the manual alone, with files in memory. It shares nothing with the driver.
+/// It does not know =run and =testbeam.
 class PlainScript
 {
 public:
-    /// The \a script is at \a path; \a programs are configured. Names may not lead elsewhere.
+    /// The \a script is at \a path, and \a programs are configured. Its file names must not lead to
+    /// other directories.
     PlainScript(const QByteArray &script, const QString &path, const QStringList &programs)
         : lines(PlainCompare::linesOf(script))
         , scriptPath(path)
@@ -23,7 +24,7 @@ public:
     {
     }
 
-    /// Acts it out; false if it takes what is not known here.
+    /// Acts out the script. Returns false if the script needs what is not known here.
     bool run();
 
     QByteArray output;
@@ -42,7 +43,7 @@ private:
         return QString::fromUtf8(guarded.constData(), guarded.size()).mid(1);
     }
 
-    /// \a text as printf prints it, up to a NUL.
+    /// \a text as printf prints it, which is up to a NUL.
     static QByteArray printed(const QString &text) { return qPrintable(text); }
 
     QStringList selectPrograms(int &first) const;
@@ -74,7 +75,7 @@ inline bool PlainScript::run()
     const QStringList programs = selectPrograms(first);
     if (programs.isEmpty())
         output = printed(scriptPath) + ": No applicable SimPrograms\n";
-    if (programs.size() > 6) // more output than a test's files may hold
+    if (programs.size() > 6) // the output could be larger than the file that takes it may be
         return false;
     for (const QString &program : programs)
         runOnce(first, program);

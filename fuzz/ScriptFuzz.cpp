@@ -1,6 +1,6 @@
-// Input: a script. It is run in a directory of its own, unless it could reach beyond that: inputs
-// are made up by a machine, and whoever runs this may be root. What it prints and leaves behind is
-// compared with what a plain reading of the manual gives.
+// Input: a script. It is run in a directory of its own. A script that could reach beyond its
+// directory is not run, because inputs are made up by a machine, and the user may be root. What the
+// script prints and leaves behind is compared with what PlainScript expects.
 
 #include "PlainScript.h"
 #include "commands.h"
@@ -32,7 +32,7 @@ bool scriptIsRunning = false;
 
 } // namespace
 
-/// Takes the place of the C library's, so that no script whatever runs a program.
+/// Takes the place of the C library's posix_spawn, so that no script can run a program.
 extern "C" int posix_spawn(pid_t *process, const char *path,
     const posix_spawn_file_actions_t *actions, const posix_spawnattr_t *attributes,
     char *const arguments[], char *const environment[])
@@ -48,14 +48,14 @@ namespace
 
 const QStringList programs = {"sim1", "sim2"};
 
-/// The directory of all that this program writes, with one for the scripts to run in.
+/// The directory into which this program writes everything. Scripts run in a directory inside.
 class Place
 {
 public:
     Place()
     {
         require(QDir(directory.path()).mkdir("work"), "there is a directory");
-        // Not the user's programs; and neither store is ever deleted, which would save it.
+        // The user's programs must not be used. We never delete either store, or it would be saved.
         static const QSettings *const users = Preferences::qsettings;
         const QString fileName = directory.filePath("settings");
         require(users->fileName() != fileName, "the user's settings are elsewhere");
@@ -98,7 +98,7 @@ public:
         require(QDir::setCurrent(directory.filePath("work")), "the directory can be entered");
     }
 
-    /// The way back to where libFuzzer looks for its files.
+    /// Goes back to the directory in which libFuzzer looks for its files.
     void leave() const
     {
         clear();
@@ -126,8 +126,8 @@ private:
     QTemporaryDir directory{QDir(QDir::tempPath()).canonicalPath() + "/ScriptFuzz-XXXXXX"};
 };
 
-/// Whether \a line, as a command gets it, can neither name a file elsewhere nor run a program, and
-/// has no pattern that takes for ever.
+/// Whether \a line, as a command gets it, can neither name a file elsewhere nor run a program, nor
+/// has a pattern that takes for ever.
 bool isHarmless(const QString &line)
 {
     const QByteArray bytes = QFile::encodeName(line);
@@ -136,7 +136,7 @@ bool isHarmless(const QString &line)
            !bytes.contains("..") && !line.contains("=run") && (!hasPattern || isCheapPattern(line));
 }
 
-/// Whether all lines of \a script are harmless, as they stand and with the name of each program.
+/// Whether all lines of \a script are harmless, both unchanged and with the name of each program.
 bool isHarmless(std::string_view script)
 {
     QByteArray bytes(script.data(), static_cast<int>(script.size()));
@@ -153,7 +153,7 @@ bool isHarmless(std::string_view script)
     return true;
 }
 
-/// Bounds what a file may hold, while there is one of these; =testbeam could fill any disk.
+/// Limits the size of files while it exists, because =testbeam could fill any disk.
 class SmallFiles
 {
 public:
@@ -161,7 +161,7 @@ public:
     {
         getrlimit(RLIMIT_FSIZE, &before);
         rlimit small = before;
-        small.rlim_cur = 1 << 16; // also bounds the output
+        small.rlim_cur = 1 << 16; // limits the output, too
         setrlimit(RLIMIT_FSIZE, &small);
     }
     SmallFiles(const SmallFiles &) = delete;
@@ -206,7 +206,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     require(!isKnown || passed == plain.passed, "a script passes as the manual tells");
     require(!isKnown || Place::leftovers() == plain.keptDirectories, "nothing else is left");
 
-    // What the first time left behind makes no difference.
+    // A second run gives the same, whatever the first one has left behind.
     require(passes(place.scriptName()) == passed, "a script passes or fails again");
     require(place.printedOutput() == output, "a script prints the same again");
     place.leave();

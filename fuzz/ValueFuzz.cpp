@@ -1,4 +1,4 @@
-// Input: two lines with a value each, and the units to convert to.
+// Input: two lines with a value each, and the units into which they are converted.
 
 #include "fuzzing.h"
 #include "talmo/Units.h"
@@ -21,13 +21,13 @@ bool isSame(double a, double b)
     return a == b || (std::isnan(a) && std::isnan(b));
 }
 
-/// The kind of \a unit: that of "" if the table lacks it.
+/// The kind of \a unit; if the table lacks it, the kind of "".
 int kindOf(const QString &unit)
 {
     return Units::typeHash.value(unit);
 }
 
-/// The value that \a text stands for, read and checked.
+/// Reads the value for which \a text stands, and checks it.
 Value read(const QString &text)
 {
     static const QRegularExpression pattern(
@@ -43,12 +43,12 @@ Value read(const QString &text)
     return value;
 }
 
-/// A value is what it is printed as.
+/// Checks that a value which is printed and read again is the same.
 void checkPrinted(const Value &value)
 {
     static const QRegularExpression exponent("\\A[eE][0-9]");
     if (!std::isfinite(value.value) || exponent.match(value.units).hasMatch())
-        return; // no number, or one that would take its unit for an exponent
+        return; // it is no number, or its unit would be read as an exponent
     const QString text = value.to_s("%.17g", /*withUnits=*/true);
     const Value again = read(text);
     require(isSame(again.value, value.value) && again.units == value.units,

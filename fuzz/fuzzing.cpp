@@ -15,7 +15,7 @@
 
 using namespace Talmo;
 
-/// Called once, before the first input.
+/// libFuzzer calls this once, before the first input.
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
 
 extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/)
@@ -37,8 +37,8 @@ void require(bool holds, const char *promise)
 
 void note(std::size_t what)
 {
-    // Looked at after each input, and cleared before; a section without meaning where it is
-    // replayed.
+    // libFuzzer clears this section before each input and looks at it afterwards. Where inputs are
+    // only replayed, the section has no meaning.
     __attribute__((section("__libfuzzer_extra_counters"))) static std::uint8_t counters[512];
     counters[what % sizeof counters] = 1;
 }
@@ -77,7 +77,7 @@ void startAfresh()
     Units::op.clear();
     Macro::hash.clear();
     Macro::globalHash.clear();
-    // Patterns are kept for ever: a program has a few, inputs have any number.
+    // The library keeps patterns for ever. A program has a few of them, inputs have any number.
     qDeleteAll(RegExp::hash);
     RegExp::hash.clear();
     RegExp::prev = nullptr;

@@ -1,8 +1,8 @@
 #pragma once
 
-// What the fuzz targets have in common. A target is a file NAMEFuzz.cpp with one function, which
-// gets the bytes of an input and calls the product with what it makes of them. What must hold for
-// every input is checked with `require`.
+// What the fuzz targets have in common. A target is a file NAMEFuzz.cpp with one function. The
+// function gets the bytes of an input, makes arguments of them and calls the product. With
+// `require` it checks what must hold for every input.
 
 #include <QString>
 
@@ -12,13 +12,14 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
 
-/// Ends the process, with a report of the \a promise, unless \a holds.
+/// Ends the process and reports the broken \a promise, unless \a holds.
 void require(bool holds, const char *promise);
 
-/// Tells libFuzzer that an input did something, one of 512 things, where it cannot see: inside Qt.
+/// Tells libFuzzer that an input did the thing number \a what, of 512, inside Qt, where libFuzzer
+/// cannot see it.
 void note(std::size_t what);
 
-/// An input that a person can read and write: lines of arguments, and then the text that matters.
+/// An input that a person can read and write: lines with arguments, and then the main text.
 class Input
 {
 public:
@@ -27,7 +28,7 @@ public:
     {
     }
 
-    /// Takes the bytes up to \a separator, which is dropped; all, if there is none.
+    /// Takes the bytes up to \a separator, which is dropped, or all bytes if there is none.
     std::string_view takeUntil(std::string_view separator);
 
     QString takeLine() { return text(takeUntil("\n")); }
@@ -39,12 +40,13 @@ private:
     std::string_view rest;
 };
 
-/// Whether \a pattern surely compiles and matches in no time. QRegExp writes out each {n,m}, so
-/// that nested ones multiply; and captures and back-references make it try all ways to match.
+/// Whether \a pattern surely compiles and matches quickly. QRegExp copies the part in front of each
+/// {n,m}, so that nested ones multiply, and captures and back-references make it try all ways to
+/// match.
 bool isCheapPattern(const QString &pattern);
 
-/// Makes the library as it was after start-up: no macros, no unit but those of the table, nothing
-/// on the stacks, no patterns, nothing printed.
+/// Brings the library back to its state after start-up: without macros, with the units of the table
+/// alone, with empty stacks, without patterns, and with nothing printed.
 void startAfresh();
 
 /// What was printed since the last call.

@@ -1,6 +1,6 @@
-// Takes the place of libFuzzer where it is not linked: gives a target the inputs that were kept,
-// each file of the directories on the command line. Options, which are libFuzzer's, are passed
-// over.
+// Takes the place of libFuzzer where it is not linked. A target gets the inputs that were kept:
+// each file of the directories on the command line. Options are meant for libFuzzer and are
+// ignored.
 
 #include "fuzzing.h"
 
@@ -49,5 +49,5 @@ int main(int argc, char *argv[])
             ++count;
         }
     }
-    return count > 0 ? 0 : 1; // a directory that is empty tests nothing
+    return count > 0 ? 0 : 1; // without inputs, nothing has been tested
 }
