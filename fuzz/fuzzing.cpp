@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);
 extern "C" int LLVMFuzzerInitialize(int * /*argc*/, char *** /*argv*/)
 {
     enterMain();
-    // All that the product reports would bury what the fuzzer does, on standard error.
+    // What the product prints would hide what the fuzzer prints on standard error.
     if (std::freopen("/dev/null", "w", stdout) == nullptr)
         std::abort();
     return 0;

@@ -11,8 +11,9 @@
 
 using namespace Talmo;
 
-// What is passed over quickly must be what would be found to agree line by line: first, that it is
-// passed over at all, then, on random files, that the outcome is the same.
+// The quick way may pass over only lines that a comparison line by line finds to agree. The first
+// tests see to it that such lines are passed over at all, and the others, on random files, that the
+// outcome is the same as without the quick way.
 
 namespace
 {
@@ -41,7 +42,7 @@ qint64 equal(std::string_view content1, std::string_view content2)
     return passEqualLines(file1.reader, file2.reader);
 }
 
-/// The first difference line by line, nothing passed over.
+/// The first difference, found line by line, without passing over anything.
 template <typename Judge>
 Difference plainly(std::string_view content1, std::string_view content2, Judge judge)
 {
@@ -84,7 +85,7 @@ void expectSame(const Difference &quick, const Difference &plain)
     EXPECT_EQ(quick.column, plain.column);
 }
 
-/// Compares both ways, quickly and plainly.
+/// Compares in both ways, quickly and line by line, and expects the same outcome.
 void expectSameOutcome(
     const std::string &content1, const std::string &content2, const Tolerances &tolerances)
 {
@@ -127,7 +128,7 @@ TEST(PassAgreeingLines, PassesOverWhatSimulationsPrint)
     } rows[] = {
         {"1 2 3\n", "1 2 3\n", {0, 0, 0}},
         {"1 2 3\n", "1 2 3\n", {0}},
-        {"1 2 3 name\n", "1 2 3 name\n", {0, 0, 0}}, // by its numbers, not by its bytes
+        {"1 2 3 name\n", "1 2 3 name\n", {0, 0, 0}}, // only its numbers count
         {"1.25 -2e-3 3\n", "1.2500001\t-2.0e-3   3.0\n", {1e-6, 0, 0}},
         {"  1.25 2\n", "1.25 2  \n", {0, 0}},
         {"e- 1 x\n", "mu+ 1 y\n", {-1, 0}}, // a column that may hold anything
@@ -138,7 +139,7 @@ TEST(PassAgreeingLines, PassesOverWhatSimulationsPrint)
     for (const auto &row : rows) {
         SCOPED_TRACE(row.line1);
         EXPECT_EQ(agreeing(row.line1, row.line2, row.tolerances), 1);
-        for (const int count : {7, 100000}) { // one block, and several
+        for (const int count : {7, 100000}) { // as many lines as fit in one block, or in several
             EXPECT_EQ(
                 agreeing(repeated(row.line1, count), repeated(row.line2, count), row.tolerances),
                 count);
@@ -156,13 +157,13 @@ TEST(PassAgreeingLines, StopsWhereACloserLookIsNeeded)
         {"# comment", "1 2"},
         {"", ""},
         {"x", "x"},
-        {"1", "1"}, // too few
+        {"1", "1"}, // too few columns
         {"1\v2", "1\v2"},
         {"1 \xC3\xA9", "1 \xC3\xA9"},
         {"\xEF\xBB\xBF"
          "1 2",
             "\xEF\xBB\xBF"
-            "1 2"}, // not at the start of the file
+            "1 2"}, // the mark is not at the start of the file
         {"1e999 2", "1e999 2"},
         {"1 2#", "1 2#"},
         {"1 2", "1 3"},
@@ -177,7 +178,7 @@ TEST(PassAgreeingLines, StopsWhereACloserLookIsNeeded)
         EXPECT_EQ(agreeing(before + row.line2 + behind, before + row.line1 + behind, {0, 0}), 5);
     }
     EXPECT_EQ(agreeing("# a\n", "a\n", {}), 0);
-    EXPECT_EQ(agreeing("1 2\n1 2", "1 2\n1 2", {0, 0}), 1); // a last line without a newline
+    EXPECT_EQ(agreeing("1 2\n1 2", "1 2\n1 2", {0, 0}), 1); // the last line has no newline
     EXPECT_EQ(agreeing("", "", {0}), 0);
     EXPECT_EQ(agreeing("1\n", "", {0}), 0);
 }
@@ -233,7 +234,7 @@ TEST(AgreeingLines, LeaveTheOutcomeAsItWasInLargeFiles)
         SCOPED_TRACE(round);
         std::string content1;
         std::string content2;
-        while (content1.size() < 700000) { // their blocks end at different lines
+        while (content1.size() < 700000) { // several blocks, which end at different lines
             const std::string line = random.number() + ' ' + random.number();
             double value = 0;
             const size_t blank = line.find(' ');
@@ -257,7 +258,7 @@ TEST(AgreeingLines, LeaveTheOutcomeAsItWasAroundTheEndsOfBlocks)
     for (size_t length = block - 5; length <= block + 5; ++length) {
         SCOPED_TRACE(length);
         std::string content = repeated(line, static_cast<int>(length / line.size()));
-        content += std::string(length - content.size(), ' '); // ends in the midst of a line
+        content += std::string(length - content.size(), ' '); // ends in the middle of a line
         expectSameOutcome(content + "1 2 3\n", content + "1 2 3\n", {0, 0, 0});
         expectSameOutcome(content + "1 2 3\n4 5 6", content + "1 2 4\n4 5 6", {0, 0, 0});
         expectSameOutcome(content + "1 2 3\n4 5 6\n", content + " 1 2 3\n4 5 6", {0, 0, 0});

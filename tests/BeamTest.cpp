@@ -39,7 +39,7 @@ TEST(Particles, AntiparticlesDifferOnlyInCharge)
         ASSERT_TRUE(particle && antiparticle);
         EXPECT_EQ(particle->mass, antiparticle->mass);
         EXPECT_EQ(particle->charge, -antiparticle->charge);
-        EXPECT_EQ(particle->charge, pdgId < 100 ? -1 : 1); // leptons count the other way
+        EXPECT_EQ(particle->charge, pdgId < 100 ? -1 : 1); // for leptons the sign is the opposite
     }
     EXPECT_EQ(findParticle(22), nullptr);
     EXPECT_EQ(findParticle((std::int64_t(1) << 32) + 11), nullptr);
@@ -99,7 +99,7 @@ TEST_F(BeamFiles, IdsAreCarriedIn64Bits)
         {"0", "0", 0},
         {"+5", "5", 5},
         {"-007", "-7", -7},
-        {"2147483648", "2147483648", 2147483648}, // the first that an int cannot hold
+        {"2147483648", "2147483648", 2147483648}, // the smallest one that is too large for an int
         {"9223372036854775807", "9223372036854775807", std::numeric_limits<std::int64_t>::max()},
         {"-9223372036854775808", "-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
     };

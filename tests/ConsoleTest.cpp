@@ -28,7 +28,7 @@ class ConsoleWindow
 namespace
 {
 
-/// Each test starts as a program does: nothing written yet.
+/// Each test starts like a program that has not written anything yet.
 class ConsoleTest : public testing::Test
 {
 protected:

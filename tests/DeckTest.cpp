@@ -104,13 +104,13 @@ TEST(Deck, NumbersAreExpressionsInTheirOwnUnits)
         {{"drift", "0.5m"}, 0, 500, 0},
         {{"drift", "2*3mm+5cm"}, 0, 56, 0},
         {{"drift", "2*(3+4)"}, 0, 14, 0},
-        {{"drift", "6m/2m"}, 0, 3, 0}, // the unit is gone: mm
+        {{"drift", "6m/2m"}, 0, 3, 0}, // the ratio has no unit, so it counts as mm
         {{"drift", "max(1in,2cm)"}, 0, 25.4, 0},
         {{"drift", "2.5e1mm"}, 0, 25, 0},
         {{"drift", "2.5E1mm"}, 0, 25, 0},
         {{"drift", "-(-5)"}, 0, 5, 0},
         {{"drift", "5--5"}, 0, 10, 0},
-        {{"drift", "+5"}, 0, 5, 0}, // not an expression, but a number
+        {{"drift", "+5"}, 0, 5, 0}, // this is no expression, but a number
         {{"drift", "5."}, 0, 5, 0},
         {{"drift", "0*-1mm"}, 0, 0, 0},
         {{"quad", "3.5Tpm", "200mm"}, 3.5, 200, 0},
@@ -202,7 +202,7 @@ TEST_F(DeckFiles, MacrosLastAsLongAsTheirDeck)
 {
     Talmo::Macro::hash["outer"] = "kept";
     const std::string definition = "beam b\ndefine inner 5\n";
-    for (const std::string end : {"output o\n", "unknown\n"}) { // a good deck and a wrong one
+    for (const std::string end : {"output o\n", "unknown\n"}) { // makes a good deck or a wrong one
         Deck deck;
         const std::string error = readText(definition + end, deck);
         EXPECT_EQ(error, end == "unknown\n" ? "deck:3: unknown element 'unknown'" : "");
@@ -221,7 +221,7 @@ TEST_F(DeckFiles, WhatTheLibraryReportsFailsTheLine)
 {
     struct Row {
         std::string line;
-        std::string problem; ///< as the library tells it
+        std::string problem; ///< in the words of the library
     };
     // clang-format off
     const Row rows[] = {
@@ -241,7 +241,7 @@ TEST_F(DeckFiles, WhatTheLibraryReportsFailsTheLine)
         {"drift pow(2)", "P:Syntax Error in 'pow(2)'"},
         {"output \xc3\xa9$x", "Undefined macro 'x'"},
         {"output ${x2++}", "Undefined macro 'x2'"},
-        {"drift -sqrt(4mm)", "H:Units conversion error in '-sqrt(4mm)'"}, // not: negative length
+        {"drift -sqrt(4mm)", "H:Units conversion error in '-sqrt(4mm)'"}, // no "negative length"
     };
     // clang-format on
     for (const Row &row : rows) {
@@ -258,7 +258,7 @@ TEST_F(DeckFiles, WhatTheLibraryReportsFailsTheLine)
         EXPECT_TRUE(Talmo::Error::line.isEmpty());
         EXPECT_EQ(Talmo::Error::lineNumber, 0);
     }
-    // What was reported before does not count.
+    // A report from before the deck does not count.
     Deck deck;
     EXPECT_EQ(readText("beam b\ndrift 1mm\noutput o\n", deck), "");
     EXPECT_TRUE(Talmo::Error::line.isEmpty());
@@ -351,7 +351,7 @@ TEST_F(DeckFiles, WhatIsNotANumberOrAMacroIsTold)
         {"drift ${;mm}", "'' is not an expression"},
         {"drift ${$}", "'$' is not an expression"},
         {"drift ${5$}", "'5$' is not an expression"},
-        // what stands behind another reference, or in a nested one
+        // names behind another reference, or in a nested one
         {"define n 1\ndefine a a\ndrift ${${n}+a}", "macro 'a' refers to itself"},
         {"define n 1\nquad ${g_${n}-5} 300", "unknown name 'g_1'"},
         {"define n 1\nquad ${g_$n-5} 300", "unknown name 'g_1'"},
@@ -398,14 +398,14 @@ TEST_F(DeckFiles, WhatIsNotANumberOrAMacroIsTold)
         {"define a.b 5", "'a.b' is not a name"},
         {"define \xe9 5", "'\xe9' is not a name"},
         {"define a b$", "macro 'a' holds a '$'"},
-        {"define a #z\noutput ${a++}", "macro 'a' cannot count"}, // to "$a"
+        {"define a #z\noutput ${a++}", "macro 'a' cannot count"}, // "$a" would come next
         {"define k -1\nquad ${k++} 300", "macro 'k' cannot count"},
         {"define k 1.9\nquad ${k++} 300", "macro 'k' cannot count"},
         {"define k 5mm\ndrift ${k++}", "macro 'k' cannot count"},
         {"define k a9\noutput ${k++}", "macro 'k' cannot count"},
     };
     // clang-format on
-    Talmo::Units::factorHash["parsec"] = 0; // as the library remembers a unit that it did not find
+    Talmo::Units::factorHash["parsec"] = 0; // so the library remembers an unknown unit
     for (const Row &row : rows) {
         SCOPED_TRACE(row.lines);
         const std::string before = printed();
@@ -413,7 +413,7 @@ TEST_F(DeckFiles, WhatIsNotANumberOrAMacroIsTold)
         Deck deck;
         EXPECT_EQ(readText("beam b\n" + row.lines + "\noutput o\n", deck),
             "deck:" + std::to_string(number) + ": " + row.message);
-        EXPECT_EQ(printed(), before); // the library has not noticed
+        EXPECT_EQ(printed(), before); // the library has reported nothing
     }
     Talmo::Units::factorHash.remove("parsec");
 }

@@ -57,7 +57,7 @@ TEST(JudgeColumns, ColumnsMayDifferByTheirTolerance)
         {"1", "1.00", {0}, same},
         {"1", "1.0000000000000002", {0}, {Difference::Value, 0, 1}},
         {"0", "-0", {0}, same},
-        {"1", "1.5", {0.5}, same}, // equal to the tolerance
+        {"1", "1.5", {0.5}, same}, // the difference equals the tolerance
         {"1.5", "1", {0.5}, same},
         {"1", "1.5000000000000002", {0.5}, {Difference::Value, 0, 1}}, // just above
         {"1", "1.5", {0.49999999999999994}, {Difference::Value, 0, 1}},
@@ -72,13 +72,13 @@ TEST(JudgeColumns, ColumnsMayDifferByTheirTolerance)
         {"1 2 3", "1 2 4", {0, 0}, same}, // words beyond the tolerances do not count
         {"1 2 x", "1 2", {0, 0}, same},
         {"1 2", "1 3", {0, 0}, {Difference::Value, 0, 2}},
-        {"1 2", "2 3", {0, 0}, {Difference::Value, 0, 1}}, // the first one counts
+        {"1 2", "2 3", {0, 0}, {Difference::Value, 0, 1}}, // the first difference counts
         {"1 2", "2 x", {1, 0}, {Difference::InvalidData, 0, 2}},
         {"1 x", "3 x", {1, 0}, {Difference::Value, 0, 1}},
         {"1 2", "1 2", {}, same},
         {"1e308", "0", {1e308}, same},
-        {"1", "1.0000000000000000001", {0}, same}, // the same double
-        {"1", "1", {-0.0}, same},                  // not negative
+        {"1", "1.0000000000000000001", {0}, same}, // both are the same double
+        {"1", "1", {-0.0}, same},                  // -0 is not negative
         {"1", "2", {-0.0}, {Difference::Value, 0, 1}},
         {"1", "2", {-1e-300}, same},
     };
@@ -96,8 +96,8 @@ TEST(JudgeColumns, ANegativeToleranceLeavesItsColumnAlone)
     EXPECT_EQ(judgeLines("a 1", "b x", {-5e-324, 0}), (Difference{Difference::InvalidData, 0, 2}));
     EXPECT_EQ(judgeLines("", "x", {-1}), same);
     EXPECT_EQ(judgeLines("a", "b c", {-1, -1}), (Difference{Difference::TooFewColumns, 0, 0}));
-    EXPECT_EQ(
-        judgeLines("a", "a", {-0.0}), (Difference{Difference::InvalidData, 0, 1})); // not negative
+    // -0 is not negative, so the column is compared.
+    EXPECT_EQ(judgeLines("a", "a", {-0.0}), (Difference{Difference::InvalidData, 0, 1}));
 }
 
 TEST(JudgeColumns, OnlyNumbersCanBeCompared)
@@ -119,10 +119,10 @@ TEST(JudgeColumns, CommentsAgreeWithComments)
     EXPECT_EQ(judgeLines("#", "  # x", {0}), same);
     EXPECT_EQ(judgeLines("#1", "1", {0}), mismatch);
     EXPECT_EQ(judgeLines("1", "#1", {0}), mismatch);
-    EXPECT_EQ(judgeLines("# 1", "1", {-1}), mismatch); // whatever the tolerances
-    EXPECT_EQ(judgeLines("#", "", {0, 0}), mismatch);  // and before the columns are counted
+    EXPECT_EQ(judgeLines("# 1", "1", {-1}), mismatch); // with any tolerances
+    EXPECT_EQ(judgeLines("#", "", {0, 0}), mismatch);  // before the columns are counted
     EXPECT_EQ(judgeLines("1 # x", "1 # y", {0}), same);
-    EXPECT_EQ(judgeLines("!", "1", {-1}), same); // no comment
+    EXPECT_EQ(judgeLines("!", "1", {-1}), same); // these are no comments
     EXPECT_EQ(judgeLines("$", "1", {-1}), same);
     EXPECT_EQ(judgeLines("1 #", "1 # x", {0, 0}), (Difference{Difference::InvalidData, 0, 2}));
 }
@@ -132,10 +132,10 @@ TEST(JudgeColumns, LinesNeedAsManyWordsAsThereAreTolerances)
     const Difference tooFew = {Difference::TooFewColumns, 0, 0};
     EXPECT_EQ(judgeLines("1", "1 2", {0, 0}), tooFew);
     EXPECT_EQ(judgeLines("1 2", "1", {0, 0}), tooFew);
-    EXPECT_EQ(judgeLines("1", "2", {0, 0}), tooFew); // before a value is looked at
+    EXPECT_EQ(judgeLines("1", "2", {0, 0}), tooFew); // found before a value is looked at
     EXPECT_EQ(judgeLines("", "", {0, 0}), tooFew);
     EXPECT_EQ(
-        judgeLines("", "", {0}), (Difference{Difference::InvalidData, 0, 1})); // one empty word
+        judgeLines("", "", {0}), (Difference{Difference::InvalidData, 0, 1})); // has an empty word
     EXPECT_EQ(judgeLines("", "", {-1}), same);
     EXPECT_EQ(judgeLines(" \t", "", {0.5}), (Difference{Difference::InvalidData, 0, 1}));
 }
@@ -167,7 +167,7 @@ TEST(CompareExactly, NamesTheFirstLineThatDiffers)
         {"a\xEF\xBB\xBF", "a", {Difference::Text, 1, 0}},
         {"a\n\xEF\xBB\xBF\n", "a\n\n", {Difference::Text, 2, 0}},
         {"a\n ", "a\n", {Difference::Length, 0, 0}},
-        {"\xFF", "\xFE", {Difference::Text, 1, 0}},          // both invalid UTF-8
+        {"\xFF", "\xFE", {Difference::Text, 1, 0}},          // both are invalid UTF-8
         {"\xC3\xA9", "e\xCC\x81", {Difference::Text, 1, 0}}, // both look the same
         {{"a\0b", 3}, {"a\0c", 3}, {Difference::Text, 1, 0}},
         {{"a\0", 2}, "a", {Difference::Text, 1, 0}},

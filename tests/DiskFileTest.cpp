@@ -72,7 +72,7 @@ TEST_F(DiskFileTest, ReadsInPieces)
     char piece[2] = {};
     EXPECT_EQ(file.readText(piece, 2), 2);
     EXPECT_EQ(piece[1], 'b');
-    EXPECT_EQ(file.readText(piece, 2), 1); // two pieces of returns are none
+    EXPECT_EQ(file.readText(piece, 2), 1); // passes over two pieces that hold only returns
     EXPECT_EQ(piece[0], 'c');
     EXPECT_EQ(file.readText(piece, 2), 0);
     EXPECT_FALSE(file.failed());
@@ -101,7 +101,7 @@ TEST_F(DiskFileTest, ReadsAFifoWhoeverOpensItFirst)
     } rows[] = {
         {"(sleep 0.1; echo late >fifo) &", "late\n"},
         {"(exec >fifo; sleep 0.1; echo open; sleep 0.1; echo before) &", "open\nbefore\n"},
-        {"(sleep 0.1; :>fifo) &", ""}, // it opens the fifo, and writes nothing
+        {"(sleep 0.1; :>fifo) &", ""}, // the shell opens the FIFO and writes nothing
         {"(sleep 0.1; exec >fifo; sleep 0.1) &", ""},
     };
     for (const auto &row : rows) {
@@ -154,7 +154,7 @@ TEST_F(DiskFileTest, OpensOnlyWhatItCan)
     DiskFile file;
     EXPECT_FALSE(file.openToWrite(""));
     EXPECT_FALSE(file.openToWrite("/tmp"));
-    const QString name = pathOf(QString::fromLatin1("a\0b", 3)); // not a file called "a"
+    const QString name = pathOf(QString::fromLatin1("a\0b", 3)); // must not open a file "a"
     EXPECT_FALSE(file.openToWrite(name));
     EXPECT_FALSE(existsOnDisk(pathOf("a")));
     EXPECT_FALSE(existsOnDisk(name));
@@ -167,7 +167,7 @@ TEST_F(DiskFileTest, KnowsWhatExists)
     EXPECT_TRUE(existsOnDisk("."));
     EXPECT_FALSE(existsOnDisk(pathOf("b")));
     EXPECT_FALSE(existsOnDisk(""));
-    ASSERT_TRUE(QFile::link(pathOf("b"), pathOf("link"))); // to nothing
+    ASSERT_TRUE(QFile::link(pathOf("b"), pathOf("link"))); // "b" does not exist
     EXPECT_FALSE(existsOnDisk(pathOf("link")));
 }
 
@@ -180,7 +180,7 @@ TEST_F(DiskFileTest, WritesBytesAndReplacesWhatWasThere)
     EXPECT_TRUE(file.write(""));
     EXPECT_TRUE(file.write(std::string_view("\0\xFF", 2)));
     EXPECT_TRUE(file.close());
-    EXPECT_TRUE(file.close()); // nothing to close
+    EXPECT_TRUE(file.close()); // there is nothing to close
     QFile written(name);
     ASSERT_TRUE(written.open(QIODevice::ReadOnly));
     EXPECT_EQ(written.readAll(), QByteArray("a\r\n\0\xFF", 5));
@@ -189,12 +189,12 @@ TEST_F(DiskFileTest, WritesBytesAndReplacesWhatWasThere)
 TEST_F(DiskFileTest, SaysThatReadingOrWritingFailed)
 {
     DiskFile file;
-    ASSERT_TRUE(file.openToRead("/proc/self/mem")); // opens, but cannot be read
+    ASSERT_TRUE(file.openToRead("/proc/self/mem")); // can be opened, but not read
     EXPECT_FALSE(file.failed());
     EXPECT_EQ(file.readAllText(), "");
     EXPECT_TRUE(file.failed());
     ASSERT_TRUE(file.openToRead("/dev/null"));
-    EXPECT_FALSE(file.failed()); // another file, another chance
+    EXPECT_FALSE(file.failed()); // the failure belonged to the other file
     ASSERT_TRUE(file.openToWrite("/dev/full"));
     EXPECT_FALSE(file.write("x"));
 }
@@ -206,9 +206,9 @@ TEST_F(DiskFileTest, SaysThatClosingFailed)
     ASSERT_EQ(close(next), 0);
     ASSERT_TRUE(file.openToWrite(pathOf("a")));
     EXPECT_TRUE(file.write("x"));
-    ASSERT_EQ(close(next), 0); // behind its back
+    ASSERT_EQ(close(next), 0); // the file does not know
     EXPECT_FALSE(file.close());
-    EXPECT_TRUE(file.close()); // said once
+    EXPECT_TRUE(file.close()); // a failure is reported only once
 }
 
 TEST_F(DiskFileTest, ReadsWhatTellsNoSizeAndAnswersOnce)
@@ -218,7 +218,7 @@ TEST_F(DiskFileTest, ReadsWhatTellsNoSizeAndAnswersOnce)
     EXPECT_EQ(file.sizeAtOpening(), 0);
     const QByteArray text = file.readAllText();
     EXPECT_TRUE(text.endsWith('\n'));
-    EXPECT_GE(text.toInt(), 301); // the least that there can be
+    EXPECT_GE(text.toInt(), 301); // the smallest value that the system allows
 }
 
 TEST_F(DiskFileTest, AFileThatIsCutOffWasNotWritten)
@@ -230,7 +230,7 @@ TEST_F(DiskFileTest, AFileThatIsCutOffWasNotWritten)
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
     DiskFile file;
     const bool opened = file.openToWrite(pathOf("a"));
-    const bool written = file.write(std::string(2000, 'x')); // the system takes the half of it
+    const bool written = file.write(std::string(2000, 'x')); // the system takes half of it
     const bool more = file.write("x");
     setrlimit(RLIMIT_FSIZE, &old);
     std::signal(SIGXFSZ, ignored);
@@ -255,7 +255,7 @@ TEST_F(DiskFileTest, GoesOnAfterASignal)
 {
     const auto handler = [](int) {};
     struct sigaction interrupting = {};
-    interrupting.sa_handler = handler; // and no SA_RESTART
+    interrupting.sa_handler = handler; // without SA_RESTART, so that calls are interrupted
     struct sigaction old = {};
     ASSERT_EQ(sigaction(SIGALRM, &interrupting, &old), 0);
     FILE *const pipe = popen("sleep 0.3; echo late", "r");
@@ -300,7 +300,7 @@ TEST_F(DiskFileTest, LeavesNoDescriptorBehind)
     {
         DiskFile file;
         EXPECT_TRUE(file.openToRead(fileWith("a")));
-        EXPECT_TRUE(file.openToRead(fileWith("b"))); // closes the first
+        EXPECT_TRUE(file.openToRead(fileWith("b"))); // closes the first file
         EXPECT_EQ(descriptors(), before + 1);
         EXPECT_FALSE(file.openToRead("/tmp"));
         EXPECT_EQ(descriptors(), before);

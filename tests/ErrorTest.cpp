@@ -31,11 +31,11 @@ TEST_F(ErrorReport, SyntaxErrorsShowTheLineAndItsNumberIfTheyAreKnown)
         int number;
         const char *expected;
     } rows[] = {
-        // nothing is known
+        // neither a line nor a number is known
         {"", 0, "", -1, "Error: Syntax Error m\n"},
         {"", -5, "", -1, "Error: Syntax Error m\n"},
         {"", 12, "", 0, "Error: Syntax Error m\n"}, // 0 suppresses the stored number
-        // the stored ones are used
+        // the stored line and number are used
         {"x", 12, "", -1, "Error: Syntax Error m, at line 12\n       line: x\n"},
         {"x", 12, "", -99, "Error: Syntax Error m, at line 12\n       line: x\n"},
         {"x", 0, "", -1, "Error: Syntax Error m\n       line: x\n"},

@@ -7,18 +7,19 @@
 
 #include <gtest/gtest.h>
 
-// The manual of expressions, units and macros, held against the library: every example, by the kind
-// of its block; the tables of operators, functions and messages; and the C++ in it, which is ours.
+// Compares the manual of expressions, units and macros with the library: every example, according
+// to the kind of its block, the tables of operators, functions and messages, and the C++ code,
+// which is also in this file.
 //
 //     ```expressions      EXPRESSION -> RESULT, evaluated with "%.12g" and "-"
 //     ```macros           TEXT -> RESULT, expanded
 //     ```convert UNITS    TEXT -> RESULT, by convertAll
 //     ```calls            FUNCTION("ARGUMENT", ...) -> RESULT
-//     ```units            all that Units::inspect prints, but for blanks at the ends of lines
-//     ```cpp              stands in this file, too
+//     ```units            all that Units::inspect prints, without blanks at the ends of lines
+//     ```cpp              is also in this file
 //
-// What an example prints stands below it. In the first two kinds, definitions "NAME = TEXT" and
-// "global NAME = TEXT" hold up to the end of the block, and so do the other directives.
+// The text that an example prints is below it. In the first two kinds, definitions "NAME = TEXT"
+// and "global NAME = TEXT", and the other directives, are valid up to the end of the block.
 
 using Talmo::Error;
 using Talmo::Macro;
@@ -27,20 +28,20 @@ using Talmo::Units;
 namespace
 {
 
-// As the manual shows it.
+// The C++ of the manual, as it shows it.
 
 /// The value of \a expression in \a units. \a ok tells whether all went without a report.
 double checkedValue(const QString &expression, const QString &units, bool &ok)
 {
     const qint64 before = Error::reported();
-    ok = false; // an empty expression leaves it so
+    ok = false; // an empty expression does not change it
     const double number = Units::value(expression, units, &ok);
     ok = ok && Error::reported() == before;
     return number;
 }
 
-/// The captures of \a pattern in the whole of \a text, which is itself the first; empty if it does
-/// not match.
+/// The captures of \a pattern if it matches the whole of \a text, which is itself the first one;
+/// otherwise empty.
 QStringList captures(const QString &pattern, const QString &text)
 {
     const QRegularExpression expression('^' + pattern + '$');
@@ -51,7 +52,7 @@ QStringList captures(const QString &pattern, const QString &text)
     return texts;
 }
 
-/// What stands between two \a quotes in \a text, again and again.
+/// Every piece of \a text that stands between two \a quotes.
 QStringList quoted(QChar quotes, const QString &text)
 {
     const QStringList pieces = text.split(quotes);
@@ -108,7 +109,7 @@ QList<Block> blocksOfManual()
     return blocks;
 }
 
-/// The rows of the table whose first heading is \a heading, as their cells.
+/// The rows of the table whose first heading is \a heading; each row is a list of its cells.
 QList<QStringList> tableOfManual(const QString &heading)
 {
     QList<QStringList> rows;
@@ -124,7 +125,7 @@ QList<QStringList> tableOfManual(const QString &heading)
     return rows.mid(2);
 }
 
-// Running it.
+// Running the examples.
 
 struct Call {
     const char *name;
@@ -172,8 +173,8 @@ bool isDirective(const QString &line)
     return true;
 }
 
-/// Each block starts as a program does; so does each example in it, but with the macros and the
-/// line number that the block has set.
+/// Each block starts with the library in the state after start-up. So does each example, except
+/// that the block's macros and line number are set.
 class ExpressionsManual : public LibraryTest
 {
 protected:
@@ -188,8 +189,8 @@ protected:
     QString resultOfCall(const QString &call);
     void expectFlagFor(const QString &expression, bool failed);
 
-    QHash<QString, int> examples; ///< how many have been run of each kind
-    QString allPrinted;           ///< by them
+    QHash<QString, int> examples; ///< how many examples of each kind have been run
+    QString allPrinted;           ///< what they have printed
 };
 
 QString ExpressionsManual::resultOfCall(const QString &call)
@@ -220,7 +221,8 @@ QString ExpressionsManual::resultOf(const Block &block, const QString &example)
     return Macro::expand(example);
 }
 
-/// With a flag, an evaluation fails where it has \a failed without one; its value is 0 then.
+/// Evaluates \a expression with a flag. Expects that this fails, with the value 0, if the
+/// evaluation without a flag has \a failed, and succeeds otherwise.
 void ExpressionsManual::expectFlagFor(const QString &expression, bool failed)
 {
     bool ok = false;
@@ -294,8 +296,8 @@ TEST_F(ExpressionsManual, TheExamplesAreTrueAndShowEveryMessage)
     }
 }
 
-// What the table says of each pair, for all operands from 0 to 3; between neighbouring rows it must
-// make a difference.
+// Each pair of operators groups as the table says, for all operands from 0 to 3. For neighbouring
+// rows, grouping in the other way must give another result.
 TEST_F(ExpressionsManual, OperatorsGroupAsTheTableSays)
 {
     struct Operator {

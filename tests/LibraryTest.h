@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 /// A test of modules that keep their state in static members and report through the console. Each
-/// test starts with the tables as they were after start-up (unknown units are remembered!), without
-/// macros, with empty stacks, and with nothing printed.
+/// test starts with the tables as they were after start-up (the library remembers unknown units!),
+/// without macros, with empty stacks, and with nothing printed.
 class LibraryTest : public testing::Test
 {
 protected:
@@ -54,13 +54,13 @@ protected:
         return text.isEmpty() ? "" : text;
     }
 
-    /// What Error::syntax prints for \a problem when there is neither a line nor its number.
+    /// What Error::syntax prints for \a problem if neither the line nor its number is known.
     static QString reported(const QString &problem)
     {
         return "Error: Syntax Error " + problem + "\n";
     }
 
-    /// A value as the tables of tests write it.
+    /// Makes a value in short, for the tables of tests.
     static Talmo::Units::Value value(double number, const QString &units = "")
     {
         Talmo::Units::Value result;

@@ -39,7 +39,7 @@ Lines linesOf(std::string_view content)
     return remaining(file.reader);
 }
 
-/// The lines of a pipe that hands out \a packets one at a time, however much is asked for.
+/// The lines of a pipe from which each read gets one of \a packets, however much it asks for.
 Lines linesOfPipe(const std::vector<std::string_view> &packets)
 {
     int ends[2];
@@ -99,7 +99,7 @@ TEST(LineReader, SkipsAByteOrderMarkAtTheStartOnly)
     EXPECT_EQ(linesOf(byteOrderMark + byteOrderMark + "a"), Lines({byteOrderMark + "a"}));
     EXPECT_EQ(linesOf('a' + byteOrderMark), Lines({'a' + byteOrderMark}));
     EXPECT_EQ(linesOf("\n" + byteOrderMark), Lines({"", byteOrderMark}));
-    EXPECT_EQ(linesOf("\xEF\xBB"), Lines({"\xEF\xBB"})); // half of one is none
+    EXPECT_EQ(linesOf("\xEF\xBB"), Lines({"\xEF\xBB"})); // an incomplete mark is text
     EXPECT_EQ(linesOf("\xEF\xBB\nx"), Lines({"\xEF\xBB", "x"}));
 }
 
@@ -148,7 +148,7 @@ TEST(LineReader, ReadsManyLines)
 namespace
 {
 
-/// The most memory that this program ever had.
+/// The most memory that this program has had so far.
 long peakKilobytes()
 {
     rusage usage = {};
@@ -231,7 +231,7 @@ TEST(LineReader, AWindowHoldsALineHoweverLongItIs)
 
 TEST(LineReader, ReadsALongLineFromAPipe)
 {
-    FILE *const line = popen("head -c 60000000 /dev/zero", "r"); // it comes in many small packets
+    FILE *const line = popen("head -c 60000000 /dev/zero", "r"); // arrives in many small packets
     ASSERT_NE(line, nullptr);
     LineReader reader;
     EXPECT_TRUE(reader.open(QStringLiteral("/proc/self/fd/%1").arg(fileno(line))));
@@ -247,7 +247,7 @@ TEST(LineReader, ReadsAPipeHoweverItsDataArrive)
     EXPECT_EQ(linesOfPipe({"a", "b\nc", "\n", "d"}), Lines({"ab", "c", "d"}));
     EXPECT_EQ(linesOfPipe({"\xEF", "\xBB", "\xBF", "a", "\n"}), Lines({"a"}));
     EXPECT_EQ(linesOfPipe({"a\r", "\nb"}), Lines({"a", "b"}));
-    EXPECT_EQ(linesOfPipe({"a", "\r", "\n", "b"}), Lines({"a", "b"})); // a return comes alone
+    EXPECT_EQ(linesOfPipe({"a", "\r", "\n", "b"}), Lines({"a", "b"})); // one packet is a return
     EXPECT_EQ(linesOfPipe({"\r", "\r", "a\n"}), Lines({"a"}));
 }
 
@@ -263,7 +263,7 @@ TEST(LineReader, CannotOpenWhatIsNoFile)
 TEST(LineReader, SaysThatReadingFailed)
 {
     LineReader reader;
-    ASSERT_TRUE(reader.open(QStringLiteral("/proc/self/mem"))); // opens, but cannot be read
+    ASSERT_TRUE(reader.open(QStringLiteral("/proc/self/mem"))); // can be opened, but not read
     EXPECT_FALSE(reader.failed());
     std::string_view line = "untouched";
     EXPECT_FALSE(reader.readLine(line));

@@ -3,7 +3,7 @@
 
 #include <random>
 
-// Expansion by its definition, on random texts and tables.
+// Compares expansion with its plain definition, on random texts and tables.
 
 using Talmo::Macro;
 
@@ -13,8 +13,8 @@ namespace
 class MacroRestart : public LibraryTest
 {
 protected:
-    /// Up to \a count pieces of what references are made of, with the names from index \a first on:
-    /// the evaluator, too, would go on for ever with a macro that refers to itself.
+    /// Up to \a count pieces of which references are made, with names only from index \a first on.
+    /// So no macro refers to itself, with which the evaluator, too, would go on for ever.
     QString randomText(std::size_t count, std::size_t first)
     {
         const char *const pieces[] = {"$", "$", "$", "${", "${", "{", "}", "}", "}", "++}", "+",
@@ -54,7 +54,7 @@ TEST_F(MacroRestart, ExpansionIsTheSameAsByStartingAgainAfterEachReplacement)
         const std::optional<QString> expected = PlainExpansion().expand(text);
         const QString report = printed();
         const Macro::Table after = Macro::hash;
-        if (!expected.has_value()) // goes on for ever
+        if (!expected.has_value()) // the expansion would go on for ever
             continue;
 
         Macro::hash = before;

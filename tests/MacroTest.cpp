@@ -69,7 +69,7 @@ TEST_F(MacroTable, AClearedScopeStartsEmptyAndIsLeftAgain)
     Macro::pushDefinitions(/*clear=*/true);
     EXPECT_EQ(Macro::value("x"), "");
     EXPECT_FALSE(Macro::isDefined("x"));
-    EXPECT_EQ(Macro::value("g"), "2"); // every scope sees the global ones
+    EXPECT_EQ(Macro::value("g"), "2"); // every scope sees global macros
     Macro::hash["x"] = "inner";
     Macro::hash["y"] = "inner";
     Macro::popDefinitions();
@@ -200,7 +200,7 @@ TEST_F(MacroExpansion, ValuesOfPlainNamesAreExpandedInTurn)
     Macro::hash["b"] = "$a";
     Macro::hash["c"] = "$b$b";
     EXPECT_EQ(expanded("$c"), "11");
-    // What braces insert comes too late for plain names.
+    // A plain name that braces insert comes too late to be replaced.
     EXPECT_EQ(expanded("${b}"), "$a");
     Macro::hash["d"] = "${a}";
     EXPECT_EQ(expanded("$d ${d}"), "1 1");
@@ -287,12 +287,12 @@ TEST_F(MacroExpansion, ExpressionsAreEvaluated)
     } rows[] = {
         {"${1+2}", "3"}, {"${1/3}", "0.333333"}, {"${2*$x}", "3mm"}, // with its units
         {"${2*x}", "3mm"}, // a name in an expression is a macro
-        {"${2*$x;mm}", "3"}, {"${2*$x;um}", "3000"}, {"${1+2;}", "3"}, // units may be empty: none
+        {"${2*$x;mm}", "3"}, {"${2*$x;um}", "3000"}, {"${1+2;}", "3"}, // empty units mean no unit
         {"${%.2f;1/3}", "0.33"}, {"${%.2f;1/3} and ${%.3e;2}", "0.33 and 2.000e+00"},
         {"${%.3f;2*x;mm}", "3.000"}, {"${%.3f;2*x}", "3.000mm"}, {"${%.1f;$half;um}", "750.0"},
         {"${%g ;1+1}", "2 "}, {"${%%%g;1+1}", "%2"}, {"a${1+1}b${2*2}c", "a2b4c"},
         {"${1+1}${1+1}", "22"}, {"{${1+1}}", "{2}"}, {"${2Tpm2;Tpm2}", "2"},
-        {"${%g${1+1;1+1}}", "22"}, // the format makes it "2${1+1}", a reference again
+        {"${%g${1+1;1+1}}", "22"}, // the format prints "2${1+1}", which is a reference again
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.text);
@@ -315,13 +315,13 @@ TEST_F(MacroExpansion, WhatAnExpressionReportsItsTextIsInserted)
 
 TEST_F(MacroExpansion, FormatAndUnitsHaveTheirCharacters)
 {
-    EXPECT_EQ(Macro::expand("${1in;*}"), "1in"); // no units: part of the expression
+    EXPECT_EQ(Macro::expand("${1in;*}"), "1in"); // ";*" belongs to the expression
     EXPECT_EQ(printed(), reported("D:Syntax Error in '1in;*'"));
     EXPECT_EQ(Macro::expand("${1in;-}"), "1in");
     EXPECT_EQ(printed(), reported("D:Syntax Error in '1in;-'"));
-    EXPECT_EQ(Macro::expand("${%;mm}"), "0"); // no format
+    EXPECT_EQ(Macro::expand("${%;mm}"), "0"); // "%" alone is no format
     EXPECT_EQ(printed(), reported("D:Syntax Error in '%'"));
-    EXPECT_EQ(expanded("${%g${;1}}"), "11"); // "1${}": an empty expression, so the result before
+    EXPECT_EQ(expanded("${%g${;1}}"), "11"); // "1${}" comes first: "${}" has the result before
 }
 
 TEST_F(MacroExpansion, FormatsOfUsersCannotHarm)
@@ -341,7 +341,7 @@ TEST_F(MacroExpansion, AnOpenBraceIsReportedWithTheWholeInput)
     EXPECT_EQ(failure("$a ${x"), reported("unbalanced ${ in '$a ${x'"));
     EXPECT_EQ(failure("${"), reported("unbalanced ${ in '${'"));
     EXPECT_EQ(failure("%1 %2 ${"), reported("unbalanced ${ in '%1 %2 ${'"));
-    const QString many = "}" + QString("${").repeated(50000); // takes minutes if all are tried
+    const QString many = "}" + QString("${").repeated(50000); // to try all would take minutes
     EXPECT_EQ(failure(many), reported("unbalanced ${ in '" + many + "'"));
     Macro::hash["open"] = "${";
     EXPECT_EQ(failure("${open}"), reported("unbalanced ${ in '${open}'"));
@@ -362,9 +362,9 @@ TEST_F(MacroExpansion, SuccessorsCountLikeAnOdometer)
         {"", ""}, {"0", "1"}, {"8", "9"}, {"9", "10"}, {"19", "20"}, {"999", "1000"}, {"a", "b"},
         {"z", "aa"}, {"zz", "aaa"}, {"Z", "AA"}, {"Az", "Ba"}, {"Zz", "AAa"}, {"zZ", "aaA"},
         {"a9", "b0"}, {"z9", "aa0"}, {"9z", "10a"}, {"9Z", "10A"},
-        {"x_9", "x`0"}, // any other character carries no farther
-        {"1.9", "1/0"}, // and is no decimal number
-        {"-9", ".0"},   // nor a negative one
+        {"x_9", "x`0"}, // any other character ends the carry
+        {"1.9", "1/0"}, // decimal numbers are not known,
+        {"-9", ".0"},   // and negative ones neither
         {"-1", "-2"}, {"/", "0"}, {"@", "A"}, {"`", "a"}, {"~", "\x7F"}, {" ", "!"},
         {"\xC3\xA9", "\xC3\xAA"}, // e acute, e circumflex
     };

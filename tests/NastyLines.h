@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-/// \a numbers with each of the 256 bytes before, and in the place of, each character. Unless told
-/// otherwise, the numbers have all parts that there are.
+/// \a numbers with each of the 256 bytes inserted before each character, and put in its place. The
+/// default numbers have every part that a number can have.
 inline std::vector<std::string> withAnyByte(
     const std::vector<std::string> &numbers = {"-12.5e+67", "+.5E3", "5", "12345678.9"})
 {
@@ -23,8 +23,8 @@ inline std::vector<std::string> withAnyByte(
     return words;
 }
 
-/// Lines of numbers as simulations print them, and of nearly everything that looks like one, made
-/// from a seed.
+/// Makes random lines from a seed: numbers as simulations print them, and nearly everything that
+/// looks like a number.
 class NastyLines
 {
 public:
@@ -52,7 +52,7 @@ public:
         return text;
     }
 
-    /// A number; now and then not quite.
+    /// A number, or now and then something that is not quite one.
     std::string number()
     {
         static const char *const signs[] = {"", "", "-", "-", "+"};

@@ -25,7 +25,7 @@ QString plainText(QString text)
     return text.replace("%%", "%");
 }
 
-/// Whether \a digits are a number up to 4095.
+/// Whether \a digits are a number that is at most 4095.
 bool isBounded(QString digits)
 {
     while (digits.startsWith('0'))
@@ -43,8 +43,8 @@ QString printed(const QString &conversion, double number)
     return QString::fromLatin1(text.data(), length);
 }
 
-/// Compares what printNumber makes of \a format with the pattern of its formats and with printf;
-/// whether the format is valid.
+/// Compares what printNumber makes of \a format with the pattern of valid formats and with printf.
+/// Returns whether the format is valid.
 bool expectPrinted(const QString &format, double number)
 {
     SCOPED_TRACE(format.toStdString());
@@ -65,7 +65,8 @@ bool expectPrinted(const QString &format, double number)
 class NumberFormat : public testing::Test
 {
 protected:
-    /// A random number: any bits, of everyday size, a tie of some rounding, or a special one.
+    /// A random number: one of any bits, one of everyday size, a tie of some rounding, or a special
+    /// one.
     double randomNumber()
     {
         const std::uint64_t bits = random();
@@ -131,7 +132,7 @@ TEST_F(NumberFormat, TakesFormatsOfAnyCharacters)
     }
     EXPECT_GT(valid, 1000);
     const QChar odd[] = {QChar(0), QChar(0xD800), QChar(0xDFFF), QChar(0x0125), QChar(0x0667),
-        QChar(0xFF05), QChar(0x2030)}; // "%" in the lower bits, a digit and percent signs of others
+        QChar(0xFF05), QChar(0x2030)}; // "%" in the low bits, a digit and percent signs of Unicode
     for (const QChar character : odd) {
         for (const char *format : {"~%g", "%g~", "%~g", "%~", "~", "%.~g", "%.5~g", "%l~", "%~%g"})
             expectPrinted(QString(format).replace('~', character), 2.5);

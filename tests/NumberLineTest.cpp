@@ -16,7 +16,7 @@ namespace
 
 bool isNumberLine(const std::string &line, size_t count)
 {
-    // What follows could be taken for a part of a number, or for more words, good ones and bad.
+    // What stands behind the line must not be taken for a part of a number, or for more words.
     const auto is = [&](const std::string &behind) {
         const std::string padded = line + '\n' + behind + std::string(LineReader::padding, '1');
         return Talmo::isNumberLine(padded.c_str(), padded.c_str() + line.size(), count);
@@ -45,7 +45,7 @@ bool holdsNumbers(const std::string &line, size_t count)
     return words.count() >= count;
 }
 
-/// Whether \a line has none of what the proof leaves to others.
+/// Whether \a line has nothing in it that the proof leaves to the plain way.
 bool isUsual(const std::string &line)
 {
     Words words;
@@ -64,8 +64,8 @@ bool isUsual(const std::string &line)
     });
 }
 
-/// Expects that \a line is judged as the plain way does, or left to it; true if it was proven to
-/// hold \a count numbers.
+/// Expects that \a line is judged in the same way as by toNumber, or not proven. Returns true if it
+/// was proven to hold \a count numbers.
 bool expectAgreement(const std::string &line, size_t count)
 {
     const bool is = isNumberLine(line, count);
@@ -105,16 +105,16 @@ TEST(NumberLine, EveryShapeOfNumberAtEveryPlace)
     } rows[] = {
         {"1", true}, {"-1", true}, {"+1", true}, {"1.", true}, {".1", true}, {"-.1", true},
         {"1.2", true}, {"1e2", true}, {"1E+2", true}, {"1.e-2", true}, {".1e22", true},
-        {"12345.678901234567890123", true}, {"", true}, // two blanks
+        {"12345.678901234567890123", true}, {"", true}, // an empty word makes two blanks
         {".", false}, {"-", false}, {"+.", false}, {"e1", false}, {".e1", false}, {"1e", false},
         {"1e+", false}, {"1e+-1", false}, {"--1", false}, {"1-", false}, {"1-2", false},
         {"1.2.3", false}, {"1..2", false}, {"1e2.", false}, {"1e2e3", false}, {"1ee2", false},
         {"x", false}, {"1x", false}, {"#", false}, {"1:", false}, {"1/", false}, {"1,", false},
         {"\x80", false}, {"1\xFF", false}, {"1\v2", false}, {"nan", false}, {"inf", false},
-        {"1e123", false}, // is left to others
+        {"1e123", false}, // is left to the plain way
     };
     for (const auto &row : rows) {
-        for (size_t before = 0; before < 140; ++before) { // over the ends of two blocks
+        for (size_t before = 0; before < 140; ++before) { // moves across the ends of two blocks
             const std::string line = std::string(before, ' ') + row.word + " 2 3";
             EXPECT_EQ(isNumberLine(line, 2), row.isNumber) << row.word << " behind " << before;
             const std::string filled = "1 " + std::string(before, '\t') + row.word + " 2";

@@ -92,7 +92,7 @@ TEST(ToNumber, ReadsASignDigitsAPointAndAnExponent)
         {"0.1", 0.1},
         {"1e308", 1e308},
         {"1.7976931348623157e308", largest},
-        {"1.7976931348623158079e308", largest}, // just below the tie with what overflows
+        {"1.7976931348623158079e308", largest}, // just below the tie with the overflow
         {"-1.7976931348623157e+0308", -largest},
         {"2.2250738585072014e-308", std::numeric_limits<double>::min()},
         {"5e-324", smallest},
@@ -101,7 +101,7 @@ TEST(ToNumber, ReadsASignDigitsAPointAndAnExponent)
         {"1e-400", 0},
         {"1e-99999999999999999999", 0},
         {"0e99999999999999999999", 0},
-        {"9007199254740993", 9007199254740992}, // 2^53 + 1, a tie: to even
+        {"9007199254740993", 9007199254740992}, // 2^53 + 1 is a tie and rounds to even
         {"9007199254740993.0000000000000000000000000000001", 9007199254740994},
     };
     for (const auto &row : rows) {
@@ -174,7 +174,7 @@ TEST(ToNumber, ReadsNoFartherThanTheWord)
     EXPECT_TRUE(toNumber(std::string_view("12345").substr(1, 2), value));
     EXPECT_EQ(value, 23);
     const std::string tiny = "0." + std::string(400, '0') + '1';
-    const std::string longer = tiny + "e401"; // 1
+    const std::string longer = tiny + "e401"; // its value is 1
     EXPECT_TRUE(toNumber(std::string_view(longer).substr(0, tiny.size()), value));
     EXPECT_EQ(value, 0);
     EXPECT_FALSE(toNumber(std::string_view(), value));
@@ -300,7 +300,7 @@ TEST(AppendNumber, AgreesWithPrintfOnRandomNumbers)
         const std::uint64_t bits = random();
         double value = 0;
         std::memcpy(&value, &bits, sizeof value);
-        if (n % 2 == 0) // any bits, or a number of everyday size
+        if (n % 2 == 0) // half of the numbers have any bits, the others are of everyday size
             value = static_cast<double>(static_cast<std::int64_t>(bits) >> (bits % 64)) / 1024;
         const int digits = 1 + n % 18;
         ASSERT_EQ(appended(value, digits), printed(value, digits));
@@ -314,7 +314,7 @@ TEST(Formatted, WritesWhatPrintfWould)
         std::string text;
         const char *expected;
     } rows[] = {
-        {formatted("%s", ""), ""}, // an empty format would warn
+        {formatted("%s", ""), ""}, // the compiler would warn of an empty format
         {formatted("plain\n"), "plain\n"}, {formatted("%%"), "%"},
         {formatted("100%% %d", 5), "100% 5"},
         {formatted("%s|%5s|%-5s|", "a", "b", "c"), "a|    b|c    |"},

@@ -49,7 +49,7 @@ void expectEqual(const Matrix &a, const Matrix &b, double tolerance)
                 << "row " << i << ", column " << j;
 }
 
-/// The matrix of an integrator that is linear, from its images of the unit rays.
+/// The matrix of an integrator that is linear, made of the images of the unit rays.
 template <typename Map>
 Matrix matrixOfMap(Map map)
 {
@@ -95,7 +95,7 @@ TEST(Optics, WeakLensesApproachTheDrift)
 
 TEST(Optics, ShortLensesApproachTheThinLens)
 {
-    // 1/f = k L = 1 1/m at any length
+    // 1/f = k L is 1 1/m for every length
     for (const double length : {1e-3, 1e-6, 1e-9}) {
         SCOPED_TRACE(length);
         const Matrix m = matrixOf(quadrupole(1000 / length, length, 1, p));
@@ -132,7 +132,7 @@ TEST(Optics, QuadrupoleFocusesByGradientChargeAndMomentum)
 
 TEST(Optics, SolenoidIsTheTextbookMatrix)
 {
-    // Written out, with K = B/(2 B rho) in 1/mm
+    // The matrix written out, with K = B/(2 B rho) in 1/mm
     for (const double field : {2.0, -2.0}) {
         SCOPED_TRACE(field);
         const double K = field / 2 * 1e-3;
@@ -218,7 +218,7 @@ TEST(Kick, LeapfrogConvergesAtSecondOrder)
         const auto errorOf = [&](int slices) {
             return std::fabs(kicked(each, start, slices).x - exact.x);
         };
-        for (const int slices : {10, 20, 40, 80}) // half the step, a quarter of the error
+        for (const int slices : {10, 20, 40, 80}) // half the step gives a quarter of the error
             EXPECT_NEAR(errorOf(slices) / errorOf(2 * slices), 4, 0.02) << slices;
     }
 }
@@ -235,11 +235,11 @@ TEST(Kick, DefaultSlicesAgreeWithTheMatrices)
 TEST(Kick, SlicesAreAsGoodAsPromised)
 {
     constexpr double h = phasePerSlice;
-    constexpr double rounding = 1e-10; // of 667000 slices
+    constexpr double rounding = 1e-10; // the rounding of 667000 slices
     static_assert(h * h * (1.0 / 8 + largestPhase / 24) + rounding < 1e-7, "1 part in 10^7");
     for (const double phase : {h, 0.1, 1.0, 7.0, largestPhase}) {
         const double bound = h * h * (1.0 / 8 + phase / 24) + rounding;
-        // strength 1/mm^2: slopes are in units of sqrt(k) as they stand
+        // With the strength 1/mm^2, slopes are already in units of sqrt(k).
         const Lens strong[] = {{1, -1, 0, phase}, {1, 1, 1, phase}, {1, 1, -1, phase}};
         for (const Lens &each : strong) {
             SCOPED_TRACE(testing::Message() << phase << " rad, turn " << each.turn);
@@ -262,7 +262,7 @@ TEST(Kick, LensesAboveTheLargestPhaseAreRefused)
     EXPECT_NEAR(kicked({1, -1, 0, largestPhase}, start).x, std::cos(largestPhase), 1e-7);
     EXPECT_TRUE(std::isnan(kicked({1, -1, 0, above}, start).x));
     EXPECT_TRUE(std::isnan(kicked({-1, 1, 0, above}, start).x));
-    // and in T and mm, at 1 rad/m
+    // The same limit with a field in T and a length in mm, at 1 rad/m.
     EXPECT_NEAR(kicked(solenoid(2, 99.99e3, 1, p), start).x, std::pow(std::cos(99.99), 2), 1e-7);
     EXPECT_TRUE(std::isnan(kicked(solenoid(2, 100.01e3, 1, p), start).x));
     EXPECT_TRUE(std::isnan(kicked(quadrupole(1e308, 1e308, 1, p), start).x));

@@ -53,7 +53,7 @@ TEST(PatternCost, APieceMayOccurUpToABound)
         const char *after;
         int most;
     } rows[] = {
-        {"", "x", "", 24697}, // beyond the length of a line it takes memory alone
+        {"", "x", "", 24697}, // beyond the length of a line, a link takes only memory
         {"(?:", "abcd|", "abcd)", 1998},
         {"", ".*", "x", 138},
         {"", "x?", "", 139},
@@ -63,16 +63,16 @@ TEST(PatternCost, APieceMayOccurUpToABound)
         {"", "(a)", "", 57},
         {"", "(?:a)", "", 7056},
         {"(.*)", "\\1", "", 17},
-        {"(.*)", "\\11", "", 17}, // one back-reference, not one and a character
+        {"(.*)", "\\11", "", 17}, // this is one back-reference, without a character behind it
         {"", "^", "", 9999},
         {"", "\\b", "", 9999},
         {"", "()", "", 80},
-        {"", "(?:^|$)", "x", 13}, // each doubles the conditions of all that follow
+        {"", "(?:^|$)", "x", 13}, // each doubles the ways to all that follows
         {"", "(?=x)", "x", 66},
         {"", "(?!x)", "x", 66},
         {"^(?!.*", "x", ")", 194},
         {"", "[a-z]*", "", 138},
-        {"", "[a-zA-Z]*", "", 138}, // seven characters cost what one costs
+        {"", "[a-zA-Z]*", "", 138}, // seven characters cost as much as one
         {"", "[a-zA-Z0]*", "", 138},
         {"", "[a-zA-Z01]*", "", 98},
     };
@@ -88,7 +88,7 @@ TEST(PatternCost, ARepetitionCostsAllItsCopies)
 {
     const struct {
         const char *pattern;
-        int most; // times, for %1
+        int most; // the largest number for %1
     } rows[] = {
         {"(?:a?){%1}", 138},
         {"(?:a*){0,%1}", 137},
@@ -99,9 +99,9 @@ TEST(PatternCost, ARepetitionCostsAllItsCopies)
         {"(?:a{3,%1}b){100}", 50},
         {"(?:[a-z]{0,%1}){0,20}b", 22},
         {"(?:(?:ab){100}){%1}", 33},
-        {"(?:(?:){%1}){100}", 98}, // what is empty is read again and again
+        {"(?:(?:){%1}){100}", 98}, // even what is empty is repeated
         {"(?:(?:^){%1}){100}", 49},
-        {"((a){%1}b){20}", 61}, // of which the first alone captures
+        {"((a){%1}b){20}", 61}, // only one of the copies captures
         {"(.*)(?:\\1a){%1}", 30},
     };
     for (const auto &row : rows) {
@@ -154,7 +154,7 @@ TEST(PatternCost, WhatTakesAllThereIsIsNotAffordable)
         "(.*)(?:" + QString("\\1|").repeated(100) + ".)*Z",
         QString("(?=.*Z).*").repeated(13),
         QString("x").repeated(1000000) + '*',
-        // Not valid, which QRegExp finds out when it has compiled them.
+        // These are not valid, but QRegExp finds that out only after compiling them.
         "((((a{1000})]{1000}){1000}",
         "(?<(a{1000}){1000})",
         "(a{1000,5}){1000,5}",

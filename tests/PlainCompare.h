@@ -1,7 +1,8 @@
 #pragma once
 
-// What =compare decides, written to be seen to be right: both files are texts in memory, and Qt
-// splits and converts. It shares nothing with the driver, which does all that on bytes.
+// What =compare decides, written so plainly that one can see that it is right. Both files are texts
+// in memory, and Qt splits and converts them. It shares no code with the driver, which works on
+// bytes.
 
 #include <QByteArray>
 #include <QRegularExpression>
@@ -32,7 +33,7 @@ inline QList<QByteArray> linesOf(const QByteArray &content)
 
 inline QStringList wordsOf(const QByteArray &line)
 {
-    // At the front, where Qt would drop one, a byte order mark is a character like any other.
+    // A byte order mark at the front of a line is a character like any other. Qt would drop it.
     const QByteArray guarded = '!' + line;
     const QString text = QString::fromUtf8(guarded.constData(), guarded.size()).mid(1);
     return text.simplified().split(QLatin1Char(' '));
@@ -44,11 +45,11 @@ inline std::optional<double> numberOf(const QString &word)
         R"(\A[-+]?([0-9]+\.?[0-9]*|\.[0-9]+)([eE][-+]?[0-9]+)?\z)");
     if (!number.match(word).hasMatch())
         return std::nullopt;
-    const double value = word.toDouble(); // 0 if it is too small, infinite if it is too large
+    const double value = word.toDouble(); // 0 for a number too small, infinite for one too large
     return std::isinf(value) ? std::nullopt : std::optional<double>(value);
 }
 
-/// The numbers that \a words are; none at all if one is no number.
+/// The numbers that \a words stand for; no value if one of them is no number.
 inline std::optional<std::vector<double>> numbersOf(const QStringList &words)
 {
     std::vector<double> numbers;
@@ -61,7 +62,7 @@ inline std::optional<std::vector<double>> numbersOf(const QStringList &words)
     return numbers;
 }
 
-/// What is wrong with a pair of lines, for the message on the line called \a where; "" if nothing.
+/// What is wrong with a pair of lines, in words that name the line by \a where; "" if they agree.
 inline QString judge(const QByteArray &line1, const QByteArray &line2,
     const std::vector<double> &tolerances, const QString &where)
 {
@@ -91,7 +92,7 @@ inline QString judge(const QByteArray &line1, const QByteArray &line2,
     return "";
 }
 
-/// What =compare says of two files with \a content1 and \a content2, but for the names of the
+/// What =compare says about two files with \a content1 and \a content2, without the names of the
 /// files; "" if they agree.
 inline QString outcome(
     const QByteArray &content1, const QByteArray &content2, const QStringList &toleranceWords)

@@ -10,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
-// Whole files, compared in the driver's way, which is quick and works on bytes, and by the plain
-// definition.
+// Compares whole files in two ways and expects the same outcome: as the driver does, quickly and on
+// bytes, and by the plain definition.
 
 namespace
 {
@@ -96,7 +96,7 @@ TEST(PlainCompare, AgreesOnNumbersOfAllShapes)
             content2 += (random.oneIn(9) ? random.word() : word) + '\n';
         }
         SCOPED_TRACE(content1);
-        // With a huge tolerance it matters alone what is a number.
+        // With a huge tolerance it matters only which words are numbers.
         const QStringList tolerances = {random.oneIn(2) ? "0" : "1e308"};
         const QString outcome = plainOutcome(content1, content2, tolerances);
         ASSERT_EQ(files.outcome(content1, content2, tolerances), outcome) << content2;
@@ -162,9 +162,9 @@ TEST(PlainCompare, AgreesOnLongLines)
         {megabyte, megabyte + '\n', {}, ""},
         {megabyte, megabyte + '7', {}, "differ at line 1"},
         {"1\n" + megabyte + "\r\n2", "1\n" + megabyte + "\n3", {}, "differ at line 3"},
-        {digits, digits, {"0"}, "invalid data on line 1, column 1"}, // no double holds that
+        {digits, digits, {"0"}, "invalid data on line 1, column 1"}, // too large for a double
         {"." + digits, "." + digits + "\n", {"0"}, ""},
-        {"." + digits, "." + digits.substr(1), {"0"}, ""}, // the same double
+        {"." + digits, "." + digits.substr(1), {"0"}, ""}, // both are the same double
         {"." + digits, "." + digits.substr(0, 16), {"0"}, "differ on line 1, column 1"},
         {"0." + digits + " x", "0." + digits + " 1", {"0", "0"},
             "invalid data on line 1, column 2"},
@@ -182,7 +182,8 @@ TEST(PlainCompare, AgreesOnLongLines)
 
 TEST(PlainCompare, AgreesAroundTheEndsOfBlocks)
 {
-    // Files are read in blocks of at most 256 KiB; what is left of a line goes before the next.
+    // Files are read in blocks of at most 256 KiB, and the rest of a line is put before the next
+    // block.
     Files files;
     NastyLines random(8);
     for (int size = (1 << 18) - 12; size <= (1 << 18) + 3; size += 3) {

@@ -9,12 +9,12 @@
 
 #include <optional>
 
-/// Expansion by its definition: while there is a reference of a kind, the first one is replaced,
-/// and the search starts again at the beginning of the text.
+/// Expansion by its definition. For each kind of reference: as long as there is one, the first one
+/// is replaced, and the search starts again at the beginning of the text.
 class PlainExpansion
 {
 public:
-    /// The expansion of \a text; nothing if it takes more than a few hundred steps.
+    /// The expansion of \a text; no value if that takes more than a few hundred steps.
     std::optional<QString> expand(QString text)
     {
         const QString whole = text;

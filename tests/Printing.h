@@ -1,6 +1,6 @@
 #pragma once
 
-// How Qt's texts and ours look in a failing expectation.
+// How a failing expectation prints texts of Qt and of ours.
 
 #include <QByteArray>
 #include <QString>

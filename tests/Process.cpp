@@ -58,7 +58,7 @@ Outcome outcomeOf(QProcess &process)
     if (finished && process.exitStatus() == QProcess::NormalExit)
         outcome.status = process.exitCode();
     else if (finished)
-        outcome.signal = process.exitCode(); // of a crashed process that is the signal
+        outcome.signal = process.exitCode(); // for a crashed process this is the signal
     return outcome;
 }
 

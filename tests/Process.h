@@ -7,8 +7,8 @@
 
 class QProcess;
 
-/// How long a process may take, in milliseconds: less than CTest gives to the whole test program
-/// (CMakeLists.txt), so that the name of the test is printed that waits in vain.
+/// How long a process may take, in milliseconds. This is less than CTest gives to the whole test
+/// program (CMakeLists.txt), so that the name of the waiting test is printed.
 constexpr int waitingTime = 240000;
 
 /// What a process printed and how it ended.
@@ -29,10 +29,10 @@ void startProcess(QProcess &process, const QString &program, const QStringList &
 /// Waits for the end of a process that was started.
 Outcome outcomeOf(QProcess &process);
 
-/// Starts a process likewise and waits for its end.
+/// Starts a process in the same way and waits for its end.
 Outcome runProcess(const QString &program, const QStringList &arguments,
     const Environment &environment, const QString &folder);
 
-/// The state of the process of number \a process as the system abbreviates it: 'S' when it sleeps,
-/// 'Z' when it has ended and nobody has asked for its status yet, '?' if there is none.
+/// The state of the process with the number \a process, as the system abbreviates it: 'S' if it
+/// sleeps, 'Z' if it has ended and nobody has asked for its status yet, '?' if it does not exist.
 char stateOf(const QByteArray &process);

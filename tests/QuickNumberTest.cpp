@@ -39,7 +39,8 @@ bool sameBits(double a, double b)
     return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
-/// Expects that \a word is read as the plain way does, or left to it; true if it was read.
+/// Expects that \a word is read in the same way as by toNumber, or not read. Returns true if it was
+/// read.
 bool expectAgreement(const std::string &word)
 {
     const Reading quick = quickly(word);
@@ -116,18 +117,18 @@ TEST(QuickNumber, RoundsAsItMustAtTheLimits)
         {"-0", true},
         {"0e5", true},
         {"9007199254740991", true},
-        {"9007199254740992", false}, // as a whole number it need not be exact from here on
+        {"9007199254740992", false}, // from here on, whole numbers may be inexact
         {"9007199254740993", false},
         {"-9007199254740991e22", true},
         {"9007199254740991e-22", true},
         {"1e22", true},
-        {"1e23", false}, // no double
+        {"1e23", false}, // the power of ten is not exact
         {"1e-22", true},
         {"1e-23", false},
         {"10e22", true},
         {"1.5e23", true}, // 15 * 10^22
         {"1.5e24", false},
-        {"0.0000000000000000000001", false}, // too many digits to count
+        {"0.0000000000000000000001", false}, // has too many digits
         {"0.000000000000000001", true},
         {"1234567890123456789", false},
         {"00000000000000000001", false},
@@ -173,6 +174,6 @@ TEST(QuickDigits, ReadsAnyNumberOfDigits)
         }
     }
     std::uint64_t number = 12;
-    quickDigits("345 789012", number); // behind those that are there
+    quickDigits("345 789012", number); // appends to the digits that are already in the number
     EXPECT_EQ(number, 12345U);
 }

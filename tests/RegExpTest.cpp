@@ -47,7 +47,7 @@ TEST(RegExp, APatternThatCostsTooMuchMatchesNothing)
         {nested("(", 51), -1},
         {nested("(?:", 50), 1},
         {nested("(?:", 51), -1},
-        {nested("(", 1000000), -1}, // would need more than the stack
+        {nested("(", 1000000), -1}, // would need more than the whole stack
         {QString("(").repeated(1000000), -1},
         {nested("(?=", 2), 1},
         {nested("(?=", 3), -1},
@@ -65,7 +65,7 @@ TEST(RegExp, APatternThatCostsTooMuchMatchesNothing)
         EXPECT_EQ(RegExp::prev->isValid(), row.position >= 0);
     }
     EXPECT_EQ(RE.replaceAll(nested("(", 51), "ba", "x"), "ba");
-    // What is no group does not count, nor do groups side by side.
+    // Only nested groups count: no parentheses that open no group, and no groups side by side.
     EXPECT_EQ(RE.find(QString("\\(").repeated(2000), QString("(").repeated(2000)), 0);
     EXPECT_EQ(RE.find("[" + QString("(").repeated(2000) + "]", "a("), 1);
     EXPECT_EQ(RE.find(QString("(?:a)").repeated(2000), QString("a").repeated(2000)), 0);
@@ -98,7 +98,7 @@ TEST(RegExp, FindAtSearchesFromAnOffsetWhereACaretMatches)
         {"b", 2, 3},
         {"b", 4, -1},
         {"^b", 0, -1},
-        {"^b", 1, 1}, // nowhere but at the offset
+        {"^b", 1, 1}, // a caret stands only for the offset
         {"^b", 2, -1},
         {"^b*", 4, 4},
         {"b$", 1, 3},
@@ -176,7 +176,7 @@ TEST(RegExp, SubstituteSaysWhetherItReplaced)
 TEST(RegExp, ReplaceAllGoesOnUntilNothingMatches)
 {
     EXPECT_EQ(RE.replaceAll("b", "abcb", "x"), "axcx");
-    EXPECT_EQ(RE.replaceAll("aa", "aaaa", "a"), "a"); // what it wrote matches again
+    EXPECT_EQ(RE.replaceAll("aa", "aaaa", "a"), "a"); // the replacement matches again
     EXPECT_EQ(RE.replaceAll("", "abc", "x"), "abc");
     EXPECT_EQ(RE.replaceAll(QString(), "abc", "x"), "abc");
 }

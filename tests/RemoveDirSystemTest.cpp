@@ -15,16 +15,17 @@
 
 #include <gtest/gtest.h>
 
-// removeDir on a system that is not the usual one: calls that it makes pass here on their way.
+// removeDir on an unusual system. The functions here take the place of the system's calls, change
+// what they return or do something meanwhile, and call the system.
 
 namespace
 {
 
 struct System {
-    bool hidesTypes = false; ///< of entries, as some file systems do
+    bool hidesTypes = false; ///< does not tell the types of entries, as some file systems
     bool hasNoMemory = false;
-    std::vector<std::string> removed;                   ///< the names, as they go
-    std::function<void(const std::string &)> meanwhile; ///< before one goes
+    std::vector<std::string> removed;                   ///< the names in the order of removal
+    std::function<void(const std::string &)> meanwhile; ///< is called before each removal
 } theSystem;
 
 template <typename Function>
@@ -120,7 +121,7 @@ TEST_F(RemoveDirSystem, ADirectoryThatIsMovedMeanwhileLeadsNowhereElse)
 {
     write("run/a/b/x");
     write("outside/a/kept");
-    write("outside/b"); // what ".." and the name would come to
+    write("outside/b"); // to this, ".." and the name would lead
     theSystem.meanwhile = [this](const std::string &name) {
         const bool now = name == "x";
         EXPECT_EQ(now && QDir().rename(pathOf("run/a/b"), pathOf("outside/a/b")), now);

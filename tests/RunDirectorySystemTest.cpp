@@ -18,8 +18,8 @@
 
 #include <gtest/gtest.h>
 
-// What another driver does to the directory of a run between two calls of ours: the calls pass here
-// on their way.
+// What happens if another driver does something to the directory of a run between two of our calls.
+// The functions here take the place of the system's calls and do it before or after.
 
 namespace
 {
@@ -30,8 +30,8 @@ struct System {
     std::function<void()> beforeEntering;
     bool hasLocks = true;
     int openings = -1;        ///< how many files can still be opened; without limit if negative
-    bool opensCurrent = true; ///< the directory "."
-    int errorOfUnlinking = 0; ///< of the file "stuck"
+    bool opensCurrent = true; ///< whether the directory "." can be opened
+    int errorOfUnlinking = 0; ///< why the file "stuck" cannot be removed; 0 if it can
     bool tellsOfMounts = true;
 } theSystem;
 
@@ -140,7 +140,7 @@ TEST_F(RunDirectorySystem, TakenAwayBeforeItIsLockedItIsInUse)
         if (isLeftover)
             makeDirectory("run");
         theSystem.afterMaking = [] { rmdir("run"); };
-        theSystem.beforeEntering = [] { makeDirectory("run"); }; // the other driver's
+        theSystem.beforeEntering = [] { makeDirectory("run"); }; // the other driver makes its own
         RunDirectory directory("run");
         EXPECT_FALSE(directory.enter());
         EXPECT_TRUE(directory.isInUse());
@@ -167,7 +167,7 @@ TEST_F(RunDirectorySystem, ADirectoryThatTakesThePlaceOfALinkIsLeftToItsDriver)
     makeDirectory("other");
     ASSERT_TRUE(QFile::link("other", "run"));
     int locked = -1;
-    theSystem.afterNotOpening = [&locked] { // the link; another driver is as far, and quicker
+    theSystem.afterNotOpening = [&locked] { // another driver now replaces the link first
         theSystem.afterNotOpening = nullptr;
         unlink("run");
         makeDirectory("run");
@@ -226,7 +226,7 @@ TEST_F(RunDirectorySystem, WithoutLocksItIsEnteredAndClearedAllTheSame)
 TEST_F(RunDirectorySystem, WithoutADescriptorForItItIsNotEntered)
 {
     const QString here = QDir::currentPath();
-    for (const int openings : {0, 1}) { // one suffices for the way back
+    for (const int openings : {0, 1}) { // the first one is needed for the way back
         SCOPED_TRACE(openings);
         RunDirectory directory("run");
         theSystem.openings = openings;

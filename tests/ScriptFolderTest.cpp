@@ -20,17 +20,17 @@
 
 using Talmo::ScriptFolder;
 
-// The system's calls pass here on their way, so that they can fail.
+// The functions here take the place of the system's calls, so that these can fail.
 
 namespace
 {
 
 struct System {
-    int entriesBeforeFailure = -1; ///< that readdir gives; without limit if negative
-    std::string failingCall;       ///< the one of lstat, stat and access that fails
-    std::string failingName;       ///< for the file of this name,
-    int error = 0;                 ///< with this number
-    QByteArray executable;         ///< the path of this program; null for its own
+    int entriesBeforeFailure = -1; ///< how many readdir gives; without limit if negative
+    std::string failingCall;       ///< which of lstat, stat and access fails
+    std::string failingName;       ///< the name of the file for which it fails
+    int error = 0;                 ///< the error with which it fails
+    QByteArray executable;         ///< the path of this program; null for the real one
 } theSystem;
 
 template <typename Function>
@@ -108,7 +108,7 @@ protected:
         }
     }
 
-    /// What \a patterns select one after the other, joined by blanks, or the error.
+    /// The names that \a patterns select one after the other, joined by blanks, or the error.
     std::string selected(const QStringList &patterns) const
     {
         ScriptFolder folder;
@@ -178,7 +178,7 @@ TEST_F(ScriptFolderTest, ANameThatIsNoTextIsPassedOver)
 TEST_F(ScriptFolderTest, AListThatBreaksOffIsAnError)
 {
     write({"test1", "test2", "test3", "test4"});
-    for (const int entries : {0, 1, 3, 5}) { // of six, with "." and ".."
+    for (const int entries : {0, 1, 3, 5}) { // there are six, with "." and ".."
         SCOPED_TRACE(entries);
         theSystem.entriesBeforeFailure = entries;
         EXPECT_EQ(selected({"test*"}), "error: Input/output error");
@@ -202,8 +202,8 @@ TEST_F(ScriptFolderTest, AFileThatCannotBeLookedAtIsAnErrorOnceItIsAskedFor)
     write({"test1", "test2", "other"});
     ASSERT_TRUE(QFile::link("test2", directory.filePath("testlink")));
     const std::string all = "test1 test2 testlink";
-    // A directory that may not be searched refuses lstat; what else is refused is one file's
-    // affair.
+    // lstat is refused in a directory that may not be searched. If stat or access is refused, that
+    // concerns one file only.
     const std::vector<int> passedOver = {ENOENT, ENOTDIR, ELOOP, EACCES};
     for (const int error : {EPERM, ENOENT, EIO, ENOMEM, EACCES, EFAULT, ENODEV, ENOTDIR, EISDIR,
              ENAMETOOLONG, ELOOP, EOVERFLOW, ESTALE}) {
@@ -218,7 +218,7 @@ TEST_F(ScriptFolderTest, AFileThatCannotBeLookedAtIsAnErrorOnceItIsAskedFor)
         theSystem.failingCall = "access";
         EXPECT_EQ(selected({"test*"}), isPassedOver ? "test2 testlink" : reason);
         theSystem.failingCall = "stat";
-        EXPECT_EQ(selected({"test*"}), all); // nobody asks
+        EXPECT_EQ(selected({"test*"}), all); // stat is not called for this file
         theSystem.failingName = "testlink";
         EXPECT_EQ(selected({"test*"}), isPassedOver ? "test1 test2" : reason);
         theSystem.failingName = "other";
@@ -234,7 +234,7 @@ TEST_F(ScriptFolderTest, TheDistributionIsBesideTheDirectoryOfTheExecutable)
         QByteArray folder;
     } rows[] = {
         {path() + "/bin/talmo_test", path() + "/test"},
-        {path() + "/test/bin/talmo_test", path() + "/test"}, // the level above
+        {path() + "/test/bin/talmo_test", path() + "/test"}, // there is no "test" in this "test"
         {"/bin/talmo_test", QDir("/test").exists() ? "/test" : "/"},
         {"/talmo_test", QDir("/test").exists() ? "/test" : "/"},
         {"/a/b/talmo_test", "/a"},

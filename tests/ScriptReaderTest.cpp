@@ -76,7 +76,7 @@ TEST(ScriptReader, ReadUntilStopsAtALineThatBeginsWithThePrefix)
     const struct {
         const char *text;
         const char *passed;
-        const char *nextLine; // null at the end
+        const char *nextLine; // null at the end of the script
     } rows[] = {
         {"=x\n", "", "=x"},
         {"a\n=x\n", "a\n", "=x"},
@@ -109,5 +109,5 @@ TEST(ScriptReader, CannotOpenWhatCannotBeRead)
     ScriptReader script;
     EXPECT_FALSE(script.open("no such file"));
     EXPECT_FALSE(script.open("/tmp"));
-    EXPECT_FALSE(script.open("/proc/self/mem")); // opens, but cannot be read
+    EXPECT_FALSE(script.open("/proc/self/mem")); // can be opened, but not read
 }

@@ -12,9 +12,9 @@
 
 #include <gtest/gtest.h>
 
-// With which signals blocked, and which as usual, a program is started. Some shells clear what they
-// inherit before they start programs of their own, so the system is asked what it is told: its call
-// passes here on its way.
+// Which signals are blocked, and which have their default action, when a program is started. Some
+// shells reset what they inherit before they start programs, so a program cannot tell. Instead,
+// this file takes the place of the system's call and looks at its arguments.
 
 namespace
 {
@@ -26,7 +26,7 @@ struct System {
     short flags = 0;
     Signals blocked;
     Signals usual;
-    int error = 0; ///< for the call to fail with
+    int error = 0; ///< the error with which the call fails; 0 if it does not
 } theSystem;
 
 Signals membersOf(const sigset_t &set)
@@ -71,7 +71,7 @@ extern "C" int posix_spawn(pid_t *process, const char *path,
 namespace
 {
 
-/// Blocks and ignores signals while it lives; all others neither.
+/// Blocks and ignores some signals while it lives, and neither blocks nor ignores all others.
 class Inherited
 {
 public:
@@ -143,13 +143,13 @@ TEST(ShellSystem, AProgramGetsTheSignalsAsTheyWereInherited)
 
 TEST(ShellSystem, SignalsAreAsBeforeOnceAProgramHasEnded)
 {
-    for (const int error : {0, ENOMEM}) { // or could not be started
+    for (const int error : {0, ENOMEM}) { // with an error the shell could not be started
         SCOPED_TRACE(error);
         theSystem = System();
         theSystem.error = error;
         const Inherited inherited({SIGUSR1}, {});
         EXPECT_EQ(runInShell("true").isSuccess(), error == 0);
-        EXPECT_EQ(theSystem.path, "/bin/sh"); // it was asked
+        EXPECT_EQ(theSystem.path, "/bin/sh"); // the system was asked to start it
         EXPECT_EQ(blockedNow(), Signals({SIGUSR1}));
         EXPECT_FALSE(isIgnored(SIGQUIT));
     }

@@ -11,7 +11,7 @@
 namespace
 {
 
-// The sanitizers would catch the crash and report it in their own words.
+// Without this, the sanitizers would catch the crash and report it in their own words.
 const Environment plainCrashes = {{"ASAN_OPTIONS", "handle_segv=0:handle_abort=0"}};
 
 Outcome runProbe(const QString &operation)

@@ -16,7 +16,7 @@ bool parse(const QString &words, TestBeam &beam)
     return beam.parse(words.split(QLatin1Char(' ')), 0);
 }
 
-/// The lines after the heading, which is expected to be as it must.
+/// The lines after the heading. Expects the right heading.
 QByteArray linesOf(const TestBeam &beam)
 {
     const QByteArray heading = "#QXTrackFile a title\n"
@@ -45,7 +45,7 @@ QByteArray printed(const TestBeam &beam)
     const double dy = (beam.y1 - beam.y0) / (beam.ny - 1);
     for (int i = 0; i < beam.nx; ++i) {
         for (int j = 0; j < beam.ny; ++j) {
-            const volatile double fromX0 = i * dx; // no fused multiplication and addition
+            const volatile double fromX0 = i * dx; // prevents a fused multiplication and addition
             const volatile double fromY0 = j * dy;
             char line[200];
             std::snprintf(line, sizeof line, "%g %g %g 0 0 %g 0 %d %d 1 0 1\n", fromX0 + beam.x0,
@@ -132,7 +132,7 @@ TEST(TestBeam, RealsHaveSixDigitsAsPrintfWritesThem)
         const char *number;
         const char *text;
     } rows[] = {
-        {"123456.5", "123456"}, // a tie, to even
+        {"123456.5", "123456"}, // a tie rounds to even
         {"123457.5", "123458"},
         {"1000000", "1e+06"},
         {"999999.5", "1e+06"},
@@ -162,7 +162,8 @@ TEST(TestBeam, ZeroKeepsItsSignThroughTheArithmetic)
 
 TEST(TestBeam, PointsAreMultipliedFirstThenAdded)
 {
-    // Rounded once, added up step by step, or divided last, one point of each is about 1e-17.
+    // If positions were rounded only once, added up step by step, or divided last, a point of each
+    // range would be about 1e-17, not 0.
     for (const char *range : {"-0.3 0.3 7", "-0.7 0.7 15", "-1 1 11", "-0.1 0.3 13"}) {
         SCOPED_TRACE(range);
         EXPECT_TRUE(linesOf(QStringLiteral("%1 5 5 2 0 1 1").arg(range)).contains("\n0 5 0 "));
@@ -198,7 +199,7 @@ TEST(TestBeam, EventIdsExceed31Bits)
 
 TEST(TestBeam, ARangeThatOverflowsHasNoFinitePoints)
 {
-    // x1 - x0 is infinite: 0 * inf is no number, and the sign of that one is the processor's.
+    // x1 - x0 is infinite, and 0 * inf is not a number, whose sign depends on the processor.
     const QByteArray lines = linesOf("-1e308 1e308 2 0 0 2 0 1 1").replace("-nan", "nan");
     EXPECT_EQ(lines, "nan 0 0 0 0 1 0 1 1 1 0 1\n"
                      "nan 0 0 0 0 1 0 1 2 1 0 1\n"
@@ -214,7 +215,7 @@ TEST(TestBeam, StopsWhenTheFileTakesNoMore)
         SCOPED_TRACE(accepted);
         int pieces = 0;
         beam.write("a title", [&](std::string_view) { return ++pieces <= accepted; });
-        EXPECT_EQ(pieces, accepted + 1); // the refused one is the last
+        EXPECT_EQ(pieces, accepted + 1); // the piece that was refused is the last
     }
 }
 
@@ -223,7 +224,7 @@ TEST(TestBeam, WritesGridsOfAnyShape)
     const char *const shapes[] = {
         "-1 1 2 -3.5 3.7 65535 0 13 1",
         "-1 1 2 -3.5 3.7 65536 0 13 1",
-        "-1 1 2 -3.5 3.7 70001 0.5 -13 200.125", // the last columns are not kept in memory
+        "-1 1 2 -3.5 3.7 70001 0.5 -13 200.125", // the texts of the last y are not kept
         "1e-7 123456.7 70001 -1e300 1e-300 2 -1.23457e-300 -2147483648 -1.23457e+300",
         "-3 3 211 -1e22 7.7 503 0 2147483647 1",
     };

@@ -10,7 +10,8 @@
 
 #include <gtest/gtest.h>
 
-// Tokens are what their patterns match, tried on what each test is named for and on random texts.
+// Tokens are what their patterns match. Each test tries that on the texts that it is named for, and
+// on random texts.
 
 using Talmo::NumberToken;
 using Talmo::RE;
@@ -23,7 +24,8 @@ const QString unsignedNumber = R"(^([0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?))";
 const QString signedNumber = R"(^([-+]?[0-9]*\.?[0-9]+([eE][-+]?[0-9]+)?))";
 const QString unit = "([A-Za-z][A-Za-z0-9]*)";
 
-/// The captures of \a pattern in \a text: number, exponent, and unit; empty ones without a match.
+/// The captures of \a pattern in \a text: number, exponent, and unit. They are empty if it does not
+/// match.
 QStringList matched(const QString &pattern, const QString &text)
 {
     if (!RE.match(pattern, text))

@@ -11,7 +11,7 @@
 inline const std::string heading =
     "#QXTrackFile\n#x y z Px Py Pz t PDGid EventID TrackID ParentID Weight\n";
 
-/// A directory of the test's own as the current one.
+/// A test with a directory of its own, which is the current one.
 class TrackerFiles : public testing::Test
 {
 protected:

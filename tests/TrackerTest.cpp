@@ -34,7 +34,7 @@ TEST(Tracker, StepsBecomeLenses)
     struct Row {
         Action action;
         int pdgId;
-        Lens lens; ///< for a field of 2 (T/m or T) and 500 mm at 200 MeV/c
+        Lens lens; ///< for a field of 2 (T/m or T) and a length of 500 mm at 200 MeV/c
     };
     const Row rows[] = {
         {Action::Drift, -13, drift(500)},
@@ -53,7 +53,7 @@ TEST(Tracker, StepsBecomeLenses)
         track.pdgId = row.pdgId;
         track.x = 1;
         track.y = -2;
-        track.px = 120; // with Pz, |P| = 200
+        track.px = 120; // with Pz = 160, |P| is 200
         track.pz = 160;
         ASSERT_TRUE(passElement(step, transported, track));
         const Ray expected = transported(row.lens, {1, 0.75, -2, 0});
@@ -92,7 +92,7 @@ TEST(Tracker, UnknownParticlesDoNotPass)
 
 TEST(Tracker, TracksThatOverflowAreReported)
 {
-    const double huge = 1.5e308; // three of them in quadrature overflow
+    const double huge = 1.5e308; // the root of the sum of three such squares overflows
     Track slanted;
     slanted.pdgId = -13;
     slanted.px = 100;
@@ -121,7 +121,7 @@ TEST(Tracker, GapsAddEnergyAndKeepTransverseMomenta)
         {0, 0, 0.75, 1.35, 2.4}, {0, 0, 2.4, -1.35, 0.75}, {0, 0, 0.75, 1.25 / 3, 4.0 / 3},
         {0.45, 0, 0.6, 1.35, std::sqrt(5.5575)}, // 2.4^2 - 0.45^2
         {-0.3, 0.4, std::sqrt(0.3125), 1.25 / 3, std::sqrt(16.0 / 9 - 0.25)},
-        {0.45, 0, 0.6, 0, 0.6}, {0, 0, 1e-5, 0, 1e-5}, // exact, though the mass is far larger
+        {0.45, 0, 0.6, 0, 0.6}, {0, 0, 1e-5, 0, 1e-5}, // exact although the mass is far larger
     };
     for (const Row &row : rows)
         for (const int pdgId : {11, -11, -13, 2212}) {
@@ -152,8 +152,8 @@ TEST(Tracker, GapsAddEnergyAndKeepTransverseMomenta)
 
 TEST(Tracker, GapsLeaveTheDigitsOfWhatIsLeft)
 {
-    // Electrons and protons of large energy E that lose nearly all of it: Pz = sqrt(left^2 - m^2).
-    // E itself is rounded, so what is left is uncertain by that.
+    // Electrons and protons of large energy E lose nearly all of it: Pz = sqrt(left^2 - m^2). E
+    // itself is rounded, so the energy that is left is uncertain by that rounding.
     struct Row {
         int pdgId;
         double energy;
@@ -171,7 +171,7 @@ TEST(Tracker, GapsLeaveTheDigitsOfWhatIsLeft)
         const double uncertainty = row.energy * 4e-16 * row.left / expected;
         EXPECT_NEAR(track.pz, expected, uncertainty);
     }
-    // 91.77 TeV that lose all but less than the mass.
+    // An electron of 91.77 TeV loses so much that less than its mass is left.
     Track stopped;
     stopped.pdgId = 11;
     stopped.pz = 91.77e6;
@@ -183,14 +183,14 @@ TEST(Tracker, GapsRefuseWhatCouldNotFlyOn)
     struct Row {
         double px;
         double pz;
-        double energy; ///< all three in units of the mass
+        double energy; ///< px, pz and energy are in units of the mass
         bool passes;
     };
     const Row rows[] = {
         {0, 0.75, -0.2499, true},  // E = 1.25
         {0, 0.75, -0.2501, false}, // less than the mass is left
-        {0, 0.75, -1.2501, false}, // less than nothing
-        {0, 0.75, -2.5, false},    // as far below 0 as it was above: P^2 would be the same
+        {0, 0.75, -1.2501, false}, // less than nothing is left
+        {0, 0.75, -2.5, false},    // E becomes -E, for which P^2 would be the same
         {0, 0.75, -9, false},
         {0.45, 0.6, -0.1534, true}, // sqrt(1 + 0.45^2) = 1.09659 is left
         {0.45, 0.6, -0.1535, false},
@@ -343,7 +343,7 @@ TEST_F(TrackerFiles, StoppedTracksAreTold)
 
 TEST_F(TrackerFiles, SlicesRefuseWhatTakesTooMany)
 {
-    // K L = 99.9 and 100.1 rad at a rigidity of 1 T m
+    // At a rigidity of 1 T m, K L is 99.9 and 100.1 rad.
     write("beam", heading + "1 0 0 0 0 299.792458 0 2212 1 1 0 1\n");
     std::string error;
     write("deck", "beam beam\nsolenoid 2 99900\noutput out\n");

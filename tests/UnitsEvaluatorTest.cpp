@@ -14,8 +14,8 @@ namespace
 class UnitsEvaluator : public LibraryTest
 {
 protected:
-    /// An expression, what it comes to ("" if it fails), and what is reported, each with the
-    /// expression as its %1. An expression that fails is reported in the end by "D:".
+    /// An expression, its result ("" if it fails), and the reports, in which %1 stands for the
+    /// expression. If it fails, a report with "D:" comes last and is not listed.
     struct Row {
         QString expression;
         QString result;
@@ -31,7 +31,7 @@ protected:
             for (const QString &problem : row.problems)
                 expected += reported(QString(problem).replace("%1", row.expression));
 
-            bool ok = fails; // it must be written
+            bool ok = fails; // the wrong value, so that value has to set it
             const double silent = Units::value(row.expression, "-", &ok);
             EXPECT_EQ(ok, !fails);
             EXPECT_EQ(printed(), expected);
@@ -43,7 +43,7 @@ protected:
                 EXPECT_EQ(result, 0);
                 EXPECT_EQ(silent, 0);
             } else {
-                // The sign of NaN is the processor's.
+                // The sign of NaN depends on the processor.
                 EXPECT_EQ(valuesLeft().join(" ").replace("-nan", "nan"), row.result);
                 EXPECT_TRUE(result == Units::val.top().value || std::isnan(result));
             }
@@ -65,7 +65,7 @@ TEST_F(UnitsEvaluator, NumbersAreScannedAsFarAsTheyReach)
         {"1e+2", "100"}, {"2e3m", "2000m"}, {"3e", "3e"}, {"3e2e", "300e"}, {"1.5e-3T", "0.0015T"},
         {".5ns", "0.5ns"}, {"3furlong", "3furlong"}, {"7Tpm2", "7Tpm2"},
         {"0x10", "0x10"},                            // zero, with the unit x10
-        {"1e999", "inf"}, {"5.", ""}, {"1.5.2", ""}, // two numbers
+        {"1e999", "inf"}, {"5.", ""}, {"1.5.2", ""}, // the last one is two numbers
         {"1e+", "1e", {tooFew}}, {"3_", "3"},        // the name "_" is not defined, and vanishes
     });
 }
@@ -117,8 +117,8 @@ TEST_F(UnitsEvaluator, UnaryMinusBindsTighterThanPower)
         {"1==-1", "0"},
         {"-(1+2)", "-3"},
         {"-sin(0)", "-0"},
-        {"(1)abs(-2)", ""},      // behind a "(" there is an operand, whatever came before
-        {"()-5", "5", {tooFew}}, // behind a ")" an operator
+        {"(1)abs(-2)", ""},      // a minus behind a "(" is a sign, whatever came before
+        {"()-5", "5", {tooFew}}, // a minus behind a ")" is an operator
         {"(1+)-2", "-1", {tooFew}},
     });
 }
@@ -126,9 +126,9 @@ TEST_F(UnitsEvaluator, UnaryMinusBindsTighterThanPower)
 TEST_F(UnitsEvaluator, AUnaryMinusFirstAppliesThoseBeforeIt)
 {
     expect({
-        {"--2", "-2", {tooFew}}, // the first finds no value
+        {"--2", "-2", {tooFew}}, // the first minus finds no value
         {"---2", "-2", {tooFew, tooFew}},
-        {"2---3", "1"}, // the second is applied to 2: -2 - -3
+        {"2---3", "1"}, // the second minus is applied to 2: -2 - -3
         {"-", "", {tooFew}},
         {"2-", "2", {tooFew}},
     });
@@ -148,7 +148,7 @@ TEST_F(UnitsEvaluator, BlanksAreSyntaxErrors)
 TEST_F(UnitsEvaluator, DollarSignsAreIgnored)
 {
     expect({{"1+$2", "3"}, {"$1 ", ""}, {"$$1$+$2$", "3"}, {"1$2", "12"}, {"1$mm", "1mm"}});
-    expect({{QString("$").repeated(20000) + "1", "1"}}); // all of them
+    expect({{QString("$").repeated(20000) + "1", "1"}}); // every "$" is removed
 }
 
 TEST_F(UnitsEvaluator, WhatIsNoTokenFails)
@@ -166,7 +166,7 @@ TEST_F(UnitsEvaluator, WhatIsNoTokenFails)
         {"[1]", ""},
         {"3µm", ""},
         {"é", ""},
-        {"٣", ""}, // a digit, but not ours
+        {"٣", ""}, // a digit, but not one of ASCII
         {"%1%2", ""},
         {".", ""},
         {"~1", ""},
@@ -188,7 +188,7 @@ TEST_F(UnitsEvaluator, ParenthesesMustBeOpenedButNeedNotBeClosed)
         {"5()", "5"},
         {"5(3)", ""},
         {"(5)3", ""},
-        {"sin(0", "0"}, // a function is applied at the end all the same
+        {"sin(0", "0"}, // at the end, a function is applied without its ")"
         {"max(1,2", "2"},
     });
 }
@@ -235,9 +235,9 @@ TEST_F(UnitsEvaluator, FalseIsWhatIsSmallerThanOneInAMillionMillion)
         {"-1||0", "1"},
         {"-5&&-6", "1"},
         {"2||3", "1"},
-        {"0mm||3kg", "1"}, // units do not count, and are gone
+        {"0mm||3kg", "1"}, // units do not matter, and the result has none
         {"2mm&&3kg", "1"},
-        {"0/0&&1", "1"}, // of NaN neither holds
+        {"0/0&&1", "1"}, // NaN is neither true nor false
         {"0/0||0", "0"},
         {"1&&", "1", {tooFew}},
         {"||1", "1", {tooFew}},
@@ -261,7 +261,7 @@ TEST_F(UnitsEvaluator, ComparisonsAreExact)
         {"1!=1.0000000001", "1"},
         {"1!=1", "0"},
         {"0==-0", "1"},
-        {"1ft==12in", "1"}, // in the units of the left
+        {"1ft==12in", "1"}, // both are compared in the units of the left one
         {"1m>1ft", "1"},
         {"1ft<=1in", "0"},
         {"0/0==0/0", "0"},
@@ -287,7 +287,7 @@ TEST_F(UnitsEvaluator, ArithmeticFollowsTheUnits)
         {"6m/2mm", "3000"},
         {"6mm/2", "3mm"},
         {"3*2mm", "6mm"},
-        {"sqrt(4mm*mm)", "4mm", {tooFew, "H:Units conversion error in '%1'"}}, // mm is a name
+        {"sqrt(4mm*mm)", "4mm", {tooFew, "H:Units conversion error in '%1'"}}, // "mm" is a name
         {"1/0", "inf"},
         {"-1/0", "-inf"},
         {"3mm*2mm", "6mm", {"U:Invalid units in '%1'"}},
@@ -321,7 +321,7 @@ TEST_F(UnitsEvaluator, FunctionsOfOneNumberAreThoseOfTheCLibrary)
         {"sinh", 0.5, 0.5210953054937474},
         {"cosh", 0.5, 1.1276259652063807},
         {"tanh", 0.5, 0.46211715726000973},
-        {"log", 2, 0.6931471805599453}, // natural
+        {"log", 2, 0.6931471805599453}, // the natural logarithm
         {"log10", 2, 0.3010299956639812},
         {"ceil", 0.5, 1},
         {"floor", 0.5, 0},
@@ -361,10 +361,10 @@ TEST_F(UnitsEvaluator, FunctionsOfSeveralArguments)
         {"min(2,1)", "1"},
         {"max(1,2)", "2"},
         {"max(2,1)", "2"},
-        {"min(1m,1ft)", "0.3048m"}, // in the units of the first
+        {"min(1m,1ft)", "0.3048m"}, // the result is in the units of the first argument
         {"max(1ft,1m)", "3.28083989501ft"},
         {"min(1ft,1m)", "1ft"},
-        {"min(0,-0)", "-0"}, // the second if they are equal
+        {"min(0,-0)", "-0"}, // of equal arguments the second one is taken
         {"max(-0,0)", "0"},
         {"min(1,2mm)", "1", {"Units Conversion Error from mm to "}},
         {"max(1,min(2,3))", "2"},
@@ -422,17 +422,17 @@ TEST_F(UnitsEvaluator, UnknownFunctionsAreToldByNameIfTheyHaveOneNumber)
 TEST_F(UnitsEvaluator, CommasAreCountedSinceTheLastClosingParenthesis)
 {
     expect({
-        {"1,", "1"}, // outside of a call they do nothing
+        {"1,", "1"}, // outside of a call commas do nothing
         {",1", "1"},
         {"1,2", ""},
         {"(1,2)", ""},
-        // The count of max stays for sin, which no ")" follows.
+        // The count of commas in max stays for sin, because no ")" follows.
         {"max(1,2)+sin(3", "5", {"G:Syntax Error in '%1'"}},
         {"max(1,min(2,3", "", {"O:Syntax Error in '%1'"}},
-        // Those of an inner group are forgotten.
+        // The commas of an inner group are forgotten.
         {"sin((1,2))", "", {}},
         {"max(1,(2,3))", "", {}},
-        // So are those of the expression before.
+        // So are the commas of the expression before.
         {"1,", "1"},
         {"sin(0", "0"},
         {"if((1,2),3,4)", "", {}},
@@ -443,7 +443,7 @@ TEST_F(UnitsEvaluator, AFunctionWithoutArgumentsTakesWhatIsThere)
 {
     expect({{"2+sin()", "0.909297426826", {tooFew}},
         {"8*max(,)", "8", {"O:Syntax Error in '%1'", tooFew}}});
-    // But an argument that is missing is not made up for by what stands before the call.
+    // But a value before the call does not stand in for a missing argument.
     expect({{"1+max(2)", "3", {"O:Syntax Error in '%1'"}}});
 }
 
@@ -459,11 +459,11 @@ TEST_F(UnitsEvaluator, NamesStandForTheTextsOfMacros)
         {"five", "5"}, {"$five+1", "6"}, {"five*sum", "13"}, // text, not a value: 5*2+3
         {"2*length_1", "6mm"}, {"again", "10"}, {"everywhere", "7"}, {"five&&0", "0"},
         {"five!=5", "0"}, {"five-3", "2"}, // after a number, a minus is binary
-        {"empty-3", "-3"},                 // the operand is still expected
-        {"(2)empty-3", "-1"},              // or it is not
+        {"empty-3", "-3"},                 // here an operand is still expected
+        {"(2)empty-3", "-1"},              // here it is not
         {"sin(empty)", "", {"G:Syntax Error in '%1'"}}, {"unknown", ""},
         {"2*unknown", "2", {tooFew}}, {"unknown2", ""}, {"2__3", "2"},
-        {"five(1)", "1", {"Unknown function five in '%1'"}}, // a call is no name
+        {"five(1)", "1", {"Unknown function five in '%1'"}}, // the name of a function is no macro
     });
 }
 
@@ -496,12 +496,12 @@ TEST_F(UnitsEvaluator, TheResultIsConvertedToTheUnitsAskedFor)
     EXPECT_EQ(Units::value("3", "", nullptr), 3);
     EXPECT_EQ(Units::value("3ft", "-", nullptr), 3);
     EXPECT_EQ(valuesLeft(), QStringList{"3ft"});
-    EXPECT_EQ(Units::value("3ft", "", &ok), 3); // none is not "as it comes out"
+    EXPECT_EQ(Units::value("3ft", "", &ok), 3); // "" means no unit, and not any unit
     EXPECT_FALSE(ok);
     EXPECT_EQ(valuesLeft(), QStringList{"3"});
     EXPECT_EQ(printed(), "");
 
-    // Another kind: the caller is told in one way or the other, and gets the number.
+    // For another kind, the caller is told in one of two ways, and gets the number.
     EXPECT_EQ(Units::value("3kg", "mm", &ok), 3);
     EXPECT_FALSE(ok);
     EXPECT_EQ(printed(), "");
@@ -523,7 +523,7 @@ TEST_F(UnitsEvaluator, AStarAsksForTheStandardUnit)
     EXPECT_EQ(valuesLeft(), QStringList{"0"});
     EXPECT_EQ(printed(), "");
 
-    // A failure leaves what there is, in its standard unit.
+    // After a failure, the result is what is left, in its standard unit.
     EXPECT_EQ(Units::value("2cm!", "*", &ok), 2 * 0.3937007874015748 / 0.03937007874015748);
     EXPECT_FALSE(ok);
     EXPECT_EQ(printed(), "");
@@ -546,7 +546,7 @@ TEST_F(UnitsEvaluator, NothingIsZeroAndTouchesNeitherFlagNorStack)
     EXPECT_EQ(valuesLeft(), QStringList{"4mm"});
     EXPECT_EQ(Units::currentExpression, "$$$");
     bool ok = false;
-    EXPECT_EQ(Units::value("", "*", &ok), 4); // what was left, in its standard unit
+    EXPECT_EQ(Units::value("", "*", &ok), 4); // the result before, in its standard unit
     EXPECT_FALSE(ok);
     EXPECT_EQ(printed(), "");
 }
@@ -566,7 +566,7 @@ TEST_F(UnitsEvaluator, AFailureLeavesTheStacksAsTheyStand)
     EXPECT_EQ(
         pending(), (QStringList{"--start-- 0", "max 1", ", 3", "( 2", "? 4", "|| 5", "&& 6"}));
     EXPECT_EQ(valuesLeft(), (QStringList{"1", "2", "0", "6", "7"}));
-    Units::value("1||1||1 ", "-", nullptr); // equals are applied first
+    Units::value("1||1||1 ", "-", nullptr); // an operator of equal precedence is applied first
     EXPECT_EQ(valuesLeft(), (QStringList{"1", "1"}));
     Units::value("1&&1&&1 ", "-", nullptr);
     EXPECT_EQ(valuesLeft(), (QStringList{"1", "1"}));
@@ -597,7 +597,7 @@ TEST_F(UnitsEvaluator, OperatorsOutsideTheGrammarAreReported)
     const struct {
         Units::Operator operation;
         const char *problem;
-        QStringList left; ///< of the values 1mm and 2mm
+        QStringList left; ///< what is left of the values 1mm and 2mm
     } rows[] = {
         {{"--start--", 0}, nullptr, {"1mm", "2mm"}},
         {{"+", -1}, nullptr, {"1mm", "2mm"}},
@@ -623,21 +623,21 @@ TEST_F(UnitsEvaluator, OperatorsOutsideTheGrammarAreReported)
         EXPECT_EQ(valuesLeft(), row.left);
         EXPECT_EQ(printed(), row.problem == nullptr ? "" : reported(row.problem));
     }
-    // The difference comes before the name.
+    // The difference is computed before the name of the relation is looked at.
     Units::val.clear();
     Units::val.append(value(1, "mm"));
     Units::val.append(value(2, "kg"));
     Units::doit({"=~", 7});
     EXPECT_EQ(printed(),
         reported("Units Conversion Error from kg to mm") + reported("K:Syntax Error in 'e'"));
-    // Too few values come before all else.
+    // Too few values are reported before anything else.
     EXPECT_EQ(valuesLeft(), QStringList{"1mm"});
     for (int precedence = 5; precedence <= 10; ++precedence) {
         Units::doit({"strange", precedence});
         EXPECT_EQ(printed(), reported("X:Syntax error in 'e'"));
         EXPECT_EQ(valuesLeft(), QStringList{"1mm"});
     }
-    Units::doit({"strange", 11}); // one is enough
+    Units::doit({"strange", 11}); // at this precedence one value is enough
     EXPECT_EQ(printed(), reported("T:Syntax Error in 'e'"));
     EXPECT_EQ(valuesLeft(), QStringList{"1mm"});
     Units::val.clear();

@@ -9,7 +9,7 @@
 #include <random>
 #include <vector>
 
-// What holds for all inputs, tried on random ones.
+// Tries on random inputs what must be true for all inputs.
 
 using Talmo::Units;
 using Value = Talmo::Units::Value;
@@ -71,11 +71,11 @@ TEST_F(UnitsProperties, UnitsOfOneKindAddAndOthersAreReported)
 namespace
 {
 
-/// An expression as a tree: what it is worth, and how it is written.
+/// An expression as a tree: its value and its text.
 struct Tree {
     double value;
     QString text;
-    int precedence; ///< of what is outermost in the text; 12 for what needs no parentheses
+    int precedence; ///< of the outermost operator; 12 if the text needs no parentheses
 };
 
 using Trees = std::vector<Tree>;
@@ -135,7 +135,7 @@ const Function functions[] = {
 };
 // clang-format on
 
-/// The text of \a tree where operators of \a precedence and above may stand without parentheses.
+/// The text of \a tree, in parentheses if its precedence is lower than \a precedence.
 QString written(const Tree &tree, int precedence)
 {
     return tree.precedence >= precedence ? tree.text : "(" + tree.text + ")";
@@ -191,7 +191,7 @@ protected:
             chosen.apply(arguments), chosen.name + QString("(") + texts.join(",") + ")", primary};
     }
 
-    /// A random tree of at most \a depth levels below.
+    /// A random tree with at most \a depth levels below its root.
     Tree tree(int depth)
     {
         if (depth == 0)

@@ -131,7 +131,7 @@ TEST_F(UnitsTable, TheStandardUnits)
 
 TEST_F(UnitsTable, UnknownUnitsAreRememberedWhereTheyWereLookedUp)
 {
-    // The kind is looked up first, the factor only among units of one kind.
+    // The kind is looked up first; the factor is looked up only if both units are of one kind.
     value(3, "furlong").convert("mm", nullptr);
     printed();
     EXPECT_EQ(Units::typeHash.value("furlong", -1), 0);
@@ -252,7 +252,7 @@ TEST_F(UnitsValue, IsReadFromANumberWithAnOptionalUnit)
         EXPECT_EQ(printed(), "");
     }
     EXPECT_TRUE(std::signbit(Value(QString("-0")).value));
-    EXPECT_EQ(Units::typeHash.size(), 70); // reading looks nothing up
+    EXPECT_EQ(Units::typeHash.size(), 70); // reading a value looks no unit up
 }
 
 TEST_F(UnitsValue, OtherTextsAreReportedAndZero)
@@ -274,7 +274,7 @@ TEST_F(UnitsValue, ConvertsWithinAKind)
         const char *target;
         double value;
     } rows[] = {
-        {value(25.4, "mm"), "in", 25.4 * 0.03937007874015748}, // 1, but for its last digit,
+        {value(25.4, "mm"), "in", 25.4 * 0.03937007874015748}, // 1, except for its last digit
         {value(1, "deg"), "rad", 0.017453292519943295},
         {value(1, "kmph"), "mps", 0.277778},
         {value(1, "m"), "meter", 1},
@@ -284,7 +284,7 @@ TEST_F(UnitsValue, ConvertsWithinAKind)
         {value(1, "mile"), "ft", 5280},
         {value(5, ""), "", 5},
         {value(1, "J"), "joule", 1},
-        {value(3, "ft"), "mm", 3 * 12.0 / 0.03937007874015748}, // the product first
+        {value(3, "ft"), "mm", 3 * 12.0 / 0.03937007874015748}, // the product is computed first
         {value(0.1, "m"), "mm", 0.1 * 39.37007874015748 / 0.03937007874015748},
         {value(-infinity, "m"), "mm", -infinity},
     };
@@ -292,7 +292,7 @@ TEST_F(UnitsValue, ConvertsWithinAKind)
         SCOPED_TRACE(row.target);
         Value from = row.from;
         EXPECT_EQ(from.convert(row.target), row.value);
-        EXPECT_EQ(from.value, row.from.value); // it stays
+        EXPECT_EQ(from.value, row.from.value); // the value itself does not change
         EXPECT_EQ(from.units, row.from.units);
         bool ok = false;
         EXPECT_EQ(from.convert(row.target, &ok), row.value);
@@ -310,7 +310,7 @@ TEST_F(UnitsValue, AcrossKindsTheNumberStaysAndThatIsTold)
     } rows[] = {
         {"kg", "mm", "Units Conversion Error from kg to mm"},
         {"", "mm", "Units Conversion Error from (none) to mm"},
-        {"mm", "", "Units Conversion Error from mm to "}, // on purpose without "(none)"
+        {"mm", "", "Units Conversion Error from mm to "}, // has no "(none)" on purpose
         {"mm", "furlong", "Units Conversion Error from mm to furlong"},
         {"furlong", "mm", "Units Conversion Error from furlong to mm"},
         {"%2", "mm", "Units Conversion Error from %2 to mm"},
@@ -322,7 +322,7 @@ TEST_F(UnitsValue, AcrossKindsTheNumberStaysAndThatIsTold)
         bool ok = true;
         EXPECT_EQ(from.convert(row.target, &ok), 7);
         EXPECT_FALSE(ok);
-        EXPECT_EQ(printed(), ""); // who asks is not told twice
+        EXPECT_EQ(printed(), ""); // with a flag, nothing is reported
         EXPECT_EQ(from.convert(row.target), 7);
         EXPECT_EQ(printed(), reported(row.message));
     }
@@ -371,7 +371,7 @@ TEST_F(UnitsValue, PrintsAsPrintfWouldAndAppendsItsUnits)
         {"%05g", 2, "00002"},
         {"%#g", 2, "2.00000"},
         {"%-+ #08.2f|", 2, "+2.00   |"},
-        {"%.f", 2.5, "2"}, // no digits are none
+        {"%.f", 2.5, "2"}, // a missing precision behind the point is 0
         {"%lg", 2.5, "2.5"},
         {"x=%g mm%%", 2.5, "x=2.5 mm%"},
         {"%%%%%g%%%%", 1, "%%1%%"},
@@ -488,8 +488,8 @@ TEST_F(UnitsEntryPoints, EvaluateFormatsTheResultInTheUnitsAskedFor)
         {"%.3f", "1/3", "-", "0.333"},
         {"<%g>", "1mm", "-", "<1>mm"}, // the units follow the whole format
         {"%g%%", "50", "", "50%"},
-        {"%g", "1km", "*", "1e+06"}, // in the standard unit, converted once
-        {"%g", "2kg", "*", "2"},     // which mass has not
+        {"%g", "1km", "*", "1e+06"}, // converted once, to the standard unit
+        {"%g", "2kg", "*", "2"},     // mass has no standard unit
         {"%g", "3furlong", "*", "0"},
         {"%g", "1/2", "*", "0.5"},
         {"%.12g", "-0mm", "-", "-0mm"},
@@ -514,7 +514,7 @@ TEST_F(UnitsEntryPoints, EvaluatePrintsWhatAFailureLeft)
         {"1 + 2", "-", "1", "D:Syntax Error in '1 + 2'"},
         {"1mm+2mm)", "-", "3mm", "D:Syntax Error in '1mm+2mm)'"},
         {"7kg!", "-", "7kg", "D:Syntax Error in '7kg!'"},
-        {"%1", "-", "0-", "D:Syntax Error in '%1'"}, // nothing was left
+        {"%1", "-", "0-", "D:Syntax Error in '%1'"}, // no value was left
         {"=", "mm", "0", "D:Syntax Error in '='"},
         {"=", "*", "0", "D:Syntax Error in '='"},
         {"2m!", "*", "2000", "D:Syntax Error in '2m!'"},
@@ -547,13 +547,13 @@ TEST_F(UnitsEntryPoints, EvaluateReportsAConversionThatCannotBeOnce)
 TEST_F(UnitsEntryPoints, EvaluateConvertsToUnitsOnceMore)
 {
     EXPECT_EQ(Units::value("1", "furlong", nullptr), infinity);
-    EXPECT_TRUE(Units::evaluate("%g", "1", "furlong").endsWith("nan")); // of either sign
+    EXPECT_TRUE(Units::evaluate("%g", "1", "furlong").endsWith("nan")); // it may have a sign
     EXPECT_EQ(printed(), "");
 }
 
 TEST_F(UnitsEntryPoints, EvaluateOfNothingPrintsTheResultBefore)
 {
-    EXPECT_EQ(Units::evaluate("%g", "", "mm"), "0"); // there is none: 0 in the units asked for
+    EXPECT_EQ(Units::evaluate("%g", "", "mm"), "0"); // without a value, 0 in the wanted units
     EXPECT_EQ(valuesLeft(), QStringList{"0mm"});
     EXPECT_EQ(Units::evaluate("%g", "", "-"), "0mm");
     Units::val.clear();
@@ -585,8 +585,8 @@ TEST_F(UnitsEntryPoints, UnitGivesTheUnitsOfAnExpression)
         const char *units;
     } rows[] = {
         {"", ""}, {"3mm*2", "mm"}, {"2*3GeV", "GeV"}, {"6mm/2mm", ""}, {"7", ""},
-        {"1 mm", ""},                          // no expression
-        {"3furlong", "furlong"}, {"2mm)", ""}, // no expression, though 2mm is left
+        {"1 mm", ""},                          // is no expression
+        {"3furlong", "furlong"}, {"2mm)", ""}, // is no expression either, although 2mm is left
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.expression);
@@ -596,10 +596,10 @@ TEST_F(UnitsEntryPoints, UnitGivesTheUnitsOfAnExpression)
     EXPECT_EQ(Units::unit("1+"), "");
     EXPECT_EQ(printed(), reported("X:Syntax error in '1+'"));
     Units::value("4cm", "-", nullptr);
-    EXPECT_EQ(Units::unit("$"), "cm"); // nothing to evaluate: the result before
-    EXPECT_EQ(Units::unit(""), "");    // but of no expression there is no unit
+    EXPECT_EQ(Units::unit("$"), "cm"); // nothing is evaluated, so the result before counts
+    EXPECT_EQ(Units::unit(""), "");    // but an empty text has no unit
     Units::val.clear();
-    EXPECT_EQ(Units::unit("$"), ""); // and if there is none
+    EXPECT_EQ(Units::unit("$"), ""); // there is no result before
     EXPECT_EQ(Units::unit(""), "");
 }
 
@@ -608,7 +608,7 @@ TEST_F(UnitsEntryPoints, ATextOfNothingIsEmptyButNotNull)
     EXPECT_FALSE(value(1, "mm").to_s("%d", /*withUnits=*/true).isNull());
     EXPECT_FALSE(Units::evaluate("%d", "1mm", "-").isNull());
     EXPECT_FALSE(Units::unit("").isNull());
-    EXPECT_FALSE(Units::unit("1 mm").isNull()); // no expression
+    EXPECT_FALSE(Units::unit("1 mm").isNull()); // is no expression
 }
 
 TEST_F(UnitsEntryPoints, SimpleNumbersHaveNoOperatorButTheMinusSign)
@@ -638,8 +638,8 @@ TEST_F(UnitsEntryPoints, FloatsAreExpressions)
         {"2 mm", false},
         {"", false},
         {"$", false},
-        {"abc", false}, // an undefined name is nothing
-        {"+5", true},   // reported, but one value is left
+        {"abc", false}, // an undefined name leaves no value
+        {"+5", true},   // is reported, but leaves one value
         {"1+2)", false},
         {"5.", false},
     };
@@ -663,7 +663,7 @@ TEST_F(UnitsEntryPoints, FactorIsWhatOneUnitIsWorth)
     EXPECT_EQ(printed(), "");
     EXPECT_EQ(Units::factor("mm", "m)"), 0);
     EXPECT_EQ(printed(), reported("D:Syntax Error in '1.0m)'"));
-    // Deliberate: the number that value returns of another kind, not 0.
+    // Deliberate: for another kind, the result is the unconverted number, not 0.
     EXPECT_EQ(Units::factor("mm", "kg"), 1);
     EXPECT_EQ(printed(), reported("Units Conversion Error from kg to mm"));
 }
@@ -689,7 +689,7 @@ TEST_F(UnitsServices, ConvertAllRewritesNumbersWithUnits)
         {"d=25.4mm", "in", "d=1"},
         {"x 2m, 3s", "mm", "x 2000, 3s"}, // another kind stays
         {"E=2GeV B=5kG", "*", "E=2000 B=0.5"},
-        {"3kg", "*", "3kg"}, // no standard unit
+        {"3kg", "*", "3kg"}, // mass has no standard unit
         {"3kg", "g", "3000"},
         {"-5mm", "in", "-0.196850393701"}, // the sign is text
         {"+5mm--5mm", "cm", "+0.5--0.5"},
@@ -706,17 +706,17 @@ TEST_F(UnitsServices, ConvertAllRewritesNumbersWithUnits)
         {"1.5e", "uC", "2.40326469281e-13"},
         {"1e+5", "coulomb", "1.60217646187e-19+5"}, // "1e" is a number with a unit
         {"1e5", "mm", "1e5"},                       // 1 with the unknown unit e5
-        {"1e5", "*", "100000"},                     // which is unitless
+        {"1e5", "*", "100000"},                     // as an unknown unit, e5 is unitless
         {"5mmx", "mm", "5mmx"},                     // the longest run of letters and digits
         {"5mmx", "*", "0"},
         {"5mmx", "", "0"},
         {"5mm_x", "cm", "0.5_x"},
-        {"5mm6mm", "*", "0"}, // one unknown unit, mm6mm
+        {"5mm6mm", "*", "0"}, // the unit is mm6mm, which is unknown
         {"5 mm", "cm", "5 mm"},
         {"7", "", "7"},
-        {"007 1.50", "", "007 1.50"}, // no unit: not even written anew
+        {"007 1.50", "", "007 1.50"}, // numbers without a unit are not even written anew
         {"007 1.50", "*", "007 1.50"},
-        {"5mm", "", "5mm"}, // without a unit is a kind, too
+        {"5mm", "", "5mm"}, // "" is of another kind than mm
         {"2m, 3s", "s", "2m, 3"},
         {"7foo", "-", "7foo"},
         {"line 1mm\nline 2mm\n", "um", "line 1000\nline 2000\n"},
@@ -757,7 +757,7 @@ TEST_F(UnitsServices, CheckComparesExponentsAndSoReportsNothing)
             Units::check(a, b);
     }
     EXPECT_EQ(printed(), "");
-    // What it looked up is remembered, as kinds only.
+    // Units that convertAll looked up are remembered, but only their kinds.
     EXPECT_EQ(Units::compatibleUnits(""), (QStringList{"", "-", "e-3", "e3", "e5"}));
     EXPECT_EQ(Units::factorHash.size(), 70);
 }
@@ -772,7 +772,7 @@ TEST_F(UnitsServices, CheckLooksNothingUpUnlessTheFirstIsANumber)
 
 TEST_F(UnitsServices, CheckNamesTheSecondBeforeTheFirst)
 {
-    Units::typeHash["e3"] = Units::typeHash["mm"]; // as if it were a unit
+    Units::typeHash["e3"] = Units::typeHash["mm"]; // makes "e3" a unit of length
     Units::check("1e3", "1");
     EXPECT_EQ(printed(), reported("Units Conversion Error from (none) to e3"));
     Units::check("1", "2e3mm");

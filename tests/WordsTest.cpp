@@ -97,7 +97,7 @@ TEST(Words, AreThoseOfQStringSimplifiedAndSplit)
     const QString alphabet = QString::fromUtf8("1a#-  \t\n\v\f\r\x1F\u0085\u00A0é\u2003\u2028"
                                                "\u200B\u3000\uFEFF\uFFFD");
     std::mt19937 random(3);
-    Words words; // one for all lines, as in its use
+    Words words; // is used for all lines, as in a comparison
     for (int n = 0; n < 50000; ++n) {
         QString line;
         for (auto length = random() % 12; length > 0; --length)

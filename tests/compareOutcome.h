@@ -20,7 +20,7 @@ inline QString described(const Talmo::Difference &difference)
     return text;
 }
 
-/// What the driver's way of comparing finds about two files, in the words of PlainCompare::outcome.
+/// What the driver's code finds when it compares two files, in the words of PlainCompare::outcome.
 inline QString compareOutcome(
     const QString &name1, const QString &name2, const QStringList &toleranceWords)
 {

@@ -1,5 +1,6 @@
-// Linked with programs that a signal ends, when coverage is measured: only a process that ends by
-// itself writes down what it has executed. So a copy does, before the signal comes.
+// When coverage is measured, this is linked with programs that a signal ends. Only a process that
+// ends by itself writes down what it has executed. So a copy of the process does that, before the
+// signal ends it.
 
 #include <csignal>
 #include <cstdlib>
@@ -12,9 +13,9 @@ namespace
 
 void writeCounts()
 {
-    const pid_t copy = _Fork(); // fork would count anew
+    const pid_t copy = _Fork(); // fork would start counting anew
     if (copy == 0) {
-        close(STDOUT_FILENO); // nothing is printed twice
+        close(STDOUT_FILENO); // so that nothing is printed twice
         close(STDERR_FILENO);
         std::exit(0);
     }
@@ -24,7 +25,7 @@ void writeCounts()
 void countAndCrash(int signal)
 {
     writeCounts();
-    std::signal(signal, SIG_DFL); // what is tried again has its usual end
+    std::signal(signal, SIG_DFL); // now the signal ends the process as usual
 }
 
 __attribute__((constructor(101))) void handleCrashes()

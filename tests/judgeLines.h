@@ -2,7 +2,7 @@
 
 #include "Difference.h"
 
-/// Judges two lines as they stand in their files.
+/// Judges two lines, given as they are in their files.
 inline Talmo::Difference judgeLines(
     std::string_view line1, std::string_view line2, const std::vector<double> &tolerances)
 {

@@ -38,16 +38,16 @@ TEST_F(PlatformCommand, ASectionIsSkippedUnlessItNamesTheDriversPlatform)
         {"=platform WINDOWS  DARWIN\tLINUX \n=echo a\n", "a\n"},
         {"=platform LINUX LINUX\n=echo a\n=platform\n=echo b\n", "a\nb\n"},
         {"=platform WINDOWS\n=echo a\n=platform\n=echo b\n", "b\n"},
-        {"=platform WINDOWS\n=echo a\n", ""}, // to the end of the file
+        {"=platform WINDOWS\n=echo a\n", ""}, // skips to the end of the file
         {"=platform WINDOWS\n", ""},
         {"=platform WINDOWS", ""},
         {"=platform WINDOWS DARWIN\n=echo a\n=platform LINUX\n=echo b\n=platform DARWIN\n=echo c\n"
          "=platform\n=echo d\n",
             "b\nd\n"},
         {"=platform DARWIN\n=platform WINDOWS\n=echo a\n=platform\n=echo b\n", "b\n"},
-        {"=platform LINUX\n=platform WINDOWS\n=echo a\n=platform\n=echo b\n", "b\n"}, // no nesting
+        {"=platform LINUX\n=platform WINDOWS\n=echo a\n=platform\n=echo b\n", "b\n"}, // not nested
         {" =platform WINDOWS\n=echo a\n=platform\n=echo b\n", "b\n"},
-        {"=platform WINDOWS\n =platform\n=echo a\n", ""}, // only a first "=" ends a section
+        {"=platform WINDOWS\n =platform\n=echo a\n", ""}, // the line must begin with the "="
         {"=platform WINDOWS\n#=platform\nx=platform\n=Platform\n=echo a\n", ""},
         {"=platform WINDOWS\r\n=echo a\r\n=platform\r\n=echo b\r\n", "b\n"},
         {"=platform WINDOWS\nnonsense\n=foo\n=ignore x\n=platform\n=echo a\n", "a\n"},
@@ -68,7 +68,7 @@ TEST_F(PlatformCommand, FailsAtTheFirstWordThatIsNoPlatform)
     } rows[] = {
         {"=platform Linux\n", "Invalid platform 'Linux'"},
         {"=platform linux\n", "Invalid platform 'linux'"},
-        {"=platform LINUX Foo Bar\n", "Invalid platform 'Foo'"}, // all are checked first
+        {"=platform LINUX Foo Bar\n", "Invalid platform 'Foo'"}, // all words are checked first
         {"=platform WINDOWS Foo\n=platform\n", "Invalid platform 'Foo'"},
         {"=platform LINUX, DARWIN\n", "Invalid platform 'LINUX,'"},
         {"=platform %1\n", "Invalid platform '%1'"},

@@ -6,8 +6,8 @@
 
 #include <sys/stat.h>
 
-// What main makes of its arguments: which scripts run, from where, in which order, and what is
-// said before and after. The debug level has a file of its own.
+// What main does with its arguments: which scripts run, from where, in which order, and what is
+// printed before and after. The debug level has a file of its own.
 
 namespace
 {
@@ -93,7 +93,7 @@ TEST_F(CommandLine, NothingGoesToStandardErrorUnderAnyLocale)
         {{"LC_ALL", "C.UTF-8"}},
     };
     environment.remove("LC_ALL");
-    environment["QT_FORCE_STDERR_LOGGING"] = "1"; // as in a terminal
+    environment["QT_FORCE_STDERR_LOGGING"] = "1"; // Qt prints its warnings as in a terminal
     const QMap<QString, QString> scrubbed = environment;
     for (const auto &locale : locales) {
         SCOPED_TRACE(QStringList(locale.values()).join(' ').toStdString());
@@ -127,7 +127,7 @@ TEST_F(CommandLine, UnknownOptionsAreFilePatterns)
 TEST_F(CommandLine, AByteOrderMarkMakesAnOptionAPattern)
 {
     const QString marked = QChar(0xFEFF) + QStringLiteral("-d");
-    writeScripts({"-d", marked}); // of either name, whatever becomes of the mark
+    writeScripts({"-d", marked}); // there is a script, whether or not the mark is dropped
     const QByteArray output = run({marked}).output;
     EXPECT_TRUE(output.endsWith("-d: h\n" + summary(0, 1))) << output.toStdString();
     EXPECT_FALSE(output.contains("====")) << output.toStdString();
@@ -136,7 +136,7 @@ TEST_F(CommandLine, AByteOrderMarkMakesAnOptionAPattern)
 
 TEST_F(CommandLine, TheUsageIsInTheProgram)
 {
-    // Nothing prints it: what looks like an option is a pattern.
+    // Nothing prints the usage, because what looks like an option is a pattern.
     const QByteArray usage =
         "USAGE: talmo_test [-d] [test file(s)]\n"
         "If no test files are given, test* is used from the distribution.\n"
@@ -178,7 +178,7 @@ TEST_F(TestSelection, EachArgumentIsOneFilterAndTheirOrderIsKept)
         {{"a b"}, {"a b"}}, // a blank and a semicolon separate nothing
         {{"a;b", "a?b"}, {"a;b", "a b", "a;b"}},
         {{"*"}, {"a", "a b", "a;b", "b", "test1", "test10", "test2", "Test3", "x+y"}},
-        {{"test1", "test1"}, {"test1", "test1"}}, // runs twice, counts twice
+        {{"test1", "test1"}, {"test1", "test1"}}, // it runs twice and counts twice
         {{"test10", "test1?"}, {"test10", "test10"}},
         {{"nothing", "test1", "no*"}, {"test1"}},
     };
@@ -219,7 +219,7 @@ TEST_F(TestSelection, NamesAreTakenAsTheyStand)
     for (const QString &name : names) {
         SCOPED_TRACE(name.toStdString());
         QString filter = name;
-        filter.replace('\\', '?'); // what a filter makes of a backslash is its own affair
+        filter.replace('\\', '?'); // in a filter, a backslash has a meaning of its own
         expectRun({filter}, name.toUtf8(), passes({name}), 0, 1);
     }
     writeScripts({QString::fromUtf8("test-Größe")});
@@ -297,7 +297,7 @@ TEST_F(Fallback, DistributionServesWhenNoArgumentMatches)
         {"test."}, // a wildcard, not a regular expression
         {"test1 test2"},
         {"test1;test2"},
-        {"./test1"}, // a path matches nothing, even if it leads to a script
+        {"./test1"}, // a path matches nothing, even the path of a script
         {work + "/test1"},
         {"../work/test1"},
         {"sub/test4"},
@@ -305,7 +305,7 @@ TEST_F(Fallback, DistributionServesWhenNoArgumentMatches)
         {"test4"},
         {".test3"}, // hidden
         {".*"},
-        {"testdir"}, // no regular files, or links to none
+        {"testdir"}, // these are directories, or links to directories
         {"testsub"},
         {"testlost"},
         {"testfifo"},
@@ -321,7 +321,7 @@ TEST_F(Fallback, WithoutATestDirectoryTheLevelAboveServes)
     write(root + "/test2", "=h\n");
     write(root + "/other", "=h\n");
     expectFallback({}, root, {"test2"});
-    write(root + "/test", "=h\n"); // a file is no directory to change into
+    write(root + "/test", "=h\n"); // a file called "test" is no directory
     expectFallback({}, root, {"test", "test2"});
 }
 

@@ -2,13 +2,13 @@
 #include "NastyLines.h"
 #include "PlainCompare.h"
 
-// =compare, in its exact and its numeric mode. The parts it is made of have tests of their own;
-// these are about what a script sees.
+// =compare, in its exact and its numeric mode, as a script sees it. The parts of which it is made
+// have tests of their own.
 
 class Compare : public DriverTest
 {
 protected:
-    /// The error of comparing files "a" and "b" with these contents.
+    /// The error of a comparison of files "a" and "b" with these contents.
     QByteArray errorOfComparing(
         const QByteArray &content1, const QByteArray &content2, const QByteArray &tolerances = "")
     {
@@ -49,7 +49,7 @@ TEST_F(CompareCommand, ChecksTheFilesInOrderAndThenTheTolerances)
         {"../a no2 x", "Cannot read file 'no2'"},
         {"../a no2", "Cannot read file 'no2'"},
         {"no/%1%2%s ../a", "Cannot read file 'no/%1%2%s'"},
-        {"../a ../b x", "Invalid =compare column tolerance"}, // before a line is read
+        {"../a ../b x", "Invalid =compare column tolerance"}, // found before a line is read
         {"../a ../b 0 0 0 0 x", "Invalid =compare column tolerance"},
         {"../a ../b 0 0 0 0", "File '../a' and/or '../b' has too few columns, line 1"},
     };
@@ -66,13 +66,13 @@ TEST_F(CompareCommand, CannotReadWhatIsNoFileOrCannotBeRead)
     for (const QByteArray tolerance : {"", " 0"}) {
         EXPECT_EQ(errorOf("=compare .. ../test1" + tolerance + "\n"), "Cannot read file '..'");
         EXPECT_EQ(errorOf("=compare ../test1 .." + tolerance + "\n"), "Cannot read file '..'");
-        // Opens, but cannot be read.
+        // This file can be opened, but not read.
         EXPECT_EQ(errorOf("=compare /proc/self/mem ../test1" + tolerance + "\n"),
             "Cannot read file '/proc/self/mem'");
         EXPECT_EQ(errorOf("=compare ../test1 /proc/self/mem" + tolerance + "\n"),
             "Cannot read file '/proc/self/mem'");
         EXPECT_EQ(errorOf("=file a\n=compare a /proc/self/mem" + tolerance + "\n"),
-            "Cannot read file '/proc/self/mem'"); // not even when it would be the longer one
+            "Cannot read file '/proc/self/mem'"); // the empty file is not just called shorter
     }
 }
 
@@ -110,7 +110,7 @@ TEST_F(CompareCommand, FilesAreNamedAsInTheScript)
 
 TEST_F(CompareCommand, ReadsPipes)
 {
-    // A carriage return, a byte order mark and a line each come in pieces.
+    // A byte order mark, a line with its carriage return, and a number come in several pieces.
     addProgram("feed", "mkfifo fifo\n"
                        "(for part in '\\357' '\\273\\277' '1 2' '\\r' '\\n' '# c\\n3' ' 4'; do\n"
                        "    printf \"$part\"; sleep 0.05\n"
@@ -140,7 +140,7 @@ TEST_F(CompareExactly, LinesAreComparedAsBytes)
     } rows[] = {
         {"\xEF\xBB\xBF#a\r\nb\r\n", "#a\nb", ""}, // text mode, and no newline at the end
         {"a\nb\nc\n", "a\nB\nC\n", differ + "at line 2"},
-        {"\xFF", "\xEF\xBF\xBD", differ + "at line 1"}, // no text in between
+        {"\xFF", "\xEF\xBF\xBD", differ + "at line 1"}, // bytes are compared, not characters
         {"a\n\n\n", "a\n", lengths},
     };
     for (const auto &row : rows) {
@@ -164,7 +164,7 @@ TEST_F(CompareColumns, LinesAreComparedWordByWord)
         {"a 1\n", "b 1\n", "-1 0", ""},
         {"1\n\n", "1\n\n", "0", invalid + "2, column 1"},
         {"1 nan\n", "1 nan\n", "0 1e300", invalid + "1, column 2"},
-        {"x\n", "y\n", "0 0", tooFew + "1"}, // before any value is looked at
+        {"x\n", "y\n", "0 0", tooFew + "1"}, // found before a value is looked at
         {"1\n #x\n", "1\n\n", "-1", mismatch + "2"},
         {"1\n#\n", "1\n", "0", lengths},
     };
@@ -178,9 +178,9 @@ TEST_F(CompareColumns, LinesAreComparedWordByWord)
 TEST_F(CompareColumns, AToleranceIsTheLargestDifferenceAllowed)
 {
     const QByteArray different = differ + "on line 1, column 1";
-    EXPECT_EQ(errorOfComparing("1", "1.5", "0.5"), ""); // equal to it
+    EXPECT_EQ(errorOfComparing("1", "1.5", "0.5"), ""); // the difference equals the tolerance
     EXPECT_EQ(errorOfComparing("1", "1.5", "0.49999999999999994"), different);
-    EXPECT_EQ(errorOfComparing("1", "2", "-0"), different); // not negative
+    EXPECT_EQ(errorOfComparing("1", "2", "-0"), different); // -0 is not negative
     EXPECT_EQ(errorOfComparing("1", "2", "-1e-300"), "");
 }
 
@@ -197,15 +197,15 @@ TEST_F(CompareColumns, TolerancesAreNumbersLikeTheColumns)
 
 TEST_F(CompareColumns, AnyByteMayStandInANumber)
 {
-    // Each word is compared with itself and with 1: lines that are equal have a way of their own.
+    // Each word is compared with itself and with 1, because equal lines are passed over quickly.
     const QByteArray one = "1\n";
     write("one", one);
     QByteArray lines;
-    int number = 1000; // so that the last file that was made is the last in the list, too
+    int number = 1000; // four digits, so that names sort in the order in which files are made
     int agreeing = 0;
     for (const std::string &word : withAnyByte({"5"})) {
         const QByteArray content = QByteArray::fromStdString(word) + '\n';
-        if (content.startsWith('=') || content.contains("\n=")) // a command
+        if (content.startsWith('=') || content.contains("\n=")) // it would be a command
             continue;
         const QByteArray file = QByteArray::number(++number);
         const struct {

@@ -34,7 +34,7 @@ TEST_F(DebugLevel, OptionDTracesEachRunAndKeepsItsDirectory)
         "test1: one\n"
         "==== start test test2\n"
         "==== line='=ignore foo'\n"
-        "==== line='=foo'\n" // an expected failure is not told
+        "==== line='=foo'\n" // an expected failure is not printed
         "==== line='=bar'\n"
         "***errorMsg=Unknown test command '=bar'\n"
         "==== end test test2\n"
@@ -51,7 +51,7 @@ TEST_F(DebugLevel, OptionDTracesEachRunAndKeepsItsDirectory)
         "test3(sim2): three\n" +
             path + "test4: ***ERROR: Invalid test file\n" + path +
             "test5: No applicable SimPrograms\n"
-            "==== start test test6\n" // and no end: nothing else of that run happens
+            "==== start test test6\n" // this run has no end, because nothing else of it happens
             "test6: ***ERROR: cannot cd to 'test6.dir'\n",
         3, 6);
     EXPECT_EQ(entries(),
@@ -89,7 +89,7 @@ TEST_F(DebugLevel, DebugTracesTheLinesAfterIt)
 {
     write("test1", "=one\n=echo before\n =debug any words\n=echo after\n# comment\n");
     write("test2", "=two\n=echo untraced\n");
-    write("test3", "=three\n=debug\n=echo\n"); // only brings the level back to 0
+    write("test3", "=three\n=debug\n=echo\n"); // =debug only raises the level from -1 to 0
     expectRun({"test?"}, "test1 test2 test3",
         "before\n"
         "==== line='=echo after'\n"
@@ -146,21 +146,21 @@ TEST_F(DebugLevel, CarriesOverFromTestToTest)
     } rows[] = {
         {"p", "-", "-"},
         {"d", "l", "+"},
-        {"dp", "l-", "+-"}, // the pass takes back what =debug gave
+        {"dp", "l-", "+-"}, // the pass lowers the level that =debug has raised
         {"dd", "ll", "++"},
-        {"pd", "--", "--"}, // after a pass =debug only comes back to 0
+        {"pd", "--", "--"}, // after a pass, =debug only raises the level to 0
         {"pdd", "---", "---"},
         {"pdD", "--l", "--+"},
         {"ppD", "---", "---"},
         {"pD", "-l", "-+"},
         {"Dpp", "ls-", "++-"},
-        {"fd", "-l", "++"}, // a failure leaves the level alone
+        {"fd", "-l", "++"}, // a failure does not change the level
         {"ffffd", "----l", "+++++"},
         {"pfd", "---", "-+-"},
-        {"ep", "ls", "++"}, // and what =debug gave stays after one
+        {"ep", "ls", "++"}, // nor does it lower the level that =debug has raised
         {"epp", "ls-", "++-"},
         {"eepp", "lsss", "++++"},
-        {"nd", "-l", "-+"}, // no run, no change
+        {"nd", "-l", "-+"}, // without a run the level does not change
         {"hd", "-l", "-+"},
         {"cd", "-l", "-+"},
         {"rD", "--", "--"},

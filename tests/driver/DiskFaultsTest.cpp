@@ -3,15 +3,15 @@
 #include <QDir>
 #include <QSettings>
 
-// A disk that is full, has no room for another directory, or takes no changes. The disks are small
-// ones in memory, mounted where nobody but the driver sees them.
+// Disks that are full, have no room for another directory, or are read-only. They are small ones in
+// memory, mounted so that only the driver sees them.
 
 class DiskFaults : public DriverTest
 {
 protected:
     /// Puts the working directory on a disk of one megabyte, mounted with \a options, on which the
-    /// shell lines \a fill have made files "filler*". What else the driver leaves there can be
-    /// looked at afterwards. False if mounting is not allowed.
+    /// shell lines \a fill make files "filler*". All other files that the driver leaves there can
+    /// be looked at afterwards. Returns false if mounting is not allowed.
     bool useSmallDisk(const QByteArray &fill = "", const QByteArray &options = "size=1m")
     {
         return mountPrivately("mkdir \"$folder/disk\"\n"
@@ -30,14 +30,14 @@ protected:
             "rmdir \"$folder/disk\"\n");
     }
 
-    /// Makes the working directory read-only. False if mounting is not allowed.
+    /// Makes the working directory read-only. Returns false if mounting is not allowed.
     bool useReadOnlyDisk()
     {
         return mountPrivately("mount --bind \"$work\" \"$work\"\n"
                               "mount -o remount,bind,ro \"$work\"\n");
     }
 
-    /// Expects that the file \a path holds some, but not all, of \a whole, from its start on.
+    /// Expects that the file \a path holds the beginning of \a whole, but not all of it.
     void expectCutShort(const QString &path, const QByteArray &whole) const
     {
         const QByteArray content = read(path);
@@ -54,7 +54,7 @@ protected:
 TEST_F(DiskFaults, ABodyThatDoesNotFitFailsAndWhatFittedIsKept)
 {
     const QByteArray body = QByteArray("a line of an input file\n").repeated(30000);
-    if (!useSmallDisk()) // holds the script, and less than the body once more
+    if (!useSmallDisk()) // it has room for the script, but not for the body once more
         GTEST_SKIP() << notAllowed;
     EXPECT_EQ(errorOf("=file before\nx\n=file big\n" + body + "=echo not reached\n"),
         "Cannot write file 'big'");
@@ -70,7 +70,7 @@ TEST_F(DiskFaults, AFileThatCannotBeClosedWasNotWritten)
     EXPECT_EQ(
         errorOf("=file before\nx\n=file lost\nx\n=echo not reached\n"), "Cannot write file 'lost'");
     EXPECT_EQ(errorOf("=file lost\n=echo not reached\n"), "Cannot write file 'lost'");
-    // The second time it is not to fail.
+    // The second =file must not fail.
     EXPECT_EQ(runScript("=heading\n=ignore ^Cannot write file 'lost'$\n=file lost\nx\n"
                         "=file lost\nfound\n=end\n"),
         ended);
@@ -153,7 +153,7 @@ TEST_F(DiskFaults, SettingsThatCannotBeSavedStayAsTheyAre)
     const QByteArray before = read(settings);
     write("test1", "=heading\n=simprogram *\n");
     const QStringList files = {"config/", "config/Brelund, Inc./",
-        "config/Brelund, Inc./Talmo.conf", "test1"}; // no lock, and nothing half written
+        "config/Brelund, Inc./Talmo.conf", "test1"}; // there is no lock, and no unfinished file
     const QString atHome = driver;
     if (!useSmallDisk(fully))
         GTEST_SKIP() << notAllowed;
@@ -209,7 +209,7 @@ TEST_F(DiskFaults, ARunMakesDoWithAReadOnlyLeftover)
     EXPECT_EQ(read("test1.dir/old"), "old\n");
 }
 
-// A limit of the size of files (ulimit -f), in units of half a kilobyte.
+// A limit for the size of files (ulimit -f), in units of 512 bytes.
 class SizeLimits : public DiskFaults
 {
 protected:
@@ -219,8 +219,8 @@ protected:
         driver = programs + "/limited";
     }
 
-    /// What a program that ran under the driver found out about the signals that it ignores, in
-    /// the directory of test1.
+    /// The signals that a program under the driver ignores, as the program wrote them in the
+    /// directory of test1.
     QByteArray ignoredSignals()
     {
         EXPECT_EQ(runScript("=heading\n=run grep SigIgn /proc/self/status\n=end\n"), ended);

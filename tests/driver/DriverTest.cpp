@@ -127,7 +127,7 @@ bool DriverTest::obeyPermissions()
 {
     if (geteuid() != 0)
         return true;
-    // Root without these two capabilities is an ordinary user of its own files.
+    // Without these two capabilities, permissions hold for root as for any user.
     const QByteArray drop = "setpriv --bounding-set=-dac_override,-dac_read_search ";
     addProgram(QStringLiteral("obedient"), "exec " + drop + driver.toUtf8() + " \"$@\"\n");
     driver = QDir(programs).filePath(QStringLiteral("obedient"));
@@ -154,7 +154,7 @@ bool DriverTest::mountPrivately(const QByteArray &before, const QByteArray &afte
 void DriverTest::preload(const QString &module)
 {
     environment[QStringLiteral("LD_PRELOAD")] = module;
-    // The sanitizer's own library would have to come first.
+    // The sanitizer would complain that its own library does not come first.
     environment[QStringLiteral("ASAN_OPTIONS")] = QStringLiteral("verify_asan_link_order=0");
 }
 

@@ -21,7 +21,7 @@ constexpr bool isSanitized = false;
 #endif
 
 /// A driver with a home, a settings folder, a folder of programs and a working directory of its
-/// own, all gone after the test. Paths are relative to the working directory.
+/// own, which are all removed after the test. Paths are relative to the working directory.
 class DriverTest : public testing::Test
 {
 protected:
@@ -50,7 +50,7 @@ protected:
     QByteArray summary(int failed, int total) const;
 
     /// Runs \a script as the only test, "test1", and returns what was printed for it. Expects the
-    /// lines before and after to be as they must, and nothing on standard error.
+    /// right lines before and after it, and nothing on standard error.
     QByteArray runScript(const QByteArray &script);
 
     /// Runs the driver and expects that it prints \a printed between the preamble, which lists
@@ -58,26 +58,28 @@ protected:
     void expectRun(const QStringList &arguments, const QByteArray &names, const QByteArray &printed,
         int failed, int total);
 
-    /// Makes permissions hold for the driver although root runs the tests; false if that cannot be.
+    /// Makes permissions hold for the driver even if root runs the tests. Returns false if that is
+    /// not possible.
     bool obeyPermissions();
 
-    /// Gives the driver mounts that nobody else sees: the shell lines \a before make them, and the
-    /// lines \a after follow when the driver has ended, in the root directory. Both know $folder
-    /// and $work, and no failure among them goes unnoticed. False if mounting is not allowed.
+    /// Gives the driver mounts that nobody else sees. The shell lines \a before make them, and the
+    /// lines \a after run when the driver has ended, in the root directory. Both know $folder and
+    /// $work, and a failure in them fails the test. Returns false if mounting is not allowed.
     bool mountPrivately(const QByteArray &before, const QByteArray &after = "");
 
     /// Loads \a module into the driver, and into what it starts, before all else.
     void preload(const QString &module);
 
-    /// Leaves the driver, and what it starts, 150 MB of memory. Not under a sanitizer.
+    /// Limits the memory of the driver, and of what it starts, to 150 MB. Not for use under a
+    /// sanitizer.
     void limitMemory();
 
-    /// Runs a script with a heading and \a lines; the error message that its run fails with, empty
-    /// if it passes.
+    /// Runs a script with a heading and \a lines. Returns the error message of the run, which is
+    /// empty if it passes.
     QByteArray errorOf(const QByteArray &lines);
 
-    /// What the script "=heading", named "test1", prints when it passes, and when its last line is
-    /// "=end": an unknown command, so that the run leaves its directory behind.
+    /// What the script "=heading", named "test1", prints if it passes, and if its last line is
+    /// "=end". That is an unknown command, so the run leaves its directory behind.
     const QByteArray passed = "test1: heading\n";
     const QByteArray ended = "test1: ***ERROR: Unknown test command '=end'\n";
 
@@ -86,6 +88,6 @@ protected:
     QString programs;        ///< first in the PATH
     QString settings;        ///< the settings file
     QStringList configured;  ///< the configured names, as the driver lists them
-    Environment environment; ///< what the driver is started with
+    Environment environment; ///< with which the driver is started
     QString driver;          ///< the executable
 };

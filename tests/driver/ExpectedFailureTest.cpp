@@ -14,7 +14,7 @@ TEST_F(ExpectedFailure, MustHappenAndMatch)
         QByteArray lines;
         QByteArray error; // empty if the run passes
     } rows[] = {
-        // the failure, wherever the pattern matches in its message
+        // the command fails, and the pattern matches anywhere in its message
         {"=ignore File 'f' does not exist\n=exists f\n", ""},
         {"=ignore does\n=exists f\n", ""},
         {"=ignore ^File .*exist$\n=exists f\n", ""},
@@ -23,15 +23,15 @@ TEST_F(ExpectedFailure, MustHappenAndMatch)
         {"=ignore ^does\n=exists f\n", noFile},
         {"=ignore FILE\n=exists f\n", noFile}, // case counts
         {"=ignore does  not\n=exists f\n", noFile},
-        {"=ignore (\n=exists f\n", noFile}, // no regular expression: matches nothing
+        {"=ignore (\n=exists f\n", noFile}, // an invalid pattern matches nothing
         {"=ignore Unknown test command '=foo'\n=foo a b\n", ""},
         {"=ignore running 'false' failed\n=run false\n", ""},
         {"=ignore Cannot write\n=file no/such/f\n", ""},
-        // no failure, though there should have been one
+        // the command does not fail, although it should
         {"=ignore X\n=file f\n", shouldHaveFailed},
         {"=ignore Command should have failed\n=file f\n", shouldHaveFailed},
         {"=ignore (\n=file f\n", shouldHaveFailed},
-        // a pattern that matches the empty text allows both
+        // a pattern that matches the empty text allows success and failure
         {"=ignore .*\n=file f\n", ""},
         {"=ignore .*\n=exists f\n", ""},
         {"=ignore X*\n=file f\n", ""},
@@ -39,7 +39,7 @@ TEST_F(ExpectedFailure, MustHappenAndMatch)
         {"=ignore ^$\n=exists f\n", noFile},
         {"=ignore \n=file f\n", ""}, // the blank makes the pattern empty
         {"=ignore \n=exists f\n", ""},
-        // only the next command
+        // =ignore concerns only the next command
         {"=ignore File\n=exists f\n=exists f\n", noFile},
         {"=ignore .*\n=file f\n=foo\n", "Unknown test command '=foo'"},
         {"=ignore File\n=exists f\n=file f\n=exists f\n", ""},
@@ -49,18 +49,18 @@ TEST_F(ExpectedFailure, MustHappenAndMatch)
         {"=ignore File\n\n  \n# comment\n  # =foo\n=exists f\n", ""},
         {"=ignore X\n# comment\n=file f\n", shouldHaveFailed},
         {"=exists f\n=ignore File\n", noFile},
-        // all commands are, those that do nothing here too
+        // all other lines are commands, also those that do nothing here
         {"=ignore X\n=platform\n", shouldHaveFailed},
         {"=ignore X\n=platform WINDOWS\n=foo\n", shouldHaveFailed},
         {"=ignore platform\n=platform Linux\n=file f\n=exists f\n", ""},
-        // two in a row: the first is for the second, which does not fail
+        // two in a row: the first one concerns the second one, which does not fail
         {"=ignore X\n=ignore File\n=exists f\n", shouldHaveFailed},
         {"=ignore X\n# comment\n=ignore File\n=exists f\n", shouldHaveFailed},
         {"=ignore .*\n=ignore File\n=exists f\n", ""},
         {"=ignore .*\n=ignore File\n=file f\n", shouldHaveFailed},
         {"=ignore .*\n=ignore X\n=exists f\n", noFile},
         {"=ignore .*\n=ignore .*\n=ignore File\n=exists f\n", ""},
-        // without a command to follow
+        // no command follows
         {"=ignore X\n", ""},
         {"=ignore X", ""},
         {"=ignore X\n\n# comment\n", ""},
@@ -82,16 +82,16 @@ TEST_F(ExpectedFailure, ThePatternIsWhatFollowsTheBlanks)
     } rows[] = {
         {"=ignore  Invalid", "=exists a b", ""},
         {"=ignore      ^Invalid", "=exists a b", ""},
-        {"=ignore   ", "=echo", ""}, // nothing but blanks: empty
+        {"=ignore   ", "=echo", ""}, // only blanks make an empty pattern
         {"=ignore Invalid ", "=exists a b", ""},
-        {"=ignore command ", "=exists a b", invalid}, // trailing blanks count
+        {"=ignore command ", "=exists a b", invalid}, // blanks at the end belong to the pattern
         {"=ignore command\t", "=exists a b", invalid},
         {"=ignore command\r", "=exists a b", ""},
         {"=ignore Invalid # no comment", "=exists a b", invalid},
         {"=ignore # '#x'|#x", "=exists #x", ""},
         {"=ignore $simProgram^Invalid", "=exists a b", ""},
         {"=ignore (Other|=exists) \\w+$", "=exists a b", ""},
-        {"=ignore [", "=exists [", "File '[' does not exist"}, // invalid, not literal
+        {"=ignore [", "=exists [", "File '[' does not exist"}, // an invalid pattern is no text
         {"=ignore \xC3\xB6.$", "=exists \xC3\xB6", "File '\xC3\xB6' does not exist"},
         {"=ignore '\xC3\xB6.? does", "=exists \xC3\xB6", ""}, // one character, not two bytes
         {"=ignore =ignore", "=exists =ignore", ""},
@@ -115,7 +115,7 @@ TEST_F(ExpectedFailure, ThePatternIsWhatFollowsTheBlanks)
 
 TEST_F(ExpectedFailure, TheLineMayBeLong)
 {
-    const QByteArray text(20000, 'x'); // QRegExp takes a time quadratic in the pattern's length
+    const QByteArray text(20000, 'x'); // QRegExp's time grows with the square of the length
     EXPECT_EQ(errorOf("=ignore " + text + "\n=exists f\n"), "File 'f' does not exist");
     EXPECT_EQ(errorOf("=ignore " + text + "|exist$\n=exists f\n"), "");
     const QByteArray blanks(1000000, ' ');

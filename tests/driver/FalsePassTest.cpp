@@ -6,18 +6,19 @@
 
 #include <vector>
 
-// What is wrong must not pass. Where the language lets it pass all the same, the manual warns, and
-// shows the safe way to write it; the rows here keep that true.
+// A script in which something is wrong must not pass. Where the language lets it pass nevertheless,
+// the manual warns and shows the safe way to write it. The rows here make sure that this stays
+// true.
 
 class FalsePass : public DriverTest
 {
 protected:
     FalsePass()
     {
-        addProgram("careless", "echo 'ERROR: no input'\n"); // and ends with 0
+        addProgram("careless", "echo 'ERROR: no input'\n"); // it ends with the status 0
         addProgram("refuse", "echo 'refused: no input'\nexit 1\n");
         addProgram("crash", "kill -9 $$\n");
-        addProgram("test", "exit 1\n"); // a name that the shell has for itself
+        addProgram("test", "exit 1\n"); // the shell has a command of its own with this name
     }
 };
 
@@ -92,12 +93,12 @@ TEST_F(FalsePass, WhatIsWrongFails)
     }
 }
 
-/// What passes although something is wrong.
+/// Lines that pass although something is wrong.
 struct Trap {
     const char *what;
-    QByteArray lines; ///< pass
-    QByteArray safe;  ///< mean the same, and fail
-    QByteArray error; ///< with this
+    QByteArray lines; ///< lines that pass
+    QByteArray safe;  ///< lines that mean the same, and fail
+    QByteArray error; ///< the error with which these fail
 };
 
 class Traps : public FalsePass
@@ -304,7 +305,7 @@ TEST_F(FalsePass, TheCheckInTheManualSeesWhatDidNotRun)
         const char *what;
         QByteArrayList scripts;
         int status;
-        QByteArray printed; // the end of it
+        QByteArray printed; // the end of the output
     } rows[] = {
         {"all is well", {passing, passing}, 0, "All tests passed (2 total)\n"},
         {"one fails", {passing, "=heading\n=run false\n"}, 1, summary(1, 2)},
@@ -335,7 +336,7 @@ TEST_F(FalsePass, ACommaHidesAProgram)
         "test1(false): ***ERROR: running 'false' failed\ntest1(true): heading\n");
 }
 
-// The shell says on standard error what it could not do; the driver only that it failed.
+// The shell says on standard error what it could not do. The driver only says that it failed.
 TEST_F(FalsePass, WhatTheShellCannotDoFails)
 {
     const struct {
@@ -345,9 +346,9 @@ TEST_F(FalsePass, WhatTheShellCannotDoFails)
         {"=run echo 'a\n", "running 'echo' failed"}, {"=run echo (\n", "running 'echo' failed"},
         {"=run cat <no-such-file\n", "running 'cat' failed"},
         {"=run true >no-such-folder/file\n", "running 'true' failed"},
-        {"=run mkdir true.out\n=run true\n", "running 'true' failed"}, // no room for the capture
-        {"=run refuse; true\n", "running 'refuse;' failed"},      // a capture named "refuse;.out"
-        {"=run cat <<END\n1\nEND\n", "Unknown test command '1'"}, // each line is a command
+        {"=run mkdir true.out\n=run true\n", "running 'true' failed"}, // a folder is in the way
+        {"=run refuse; true\n", "running 'refuse;' failed"},           // runs "true >>refuse; .out"
+        {"=run cat <<END\n1\nEND\n", "Unknown test command '1'"},      // each line is a command
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.lines);

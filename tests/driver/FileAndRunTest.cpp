@@ -9,10 +9,10 @@
 class FileCommand : public DriverTest
 {
 protected:
-    /// What =file makes of \a body, the rest of a script.
+    /// The file that =file writes for \a body, the rest of a script.
     QByteArray written(const QByteArray &body)
     {
-        // "=debug" keeps the directory, and a trace shows what was taken for a script line.
+        // "=debug" keeps the directory, and the trace shows which lines were taken for commands.
         EXPECT_EQ(runScript("=heading\n=debug\n=file out\n" + body),
             "==== line='=file out'\n==== end test test1\n" + passed);
         EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/", "test1.dir/out"}));
@@ -48,7 +48,7 @@ TEST_F(FileCommand, LineEndsBecomeNewlines)
 {
     EXPECT_EQ(written("a\r\nb\r\n"), "a\nb\n");
     EXPECT_EQ(written("a\rb\r\r\n\r"), "ab\n");
-    EXPECT_EQ(written("a\nb"), "a\nb\n"); // the last line gets one
+    EXPECT_EQ(written("a\nb"), "a\nb\n"); // the last line gets a newline
     EXPECT_EQ(written("a\n "), "a\n \n");
 }
 
@@ -103,7 +103,7 @@ TEST_F(FileCommand, FailsIfTheFileCannotBeWritten)
     EXPECT_EQ(errorOf("=file ..\nx\n"), "Cannot write file '..'");
     EXPECT_EQ(errorOf("=run mkdir %1%s\n=file %1%s\nx\n"), "Cannot write file '%1%s'");
     EXPECT_EQ(errorOf("=file /dev/full\nx\n"), "Cannot write file '/dev/full'");
-    EXPECT_EQ(errorOf("=file /dev/full\n"), ""); // no body, nothing to fail
+    EXPECT_EQ(errorOf("=file /dev/full\n"), ""); // without a body nothing is written
     EXPECT_EQ(errorOf("=file " + QByteArray(5000, 'x') + "\n"),
         "Cannot write file '" + QByteArray(5000, 'x') + "'");
 }
@@ -152,7 +152,7 @@ TEST_F(FileCommand, RefusesANameThatTheSystemWouldCut)
     const QByteArray name("cut\0off", 7);
     EXPECT_EQ(errorOf("=ignore ^Cannot write file 'cut\n=file " + name + "\n"), "");
     EXPECT_EQ(runScript("=heading\n=file " + name + "\n"),
-        "test1: ***ERROR: Cannot write file 'cut\n"); // printed up to the NUL
+        "test1: ***ERROR: Cannot write file 'cut\n"); // the message ends at the NUL
     EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/"}));
 }
 
@@ -165,7 +165,8 @@ protected:
         addProgram("both", "echo \"out $*\"\necho \"err $*\" >&2\n");
     }
 
-    /// The files that \a lines leave in the run's directory, having printed \a output.
+    /// The files that \a lines leave in the directory of the run. Expects that they print \a
+    /// output.
     QStringList filesLeftBy(const QByteArray &lines, const QByteArray &output = "")
     {
         EXPECT_EQ(runScript("=heading\n" + lines + "=end\n"), output + ended);
@@ -208,9 +209,9 @@ TEST_F(RunCommand, AWordThatBeginsWithARedirectionReplacesTheCapture)
         {">x say a", {"x"}, "x", "out a\n"},
         {">x", {"x"}, "x", ""},
         {"both a >x 2>&1", {"x"}, "x", "out a\nerr a\n"},
-        {"say a; say b >>x", {"x"}, "x", "out b\n"}, // prints "out a" itself
+        {"say a; say b >>x", {"x"}, "x", "out b\n"}, // "out a" is printed
         {"both a 2>&1", {"both.out"}, "both.out", "out a\nerr a\n"},
-        {"both a 2>x", {"both.out", "x"}, "both.out", "out a\nerr a\n"}, // the later one counts
+        {"both a 2>x", {"both.out", "x"}, "both.out", "out a\nerr a\n"}, // the later ">" counts
         {"cat </dev/null", {"cat.out"}, "cat.out", ""},
         {"say a>x", {"say.out", "x"}, "say.out", "out a\n"},
         {"say '>x'", {"say.out"}, "say.out", "out >x\n"},
@@ -229,7 +230,7 @@ TEST_F(RunCommand, PassesTheLineToTheShellWithItsBlanksCollapsed)
 {
     runScript("=heading\n=run  say\t'a   b'  \"c\td\"  $((1 + 2)) * \n=end\n");
     EXPECT_EQ(read("test1.dir/say.out"), "out a b c d 3 *\n");
-    // Deliberate: the capture is text of the command like any other, so a shell comment hides it.
+    // Deliberate: ">>say.out" is a part of the shell's line, so a shell comment hides it.
     EXPECT_EQ(
         runScript("=heading\n=run say \xC3\xB6 %1 %s # x\n=end\n"), "out \xC3\xB6 %1 %s\n" + ended);
     EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/"}));
@@ -265,9 +266,9 @@ TEST_F(RunCommand, FailsUnlessTheShellReportsSuccess)
         {"sh -c 'kill -9 $$'", "running 'sh' failed"},
         {"no-such-program a", "running 'no-such-program' failed"},
         {"no/such/program", "running 'no/such/program' failed"},
-        {"../test1", "running '../test1' failed"}, // not executable
+        {"../test1", "running '../test1' failed"}, // it is not executable
         {"%1%s", "running '%1%s' failed"},
-        {"exit 256", ""}, // the shell keeps the low eight bits
+        {"exit 256", ""}, // the shell keeps only the low eight bits
         {"exit 257", "running 'exit' failed"},
     };
     EXPECT_EQ(errorOf("=run\n"), "Invalid =run command");
@@ -279,7 +280,7 @@ TEST_F(RunCommand, FailsUnlessTheShellReportsSuccess)
 
 TEST_F(RunCommand, FailsIfThereIsNoWayToPassTheLineOn)
 {
-    // The shell would run "say a" and never see the rest.
+    // The shell would run "say a" and not see the rest.
     EXPECT_EQ(errorOf(QByteArray("=run say a\0b\n", 13)), "running 'say' failed");
     EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/"}));
     EXPECT_EQ(errorOf("=run say " + QByteArray(3000000, 'x') + "\n"), "running 'say' failed");

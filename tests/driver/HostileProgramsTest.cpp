@@ -8,8 +8,8 @@
 
 #include <sys/stat.h>
 
-// Programs that crash, write more than anyone wants, leave children behind or litter: what is said
-// of them, and what they leave on disk.
+// Programs that crash, write too much, leave children behind or make too many files: what the
+// driver prints, and what stays on disk.
 
 class HostilePrograms : public DriverTest
 {
@@ -45,7 +45,7 @@ TEST_F(HostilePrograms, ACoreIsKeptWithTheDirectoryOfAFailedRunOnly)
     EXPECT_EQ(runScript("=heading\n=run sim\n"), simFailed);
     if (entries().filter("test1.dir/core").isEmpty())
         GTEST_SKIP() << "this system puts cores elsewhere, or makes none";
-    EXPECT_EQ(entries().size(), 4); // also the test, its directory and the capture
+    EXPECT_EQ(entries().size(), 4); // the core, the test, its directory and the capture
     EXPECT_EQ(runScript("=heading\n=ignore running 'sim' failed\n=run sim\n"), passed);
     EXPECT_EQ(entries(), QStringList({"test1"}));
 }
@@ -71,7 +71,7 @@ TEST_F(HostilePrograms, AProgramMayCloseItsOutput)
 
 TEST_F(HostilePrograms, GigabytesAreNoBurden)
 {
-    // Columns that agree are many real megabytes. What is larger is a file with a hole.
+    // The columns that agree really fill many megabytes. The file of gigabytes is only a hole.
     const QByteArray count = isSanitized ? "10000000" : "100000000";
     const QByteArray lines = "=run truncate -s 5G hole\n"
                              "=run yes 1.0 | head -c " +
@@ -115,7 +115,7 @@ TEST_F(HostilePrograms, AFifoWithoutAnotherEndEndsARunInTime)
         work.toUtf8() + "/test4: ***ERROR: Cannot read file, a FIFO that nobody writes\n",
     };
     QProcess processes[4];
-    for (int n = 1; n <= 4; ++n) { // together, since each waits for a while
+    for (int n = 1; n <= 4; ++n) { // they run together, because each waits for a while
         ASSERT_EQ(mkfifo(QFile::encodeName(work + QString("/fifo%1").arg(n)), 0600), 0);
         startProcess(processes[n - 1], driver, {QString("test%1").arg(n)}, environment, work);
     }
@@ -136,8 +136,8 @@ TEST_F(HostilePrograms, GetNoDescriptorsFromTheDriver)
     EXPECT_EQ(read("test1.dir/sim.out"), direct.output);
 }
 
-// A child that a program leaves behind waits for a file "release", then writes into the capture,
-// which it holds open, and makes a file "done".
+// A program leaves a child behind. The child waits for a file "release", then writes into the
+// capture, which it holds open, and makes a file "done".
 class ChildrenLeftBehind : public HostilePrograms
 {
 protected:
@@ -234,8 +234,8 @@ TEST_F(Litter, IsRemovedAndWhatItsLinksLeadToStays)
 
 TEST_F(Litter, WithALinkToTheRootDirectoryIsRemoved)
 {
-    // All but the test's own folder is read-only for the driver: should it follow the link, it
-    // finds the first thing there that it cannot remove, and stops.
+    // For the driver, everything outside of the test's own folder is read-only. If it followed a
+    // link, it could not remove the first file there, and would stop.
     addLitter(10, "/ /usr " + folder.path().toUtf8());
     if (!mountPrivately("mount --bind \"$folder\" \"$folder\"\n"
                         "mount -o remount,bind,ro /\n"

@@ -5,8 +5,8 @@
 
 #include <sys/stat.h>
 
-// A script as a text and a run as a walk over its lines. Expected failures, the runs for several
-// programs and the tracing have files of their own.
+// How a script is read, and how a run walks over its lines. Expected failures, runs for several
+// programs and tracing have files of their own.
 
 class Interpreter : public DriverTest
 {
@@ -22,16 +22,16 @@ TEST_F(Interpreter, TheHeadingIsAnEqualsSignAndTheDescription)
 {
     const struct {
         QByteArray script;
-        const char *printed; // null if it is no test
+        const char *printed; // null if the script is no test
     } rows[] = {
         {"=Units of the beam line\n", "test1: Units of the beam line\n"},
         {"=no newline", "test1: no newline\n"},
         {"=", "test1: \n"},
         {"=\n", "test1: \n"},
         {"==\n", "test1: =\n"},
-        {"=  a \t b  \n", "test1:   a \t b  \n"}, // as it stands
+        {"=  a \t b  \n", "test1:   a \t b  \n"}, // blanks are kept
         {"=# a %s %1\n", "test1: # a %s %1\n"},
-        {"=foo\n", "test1: foo\n"}, // no command
+        {"=foo\n", "test1: foo\n"}, // the heading is no command
         {"=carriage return\r\n", "test1: carriage return\n"},
         {"\r=anywhere\r\n", "test1: anywhere\n"},
         {"\xEF\xBB\xBF=byte order mark\n", "test1: byte order mark\n"},
@@ -68,7 +68,7 @@ TEST_F(Interpreter, AnInvalidFileLeavesAnEarlierDirectoryAlone)
 
 TEST_F(Interpreter, AFileThatCannotBeReadFailsWithoutADirectory)
 {
-    // It could be read when the tests were selected.
+    // The scripts could be read when the tests were selected.
     write("test1", "=one\n=run rm ../test2 ../test3\n=run mkdir ../test3\n");
     write("test2", "=two\n");
     write("test3", "=three\n");
@@ -91,7 +91,7 @@ TEST_F(Interpreter, LinesAreCommandsAndWords)
         const char *printed;
     } rows[] = {
         {"=echo a b\n", "a b\n"},
-        {"  =echo a b\n", "a b\n"}, // blanks before and between are the same
+        {"  =echo a b\n", "a b\n"}, // blanks before and between words do not matter
         {"\t=echo\ta \t b\t\n", "a b\n"},
         {"=echo a\n\n \n\t\n=echo b\n", "a\nb\n"},
         {"# =foo\n#\n#=foo\n  # =foo\n\t#=foo\n##\n", ""}, // comments
@@ -99,7 +99,7 @@ TEST_F(Interpreter, LinesAreCommandsAndWords)
         {"=echo first line", "first line\n"}, // no newline at the end
         {"=echo a\r\n# b\r\n\r\n=echo c\r\n", "a\nc\n"},
         {"=ec\rho a\n=echo b\r", "a\nb\n"},
-        {"=echo \xEF\xBB\xBF\n", "\xEF\xBB\xBF\n"}, // a byte order mark only at the start
+        {"=echo \xEF\xBB\xBF\n", "\xEF\xBB\xBF\n"}, // only a script can begin with a mark
         {"=echo \xC3\xB6\n", "\xC3\xB6\n"},
         {"=echo %1 %s %n \\n\n", "%1 %s %n \\n\n"},
     };
@@ -192,7 +192,7 @@ TEST_F(Interpreter, ARunNeedsToBeAllowedADirectory)
     if (!obeyPermissions())
         GTEST_SKIP() << "root may write anywhere, and cannot be kept from it here";
     write("test1", "=one\n");
-    ASSERT_EQ(run({"none"}).status, 0); // the settings file
+    ASSERT_EQ(run({"none"}).status, 0); // makes the settings file
     ASSERT_EQ(chmod(qPrintable(work), 0500), 0);
     expectRun({"test1"}, "test1", "test1: ***ERROR: cannot cd to 'test1.dir'\n", 1, 1);
     ASSERT_EQ(chmod(qPrintable(work), 0700), 0);
@@ -238,7 +238,7 @@ TEST_F(Interpreter, AScriptIsReadOnceAndMayChangeWhileItRuns)
 
 TEST_F(Interpreter, ATestMayBringForthNoOthers)
 {
-    write("test1", "=one\n=run cp ../test1 ../test2\n"); // the tests are selected by now
+    write("test1", "=one\n=run cp ../test1 ../test2\n"); // by then the tests are selected
     expectRun({"test*"}, "test1", "test1: one\n", 0, 1);
     EXPECT_EQ(entries(), QStringList({"test1", "test2"}));
 }
@@ -266,7 +266,7 @@ TEST_F(Interpreter, InvalidUtf8BecomesTheReplacementCharacter)
 
 TEST_F(Interpreter, NulBytesEndNothingButWhatIsPrinted)
 {
-    // Text given to printf ends at a NUL; a line and the script do not.
+    // For printf a text ends at a NUL; a line and the script do not end there.
     const struct {
         QByteArray script; // with '@' for NUL
         const char *printed;

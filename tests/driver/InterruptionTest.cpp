@@ -1,6 +1,6 @@
 // Signals that ask the driver to stop. In most scripts the program itself sends them to its parent,
-// the driver; where it matters that program and driver get them at once, as from a terminal, the
-// test sends them to both.
+// the driver. Where the program and the driver must get them at once, as from a terminal, the test
+// sends them to both.
 
 #include "DriverTest.h"
 
@@ -21,30 +21,30 @@ namespace
 class InterruptionTest : public DriverTest
 {
 protected:
-    /// Starts the driver with all scripts in a session of its own; once a program has made the file
+    /// Starts the driver with all scripts in a session of its own. When a program has made the file
     /// "started", sends \a signal to all processes of that session, and waits for the end.
     Outcome interruptAll(int signal)
     {
         QProcess process;
         startProcess(process, QStringLiteral("/usr/bin/setsid"), {driver, QStringLiteral("test*")},
             environment, work);
-        EXPECT_TRUE(process.waitForStarted(waitingTime)); // the program may be quicker than Qt
+        EXPECT_TRUE(process.waitForStarted(waitingTime)); // it may run before Qt notices
         while (!exists(QStringLiteral("started")) && process.state() == QProcess::Running)
             process.waitForFinished(10);
-        if (process.state() == QProcess::Running) // else it has no group, and 0 would be ours
+        if (process.state() == QProcess::Running) // else its id is 0, which means our own group
             kill(static_cast<pid_t>(-process.processId()), signal);
         return outcomeOf(process);
     }
 
-    /// False for a process that has ended, also if nobody has asked for its status yet.
+    /// False if \a process has ended, even if nobody has asked for its status yet.
     static bool isAtWork(const QByteArray &process)
     {
         const char state = stateOf(process);
         return state != '?' && state != 'Z' && state != 'X';
     }
 
-    /// Starts the driver with all scripts, and sends \a signal to it alone once \a isReady, given
-    /// its process, is true. Nobody reads what it prints before it has got the signal.
+    /// Starts the driver with all scripts, and sends \a signal to it alone as soon as \a isReady,
+    /// given its process, is true. Nobody reads what it prints before it has got the signal.
     template <typename Condition>
     Outcome interruptOnce(Condition isReady, int signal)
     {
@@ -61,7 +61,7 @@ protected:
         return outcomeOf(process);
     }
 
-    /// True if a signal was sent to \a process that it did not get yet.
+    /// True if a signal was sent to \a process that it has not got yet.
     static bool hasPendingSignal(const QByteArray &process)
     {
         QFile status(QStringLiteral("/proc/%1/status").arg(QString::fromLatin1(process)));
@@ -72,7 +72,8 @@ protected:
                text.mid(begin, text.indexOf('\n', begin) - begin).trimmed().count('0') != 16;
     }
 
-    /// Sends SIGINT to the driver alone once \a begun is there and it sleeps: on its output.
+    /// Sends SIGINT to the driver alone as soon as the file \a begun exists and the driver sleeps,
+    /// waiting for somebody to read its output.
     Outcome interruptAsleep(const QString &begun = QStringLiteral("test1.dir"))
     {
         const auto isAsleep = [this, &begun](const QByteArray &process) {
@@ -81,7 +82,7 @@ protected:
         return interruptOnce(isAsleep, SIGINT);
     }
 
-    /// Makes the driver the first process of a container; false if that is not allowed.
+    /// Makes the driver the first process of a container. Returns false if that is not allowed.
     bool becomeFirstProcess()
     {
         const QByteArray unshare = QByteArray("unshare --pid --fork --kill-child ") +
@@ -91,7 +92,7 @@ protected:
         return std::system((unshare + "true 2>/dev/null").constData()) == 0;
     }
 
-    /// What is printed when the only script that ran, test1, failed with \a error, by \a signal.
+    /// What is printed if only test1 ran, and failed with \a error when \a signal came.
     QByteArray stopped(const QByteArray &error, const QByteArray &signal, int notRun) const
     {
         return "test1: ***ERROR: " + error + "\n" + summary(1, 1) +
@@ -178,7 +179,7 @@ TEST_F(InterruptionTest, SignalToTheDriverAloneEndsAProgramThatIsStopped)
     EXPECT_EQ(outcome.output,
         preamble("test1") + stopped("running 'echo' failed, interrupted by SIGTERM", "SIGTERM", 0));
     EXPECT_EQ(outcome.signal, SIGTERM);
-    if (outcome.signal != SIGTERM && !program.isEmpty()) // nobody else would end it
+    if (outcome.signal != SIGTERM && !program.isEmpty()) // nobody else would end the program
         kill(program.toInt(), SIGKILL);
 }
 
@@ -202,7 +203,7 @@ TEST_F(InterruptionTest, IsNoExpectedFailure)
 
 TEST_F(InterruptionTest, FirstSignalIsTheOneReported)
 {
-    // The second is sent once the first is no longer pending.
+    // The second signal is sent when the first one is no longer pending.
     write(QStringLiteral("test1"),
         "=one\n=run kill -INT $PPID; "
         "while ! grep -q 'ShdPnd:[[:space:]]0*$' /proc/$PPID/status; do :; done; "
@@ -233,8 +234,8 @@ TEST_F(InterruptionTest, ProgramsThatDidNotRunFailTheirScript)
 
 TEST_F(InterruptionTest, WhatDidNotRunIsNoPass)
 {
-    // No pipe holds this heading, so the driver sleeps after the last command of a passing run
-    // until it is read; and nothing else in this script lets it sleep.
+    // The heading is too long for a pipe. So after the last command of a passing run the driver
+    // sleeps until somebody reads it, and nothing else in this script makes the driver sleep.
     const QByteArray heading(1000000, 'h');
     write(QStringLiteral("test1"), "=" + heading + "\n");
     write(QStringLiteral("test2"), "=two\n");
@@ -248,7 +249,8 @@ TEST_F(InterruptionTest, WhatDidNotRunIsNoPass)
 
 TEST_F(InterruptionTest, NoProgramIsStartedAfterASignal)
 {
-    // No pipe holds the trace of this comment, so the driver sleeps behind it until it is read.
+    // The trace of this comment is too long for a pipe. So the driver sleeps behind the comment
+    // until somebody reads the trace.
     write(QStringLiteral("test1"),
         "=one\n=debug\n#" + QByteArray(1000000, 'c') + "\n=run touch ../begun\n");
     const Outcome outcome = interruptAsleep();
@@ -260,7 +262,7 @@ TEST_F(InterruptionTest, NoProgramIsStartedAfterASignal)
 
 TEST_F(InterruptionTest, LosesNothingOfTheReport)
 {
-    // Each result is written as a whole or not at all, so the driver waits with all of one.
+    // A result is written as a whole or not at all, so the driver waits with a whole one.
     constexpr int count = 300;
     write(QStringLiteral("test0"), "=zero\n=file ../started\n");
     for (int n = 1; n < count; ++n)
@@ -293,7 +295,7 @@ TEST_F(InterruptionTest, AnotherSignalLaterEndsWhateverTheDriverWaitsFor)
 {
     const QByteArray never = QFile::encodeName(work) + "/never";
     ASSERT_EQ(mkfifo(never, 0600), 0);
-    const int writer = open(never, O_RDWR | O_CLOEXEC); // which never writes
+    const int writer = open(never, O_RDWR | O_CLOEXEC); // it never writes
     for (const char *const lines : {"=run touch ../started\n=compare ../never ../never\n",
              "=run touch ../started; exec sleep 20\n"}) {
         SCOPED_TRACE(lines);
@@ -304,7 +306,7 @@ TEST_F(InterruptionTest, AnotherSignalLaterEndsWhateverTheDriverWaitsFor)
         while (!exists(QStringLiteral("started")))
             QThread::msleep(1);
         const auto id = static_cast<pid_t>(process.processId());
-        ASSERT_GT(id, 0); // 0 would be all of us
+        ASSERT_GT(id, 0); // 0 would mean all processes of our group
         while (!process.waitForFinished(100) && process.state() == QProcess::Running)
             kill(id, SIGINT);
         EXPECT_EQ(outcomeOf(process).signal, SIGINT);
@@ -341,7 +343,7 @@ TEST_F(InterruptionTest, EndOfAProgramIsSeenWhereTheCallerDoesNotWantToKnowOfChi
 
 TEST_F(InterruptionTest, FirstProcessOfAContainerEndsWithTheStatusOfTheSignal)
 {
-    // What it sends to itself does not end it, so it has to tell by its status.
+    // A signal that it sends to itself does not end it, so it has to end with a status instead.
     if (!becomeFirstProcess())
         GTEST_SKIP() << "a container is not allowed here";
     for (const auto &[number, name] : interruptions) {

@@ -3,7 +3,7 @@
 namespace
 {
 
-/// Each test under the C locale and under one that writes a decimal comma.
+/// Each test runs under the C locale and under one that writes a decimal comma.
 class Locale : public DriverTest, public testing::WithParamInterface<const char *>
 {
 protected:

@@ -2,7 +2,7 @@
 
 #include <QFile>
 
-// The worked examples of the manual: each block marked "script" prints the next block marked
+// The worked examples of the manual: each block marked "script" must print the next block marked
 // "output".
 
 namespace

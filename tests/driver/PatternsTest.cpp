@@ -1,7 +1,7 @@
 #include "DriverTest.h"
 
-// Patterns that would take all the memory, time or stack there is, and scripts that run out of
-// memory: the next script runs all the same.
+// Patterns that would take all memory, time or stack, and scripts that run out of memory. The next
+// script must run nevertheless.
 
 namespace
 {
@@ -16,7 +16,7 @@ QByteArray nested(const QByteArray &open, const QByteArray &close, int depth)
 class Patterns : public DriverTest
 {
 protected:
-    /// Leaves the driver, and what it starts, \a kilobytes of stack.
+    /// Limits the stack of the driver, and of what it starts, to \a kilobytes.
     void limitStack(int kilobytes)
     {
         addProgram("shallow", "ulimit -s " + QByteArray::number(kilobytes) + "\nexec " +
@@ -108,7 +108,7 @@ TEST_F(Patterns, OfProgramsMayHaveManyStars)
     };
     expectPrinted(QByteArray(138, '*') + "1", "test1(sim1): heading\n");
     expectPrinted(QByteArray(138, '*') + "2", none);
-    expectPrinted(QByteArray(139, '*') + "1", refused); // or it would pass without running
+    expectPrinted(QByteArray(139, '*') + "1", refused); // otherwise it would pass without running
     expectPrinted(QByteArray(20000, '*') + "1", refused);
     expectPrinted("sim? " + QByteArray(20000, '*') + "1", refused);
 }
@@ -117,7 +117,7 @@ TEST_F(Patterns, AreNotKept)
 {
     if (!isSanitized)
         limitMemory();
-    // Each takes megabytes, a hundred of them more than there is.
+    // Each pattern takes megabytes, and a hundred of them take more memory than there is.
     const QByteArray sets = QByteArray("[abc]").repeated(9000);
     QByteArray lines;
     for (int n = 0; n < 100; ++n)

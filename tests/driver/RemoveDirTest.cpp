@@ -11,16 +11,17 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-// What becomes of run directories: removed after a pass and before a run, whatever they hold, and
-// nothing outside them.
+// Run directories are removed after a pass and before a run, whatever they hold, and nothing
+// outside of them is removed.
 
 class RemoveDir : public DriverTest
 {
 protected:
     QByteArray pathOf(const QString &path) const { return QFile::encodeName(work + '/' + path); }
 
-    /// Runs a passing test whose run executes \a body in its directory, once to see the directory
-    /// removed after the run, and again over what a failing run left.
+    /// Runs a passing test that executes \a body in its directory. The first time, expects that the
+    /// directory is removed after the run; the second time, that what a failing run left is
+    /// removed.
     void expectRemoved(const QByteArray &body)
     {
         SCOPED_TRACE(body.toStdString());
@@ -34,7 +35,7 @@ protected:
         expectClean();
     }
 
-    /// Expects that no run directory is left; asks the system, since entries() cannot show each
+    /// Expects that no run directory is left. Asks the system, because entries() cannot show every
     /// name.
     void expectClean() const
     {
@@ -91,9 +92,9 @@ TEST_F(RemoveDir, TakesATreeThatNoPathCanReachTheEndOf)
 {
     write("test1.dir/leftover", "");
     int directory = open(pathOf("test1.dir"), O_RDONLY | O_DIRECTORY);
-    for (int depth = 0; depth < 3000; ++depth) { // also more than there can be open files
+    for (int depth = 0; depth < 3000; ++depth) { // more levels than files can be open at once
         ASSERT_EQ(mkdirat(directory, "d", 0777), 0);
-        ASSERT_EQ(mkdirat(directory, "e", 0777), 0); // removed on the way back up
+        ASSERT_EQ(mkdirat(directory, "e", 0777), 0); // is removed on the way back up
         const int next = openat(directory, "d", O_RDONLY | O_DIRECTORY);
         ASSERT_GE(next, 0);
         close(directory);
@@ -196,7 +197,7 @@ TEST_F(RemoveDir, AFileInThePlaceOfTheDirectoryStays)
     EXPECT_EQ(entries(), QStringList({"test1", "test1.dir"}));
 }
 
-// File systems that are mounted where a directory is removed, with data that are somebody's.
+// File systems with somebody's data, mounted inside a directory that is removed.
 class RemoveDirWithMounts : public RemoveDir
 {
 protected:
@@ -206,8 +207,8 @@ protected:
         write("precious/deep/data", "4 5 6\n");
     }
 
-    /// Runs the script, with the file system of the shell lines \a mounting there, and expects that
-    /// it prints \a printed and loses nothing.
+    /// Runs \a script with the file system that the shell lines \a mounting mount. Expects that it
+    /// prints \a printed, and that no data are lost.
     void expectKept(const QByteArray &mounting, const QByteArray &script, const QByteArray &printed)
     {
         SCOPED_TRACE((mounting + script).toStdString());
@@ -263,7 +264,7 @@ TEST_F(RemoveDirWithMounts, OneInThePlaceOfTheDirectoryStaysAndTheRunIsInIt)
     EXPECT_TRUE(IsSkipped() || exists("precious/made"));
 }
 
-// The rest needs permissions that hold.
+// These tests need permissions that hold for the driver.
 class RemoveDirWithPermissions : public RemoveDir
 {
 protected:
@@ -290,13 +291,14 @@ protected:
 
 TEST_F(RemoveDirWithPermissions, StopsAtTheFirstEntryThatCannotBeRemoved)
 {
-    // Directories first, each sort by name: C and a are gone when b cannot be emptied.
+    // Directories come first, then files, both sorted by name. So C and a have been removed when b
+    // cannot be emptied.
     for (const char *path : {"C/x", "a/x", "b/x", "b/y/x", "c/x", "A", "z"})
         write(QString("test1.dir/") + path, "");
     restrict("test1.dir/b", 0500);
     EXPECT_EQ(runScript("=heading\n=exists z\n=exists c/x\n=ignore a/x\n=exists a/x\n"
                         "=ignore C\n=exists C\n=ignore b/y\n=exists b/y/x\n=file made\n"),
-        "test1: heading\n"); // the run makes do with what is there
+        "test1: heading\n"); // the run takes place among what is there
     EXPECT_EQ(entries(),
         QStringList({"test1", "test1.dir/", "test1.dir/A", "test1.dir/b/", "test1.dir/b/x",
             "test1.dir/b/y/", "test1.dir/c/", "test1.dir/c/x", "test1.dir/made", "test1.dir/z"}));

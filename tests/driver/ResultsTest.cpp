@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-// When results are printed: at the end of each run, not of the driver.
+// Results are printed at the end of each run, not at the end of the driver.
 
 using Results = DriverTest;
 
@@ -23,7 +23,7 @@ TEST_F(Results, OfARunArriveBeforeTheNextEnds)
     };
     ASSERT_EQ(mkfifo(qPrintable(QDir(work).filePath("fifo")), 0600), 0);
     const int writer = open(QFile::encodeName(work + "/fifo"), O_RDWR | O_CLOEXEC);
-    write("test2", "=blocks\n=compare ../fifo ../fifo\n"); // its writer never writes
+    write("test2", "=blocks\n=compare ../fifo ../fifo\n"); // the FIFO's writer never writes
     for (const auto &row : rows) {
         SCOPED_TRACE(row.script.toStdString());
         write("test1", row.script);

@@ -1,4 +1,4 @@
-// The directory of a run in the hands of programs and of other drivers.
+// What programs and other drivers can do to the directory of a run.
 
 #include "DriverTest.h"
 
@@ -15,7 +15,8 @@ namespace
 class RunDirectoryTest : public DriverTest
 {
 protected:
-    /// Runs test1, which passes with \a line in it, and test2, and expects the files \a left.
+    /// Runs test1, which has \a line in it, and test2. Expects that both pass and leave the files
+    /// \a left.
     void expectBothPass(const QByteArray &line, const char *left)
     {
         SCOPED_TRACE(line.toStdString());
@@ -31,9 +32,9 @@ protected:
             first.waitForFinished(10);
     }
 
-    /// Starts the driver with the script test1, which has the \a lines before it runs the program
-    /// "outlive", with \a body; kills the driver once that has made the file "../started". The
-    /// program has to end when there is a file "$work/go".
+    /// Starts the driver with the script test1, which consists of \a lines and then runs the
+    /// program "outlive", made of \a body. Kills the driver when the program has made the file
+    /// "../started". The program has to end when there is a file "$work/go".
     void leaveBehind(const QByteArray &lines, const QByteArray &body)
     {
         addProgram(QStringLiteral("outlive"),
@@ -45,7 +46,7 @@ protected:
         EXPECT_EQ(outcomeOf(first).signal, SIGKILL);
     }
 
-    /// Ends what was left behind.
+    /// Ends the program that was left behind.
     void endIt()
     {
         write(QStringLiteral("go"), "");
@@ -79,7 +80,7 @@ TEST_F(RunDirectoryTest, ProgramClosesItToEverybody)
         GTEST_SKIP() << "needs setpriv to run as somebody to whom permissions apply";
     write(QStringLiteral("test1"), "=one\n=run chmod 000 .\n");
     write(QStringLiteral("test2"), "=two\n=file data\n=exists data\n");
-    // It cannot be removed, since what is in it cannot be listed.
+    // The directory cannot be removed, because its content cannot be listed.
     expectRun({QStringLiteral("test?")}, "test1 test2", "test1: one\ntest2: two\n", 0, 2);
     EXPECT_TRUE(exists(QStringLiteral("test1.dir")));
     expectRun(
@@ -108,7 +109,7 @@ TEST_F(RunDirectoryTest, IsNotTakenFromADriverAtWork)
 
 TEST_F(RunDirectoryTest, IsALeftoverOnceItsDriverWasKilled)
 {
-    // The program lives on, in a directory that is removed, when the next driver comes.
+    // When the next driver comes, the program still runs, in a directory that is removed.
     leaveBehind("=file data\n1\n", ">../started; while [ ! -e \"$work/go\" ]; do sleep 0.01; done");
     write(QStringLiteral("test1"), "=one\n=ignore does not exist\n=exists data\n");
     expectRun({QStringLiteral("test1")}, "test1", "test1: one\n", 0, 1);
@@ -117,7 +118,7 @@ TEST_F(RunDirectoryTest, IsALeftoverOnceItsDriverWasKilled)
 
 TEST_F(RunDirectoryTest, IsNotSharedWithAProgramThatOutlivedItsDriver)
 {
-    // It goes on writing, as fast as it can, what would let the next run pass.
+    // The program goes on writing, as fast as it can, files that would let the next run pass.
     leaveBehind("", "while [ ! -e \"$work/go\" ]; do\n"
                     "echo 1 >result; mkdir -p d; >../started\n"
                     "done 2>&-");
@@ -151,8 +152,8 @@ TEST_F(RunDirectoryTest, IsNotWaitedForWhereFilesAreMadeFasterThanTheyAreRemoved
 
 TEST_F(RunDirectoryTest, DriversStartedTogetherTakeTurnsOrSaySo)
 {
-    // Whatever the order, each directory is only ever one driver's, so what a run counts is its
-    // own.
+    // In any order, a directory is used by only one driver at a time, so a run counts only its own
+    // lines.
     write(QStringLiteral("test1"),
         "=one\n=run sh -c 'echo x >>lines'\n=run sh -c 'echo x >>lines'\n"
         "=file reference\nx\nx\n=compare lines reference\n");

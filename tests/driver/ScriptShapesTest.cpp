@@ -2,12 +2,12 @@
 
 #include <QDir>
 
-// Scripts as people, editors and other programs write them: whole ones, and their limits.
+// Scripts as people, editors and other programs write them, and the limits of scripts.
 
 namespace
 {
 
-/// Under the address sanitizer every byte takes a shadow and many times longer, so the longest
+/// Under the address sanitizer every byte takes more memory and much more time, so the longest
 /// lines are shorter there.
 constexpr int longestLine = isSanitized ? 10000000 : 50000000;
 
@@ -78,7 +78,7 @@ TEST_F(ScriptShapes, AHeadingIsEnough)
         {"=h", "test1: h\n"}, {"=h\r\n", "test1: h\n"}, {"\xEF\xBB\xBF=h", "test1: h\n"},
         {"=h\n\n\n \t\n", "test1: h\n"}, {"=h\n# no command", "test1: h\n"},
         {"=\t\n", "test1: \t\n"},
-        {"=h\r=echo a\r", "test1: h=echo a\n"}, // without newlines all is one line
+        {"=h\r=echo a\r", "test1: h=echo a\n"}, // without newlines there is only one line
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.script);
@@ -102,7 +102,7 @@ TEST_F(ScriptShapes, BytesThatAreNoUtf8AreKeptInBodiesOnly)
                         "=ignore ^File '\xE4' does\n"
                         "=exists \xE4\n"
                         "=file \xE4\n"
-                        "=exists \xF6\n" // to us the same name
+                        "=exists \xF6\n" // becomes the same name
                         "=exists no\xE4\n"),
         "Gr" + replaced + replaced + "e\ntest1: ***ERROR: File 'no" + replaced +
             "' does not exist\n");
@@ -195,7 +195,8 @@ TEST_F(ScriptShapes, WhatNeedsMoreThanThereIsFailsAndTheNextTestRuns)
 
 TEST_F(ScriptShapes, PatternsAndPlaceholdersMayBeMany)
 {
-    // None may cost more than its share: with a million characters that would be minutes.
+    // The time must not grow with the square of the length: a million characters would take
+    // minutes.
     constexpr int many = 1000000;
     const QByteArray pattern = QByteArray("abc d").repeated(many / 5);
     EXPECT_EQ(errorOf("=ignore " + pattern + "\n=exists none\n"), "File 'none' does not exist");
@@ -216,7 +217,7 @@ TEST_F(ScriptShapes, NulsAreBytesLikeOthers)
 {
     const struct {
         const char *lines;
-        const char *error; // is cut where it is printed
+        const char *error; // the message ends at a NUL
     } rows[] = {
         {"=echo@", "Unknown test command '=echo"},
         {"=exists@..", "Unknown test command '=exists"},

@@ -9,14 +9,15 @@
 
 #include <sys/stat.h>
 
-/// Settings with which something is wrong. The driver's test runs, unless that could be a pass
-/// without a program.
+/// Settings with which something is wrong. The driver runs its test nevertheless, unless the test
+/// could then pass without running for a program.
 class SettingsFaults : public DriverTest
 {
 protected:
     SettingsFaults() { write("test1", "=heading\n=simprogram *\n"); }
 
-    /// Writes the settings file; the driver will find the programs \a names in it.
+    /// Writes \a text into the settings file, in which the driver is expected to find the programs
+    /// \a names.
     void writeSettings(const QByteArray &text, const QStringList &names)
     {
         write(settings, text);
@@ -36,7 +37,8 @@ protected:
         EXPECT_EQ(entries(), QStringList({"test1"}));
     }
 
-    /// What is beside the settings file, itself included: a lock, a file half written.
+    /// The files in the folder of the settings: the settings file, and perhaps a lock or an
+    /// unfinished file.
     QStringList filesOfSettings() const
     {
         return QFileInfo(settings).dir().entryList(

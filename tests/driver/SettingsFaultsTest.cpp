@@ -5,8 +5,8 @@
 #include <memory>
 #include <random>
 
-// Settings that may not be saved or read, that hold what nobody wrote, or too much, and many
-// drivers that start at once.
+// Settings that may not be saved or read, that are damaged or too large, and many drivers that
+// start at once.
 
 TEST_F(SettingsFaults, WhatMayNotBeChangedStaysAsItIs)
 {
@@ -63,7 +63,7 @@ TEST_F(SettingsFaults, AFolderThatMayNotBeMadeIsNoFailure)
 
 TEST_F(SettingsFaults, WhatCanBeReadOfADamagedFileIsKept)
 {
-    QByteArray bytes; // all but the quote
+    QByteArray bytes; // all bytes except the quote
     for (int byte = 0; byte < 256; ++byte)
         bytes += byte == '"' ? ' ' : static_cast<char>(byte);
     const QByteArray name1 = "SimProgram1.name=sim1\n";
@@ -78,13 +78,13 @@ TEST_F(SettingsFaults, WhatCanBeReadOfADamagedFileIsKept)
         {"]\n[\n=\n==\n%\n%z=\n[]\n", {}},
         {QByteArray(10000, '\0'), {}},
         {QByteArray(10000, '\xFF'), {}},
-        {name1, {"sim1"}}, // without a section
+        {name1, {"sim1"}}, // there is no section
         {"[General]\n" + name1, {"sim1"}},
         {"[General]\r\n" + name1.chopped(1) + "\r\n", {"sim1"}},
         {"\xEF\xBB\xBF[General]\n" + name1, {"sim1"}},
         {"[General]\n<<<<<<< mine\n" + name1 + "=======\n>>>>>>> theirs\n", {"sim1"}},
         {"[General]\nSimProgram1.name=old\n" + name1, {"sim1"}}, // the later one counts
-        {"[General]\n" + name1 + "SimProgram2.na", {"sim1"}},    // cut off
+        {"[General]\n" + name1 + "SimProgram2.na", {"sim1"}},    // the end is missing
         {"[General]\nSimProgram1.name=\"sim1\n" + name2, {"sim1\nSimProgram2.name=sim2\n"}},
         {"[General]\nSimProgram1.name=@Invalid()\nSimProgram2.name=@ByteArray(sim2)\n", {"sim2"}},
         {"[General]\nSimProgram1.name=\xE4 1\n", {QString::fromUtf8("\xEF\xBF\xBD 1")}},
@@ -173,7 +173,7 @@ TEST_F(SettingsFaults, WhatDoesNotFitIntoMemoryIsNotRead)
 
 TEST_F(SettingsFaults, AFullDiskLeavesTheFileAsItIs)
 {
-    addProgram("full", "ulimit -f 0\nexec " + driver.toUtf8() + " \"$@\"\n"); // no file may grow
+    addProgram("full", "ulimit -f 0\nexec " + driver.toUtf8() + " \"$@\"\n"); // no file can grow
     driver = QDir(programs).filePath("full");
     expectPass();
     EXPECT_EQ(filesOfSettings(), QStringList());
@@ -187,7 +187,7 @@ TEST_F(SettingsFaults, WithoutAHomeTheSettingsAreLookedForAtTheRoot)
 {
     environment.remove("XDG_CONFIG_HOME");
     settings = "/.config/Brelund, Inc./Talmo.conf";
-    // The root directory is the driver's own, and takes no changes; it has no settings.
+    // The driver sees a root directory that is read-only and has no settings.
     if (!mountPrivately("mount --bind \"$work\" \"$work\"\n"
                         "mount -o remount,bind,ro /\n"
                         "test ! -e /.config || mount -t tmpfs none /.config\n"))

@@ -7,13 +7,13 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-// What stands in the place of the settings, or of the lock under which they are saved.
+// Something else stands in the place of the settings, or of the lock under which they are saved.
 
 class SettingsPlace : public SettingsFaults
 {
 protected:
-    /// Runs the one test, and expects that it passes for sim1 alone, that the driver says \a why it
-    /// does not save, and that it does not.
+    /// Runs the test. Expects that it passes, for sim1 alone, that the driver says \a why it does
+    /// not save the settings, and that it does not save them.
     void expectNotSaved(const QByteArray &why)
     {
         const QByteArray before = read(settings);
@@ -26,8 +26,8 @@ protected:
         EXPECT_EQ(read(settings), before);
     }
 
-    /// Makes \a path, and the folders on the way, something of that \a kind, which is no ordinary
-    /// file; a device is the null device. False if the system refuses.
+    /// Makes something of this \a kind at \a path, and the folders above it. The \a kind is not
+    /// that of an ordinary file; a device is the null device. Returns false if the system refuses.
     bool make(const QString &path, mode_t kind) const
     {
         QDir().mkpath(QFileInfo(path).path());
@@ -57,7 +57,7 @@ TEST_F(SettingsPlace, AFolderWhoseNameIsNoTextDoesNotHideTheSettings)
         const QByteArray start =
             "unset XDG_CONFIG_HOME; " + variable + " exec '" + driver.toUtf8() + "' test1";
         const auto run = [&](const QByteArray &before) {
-            write("start", before + start + '\n'); // arguments would have to be text
+            write("start", before + start + '\n'); // an argument would have to be valid text
             return runProcess("/bin/sh", {"start"}, environment, work);
         };
         const Outcome outcome = run("mkdir -p '" + place + "'\n>'" + place + "/Talmo.conf'\n");
@@ -65,7 +65,7 @@ TEST_F(SettingsPlace, AFolderWhoseNameIsNoTextDoesNotHideTheSettings)
         EXPECT_TRUE(outcome.output.endsWith("': the name of their folder is not UTF-8\n"));
         EXPECT_EQ(outcome.output.count('\n'), 1);
         EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(run("rm '" + place + "/Talmo.conf'\n").status, 0); // there is nothing to miss
+        EXPECT_EQ(run("rm '" + place + "/Talmo.conf'\n").status, 0); // now no settings are missed
     }
 }
 
@@ -95,7 +95,7 @@ TEST_F(SettingsPlace, ADeviceInThePlaceOfTheFileStays)
     EXPECT_EQ(QFile::symLinkTarget(settings), device);
     EXPECT_EQ(filesOfSettings(), onlyTheFile);
 
-    ASSERT_EQ(rename(qPrintable(device), qPrintable(settings)), 0); // now without a link
+    ASSERT_EQ(rename(qPrintable(device), qPrintable(settings)), 0); // now there is no link
     expectPass();
     EXPECT_EQ(statusOf(settings).st_ino, made);
 }

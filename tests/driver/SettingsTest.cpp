@@ -12,7 +12,7 @@
 namespace
 {
 
-/// Tells one file from another written in its place.
+/// Tells a file from another one that was written in its place.
 struct FileIdentity {
     ino_t inode = 0;
     timespec modified = {};
@@ -83,7 +83,7 @@ TEST_F(Settings, AProgramHasTheDefaultsIfNothingCanBeRead)
     ASSERT_EQ(mkfifo(qPrintable(settings), 0600), 0);
     const Outcome outcome = openSettings({"SimProgram3.name", "IconSize"});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.output, "\n48\n"); // they were not loaded
+    EXPECT_EQ(outcome.output, "\n48\n"); // the defaults; no settings were loaded
     EXPECT_EQ(outcome.errors, "");
 }
 

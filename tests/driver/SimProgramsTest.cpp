@@ -9,8 +9,8 @@
 class SimPrograms : public DriverTest
 {
 protected:
-    /// Expects that a script with \a selection as its second line runs once for each of \a selected
-    /// in that order, or for none.
+    /// Expects that a script with \a selection as its second line runs once for each of \a
+    /// selected, in that order, or not at all if there are none.
     void expectSelected(const QByteArray &selection, const QStringList &selected)
     {
         SCOPED_TRACE(selection.toStdString());
@@ -56,9 +56,9 @@ TEST_F(SimPrograms, PatternsMatchWholeNames)
         {"=simprogram a+b", {"a+b"}},
         {"=simprogram ^sim1$", {}},
         {"=simprogram sim1|sim2", {}},
-        {"=simprogram sim[1", {}}, // no pattern at all
+        {"=simprogram sim[1", {}}, // an invalid pattern matches nothing
         {"=simprogram big?sim", {"big sim"}},
-        {"=simprogram big sim", {}}, // two patterns
+        {"=simprogram big sim", {}}, // these are two patterns
         {"=simprogram $simProgram", {}},
     };
     for (const auto &row : rows)
@@ -93,11 +93,11 @@ TEST_F(SimPrograms, TheSelectionIsAnySecondLineThatBeginsWithTheWord)
         {"  =simprogram   sim1  ", {"sim1"}},
         {"\t=simprogram\tsim2\tsim1\t", {"sim2", "sim1"}},
         {"=simprogram sim1\r", {"sim1"}},
-        {"=simprogramX sim1", {"sim1"}}, // Deliberate: a longer word serves too
+        {"=simprogramX sim1", {"sim1"}}, // Deliberate: a longer word is the same command
         {"=simprograms sim2", {"sim2"}},
         {"=simprogramsim1", {}},
         {"=simprogram#1 sim1", {"sim1"}},
-        {"=simprogram", {}}, // no patterns: nothing matches
+        {"=simprogram", {}}, // without patterns nothing matches
         {"=simprogram ", {}},
     };
     for (const auto &row : rows)
@@ -143,11 +143,11 @@ TEST_F(SimPrograms, ConfiguredAreSlotsOneToNineWithoutTheEmptyOnes)
         {{"i", "h", "g", "f", "e", "d", "c", "b", "a"},
             {"i", "h", "g", "f", "e", "d", "c", "b", "a"}},
         {{"", "b", "", "", "", "", "", "", "i", "tenth"}, {"b", "i"}},
-        {{"a", "b", "a"}, {"a", "b", "a"}}, // configured twice, there twice
+        {{"a", "b", "a"}, {"a", "b", "a"}}, // configured twice, and listed twice
     };
     for (const auto &row : rows) {
         configure(row.slotNames);
-        configured = row.names; // what the driver shall list
+        configured = row.names; // what the driver has to list
         expectSelected("=simprogram *", row.names);
     }
     expectSelected("=simprogram a", {"a", "a"});
@@ -200,7 +200,7 @@ TEST_F(SimPrograms, TheirNameReplacesTheTokenThroughoutALine)
             row.printed + QByteArray("test1(sim1): heading\n"));
     }
     EXPECT_EQ(read("out"), "sim1 sim1\n");
-    EXPECT_EQ(runScript("=$simProgram\n=simprogram *\n=$simProgram\n"), // not in the heading
+    EXPECT_EQ(runScript("=$simProgram\n=simprogram *\n=$simProgram\n"), // the heading keeps it
         "test1(sim1): ***ERROR: Unknown test command '=sim1'\n");
     EXPECT_EQ(runScript("=$simProgram\n=simprogram *\n"), "test1(sim1): $simProgram\n");
 }
@@ -246,7 +246,7 @@ TEST_F(SimPrograms, LaterRunsFollowAFailedOneAndTheTestCountsOnce)
         "test1(sim2): one\n"
         "test1(sim3): ***ERROR: File '../sim3' does not exist\n"
         "test2(sim1): ***ERROR: File '../sim1' does not exist\n"
-        "test2(sim2): two\n" // does not make up for it
+        "test2(sim2): two\n" // test2 has failed nevertheless
         "test3(sim1): three\n"
         "test3(sim3): three\n",
         2, 3);
@@ -293,7 +293,7 @@ TEST_F(SimPrograms, NamesAreTakenAsTheyStand)
 TEST_F(SimPrograms, ANameThatTheSystemWouldCutHasNoDirectory)
 {
     configure({"\"a\\x0 b\""});
-    configured = QStringList({"a"}); // printed up to the NUL
+    configured = QStringList({"a"}); // the name is printed up to the NUL
     write("test1(a/kept", "");
     EXPECT_EQ(runScript("=heading\n=simprogram *\n=echo not reached\n"),
         "test1(a: ***ERROR: cannot cd to 'test1(a'\n");

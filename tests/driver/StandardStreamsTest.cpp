@@ -1,4 +1,4 @@
-// Standard input, output and error in states that shells and schedulers leave them in.
+// Standard input, output and error in the states in which shells and schedulers leave them.
 
 #include "DriverTest.h"
 
@@ -53,7 +53,7 @@ TEST_F(StandardStreamsTest, ReportThatIsLostIsAFailure)
 
 TEST_F(StandardStreamsTest, NoFileTakesThePlaceOfAClosedStream)
 {
-    // Were it so, the report, or what programs print, would be in the file.
+    // Otherwise the report, or what programs print, would go into the file.
     for (const char *const closed : {"<&-", ">&-", "2>&-", "<&- >&- 2>&-"}) {
         SCOPED_TRACE(closed);
         write(QStringLiteral("test1"), failing);
@@ -78,7 +78,8 @@ TEST_F(StandardStreamsTest, ClosedInputAndErrorDoNotMatter)
 
 TEST_F(StandardStreamsTest, BrokenPipeEndsTheDriverAsItEndsAnyProgram)
 {
-    // The reader takes one line and goes, while the driver waits for a program that sees it go.
+    // The reader takes one line and goes away. The driver waits for a program until that has
+    // happened.
     write(QStringLiteral("test1"), "=one\n=run until test -e ../gone; do sleep 0.01; done; true\n");
     const Outcome outcome = shell(QStringLiteral("mkfifo report; { head -n 1; exec <&-; >gone; } "
                                                  "<report >first & exec $driver >report"));
@@ -89,7 +90,8 @@ TEST_F(StandardStreamsTest, BrokenPipeEndsTheDriverAsItEndsAnyProgram)
 
 TEST_F(StandardStreamsTest, APipeThatDoesNotWaitLosesNothing)
 {
-    // Another program that shares the pipe has set it so. Nobody reads before the driver sleeps.
+    // Another program that shares the pipe has told it not to wait. Nobody reads before the driver
+    // sleeps.
     addProgram(QStringLiteral("hasty"),
         "exec perl -MFcntl -e 'fcntl(STDOUT, F_SETFL, O_WRONLY | O_NONBLOCK); exec @ARGV' " +
             driver.toUtf8() + " \"$@\"\n");
@@ -98,7 +100,7 @@ TEST_F(StandardStreamsTest, APipeThatDoesNotWaitLosesNothing)
     QByteArray printed;
     for (int n = 1000; n < 1300; ++n) {
         const QByteArray name = "test" + QByteArray::number(n);
-        const int size = n == 1100 ? 300000 : 1000; // one is written in pieces
+        const int size = n == 1100 ? 300000 : 1000; // the longest one is written in pieces
         QByteArray heading(size, 'a');
         for (int byte = 0; byte < size; ++byte)
             heading[byte] = static_cast<char>('a' + (byte + n) % 23);
@@ -119,7 +121,7 @@ TEST_F(StandardStreamsTest, APipeThatDoesNotWaitLosesNothing)
 
 TEST_F(StandardStreamsTest, APipeThatIsFullFromTheStartLosesNothing)
 {
-    // The first line is printed before main.
+    // The driver prints its first line before main.
     addProgram(QStringLiteral("late"),
         "exec perl -MFcntl -e 'fcntl(STDOUT, F_SETFL, O_WRONLY | O_NONBLOCK); "
         "1 while syswrite(STDOUT, \"x\"); open(F, \">../full\"); exec @ARGV' " +
@@ -141,7 +143,7 @@ TEST_F(StandardStreamsTest, APipeThatIsFullFromTheStartLosesNothing)
 TEST_F(StandardStreamsTest, AReportBeyondTheSizeThatAFileMayHaveIsAFailure)
 {
     write(QStringLiteral("test1"), "=" + QByteArray(100000, 'h') + "\n");
-    for (const int limit : {0, 2}) { // 0 is too small for the line that is printed before main, too
+    for (const int limit : {0, 2}) { // 0 is too small even for the line that is printed before main
         SCOPED_TRACE(limit);
         const Outcome outcome =
             shell(QStringLiteral("ulimit -f %1; exec $driver >report").arg(limit));

@@ -12,7 +12,8 @@ const QByteArray columns = "#x y z Px Py Pz t PDGid EventID TrackID ParentID Wei
 class TestbeamCommand : public DriverTest
 {
 protected:
-    /// The file that "=testbeam beam" with \a words writes. "=end", no command, keeps it.
+    /// The file that "=testbeam beam" with \a words writes. "=end" is no command, so the run fails
+    /// and its directory is kept.
     QByteArray beamOf(const QByteArray &words)
     {
         EXPECT_EQ(errorOf("=testbeam beam " + words + "\n=end\n"), "Unknown test command '=end'");
@@ -82,7 +83,7 @@ TEST_F(TestbeamCommand, TakesTenArguments)
     const QByteArray tooFew = "=testbeam too few arguments";
     EXPECT_EQ(errorOf("=testbeam\n"), tooFew);
     EXPECT_EQ(errorOf("=testbeam beam\n"), tooFew);
-    EXPECT_EQ(errorOf("=testbeam x x x x x x x x x\n"), tooFew); // before a word is looked at
+    EXPECT_EQ(errorOf("=testbeam x x x x x x x x x\n"), tooFew); // no word is looked at
     EXPECT_EQ(errorOf("=testbeam beam 0 1 2 0 1 2 0 13\n"), tooFew);
     EXPECT_EQ(errorOf("=testbeam beam 0 1 2 0 1 2 0 13 1\n"), "");
     EXPECT_EQ(errorOf("=testbeam beam 0 1 2 0 1 2 0 13 1 x\n"), "");
@@ -116,7 +117,7 @@ TEST_F(TestbeamCommand, FailsWithoutAFileIfAWordIsNoNumberOfItsKind)
         SCOPED_TRACE(row);
         EXPECT_EQ(errorOf("=testbeam beam " + QByteArray(row) + "\n"), "Syntax error");
         EXPECT_EQ(entries(), QStringList({"test1", "test1.dir/"}));
-        // An unwritable file is found later, and an old one is left alone.
+        // That the file cannot be written is found later, and an old file is not changed.
         EXPECT_EQ(errorOf("=testbeam no/beam " + QByteArray(row) + "\n"), "Syntax error");
         EXPECT_EQ(
             errorOf("=file beam\nold\n=testbeam beam " + QByteArray(row) + "\n"), "Syntax error");
@@ -148,7 +149,7 @@ TEST_F(TestbeamCommand, OverwritesAnOldFile)
         "Unknown test command '=end'");
     EXPECT_EQ(read("test1.dir/beam"), beam);
     errorOf("=testbeam :beam 0 1 2 0 1 2 0 13 1\n=end\n");
-    EXPECT_EQ(read("test1.dir/:beam").size(), beam.size() + 1); // its header has the colon
+    EXPECT_EQ(read("test1.dir/:beam").size(), beam.size() + 1); // its heading has the colon
 }
 
 TEST_F(TestbeamCommand, WritesLargeGrids)

@@ -3,8 +3,8 @@
 #include <QDir>
 #include <QFile>
 
-// Working directories that cannot be listed or named, or that have a strange name. A script that is
-// there and is not seen would be a pass that means nothing.
+// Working directories that cannot be listed or named, or that have a strange name. If a script that
+// exists were not seen, the driver would pass without running it.
 
 namespace
 {
@@ -19,7 +19,7 @@ protected:
         return runProcess("/bin/sh", {"-c", QString::fromUtf8(lines)}, environment, work);
     }
 
-    /// Expects that \a outcome is the refusal to run anything, for \a reason.
+    /// Expects that the driver refused to run anything, and gave the \a reason.
     void expectRefusal(const Outcome &outcome, const QByteArray &reason)
     {
         const QByteArray line = "***talmo_test: " + reason + "\n";
@@ -110,8 +110,8 @@ TEST_F(WorkingDirectory, WithoutAFreeDescriptorNothingIsRun)
     const QByteArray list =
         "***talmo_test: cannot list the scripts in '" + work.toUtf8() + "': Too many open files\n";
     int refusals = 0;
-    for (int most = 3; most < 20;
-         ++most) { // how many are open from the start depends on the caller
+    // How many files are open from the start depends on the caller.
+    for (int most = 3; most < 20; ++most) {
         SCOPED_TRACE(most);
         const Outcome outcome =
             shell("ulimit -n " + QByteArray::number(most) + "; exec \"$driver\" test1");
@@ -127,7 +127,7 @@ TEST_F(WorkingDirectory, WithoutMemoryForItsListNothingIsRun)
 {
     if (isSanitized)
         GTEST_SKIP() << "the sanitizer's memory cannot be limited";
-    // As much as is needed is found by halving; just below that, some of the list fits.
+    // We find the memory that is needed by halving. Just below it, a part of the list fits.
     for (int n = 0; n < 3000; ++n)
         write(QString("test-with-a-long-name-that-takes-memory-%1").arg(n), "");
     write("testlast", "=one\n");

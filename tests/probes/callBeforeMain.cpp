@@ -1,5 +1,5 @@
-// Calls the operation that the variable OPERATION names from a static initialiser, then says
-// "main" from main. Without the variable, lists the operations that must not survive this.
+// A static initialiser calls the operation that the environment variable OPERATION names, and main
+// then prints "main". Without the variable, lists the operations that must crash before main.
 
 #include "talmo/Console.h"
 #include "talmo/Error.h"
@@ -29,7 +29,7 @@ struct Operation {
 QString text = "a";
 Value length;
 
-// The arguments are such that, but for the guard, there would be nothing to do.
+// With these arguments an operation would have nothing to do, so only the guard can make it crash.
 const Operation guarded[] = {
     {"RE.find", [] { RE.find("a", "a"); }},
     {"RE.findAt", [] { RE.findAt("a", "a", 0); }},

@@ -1,5 +1,6 @@
-// Loaded into a program from outside: as if the disk had no room left for the user, closing the
-// file that the variable CLOSE_FAILS_FOR names fails the first time. Such news may come that late.
+// Is loaded into a program from outside. The file that the environment variable CLOSE_FAILS_FOR
+// names cannot be closed the first time, as if the user had no room left on the disk. Some file
+// systems report that only when a file is closed.
 
 #include <cerrno>
 #include <cstdlib>
@@ -11,7 +12,7 @@
 namespace
 {
 
-/// True if \a descriptor is that of the file that the variable names.
+/// True if \a descriptor belongs to the file that the variable names.
 bool isToFail(int descriptor)
 {
     const char *const wanted = std::getenv("CLOSE_FAILS_FOR");

@@ -1,4 +1,4 @@
-// A program that is linked with the preferences and names nothing of theirs.
+// A program that is linked with the preferences and uses none of their symbols.
 
 #include "talmo/StartupGuard.h"
 

@@ -1,5 +1,5 @@
-// A program of the product that does nothing itself: it has the preferences in it, an application
-// object, and reads the keys given as arguments.
+// A program of the product that does nothing itself: it is linked with the preferences, has an
+// application object, and prints the values of the keys that are its arguments.
 
 #include "talmo/Preferences.h"
 #include "talmo/StartupGuard.h"

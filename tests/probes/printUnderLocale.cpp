@@ -1,5 +1,5 @@
-// The locale of the environment at work: first what the C library prints, then what we print, and
-// whether we still read a decimal point, in numbers and in expressions.
+// Uses the locale of the environment. First the C library prints a number, then we do. At the end
+// one sees whether we still read a decimal point, in numbers and in expressions.
 
 #include "talmo/Console.h"
 #include "talmo/Numbers.h"
@@ -24,5 +24,5 @@ int main()
     std::fflush(stdout);
     Talmo::Console::printf("%g %d %s\n", 1234567.5, 1234567, "text");
     Talmo::Console::printf("%s\n", qPrintable(Talmo::Units::evaluate("%.2f", "0.5cm", "mm")));
-    std::printf("%g\n", 0.5); // the process's locale is as it was
+    std::printf("%g\n", 0.5); // the locale of the process has not changed
 }

@@ -1,5 +1,5 @@
-// Loaded into a program from outside. Before that enters main, tells what the units table holds
-// which its libraries brought along. Linked with none of them itself.
+// Is loaded into a program from outside. Before the program enters main, prints what is in the
+// units table of the library that the program is linked with. This module is not linked with it.
 
 #include "talmo/Units.h"
 
