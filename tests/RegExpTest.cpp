@@ -181,6 +181,45 @@ TEST(RegExp, ReplaceAllGoesOnUntilNothingMatches)
     EXPECT_EQ(RE.replaceAll(QString(), "abc", "x"), "abc");
 }
 
+TEST(RegExp, AllOperationsFindTheSameMatchAndKeepOnePattern)
+{
+    const struct {
+        const char *pattern;
+        const char *replacement;
+        QString text;
+        QString first; // with its first match replaced
+        QString all;
+    } rows[] = {
+        {"^a|b$", "", "aab", "ab", ""},
+        {"a{2,3}", "-", "aaaaaaa", "-aaaa", "--a"},
+        {"[a-c]+", "", "abcxabc", "xabc", "x"},
+        {"x*", "", "axx", "axx", "axx"}, // matches the empty text in front
+        {R"(\d\s\w)", "", "1 a2 b", "2 b", ""},
+        {".*/", "", "/opt/sim/beam", "beam", "beam"},
+        {R"((a|b)(c)\2)", "x", "accbccac", "xbccac", "xxac"},
+        {"[a", "x", "[a", "[a", "[a"}, // does not compile
+        {"a", "b", "banana", "bbnana", "bbnbnb"},
+        {"a(?=b)", "c", "abaa", "cbaa", "cbaa"},
+        {"a(?!b)", "c", "abaa", "abca", "abcc"},
+        {R"(\D+)", "", "a1b", "1b", "1"},
+        {"\xC3\xA9", "e", QString::fromUtf8("caf\xC3\xA9"), "cafe", "cafe"},
+        {R"(\bx\b)", "y", "x xx x", "y xx x", "y xx y"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.pattern);
+        RE.forget(row.pattern);
+        const auto before = RegExp::hash.size();
+        const bool found = RE.find(row.pattern, row.text) >= 0;
+        EXPECT_EQ(RE.match(row.pattern, row.text), found);
+        QString changed = row.text;
+        EXPECT_EQ(RE.substitute(row.pattern, changed, row.replacement), found);
+        EXPECT_EQ(changed, row.first);
+        EXPECT_EQ(RE.replace(row.pattern, row.text, row.replacement), row.first);
+        EXPECT_EQ(RE.replaceAll(row.pattern, row.text, row.replacement), row.all);
+        EXPECT_EQ(RegExp::hash.size(), before + 1);
+    }
+}
+
 TEST(RegExp, ReplaceAllStopsAfter10001Replacements)
 {
     EXPECT_EQ(RE.replaceAll("a", "a", "aa"), QString(10002, 'a'));

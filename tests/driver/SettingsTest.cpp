@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSettings>
 
 #include <csignal>
@@ -45,6 +46,22 @@ protected:
     Outcome openSettings(const QStringList &keys) const
     {
         return runProcess(OPEN_SETTINGS, keys, environment, work);
+    }
+
+    /// What Qt alone reads from the settings, for each key that a program can ask for.
+    QHash<QString, QStringList> valuesInFile() const
+    {
+        QSettings file(settings, QSettings::IniFormat);
+#if QT_VERSION_MAJOR < 6
+        file.setIniCodec("UTF-8");
+#endif
+        QHash<QString, QStringList> values;
+        const QStringList keys = file.allKeys();
+        for (const QString &key : keys) {
+            if (!key.isEmpty() && !key.startsWith('/')) // as "=1" and "[]" make them
+                values[key] = file.value(key).toStringList();
+        }
+        return values;
     }
 };
 
@@ -132,6 +149,48 @@ TEST_F(Settings, StoredValuesAreNeverOverwritten)
     EXPECT_EQ(store.value("Unknown"), "kept");
     EXPECT_EQ(store.value("Group/key"), "too");
     EXPECT_EQ(store.value("CircleSides"), "36");
+}
+
+TEST_F(Settings, AValueCountsAndStaysHoweverItIsWritten)
+{
+    const struct {
+        QByteArray text;
+        QByteArray iconSize;
+    } rows[] = {
+        {"", "48"},
+        {"IconSize=1\n", "1"}, // without a section
+        {"[General]\r\nIconSize=50\r\n", "50"},
+        {"\xEF\xBB\xBF[General]\nIconSize=50\n", "50"},
+        {"[General]\nBackground=\nIconSize=\n", ""},
+        {"; x\n# y\n[General]\nIconSize=5 ; z\n", "5"},
+        {"[General\nIconSize\n=1\n[]\nk=1\n", "48"},
+        {"[General]\n%49conSize=1\n%U00e9=2\na\\b=3\n", "1"},
+        {"[General]\nIconSize=1\nIconSize=2\n[General]\nIconSize=3\n", "3"},
+        {"[General]\nIconSize=\"a,b\"\nBackground=a\\,b\\n\\x41\n", "a,b"},
+        {"[General]\nRoot=@\nExamples=@@\n", "48"}, // what no program can read stays, too
+        {"[General]\nIconSize=caf\xC3\xA9\n", "caf\xC3\xA9"},
+        {"[General]\nIconSize=caf\xE9 1\n", "caf\xEF\xBF\xBD 1"},
+        {"[General]\nTheirs=1\n\n[Window]\ngeometry=@ByteArray(\\x1\\xd9\\xd0)\n"
+         "size=@Size(3 4)\nlist=a, b, \"c,d\"\n",
+            "48"},
+        {"[x]\nv=@Variant(\\0\\0\\0\\n\\0\\0\\0\\x2\\0x)\nr=@Rect(1 2 3 4)\np=@Point(1 2)\n"
+         "i=@Invalid()\ns=@String(x)\n",
+            "48"},
+        {"[files]\n1\\name=a\nsize=1\n", "48"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.text.toStdString());
+        write(settings, row.text);
+        const QHash<QString, QStringList> before = valuesInFile();
+        const Outcome outcome = openSettings({"IconSize"});
+        EXPECT_EQ(outcome.output.split('\n').value(1), row.iconSize);
+        const QHash<QString, QStringList> after = valuesInFile();
+        for (auto value = before.begin(); value != before.end(); ++value)
+            EXPECT_EQ(after.value(value.key(), {"missing"}), value.value())
+                << value.key().toStdString();
+        for (const char *const key : {"IconSize", "DrawTrackMinLength", "Root", "RecentFile10"})
+            EXPECT_TRUE(after.contains(key)) << key;
+    }
 }
 
 TEST_F(Settings, AStoredAtEndsTheDriver)
