@@ -35,14 +35,6 @@ void require(bool holds, const char *promise)
     std::abort();
 }
 
-void note(std::size_t what)
-{
-    // libFuzzer clears this section before each input and looks at it afterwards. Where inputs are
-    // only replayed, the section has no meaning.
-    __attribute__((section("__libfuzzer_extra_counters"))) static std::uint8_t counters[512];
-    counters[what % sizeof counters] = 1;
-}
-
 std::string_view Input::takeUntil(std::string_view separator)
 {
     const std::size_t end = separator.empty() ? std::string_view::npos : rest.find(separator);

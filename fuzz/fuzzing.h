@@ -15,10 +15,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 /// Ends the process and reports the broken \a promise, unless \a holds.
 void require(bool holds, const char *promise);
 
-/// Tells libFuzzer that an input did the thing number \a what, of 512, inside Qt, where libFuzzer
-/// cannot see it.
-void note(std::size_t what);
-
 /// An input that a person can read and write: lines with arguments, and then the main text.
 class Input
 {
