@@ -1,0 +1,5 @@
+// A library that no program here uses.
+
+void nobodyCalls()
+{
+}
