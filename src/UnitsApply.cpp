@@ -293,6 +293,13 @@ void applyOperator(const OperatorRow &row)
 
 } // namespace
 
+int argumentCount(const QString &function)
+{
+    if (const FunctionRow *const row = findRow(functions, function))
+        return row->arguments;
+    return findRow(unaryFunctions, function) != nullptr ? 1 : 0;
+}
+
 void Units::doit(Operator pending)
 {
     startupGuard();

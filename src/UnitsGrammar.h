@@ -1,7 +1,9 @@
 #pragma once
 
-// What the two halves of the evaluator share: UnitsScan.cpp and UnitsApply.cpp.
+// The grammar of expressions: what the two halves of the evaluator share, UnitsScan.cpp and
+// UnitsApply.cpp, and what others ask who only look at an expression.
 
+#include "WorkingText.h"
 #include "talmo/Error.h"
 #include "talmo/Units.h"
 
@@ -24,6 +26,19 @@ enum Precedence {
     UnaryMinus,
     AboveAll ///< no operator's: nothing is applied first
 };
+
+/// An operator as it is written.
+struct OperatorToken {
+    QString name;
+    int precedence;   ///< of the operator that is pushed
+    int appliedFirst; ///< pending operators from this precedence upwards
+};
+
+/// The operator at the front of \a text, or null. Where \a expectOperand, a "-" is a minus sign.
+const OperatorToken *operatorAhead(const WorkingText &text, bool expectOperand);
+
+/// How many arguments \a function takes; 0 if there is no such function.
+int argumentCount(const QString &function);
 
 /// Reports \a problem, whose %1 is the expression.
 inline void reportInExpression(const char *problem)

@@ -2,7 +2,6 @@
 
 #include "Tokens.h"
 #include "UnitsGrammar.h"
-#include "WorkingText.h"
 #include "talmo/Macro.h"
 #include "talmo/StartupGuard.h"
 
@@ -27,12 +26,6 @@ namespace
 {
 
 using Value = Units::Value;
-
-struct OperatorToken {
-    QString name;
-    int precedence;   ///< of the operator that is pushed
-    int appliedFirst; ///< pending operators from this precedence upwards
-};
 
 // The first one that the text begins with is taken: the longer names come first.
 // clang-format off
@@ -61,6 +54,22 @@ const OperatorToken unaryMinus =
     { QStringLiteral("-"),  UnaryMinus,  UnaryMinus  };
 // clang-format on
 
+} // namespace
+
+const OperatorToken *operatorAhead(const WorkingText &text, bool expectOperand)
+{
+    if (expectOperand && text.startsWith(unaryMinus.name))
+        return &unaryMinus;
+    for (const OperatorToken &token : operatorTokens) {
+        if (text.startsWith(token.name))
+            return &token;
+    }
+    return nullptr;
+}
+
+namespace
+{
+
 /// Pops and applies the pending operators from \a precedence upwards.
 void applyPending(int precedence)
 {
@@ -86,11 +95,6 @@ private:
     bool takeNumber();
     bool takeOperator();
     bool closeParenthesis();
-
-    /// The operator at the front, or null.
-    const OperatorToken *operatorAhead() const;
-
-    bool sees(const OperatorToken &token) const { return rest.startsWith(token.name); }
 
     WorkingText rest;
     bool expectOperand = true;
@@ -149,20 +153,9 @@ bool Scan::takeNumber()
     return true;
 }
 
-const OperatorToken *Scan::operatorAhead() const
-{
-    if (expectOperand && sees(unaryMinus))
-        return &unaryMinus;
-    for (const OperatorToken &token : operatorTokens) {
-        if (sees(token))
-            return &token;
-    }
-    return nullptr;
-}
-
 bool Scan::takeOperator()
 {
-    const OperatorToken *const token = operatorAhead();
+    const OperatorToken *const token = operatorAhead(rest, expectOperand);
     if (token == nullptr)
         return false;
     rest.drop(static_cast<int>(token->name.size()));
