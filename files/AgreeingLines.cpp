@@ -6,12 +6,14 @@
 #include "AgreeingLines.h"
 
 #include "NumberLine.h"
-#include "QuickNumber.h"
 #include "talmo/Numbers.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <numeric>
 
@@ -74,10 +76,69 @@ private:
     const char *end;
 };
 
+const char *skipSign(const char *text)
+{
+    return text + (*text == '-' || *text == '+');
+}
+
+/// Reads the digits at \a text, of which there may be none, behind those of \a number; returns
+/// where they end. More than 19 digits in all overflow.
+const char *readDigits(const char *text, std::uint64_t &number)
+{
+    for (; *text >= '0' && *text <= '9'; ++text)
+        number = number * 10 + static_cast<std::uint64_t>(*text - '0');
+    return text;
+}
+
+/// Adds the number at \a text, which follows an "e", to \a exponent; returns where it ends, or null
+/// if it has no digits, or more than two.
+const char *readExponent(const char *text, std::ptrdiff_t &exponent)
+{
+    const char *const first = skipSign(text);
+    std::uint64_t digits = 0;
+    const char *const end = readDigits(first, digits);
+    if (end == first || end - first > 2)
+        return nullptr;
+    const auto magnitude = static_cast<std::ptrdiff_t>(digits);
+    exponent += *text == '-' ? -magnitude : magnitude;
+    return end;
+}
+
+/// Reads the number at \a text into \a value, as toNumber would, but faster; returns where it ends.
+/// Null if there is none, or if it is not short: the digits of a short one as a whole number, and
+/// the power of ten that shifts them, are both exact as doubles, and one operation rounds once.
+const char *readShortNumber(const char *text, double &value)
+{
+    // 10^22 is the last one that is exact.
+    static constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10,
+        1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    static constexpr double signs[] = {1.0, -1.0}; // signs are hard to predict, so no branch
+    const char *const first = skipSign(text);
+    std::uint64_t digits = 0;
+    const char *end = readDigits(first, digits);
+    std::ptrdiff_t count = end - first;
+    std::ptrdiff_t exponent = 0;
+    if (*end == '.') {
+        const char *const fraction = end + 1;
+        end = readDigits(fraction, digits);
+        count += end - fraction;
+        exponent = fraction - end; // each digit behind the point shifts by one
+    }
+    if (*end == 'e' || *end == 'E')
+        end = readExponent(end + 1, exponent);
+    // Some processors compute with more digits than a double has, and so would round twice.
+    if (count == 0 || count > DBL_DIG || std::abs(exponent) > 22 || FLT_EVAL_METHOD != 0)
+        return nullptr;
+    const auto exact = static_cast<double>(static_cast<std::int64_t>(digits));
+    const double magnitude = exponent < 0 ? exact / powers[-exponent] : exact * powers[exponent];
+    value = magnitude * signs[*text == '-'];
+    return end; // null if the exponent was not short enough
+}
+
 /// Reads the number at \a text; returns where its word ends, or null if it is none.
 const char *readNumber(const char *text, double &value)
 {
-    if (const char *const end = quickNumber(text, value); end != nullptr && isWordEnd(*end))
+    if (const char *const end = readShortNumber(text, value); end != nullptr && isWordEnd(*end))
         return end;
     const char *end = text;
     while (isPlain(*end))

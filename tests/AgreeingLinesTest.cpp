@@ -6,6 +6,8 @@
 #include "judgeLines.h"
 #include "talmo/Numbers.h"
 
+#include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -98,6 +100,37 @@ void expectSameOutcome(
         columnsPlainly(content1, content2, tolerances));
 }
 
+/// \a word with many zeros in front, which make a number the same but longer.
+std::string withZeros(const std::string &word)
+{
+    const size_t sign = word[0] == '-' || word[0] == '+' ? 1 : 0;
+    return word.substr(0, sign) + std::string(20, '0') + word.substr(sign);
+}
+
+/// Expects that each of \a words is passed over if, and only if, it is a number. The other file has
+/// what \a otherOf makes of the word, which is as near to it as \a tolerance.
+template <typename Other>
+void expectReadAsByToNumber(const std::vector<std::string> &words, Other otherOf, double tolerance)
+{
+    std::string content1;
+    std::string content2;
+    for (const std::string &word : words) {
+        content1 += word + '\n';
+        content2 += otherOf(word) + '\n';
+    }
+    ReaderOf file1(content1);
+    ReaderOf file2(content2);
+    qint64 passed = passAgreeingLines(file1.reader, file2.reader, {tolerance});
+    for (const std::string &word : words) {
+        double value = 0;
+        const bool agrees = passed-- > 0;
+        ASSERT_EQ(agrees, toNumber(word, value)) << word;
+        std::string_view line;
+        if (!agrees && file1.reader.readLine(line) && file2.reader.readLine(line))
+            passed = passAgreeingLines(file1.reader, file2.reader, {tolerance});
+    }
+}
+
 /// A line that mostly, but not always, agrees with \a line.
 std::string variation(const std::string &line, NastyLines &random, int words)
 {
@@ -181,6 +214,40 @@ TEST(PassAgreeingLines, StopsWhereACloserLookIsNeeded)
     EXPECT_EQ(agreeing("1 2\n1 2", "1 2\n1 2", {0, 0}), 1); // the last line has no newline
     EXPECT_EQ(agreeing("", "", {0}), 0);
     EXPECT_EQ(agreeing("1\n", "", {0}), 0);
+}
+
+TEST(PassAgreeingLines, ReadsShortNumbersAsToNumberDoes)
+{
+    std::vector<std::string> words = {"0", "-0", "0e5", "1", "+1", "-1", ".5", "5.", "+.5E+1",
+        "-.5e-1", "0.1", "4.35", "123456.123456789", "1e22", "1e23", "1e-22", "1e-23", "10e22",
+        "1.5e23", "1.5e24", "1e022", "1e100", "1e-300", "0.0000000000000000000001",
+        "000000000000001", "999999999999999", "9999999999999999", "999999999999999e22",
+        "999999999999999e-22", "9007199254740991", "9007199254740993", "9007199254740993e1",
+        "900719925474099.3", "-9007199254740991e22", "1234567890123456789", "18446744073709551616",
+        "18446744073709551617e2", "1e308", "1e309", "5e-324"};
+    const char *const formats[] = {"%.0f", "%.1f", "%.6f", "%.9f", "%g", "%.3g", "%.12g", "%.15g",
+        "%.16g", "%e", "%.3E", "%.10e", "%.14e", "%+.5f", "%+.6e", "%#.0f"};
+    std::mt19937_64 random(2);
+    for (int count = 0; count < 1500; ++count) {
+        const double number = static_cast<double>(static_cast<qint64>(random()));
+        const double value = std::ldexp(number, -60) * std::pow(10, count % 60 - 30);
+        for (const char *const format : formats)
+            words.push_back(formattedNumber(format, value));
+    }
+    expectReadAsByToNumber(words, withZeros, 0);
+}
+
+TEST(PassAgreeingLines, ReadsNoOtherWordAsANumber)
+{
+    std::vector<std::string> words = {".", "+", "-", "-.", "e1", ".e1", "1e", "1e+", "1e-", "nan",
+        "inf", "+-1", "-+1", "+1e+-1", "1e1e1", "1.2.3", "1e2.5", "1e18446744073709551617"};
+    for (const std::string &word :
+        withAnyByte({"12", "-12.", "1.5", ".5E+12", "123456789012345"})) {
+        if (word.find_first_of(" \t\r\n") == std::string::npos && !word.empty())
+            words.push_back(word);
+    }
+    expectReadAsByToNumber(
+        words, [](const std::string &) { return std::string("0"); }, 1e308);
 }
 
 TEST(PassEqualLines, PassesOverAllThatIsEqual)
