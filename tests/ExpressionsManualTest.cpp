@@ -34,7 +34,7 @@ namespace
 double checkedValue(const QString &expression, const QString &units, bool &ok)
 {
     const qint64 before = Error::reported();
-    ok = false; // an empty expression does not change it
+    ok = false; // an empty expression leaves it so
     const double number = Units::value(expression, units, &ok);
     ok = ok && Error::reported() == before;
     return number;
