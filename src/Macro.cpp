@@ -98,12 +98,13 @@ QString Macro::inspect()
     return text + "}\n";
 }
 
-// Expansion: see References.h.
+// Expansion. References.h finds the references in a line; here is what they stand for.
 
 namespace
 {
 
-/// What the references of one line stand for (see replaceReferences). Problems are reported.
+/// Gives the values for which the references of one line stand (see replaceReferences), and reports
+/// problems.
 class Values
 {
 public:
@@ -114,7 +115,7 @@ public:
 
     bool macro(QChar first, QChar last, const QString &name, QString &value) const;
 
-    /// Looks up a local macro, and advances it. Deliberate: a global one does not count.
+    /// Looks up a local macro and advances it. Deliberate: a global macro is no counter.
     bool counter(QChar first, QChar last, const QString &name, QString &value) const;
 
     bool expression(

@@ -8,13 +8,13 @@
 namespace Talmo
 {
 
-/// Text that grows at its end; that of a line does so without allocations. \a Text is QString, or a
-/// vector of characters that know more than a QChar and convert to one.
+/// Text that grows at its end. Up to the length of a usual line it needs no allocation. \a Text is
+/// QString, or a vector of characters that know more than a QChar and can be converted to one.
 template <typename Text>
 using TextBuffer = QVarLengthArray<typename Text::value_type, 256>;
 
-/// A text that is read from its front, where other texts can be put back. Either costs as much as
-/// what is read or put back, however long the rest is.
+/// A text that is read from its front, where other texts can also be put back. Both cost as much as
+/// the piece that is read or put back, however long the rest is.
 template <typename Text>
 class PushbackText
 {
@@ -32,7 +32,7 @@ public:
             pieces.append({text, 0});
     }
 
-    /// Takes the first character. Not for an empty text.
+    /// Takes the first character. The text must not be empty.
     Character take();
 
     /// Moves all that comes before the first character for which \a stops is true to the end of
@@ -43,7 +43,7 @@ public:
 private:
     struct Piece {
         Text text;
-        int front; ///< the first character left, always before the end
+        int front; ///< index of the first character that is left; there always is one
     };
 
     /// Drops the first \a count characters of the piece at the front.

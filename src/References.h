@@ -8,21 +8,21 @@
 #include <algorithm>
 #include <functional>
 
-// The references in a line, and how they are replaced, whatever they stand for.
+// Finds the references in a line and replaces them, whatever they stand for.
 //
-// Each kind of reference is one pass over the text: while there is a reference, the first one is
-// replaced, and the search starts again at the beginning. So a pass also sees what it has inserted
-// itself, but never what a later pass inserts.
+// There is one pass over the text for each kind of reference. By definition, a pass replaces the
+// first reference and searches the text again from the beginning, as long as there is a reference.
+// So a pass also sees what it has inserted itself, but never what a later pass inserts.
 //
-// What stands before a replacement has been searched in vain, so it is not searched again, apart
-// from what the inserted text may complete there: a "$" right before it, or a "${" that is still
-// open. A pass moves the text bit by bit to what is `done`, and puts what it inserts back in front
-// of the rest. No reference holds another one of its kind, so the first to begin is the first to
-// end, and is replaced where it ends.
+// The code comes to the same result without searching again. In the text before a replacement there
+// was no reference, and the inserted text can complete only two things there: a "$" right before
+// it, or a "${" that is still open. So a pass moves the text piece by piece from the `rest` to what
+// is `done`, and puts what it inserts back in front of the rest. A reference never holds another
+// one of its kind, so the one that begins first also ends first, and is replaced where it ends.
 //
-// Most lines have references of one or two kinds: a pass that would find none is left out.
+// Most lines have references of one or two kinds, so a pass that would find none is left out.
 //
-// All is a template of the kind of text: Macro::expand replaces references in a QString, and
+// Everything is a template of the kind of text: Macro::expand replaces references in a QString, and
 // flawOfLine in a text whose characters know where they come from.
 
 namespace Talmo
@@ -34,7 +34,7 @@ constexpr auto isOpening = [](QChar character) { return character == '{'; };
 constexpr auto isClosing = [](QChar character) { return character == '}'; };
 constexpr auto isBrace = [](QChar character) { return character == '{' || character == '}'; };
 
-/// The \a size characters from \a begin on; the same is defined for each kind of text.
+/// The \a size characters from \a begin on. Each kind of text has such a function.
 inline QString toString(const QChar *begin, qsizetype size)
 {
     return QString(begin, static_cast<int>(size));
@@ -51,8 +51,8 @@ inline const QString &toString(const QString &text)
     return text;
 }
 
-/// Where the first "$" from \a position of \a text on stands before a character of \a kind; -1 if
-/// there is none.
+/// The first position, from \a position of \a text on, of a "$" that stands before a character of
+/// this \a kind; -1 if there is none.
 template <typename Predicate>
 int findDollar(Predicate kind, const QString &text, int position = 0)
 {
@@ -62,7 +62,7 @@ int findDollar(Predicate kind, const QString &text, int position = 0)
     return position - 1;
 }
 
-/// Makes \a text what has been gathered in \a buffer.
+/// Sets \a text to what has been gathered in \a buffer.
 template <typename Text>
 void assign(const TextBuffer<Text> &buffer, Text &text)
 {
@@ -78,7 +78,7 @@ bool endsWith(QChar character, const Buffer &buffer)
 }
 
 /// Replaces each $name by what \a valueOf gives for its first and its last character and the name,
-/// which is as long as possible. Ends with false if that does.
+/// which is as long as possible. Stops and returns false if \a valueOf returns false.
 // Deliberate: a value that refers to its own name makes this loop without end; there is no guard.
 template <typename Text, typename ValueOf>
 bool replaceNames(ValueOf valueOf, Text &text)
@@ -102,7 +102,7 @@ bool replaceNames(ValueOf valueOf, Text &text)
         if (!valueOf(dollar, name.last(), toString(name), value))
             return false;
         rest.putBack(value);
-        if (endsWith('$', done)) { // the value may go on with a name for it
+        if (endsWith('$', done)) { // the value may begin with a name for this "$"
             rest.putBack(Text(1, done.last()));
             done.removeLast();
         }
@@ -111,8 +111,8 @@ bool replaceNames(ValueOf valueOf, Text &text)
     return true;
 }
 
-/// Whether \a text holds a "${", a name, \a tail and "}". Saves the whole pass where it does not;
-/// it must hold whenever the pass would replace something first (see isReference).
+/// Whether \a text holds a "${", a name, \a tail and "}". If it does not, the whole pass is left
+/// out, so this must be true whenever the pass would find a first reference (see isReference).
 inline bool holdsBraces(const QString &tail, const QString &text)
 {
     for (int begin = findDollar(isOpening, text); begin >= 0;
@@ -126,7 +126,7 @@ inline bool holdsBraces(const QString &tail, const QString &text)
     return false;
 }
 
-/// Whether what stands from \a begin up to \a end, between "${" and "}", is a name and \a tail.
+/// Whether the text from \a begin up to \a end, between "${" and "}", is a name and \a tail.
 template <typename Character>
 bool isReference(const Character *begin, const Character *end, const QString &tail)
 {
@@ -145,7 +145,7 @@ bool replaceBraces(const QString &tail, ValueOf valueOf, Text &text)
         return true;
     PushbackText<Text> rest(text);
     TextBuffer<Text> done;
-    QVarLengthArray<int, 16> open; // where each "${" stands that a "}" may still complete
+    QVarLengthArray<int, 16> open; // the positions of all "${" that a "}" may still complete
     while (!rest.isEmpty()) {
         rest.moveUntil(isBrace, done);
         if (rest.isEmpty())
@@ -160,7 +160,7 @@ bool replaceBraces(const QString &tail, ValueOf valueOf, Text &text)
         const auto *const dollar = done.constData() + open.last();
         const auto *const end = done.constData() + done.size();
         if (!isReference(dollar + 2, end, tail)) {
-            open.clear(); // they all have this between themselves and the next "}"
+            open.clear(); // none of them can be completed: this stands before any later "}"
             done.append(brace);
             continue;
         }
@@ -175,13 +175,13 @@ bool replaceBraces(const QString &tail, ValueOf valueOf, Text &text)
     return true;
 }
 
-/// Where the parts of "FORMAT;EXPRESSION;UNITS" stand, of which the first and the last may be left
-/// out with their semicolons.
+/// Where the parts of "FORMAT;EXPRESSION;UNITS" stand. The first and the last part may be left out
+/// with their semicolons.
 struct ExpressionParts {
-    int formatEnd = 0; ///< 0 if there is none
-    int begin = 0;     ///< of the expression
+    int formatEnd = 0; ///< 0 if there is no format
+    int begin = 0;     ///< where the expression begins
     int end = 0;
-    int unitsBegin = 0; ///< 0 if there are none, not even empty ones
+    int unitsBegin = 0; ///< 0 if there are no units, not even empty ones
 
     explicit ExpressionParts(const QString &inside)
         : end(static_cast<int>(inside.size()))
@@ -200,8 +200,8 @@ struct ExpressionParts {
     }
 };
 
-/// Replaces each "${", up to the next "}", by what \a values make of what is inside. Ends with
-/// false if they do, or at one that is never closed.
+/// Replaces each "${", up to the next "}", by what \a values make of the text inside. Stops and
+/// returns false if \a values return false, or at a "${" that is never closed.
 template <typename Text, typename Values>
 bool replaceExpressions(Values &values, Text &text)
 {
@@ -232,11 +232,11 @@ bool replaceExpressions(Values &values, Text &text)
     return true;
 }
 
-/// Replaces all references in \a text by what \a values say. False if that could not be finished.
+/// Replaces all references in \a text by what \a values say. Returns false if \a values stopped it.
 ///
-/// \a values has these operations, which return false to end it: macro and counter, for the first
-/// and the last character of a reference, its name, and its value, which they set; expression, with
-/// what is inside in the place of the name; and neverClosed, for the "$" of a "${" without its "}".
+/// \a values has these operations. macro and counter get the first and the last character of a
+/// reference and its name, and set its value; they return false to stop. expression gets the text
+/// inside the braces instead of the name. neverClosed gets the "$" of a "${" without its "}".
 template <typename Text, typename Values>
 bool replaceReferences(Values &values, Text &text)
 {
