@@ -73,6 +73,16 @@ TEST_F(ErrorReport, WithoutANumberTheStoredOneIsUsed)
     EXPECT_EQ(printed(), "Error: Syntax Error m, at line 12\n       line: y\n");
 }
 
+TEST_F(ErrorReport, TheNumberZeroSuppressesTheStoredOne)
+{
+    Error::line = "x";
+    Error::lineNumber = 12;
+    Error::syntax("m", "", 0);
+    EXPECT_EQ(printed(), "Error: Syntax Error m\n       line: x\n");
+    Error::syntax("m", "y", 0);
+    EXPECT_EQ(printed(), "Error: Syntax Error m\n       line: y\n");
+}
+
 TEST_F(ErrorReport, TheUsersOwnPercentSignsStay)
 {
     Error::syntax("a %2 %1 %3", "b %1 %2 %L1", 5);

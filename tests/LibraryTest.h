@@ -8,6 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdlib>
+
+#include <sys/time.h>
+
 /// A test of modules that keep their state in static members and report through the console. Each
 /// test starts with the tables as they were after start-up (the library remembers unknown units!),
 /// without macros, with empty stacks, and with nothing printed.
@@ -76,6 +81,20 @@ protected:
         for (const Talmo::Units::Value &left : Talmo::Units::val)
             list.append(left.to_s("%.12g", /*withUnits=*/true));
         return list;
+    }
+
+    /// Expects that \a operation goes on for ever. A copy of this process tries it, for as long as
+    /// a fifth of a second of the processor's time.
+    template <typename Operation>
+    static void expectEndless(Operation operation)
+    {
+        const auto tryIt = [&operation] {
+            const itimerval limit = {{0, 0}, {0, 200000}};
+            setitimer(ITIMER_VIRTUAL, &limit, nullptr);
+            operation();
+            std::_Exit(EXIT_SUCCESS);
+        };
+        EXPECT_EXIT(tryIt(), testing::KilledBySignal(SIGVTALRM), "");
     }
 
 private:

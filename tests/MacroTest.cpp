@@ -194,6 +194,14 @@ TEST_F(MacroExpansion, ANameIsAsLongAsItCanBe)
     EXPECT_EQ(expanded("x$a_y"), "x6");
 }
 
+TEST_F(MacroExpansion, AMacroThatRefersToItselfIsExpandedForEver)
+{
+    Macro::hash["a"] = "$a";
+    Macro::hash["b"] = "${b}";
+    expectEndless([] { Macro::expand("$a"); });
+    expectEndless([] { Macro::expand("${b}"); });
+}
+
 TEST_F(MacroExpansion, ValuesOfPlainNamesAreExpandedInTurn)
 {
     Macro::hash["a"] = "1";
@@ -372,6 +380,13 @@ TEST_F(MacroExpansion, SuccessorsCountLikeAnOdometer)
         SCOPED_TRACE(row.text);
         EXPECT_EQ(Macro::successor(QString::fromUtf8(row.text)), QString::fromUtf8(row.successor));
     }
+}
+
+TEST_F(MacroExpansion, ACounterTurnsAnyOtherCharacterIntoTheNextOne)
+{
+    EXPECT_EQ(Macro::successor("1.9"), "1/0");
+    EXPECT_EQ(Macro::successor("n-"), "n.");
+    EXPECT_EQ(Macro::successor("{"), "|");
 }
 
 TEST_F(MacroExpansion, TheSuccessorOfTheLastCharacterIsTheFirst)

@@ -153,6 +153,15 @@ TEST_F(ScriptFolderTest, SelectsWhatTheDirectoryClassOfQtSelects)
     }
 }
 
+TEST_F(ScriptFolderTest, ALinkToADeviceOrToAFifoCountsAsAFile)
+{
+    ASSERT_EQ(symlink("/dev/null", path() + "/test1"), 0);
+    ASSERT_EQ(mkfifo(path() + "/fifo", 0600), 0);
+    ASSERT_EQ(symlink("fifo", path() + "/test2"), 0);
+    EXPECT_EQ(selected({"test*"}), "test1 test2");
+    EXPECT_EQ(selected({"fifo"}), ""); // the FIFO itself is no file
+}
+
 TEST_F(ScriptFolderTest, NamesThatDifferInCaseHaveAnOrder)
 {
     write({"testB", "Testb", "TESTB", "testa", "testC"});

@@ -222,6 +222,11 @@ TEST_F(UnitsEvaluator, ConditionsSelect)
     });
 }
 
+TEST_F(UnitsEvaluator, AnUnfinishedConditionIsReportedWithTwoBlanks)
+{
+    expect({{"1?2", "", {"J:Syntax  error in '%1'"}}, {"1*", "1", {"X:Syntax error in '%1'"}}});
+}
+
 TEST_F(UnitsEvaluator, FalseIsWhatIsSmallerThanOneInAMillionMillion)
 {
     expect({
@@ -241,6 +246,18 @@ TEST_F(UnitsEvaluator, FalseIsWhatIsSmallerThanOneInAMillionMillion)
         {"0/0||0", "0"},
         {"1&&", "1", {tooFew}},
         {"||1", "1", {tooFew}},
+    });
+}
+
+TEST_F(UnitsEvaluator, NaNPassesInAndAndAsAConditionButNotInOr)
+{
+    expect({
+        {"0/0&&1", "1"},
+        {"1&&0/0", "1"},
+        {"0/0?2:3", "2"},
+        {"if(0/0,2,3)", "2"},
+        {"0/0||0", "0"},
+        {"0||0/0", "0"},
     });
 }
 
@@ -375,6 +392,14 @@ TEST_F(UnitsEvaluator, FunctionsOfSeveralArguments)
     });
 }
 
+TEST_F(UnitsEvaluator, TheConditionOfTheFunctionIfMayHaveUnits)
+{
+    expect({
+        {"if(0mm,2m,3s)", "3s"}, {"if(1mm,2m,3s)", "2m"},
+        {"1mm?2m:3s", "", {"J:Units conversion error in '%1'"}}, // that of the operator must not
+    });
+}
+
 TEST_F(UnitsEvaluator, WrongCountsOfArgumentsAreReported)
 {
     const QString notTwo = "O:Syntax Error in '%1'";
@@ -485,6 +510,15 @@ TEST_F(UnitsEvaluator, TheTextOfAMacroMergesWithWhatFollows)
         {"open.0)", "0"},
         {"one^2", "1"},
     });
+}
+
+TEST_F(UnitsEvaluator, AMacroThatHoldsItsOwnNameIsScannedForEver)
+{
+    Macro::hash["a"] = "a";
+    Macro::hash["b"] = "c";
+    Macro::hash["c"] = "b";
+    expectEndless([] { Units::value("a", "-", nullptr); });
+    expectEndless([] { Units::value("b", "-", nullptr); });
 }
 
 TEST_F(UnitsEvaluator, TheResultIsConvertedToTheUnitsAskedFor)

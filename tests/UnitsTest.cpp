@@ -80,6 +80,28 @@ TEST_F(UnitsTable, KnowsTheseUnitsByTheirFactors)
     EXPECT_EQ(Units::factorHash.size(), 70);
 }
 
+TEST_F(UnitsTable, TheReferenceOfLengthIsTheInch)
+{
+    EXPECT_EQ(Units::types.value("length").first(), "in");
+    EXPECT_EQ(Units::factorHash.value("in"), 1);
+    EXPECT_EQ(Units::factorHash.value("m"), 1000 / 25.4);
+}
+
+TEST_F(UnitsTable, AKmphHasTheSixDigitsOfTheTable)
+{
+    EXPECT_EQ(Units::factorHash.value("kmph"), 0.277778);
+    EXPECT_NE(Units::factorHash.value("kmph"), 1 / 3.6);
+}
+
+TEST_F(UnitsTable, AJouleAndACoulombHaveDifferentDigits)
+{
+    const double megaelectronvolts = Units::factorHash.value("joule");
+    EXPECT_EQ(megaelectronvolts, 6.24150934e12);
+    EXPECT_EQ(Units::factorHash.value("J"), megaelectronvolts);
+    EXPECT_EQ(Units::factorHash.value("coulomb"), 6.241509745e18);
+    EXPECT_NE(Units::factorHash.value("coulomb"), megaelectronvolts * 1e6);
+}
+
 TEST_F(UnitsTable, FillingItOnceMoreChangesNothing)
 {
     const QHash<QString, QStringList> types = Units::types;
@@ -328,6 +350,14 @@ TEST_F(UnitsValue, AcrossKindsTheNumberStaysAndThatIsTold)
     }
 }
 
+TEST_F(UnitsValue, OnlyTheFirstUnitOfAReportIsCalledNone)
+{
+    value(7).convert("mm");
+    EXPECT_EQ(printed(), reported("Units Conversion Error from (none) to mm"));
+    value(7, "mm").convert("");
+    EXPECT_EQ(printed(), reported("Units Conversion Error from mm to "));
+}
+
 TEST_F(UnitsValue, UnknownUnitsHaveTheFactorZero)
 {
     bool ok = false;
@@ -425,6 +455,13 @@ TEST_F(UnitsValue, ProductsHaveTheOneUnitThereIs)
     EXPECT_EQ(printed(), reported("U:Invalid units in '2Tpm*%1m'"));
     EXPECT_EQ(text(value(2, "mm").mul(value(3, "mm"))), "6mm");
     EXPECT_EQ(printed(), reported("U:Invalid units in '2Tpm*%1m'"));
+}
+
+TEST_F(UnitsValue, NumbersAreMultipliedAlsoIfBothHaveUnits)
+{
+    EXPECT_EQ(value(2, "mm").mul(value(3, "mm")).value, 6);
+    EXPECT_EQ(value(2, "Tpm").mul(value(3, "m")).value, 6);
+    EXPECT_EQ(value(2, "m").mul(value(3, "mm")).value, 6); // without a conversion
 }
 
 TEST_F(UnitsValue, RatiosHaveNoUnit)

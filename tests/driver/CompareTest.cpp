@@ -37,6 +37,28 @@ TEST_F(CompareCommand, NeedsTwoFiles)
     EXPECT_EQ(errorOf("=compare  ../test1\t../test1 -1 \n"), "");
 }
 
+TEST_F(CompareCommand, SomeMessagesBeginWithFileAndSomeWithFiles)
+{
+    const struct {
+        const char *content1;
+        const char *content2;
+        const char *tolerances;
+        const char *beginning;
+    } rows[] = {
+        {"1\n", "1\n2\n", "", "Files '../a' and '../b' have"},
+        {"1\n", "2\n", "", "Files '../a' and '../b' differ at"},
+        {"1\n", "2\n", "0", "Files '../a' and '../b' differ on"},
+        {"1\n", "#\n", "0", "File '../a' and '../b' comment"},
+        {"1\n", "1\n", "0 0", "File '../a' and/or '../b' has too"},
+        {"x\n", "x\n", "0", "File '../a' and/or '../b' has invalid"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.beginning);
+        const QByteArray error = errorOfComparing(row.content1, row.content2, row.tolerances);
+        EXPECT_TRUE(error.startsWith(row.beginning)) << error.toStdString();
+    }
+}
+
 TEST_F(CompareCommand, ChecksTheFilesInOrderAndThenTheTolerances)
 {
     const struct {
