@@ -1,5 +1,7 @@
-// The commands of a script: the table, and the handlers that fit on half a page. =compare has a
-// file of its own.
+// The commands of a script: the table at the end, and before it the handlers that fit on half a
+// page. =compare has a file of its own. A handler finds its words counted, since the row says how
+// many there may be. It works in the run's directory, which is the current one, and reports failure
+// by a message in its Invocation.
 
 #include "commands.h"
 
