@@ -15,10 +15,6 @@ public:
         : number(openDescriptor)
     {
     }
-    Descriptor(Descriptor &&other) noexcept
-        : number(std::exchange(other.number, -1))
-    {
-    }
     Descriptor &operator=(Descriptor &&other) noexcept
     {
         std::swap(number, other.number);
