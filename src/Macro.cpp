@@ -121,7 +121,7 @@ public:
     bool expression(
         QChar first, QChar last, const TextBuffer<QString> &inside, QString &value) const;
 
-    void neverClosed(QChar dollar) const;
+    void neverClosed(QChar dollar, QChar brace) const;
 
 private:
     static bool reportUndefined(const QString &name);
@@ -167,7 +167,7 @@ bool Values::expression(
     return true;
 }
 
-void Values::neverClosed(QChar /*dollar*/) const
+void Values::neverClosed(QChar /*dollar*/, QChar /*brace*/) const
 {
     Error::syntax(QStringLiteral("unbalanced ${ in '%1'").arg(line));
 }

@@ -219,7 +219,7 @@ bool replaceExpressions(Values &values, Text &text)
         TextBuffer<Text> inside;
         rest.moveUntil(isClosing, inside);
         if (rest.isEmpty()) {
-            values.neverClosed(done.last());
+            values.neverClosed(done.last(), brace);
             return false;
         }
         Text value;
@@ -234,9 +234,10 @@ bool replaceExpressions(Values &values, Text &text)
 
 /// Replaces all references in \a text by what \a values say. Returns false if \a values stopped it.
 ///
-/// \a values has these operations. macro and counter get the first and the last character of a
-/// reference and its name, and set its value; they return false to stop. expression gets the text
-/// inside the braces instead of the name. neverClosed gets the "$" of a "${" without its "}".
+/// \a values has these operations, which return false to stop it. macro and counter get the first
+/// and the last character of a reference and its name, and set its value. expression gets the text
+/// inside the braces instead of the name. neverClosed gets the two characters of a "${" without its
+/// "}".
 template <typename Text, typename Values>
 bool replaceReferences(Values &values, Text &text)
 {

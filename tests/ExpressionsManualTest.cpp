@@ -1,4 +1,5 @@
 #include "LibraryTest.h"
+#include "talmo/Flaw.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -15,13 +16,19 @@
 //     ```macros           TEXT -> RESULT, expanded
 //     ```convert UNITS    TEXT -> RESULT, by convertAll
 //     ```calls            FUNCTION("ARGUMENT", ...) -> RESULT
+//     ```flaws            TEXT -> WHAT, LENGTH at POSITION, by flawOfLine, or nothing; a text
+//                         without a "$" by flawOfExpression
 //     ```units            all that Units::inspect prints, without blanks at the ends of lines
 //     ```cpp              is also in this file
 //
-// The text that an example prints is below it. In the first two kinds, definitions "NAME = TEXT"
-// and "global NAME = TEXT", and the other directives, are valid up to the end of the block.
+// The text that an example prints is below it. In the first two kinds and among flaws, definitions
+// "NAME = TEXT" and "global NAME = TEXT", and the other directives, are valid up to the end of the
+// block.
 
 using Talmo::Error;
+using Talmo::Flaw;
+using Talmo::flawOfExpression;
+using Talmo::flawOfLine;
 using Talmo::Macro;
 using Talmo::Units;
 
@@ -207,6 +214,15 @@ QString ExpressionsManual::resultOfCall(const QString &call)
     return QString();
 }
 
+QString flawIn(const QString &text)
+{
+    const Flaw flaw = text.contains('$') ? flawOfLine(text) : flawOfExpression(text);
+    if (flaw.what.isEmpty())
+        return "";
+    return flaw.what + ", " + QString::number(flaw.length) + " at " +
+           QString::number(flaw.position);
+}
+
 QString ExpressionsManual::resultOf(const Block &block, const QString &example)
 {
     forgetEvaluations();
@@ -216,6 +232,8 @@ QString ExpressionsManual::resultOf(const Block &block, const QString &example)
         return Units::convertAll(example, block.units);
     if (block.kind == "calls")
         return resultOfCall(example);
+    if (block.kind == "flaws")
+        return flawIn(example);
     if (Error::lineNumber > 0)
         Error::line = example;
     return Macro::expand(example);
@@ -235,7 +253,8 @@ void ExpressionsManual::expectFlagFor(const QString &expression, bool failed)
 
 void ExpressionsManual::runBlock(const Block &block)
 {
-    const bool takesDirectives = block.kind == "expressions" || block.kind == "macros";
+    const bool takesDirectives =
+        QStringList({"expressions", "macros", "flaws"}).contains(block.kind);
     forgetMacros();
     for (int index = 0; index < block.lines.size(); ++index) {
         const QString line = block.lines[index];
@@ -271,7 +290,8 @@ TEST_F(ExpressionsManual, TheExamplesAreTrueAndShowEveryMessage)
             EXPECT_EQ(Units::inspect().replace(" \n", "\n").toStdString(), text.toStdString());
         else if (block.kind == "cpp")
             EXPECT_TRUE(readFile(__FILE__).contains(text)) << text.toStdString();
-        else if (QStringList({"expressions", "macros", "convert", "calls"}).contains(block.kind))
+        else if (QStringList({"expressions", "macros", "convert", "calls", "flaws"})
+                     .contains(block.kind))
             runBlock(block);
         else
             ADD_FAILURE() << "an unknown kind of block: " << block.kind.toStdString();
@@ -280,6 +300,7 @@ TEST_F(ExpressionsManual, TheExamplesAreTrueAndShowEveryMessage)
     EXPECT_GE(examples["macros"], 12);
     EXPECT_GE(examples["convert"], 6);
     EXPECT_GE(examples["calls"], 12);
+    EXPECT_GE(examples["flaws"], 8);
     EXPECT_EQ(examples["units"], 1);
     EXPECT_EQ(examples["cpp"], 1);
 

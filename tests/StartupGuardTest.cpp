@@ -28,7 +28,7 @@ TEST(StartupGuard, GuardedOperationsDieBeforeMainWithoutAWord)
     const QByteArray listed =
         runProcess(CALL_BEFORE_MAIN, {}, plainCrashes, QDir::currentPath()).output;
     const QStringList operations = QString::fromUtf8(listed).split('\n', Qt::SkipEmptyParts);
-    EXPECT_EQ(operations.size(), 39);
+    EXPECT_EQ(operations.size(), 41);
     for (const QString &operation : operations) {
         SCOPED_TRACE(operation.toStdString());
         const Outcome outcome = runProbe(operation);

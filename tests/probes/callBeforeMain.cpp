@@ -3,6 +3,7 @@
 
 #include "talmo/Console.h"
 #include "talmo/Error.h"
+#include "talmo/Flaw.h"
 #include "talmo/Macro.h"
 #include "talmo/RegExp.h"
 #include "talmo/Units.h"
@@ -41,6 +42,8 @@ const Operation guarded[] = {
     {"Error::syntax", [] { Error::syntax("a", "", -1); }},
     {"Error::displayDeferredMessages", [] { Error::displayDeferredMessages(""); }},
     {"Error::display", [] { Error::display(); }},
+    {"flawOfExpression", [] { Talmo::flawOfExpression(""); }},
+    {"flawOfLine", [] { Talmo::flawOfLine(""); }},
     {"Macro::value", [] { Macro::value("a"); }},
     {"Macro::isDefined", [] { Macro::isDefined("a"); }},
     {"Macro::deleteName", [] { Macro::deleteName("a"); }},

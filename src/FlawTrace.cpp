@@ -1,0 +1,73 @@
+#include "FlawTrace.h"
+
+#include "talmo/Macro.h"
+#include "talmo/Units.h"
+
+#include <algorithm>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// How many characters macros may insert in all.
+constexpr qint64 longestInsertion = 1 << 20;
+
+} // namespace
+
+TracedText traced(const QString &text)
+{
+    TracedText characters;
+    characters.reserve(static_cast<int>(text.size()));
+    for (const QChar character : text)
+        characters.append({character, static_cast<int>(characters.size())});
+    return characters;
+}
+
+QString toString(const TracedCharacter *begin, qsizetype size)
+{
+    QString text(static_cast<int>(size), QChar());
+    std::copy(begin, begin + size, text.begin());
+    return text;
+}
+
+Place Trace::placeOf(TracedCharacter first, TracedCharacter last) const
+{
+    const auto placeOf = [this](int origin) {
+        return origin < 0 ? insertions[-1 - origin].place : Place{origin, origin + 1};
+    };
+    return {placeOf(first.origin).begin, placeOf(last.origin).end};
+}
+
+bool Trace::find(const QString &name, QString &text) const
+{
+    const auto counter = counted.constFind(name);
+    const bool hasCounted = counter != counted.constEnd();
+    text = hasCounted ? *counter : Macro::value(name);
+    return hasCounted || !text.isEmpty() || Macro::isDefined(name);
+}
+
+bool Trace::allows(qsizetype size)
+{
+    inserted += size;
+    return inserted <= longestInsertion;
+}
+
+bool isKnownUnit(const QString &unit)
+{
+    // The library remembers an unknown unit that was asked for, with the factor 0.
+    return Units::factorHash.value(unit) > 0;
+}
+
+Flaw makeFlaw(Flaw::Kind kind, Place place, const QString &what)
+{
+    Flaw flaw;
+    flaw.what = what;
+    flaw.position = place.begin;
+    flaw.length = place.end - place.begin;
+    flaw.kind = kind;
+    return flaw;
+}
+
+} // namespace Talmo

@@ -1,0 +1,237 @@
+#include "LibraryTest.h"
+#include "PlainEvaluation.h"
+#include "talmo/Flaw.h"
+
+#include <QRegularExpression>
+
+#include <cmath>
+#include <optional>
+#include <random>
+
+// What holds for all texts, tried on random ones: flaws are found in what is no expression, and
+// nowhere else; what has none is evaluated without a report, to the value that it has by the
+// grammar; and a flaw that the library is said to report is reported.
+
+using Talmo::Error;
+using Talmo::Flaw;
+using Talmo::flawOfExpression;
+using Talmo::flawOfLine;
+using Talmo::Macro;
+using Talmo::Units;
+
+namespace
+{
+
+class FlawProperties : public LibraryTest
+{
+protected:
+    std::size_t pick(std::size_t count) { return random() % count; }
+
+    template <std::size_t size>
+    QString joined(const char *const (&pieces)[size], std::size_t most)
+    {
+        QString text;
+        for (std::size_t count = pick(most + 1); count > 0; --count)
+            text += QString::fromUtf8(pieces[pick(size)]);
+        return text;
+    }
+
+    std::mt19937_64 random{1};
+};
+
+void expectPlace(const Flaw &flaw, const QString &text)
+{
+    EXPECT_GE(flaw.position, 0);
+    EXPECT_GE(flaw.length, 0);
+    EXPECT_LE(flaw.position + flaw.length, text.size());
+    EXPECT_TRUE(!flaw.what.isEmpty() || (flaw.position == 0 && flaw.length == 0));
+}
+
+/// Whether a report is of units that do not fit together; they may leave other things to report.
+bool isOfUnits(const QString &report)
+{
+    const QString first = report.section('\n', 0, 0);
+    return first.contains("Units Conversion Error") || first.contains("Units conversion error") ||
+           first.contains("Invalid units");
+}
+
+bool isSame(double a, double b)
+{
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
+
+/// Compares what is found in \a expression with what PlainEvaluation makes of \a plain, the same
+/// without macros. Returns whether it is an expression.
+bool checkExpression(const QString &expression, const QString &plain)
+{
+    SCOPED_TRACE(expression.toStdString());
+    const std::optional<double> expected = PlainEvaluation(plain).value();
+    const Flaw flaw = flawOfExpression(expression);
+    EXPECT_EQ(flaw.what.isEmpty(), expected.has_value()) << flaw.what.toStdString();
+    expectPlace(flaw, expression);
+
+    const qint64 before = Error::reported();
+    bool ok = false;
+    const double value = Units::value(expression, "-", &ok);
+    const bool isTold = !ok || Error::reported() > before;
+    if (flaw.what.isEmpty() && expected.has_value()) {
+        EXPECT_FALSE(isTold);
+        EXPECT_TRUE(isSame(value, *expected)) << value << ", not " << *expected;
+    } else if (flaw.isReported) {
+        EXPECT_TRUE(isTold) << flaw.what.toStdString();
+    }
+    return expected.has_value();
+}
+
+} // namespace
+
+TEST_F(FlawProperties, ExpressionsAreThoseOfTheGrammar)
+{
+    Macro::hash = {{"p", "3"}, {"q", "-2"}, {"r", "(p+1)*q"}};
+    const QRegularExpression otherName("[pqr0-9][pqr]|[pqr][0-9]|[pqr](sin|max|if|foo)?\\(");
+    const char *const pieces[] = {"1", "2", "0", "p", "q", "r", "+", "-", "-", "*", "^", "<",
+        "==", "&&", "||", "?", "?", ":", ":", "(", "(", ")", ")", ",", ",", "sin(", "max(", "if(",
+        "foo("};
+    int good = 0;
+    int wrong = 0;
+    for (int n = 0; n < 100000 && !HasFailure(); ++n) {
+        const QString expression = joined(pieces, 3 + pick(10));
+        if (expression.contains(otherName))
+            continue;
+        QString plain = expression;
+        for (const char *name : {"r", "q", "p"})
+            plain.replace(name, Macro::value(name));
+        const bool isGood = checkExpression(expression, plain);
+        (isGood ? good : wrong) += 1;
+    }
+    EXPECT_GT(good, 2000);
+    EXPECT_GT(wrong, 20000);
+}
+
+namespace
+{
+
+class CorrectExpressions : public FlawProperties
+{
+protected:
+    /// The tokens of a random expression, of at most \a depth levels.
+    QStringList tokens(int depth)
+    {
+        const auto inner = [&] { return tokens(depth - 1); };
+        const char *const operators[] = {"+", "-", "*", "^", "<", "<=", "==", "&&", "||"};
+        switch (depth > 0 ? pick(8) : 0) {
+        case 0:
+            return {QString::number(pick(20))};
+        case 1:
+            return QStringList{"-"} + closed("(", {inner()});
+        case 2:
+            return closed("(", {inner()});
+        case 3:
+            return closed("(", {inner() + QStringList{"?"} + inner() + QStringList{":"} + inner()});
+        case 4:
+            return closed("sin(", {inner()});
+        case 5:
+            return closed("max(", {inner(), inner()});
+        case 6:
+            return closed("if(", {inner(), inner(), inner()});
+        default:
+            return inner() + QStringList{operators[pick(std::size(operators))]} + inner();
+        }
+    }
+
+    static QStringList closed(const QString &opening, const QList<QStringList> &arguments)
+    {
+        QStringList all = {opening};
+        for (const QStringList &argument : arguments)
+            all += argument + QStringList{","};
+        all.last() = ")";
+        return all;
+    }
+
+    static bool check(const QStringList &tokens)
+    {
+        const QString text = tokens.join("");
+        return checkExpression(text, text);
+    }
+};
+
+} // namespace
+
+TEST_F(CorrectExpressions, ATokenTooManyOrTooFewIsNoticed)
+{
+    int wrong = 0;
+    for (int n = 0; n < 800 && !HasFailure(); ++n) {
+        const QStringList correct = tokens(n % 5);
+        EXPECT_TRUE(check(correct));
+        for (int index = 0; index < correct.size(); ++index) {
+            QStringList fewer = correct;
+            fewer.removeAt(index);
+            QStringList more = correct;
+            more.insert(index, correct[index]);
+            wrong += check(fewer) ? 0 : 1;
+            wrong += check(more) ? 0 : 1;
+        }
+    }
+    EXPECT_GT(wrong, 5000);
+}
+
+TEST_F(FlawProperties, WithoutAFlawAnEvaluationReportsNothingButUnits)
+{
+    const char *const pieces[] = {"1", "2mm", "3s", ".5e-1", "1e", "3parsec", "x", "y", "merge",
+        "nosuch", "+", "-", "*", "/", "^", "<", ">=", "!=", "&&", "||", "?", ":", "(", "(", ")",
+        ")", ",", "sin(", "max(", "min(", "if(", "pow(", "atan2(", "foo(", " ", "$", "%", "."};
+    Macro::hash = {{"x", "2mm"}, {"y", "x-1s"}, {"merge", "2e"}, {"a", "(a)"}};
+    int silent = 0;
+    int ofUnits = 0;
+    for (int n = 0; n < 100000 && !HasFailure(); ++n) {
+        const QString expression = joined(pieces, 2 + pick(10));
+        SCOPED_TRACE(expression.toStdString());
+        const Flaw flaw = flawOfExpression(expression);
+        expectPlace(flaw, expression);
+        bool ok = false;
+        Units::value(expression, "-", &ok);
+        const QString report = printed();
+        if (flaw.isReported) {
+            EXPECT_TRUE(!ok || !report.isEmpty()) << flaw.what.toStdString();
+        }
+        if (!flaw.what.isEmpty())
+            continue;
+        EXPECT_TRUE(report.isEmpty() ? ok : isOfUnits(report)) << report.toStdString();
+        (report.isEmpty() ? silent : ofUnits) += 1;
+    }
+    EXPECT_GT(silent, 1000);
+    EXPECT_GT(ofUnits, 300);
+}
+
+TEST_F(FlawProperties, WithoutAFlawALineIsExpanded)
+{
+    const char *const pieces[] = {"$", "$a", "$b", "${", "${", "${a", "${c", "{", "}", "}", "}",
+        "++}", "+", "-", "3", "2mm", ";", ";mm}", ";parsec}", "%g;", "%.2f;", "%d;", "%g$;", " ",
+        "(", ")", "a", "b", "c", "n", "m", "*", ","};
+    int kinds[8] = {};
+    for (int n = 0; n < 60000 && !HasFailure(); ++n) {
+        Macro::globalHash = {{"m", joined(pieces, 2)}};
+        Macro::hash = {{"a", joined(pieces, 3)}, {"b", joined(pieces, 3)}, {"n", "9"}};
+        if (pick(2) == 0)
+            Macro::hash["c"] = "2";
+        const Macro::Table macros = Macro::hash;
+        const QString line = joined(pieces, 8);
+        SCOPED_TRACE(line.toStdString() + '\n' + Macro::inspect().toStdString());
+        const Flaw flaw = flawOfLine(line);
+        ++kinds[static_cast<int>(flaw.kind)];
+        expectPlace(flaw, line);
+        EXPECT_EQ(printed(), "");
+        EXPECT_EQ(Macro::hash, macros);
+        if (!flaw.what.isEmpty() && !flaw.isReported)
+            continue; // it might go on for ever
+        Macro::expand(line);
+        const QString report = printed();
+        if (flaw.isReported)
+            EXPECT_NE(report, "") << flaw.what.toStdString();
+        else
+            EXPECT_TRUE(report.isEmpty() || isOfUnits(report)) << report.toStdString();
+    }
+    for (const Flaw::Kind kind : {Flaw::Kind::None, Flaw::Kind::Syntax, Flaw::Kind::Name,
+             Flaw::Kind::Unit, Flaw::Kind::Circle, Flaw::Kind::Counter, Flaw::Kind::Reference})
+        EXPECT_GT(kinds[static_cast<int>(kind)], 20) << static_cast<int>(kind);
+}
