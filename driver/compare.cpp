@@ -4,41 +4,14 @@
 #include "commands.h"
 #include "talmo/Numbers.h"
 
-#include <iterator>
-
 using namespace Talmo;
 
 namespace
 {
 
-/// What each kind of difference is called, in the order of Difference::Kind. %1 and %2 are the
-/// files, %3 the line, %4 the column. Deliberate: "File" or "Files" as the wording always was.
-const char *const differenceMessages[] = {
-    nullptr,
-    "Files '%1' and '%2' have different lengths",
-    "Files '%1' and '%2' differ at line %3",
-    "File '%1' and '%2' comment mismatch, line %3",
-    "File '%1' and/or '%2' has too few columns, line %3",
-    "File '%1' and/or '%2' has invalid data on line %3, column %4",
-    "Files '%1' and '%2' differ on line %3, column %4",
-};
-static_assert(std::size(differenceMessages) == Difference::Value + 1);
-
 QString cannotRead(const QString &fileName, const LineReader &file)
 {
     return QStringLiteral("Cannot read file '%1'").arg(fileName) + file.remark();
-}
-
-QString describe(const Difference &difference, const QString &name1, const QString &name2)
-{
-    const QString message = QString::fromLatin1(differenceMessages[difference.kind]);
-    const QString line = QString::number(difference.line);
-    // One substitution of all at once: a file name may itself hold a "%2".
-    if (difference.column > 0)
-        return message.arg(name1, name2, line, QString::number(difference.column));
-    if (difference.line > 0)
-        return message.arg(name1, name2, line);
-    return message.arg(name1, name2);
 }
 
 /// The words of \a words after the file names as numbers; false if one is not.

@@ -1,3 +1,7 @@
+// Where two files part. One pair of lines is judged at a time, from the definition: comments first,
+// then the number of words, then one column after the other. The walk over two files passes the
+// lines that surely agree, judges the pair behind them, and begins again.
+
 #include "Difference.h"
 
 #include "AgreeingLines.h"
@@ -5,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace Talmo
 {
@@ -39,6 +44,19 @@ Difference compareLines(LineReader &file1, LineReader &file2, Pass pass, Judge j
         }
     }
 }
+
+/// What each kind of difference is called, in the order of Difference::Kind. %1 and %2 are the
+/// files, %3 the line, %4 the column. Deliberate: "File" or "Files" as the wording always was.
+const char *const differenceMessages[] = {
+    nullptr,
+    "Files '%1' and '%2' have different lengths",
+    "Files '%1' and '%2' differ at line %3",
+    "File '%1' and '%2' comment mismatch, line %3",
+    "File '%1' and/or '%2' has too few columns, line %3",
+    "File '%1' and/or '%2' has invalid data on line %3, column %4",
+    "Files '%1' and '%2' differ on line %3, column %4",
+};
+static_assert(std::size(differenceMessages) == Difference::Value + 1);
 
 } // namespace
 
@@ -85,6 +103,18 @@ Difference compareColumns(
             words2.split(line2);
             return judgeColumns(words1, words2, tolerances);
         });
+}
+
+QString describe(const Difference &difference, const QString &name1, const QString &name2)
+{
+    const QString message = QString::fromLatin1(differenceMessages[difference.kind]);
+    const QString line = QString::number(difference.line);
+    // One substitution of all at once: a file name may itself hold a "%2".
+    if (difference.column > 0)
+        return message.arg(name1, name2, line, QString::number(difference.column));
+    if (difference.line > 0)
+        return message.arg(name1, name2, line);
+    return message.arg(name1, name2);
 }
 
 } // namespace Talmo

@@ -3,6 +3,7 @@
 #include "LineReader.h"
 #include "Words.h"
 
+#include <QString>
 #include <QtGlobal>
 
 #include <vector>
@@ -44,5 +45,8 @@ Difference compareExactly(LineReader &file1, LineReader &file2);
 /// The first difference between two files as judgeColumns sees it. Failed readers as above.
 Difference compareColumns(
     LineReader &file1, LineReader &file2, const std::vector<double> &tolerances);
+
+/// The sentence that tells users of \a difference between files of these names.
+QString describe(const Difference &difference, const QString &name1, const QString &name2);
 
 } // namespace Talmo

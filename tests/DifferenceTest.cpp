@@ -1,4 +1,5 @@
 #include "Difference.h"
+#include "Printing.h"
 #include "ReaderOf.h"
 #include "judgeLines.h"
 
@@ -213,4 +214,23 @@ TEST(CompareColumns, NamesTheFirstLineAndColumnThatDiffer)
         EXPECT_EQ(byColumns(row.content1, row.content2, {0, 0}), row.difference);
         EXPECT_EQ(byColumns(row.content2, row.content1, {0, 0}), row.difference);
     }
+}
+
+TEST(Describe, NamesTheFilesTheLineAndTheColumn)
+{
+    const struct {
+        Difference difference;
+        const char *sentence;
+    } rows[] = {
+        {{Difference::Length, 0, 0}, "Files 'a%2' and '%1' have different lengths"},
+        {{Difference::Text, 7, 0}, "Files 'a%2' and '%1' differ at line 7"},
+        {{Difference::CommentMismatch, 7, 0}, "File 'a%2' and '%1' comment mismatch, line 7"},
+        {{Difference::TooFewColumns, 7, 0}, "File 'a%2' and/or '%1' has too few columns, line 7"},
+        {{Difference::InvalidData, 7, 12},
+            "File 'a%2' and/or '%1' has invalid data on line 7, column 12"},
+        {{Difference::Value, 10000000000, 1},
+            "Files 'a%2' and '%1' differ on line 10000000000, column 1"},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(describe(row.difference, "a%2", "%1"), row.sentence);
 }
