@@ -22,6 +22,38 @@ bool isComment(const Words &words)
     return words[0].substr(0, 1) == "#";
 }
 
+Difference commentMismatch(const Words &words1, const Words &words2)
+{
+    Difference difference{Difference::CommentMismatch};
+    difference.file = isComment(words1) ? 1 : 2;
+    difference.count = static_cast<qint64>((isComment(words1) ? words2 : words1).count());
+    return difference;
+}
+
+Difference tooFewColumns(const Words &words1, const Words &words2)
+{
+    Difference difference{Difference::TooFewColumns};
+    difference.file = words1.count() <= words2.count() ? 1 : 2;
+    difference.count = static_cast<qint64>(std::min(words1.count(), words2.count()));
+    return difference;
+}
+
+Difference invalidData(size_t column, int file, std::string_view word)
+{
+    Difference difference{Difference::InvalidData, 0, column, file};
+    difference.word = word;
+    return difference;
+}
+
+Difference tooFarApart(size_t column, double value1, double value2, double tolerance)
+{
+    Difference difference{Difference::Value, 0, column};
+    difference.value1 = value1;
+    difference.value2 = value2;
+    difference.tolerance = tolerance;
+    return difference;
+}
+
 /// Walks two files side by side. pass goes on to lines that may differ, and returns how many it
 /// passed over; judge, given a line of each, returns a Difference.
 template <typename Pass, typename Judge>
@@ -61,23 +93,25 @@ static_assert(std::size(differenceMessages) == Difference::Value + 1);
 } // namespace
 
 Difference judgeColumns(
-    const Words &words1, const Words &words2, const std::vector<double> &tolerances)
+    const Words &words1, const Words &words2, const std::vector<double> &tolerances, size_t judged)
 {
     if (isComment(words1) && isComment(words2))
         return {};
     if (isComment(words1) || isComment(words2))
-        return {Difference::CommentMismatch, 0, 0};
+        return commentMismatch(words1, words2);
     if (std::min(words1.count(), words2.count()) < tolerances.size())
-        return {Difference::TooFewColumns, 0, 0};
-    for (size_t column = 0; column < tolerances.size(); ++column) {
+        return tooFewColumns(words1, words2);
+    for (size_t column = judged; column < tolerances.size(); ++column) {
         if (tolerances[column] < 0)
             continue;
         double value1 = 0;
         double value2 = 0;
-        if (!toNumber(words1[column], value1) || !toNumber(words2[column], value2))
-            return {Difference::InvalidData, 0, column + 1};
+        if (!toNumber(words1[column], value1))
+            return invalidData(column + 1, 1, words1[column]);
+        if (!toNumber(words2[column], value2))
+            return invalidData(column + 1, 2, words2[column]);
         if (std::fabs(value1 - value2) > tolerances[column])
-            return {Difference::Value, 0, column + 1};
+            return tooFarApart(column + 1, value1, value2, tolerances[column]);
     }
     return {};
 }

@@ -2,7 +2,9 @@
 #include "Printing.h"
 #include "ReaderOf.h"
 #include "judgeLines.h"
+#include "toldDifference.h"
 
+#include <iterator>
 #include <ostream>
 
 #include <gtest/gtest.h>
@@ -214,6 +216,61 @@ TEST(CompareColumns, NamesTheFirstLineAndColumnThatDiffer)
         EXPECT_EQ(byColumns(row.content1, row.content2, {0, 0}), row.difference);
         EXPECT_EQ(byColumns(row.content2, row.content1, {0, 0}), row.difference);
     }
+}
+
+TEST(JudgeColumns, SaysWhatStandsThere)
+{
+    const struct {
+        const char *line1;
+        const char *line2;
+        std::vector<double> tolerances;
+        const char *told;
+    } rows[] = {
+        {"1 2", "1 2.5", {0, 0.25}, "value:2, 2 and 2.5 within 0.25"},
+        {"1 2.5", "1 2", {0, 0.25}, "value:2, 2.5 and 2 within 0.25"},
+        {"1e308", "-1e308", {0}, "value:1, 1e+308 and -1e+308 within 0"},
+        {"1 x", "1 2", {0, 0}, "invalid:2 in file 1, 'x'"},
+        {"1 2", "1 1e999", {0, 0}, "invalid:2 in file 2, '1e999'"},
+        {"nan", "inf", {0}, "invalid:1 in file 1, 'nan'"}, // the first of two
+        {"", "1", {0}, "invalid:1 in file 1, ''"},
+        {"1\xC2\xA0\xC3\xA9", "1 2", {0, 0}, "invalid:2 in file 1, '\xC3\xA9'"},
+        {"1 2", "1 2 3", {0, 0, 0}, "columns in file 1, 2"},
+        {"1 2", "1", {0, 0, 0}, "columns in file 2, 1"},
+        {"1", "2", {0, 0}, "columns in file 1, 1"},  // the first of two
+        {"", "1 2", {0, 0}, "columns in file 1, 1"}, // an empty line is one empty word
+        {"# a b", "1 2", {0}, "comment in file 1, 2"},
+        {"1 2 3 4", "#", {0}, "comment in file 2, 4"},
+        {"#", "", {0}, "comment in file 1, 1"},
+        {"# a", "# b", {0}, "none"},
+        {"1", "1", {0}, "none"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(std::string(row.line1) + " | " + row.line2);
+        Words words1;
+        Words words2;
+        words1.split(row.line1);
+        words2.split(row.line2);
+        const Difference difference = judgeColumns(words1, words2, row.tolerances);
+        EXPECT_EQ(told(difference), row.told);
+    }
+}
+
+TEST(JudgeColumns, BeginsBehindTheColumnsThatWereJudged)
+{
+    Words words1;
+    Words words2;
+    words1.split("1 2 x 4 5");
+    words2.split("2 2 3 4 6");
+    const std::vector<double> tolerances = {0, 0, 0, 0, 0};
+    const size_t next[] = {1, 3, 3, 5, 5, 0, 0}; // 0 if none differs
+    for (size_t judged = 0; judged < std::size(next); ++judged) {
+        SCOPED_TRACE(judged);
+        EXPECT_EQ(judgeColumns(words1, words2, tolerances, judged).column, next[judged]);
+    }
+    words2.split("#");
+    EXPECT_EQ(judgeColumns(words1, words2, tolerances, 1).kind, Difference::CommentMismatch);
+    words2.split("1 2");
+    EXPECT_EQ(judgeColumns(words1, words2, tolerances, 1).kind, Difference::TooFewColumns);
 }
 
 TEST(Describe, NamesTheFilesTheLineAndTheColumn)
