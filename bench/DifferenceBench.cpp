@@ -26,9 +26,10 @@ void fill(QTemporaryFile &file, int64_t lines, double shift)
     file.flush();
 }
 
-/// Bytes per second of a comparison that finds two files to agree.
-template <typename Compare>
-void compareAlike(benchmark::State &state, double shift, Compare compare)
+/// Bytes per second of a walk to the end of two files, which differ in \a differences places on
+/// each line.
+void walk(benchmark::State &state, double shift, const std::vector<double> &tolerances,
+    int64_t differences)
 {
     QTemporaryFile first;
     QTemporaryFile second;
@@ -37,39 +38,51 @@ void compareAlike(benchmark::State &state, double shift, Compare compare)
     for (auto _ : state) {
         LineReader file1;
         LineReader file2;
+        int64_t found = 0;
+        const auto count = [&found](const Difference &, const LinePair &) {
+            ++found;
+            return Walk::GoesOn;
+        };
         const bool open = file1.open(first.fileName()) && file2.open(second.fileName());
-        if (!open || compare(file1, file2).kind != Difference::None) {
-            state.SkipWithError("the files must agree");
+        const Lengths lengths = forEachDifference(file1, file2, tolerances, count);
+        if (!open || lengths.lines1 != state.range(0) || found != differences * state.range(0)) {
+            state.SkipWithError("the files are not what they should be");
             break;
         }
     }
     state.SetBytesProcessed(state.iterations() * (first.size() + second.size()));
 }
 
+const std::vector<double> tolerances(12, 1e-6);
+
 void exactly(benchmark::State &state)
 {
-    compareAlike(state, 0, compareExactly);
+    walk(state, 0, {}, 0);
 }
 BENCHMARK(exactly)->RangeMultiplier(10)->Range(1000, 100000);
 
-void byColumns(benchmark::State &state, double shift)
-{
-    const std::vector<double> tolerances(12, 1e-6);
-    compareAlike(state, shift, [&](LineReader &file1, LineReader &file2) {
-        return compareColumns(file1, file2, tolerances);
-    });
-}
-
 void equalColumns(benchmark::State &state)
 {
-    byColumns(state, 0);
+    walk(state, 0, tolerances, 0);
 }
 BENCHMARK(equalColumns)->RangeMultiplier(10)->Range(1000, 100000);
 
 void otherDigits(benchmark::State &state)
 {
-    byColumns(state, 5e-7);
+    walk(state, 5e-7, tolerances, 0);
 }
 BENCHMARK(otherDigits)->RangeMultiplier(10)->Range(1000, 100000);
+
+void everyColumnDiffers(benchmark::State &state)
+{
+    walk(state, 5e-6, tolerances, 12);
+}
+BENCHMARK(everyColumnDiffers)->RangeMultiplier(10)->Range(1000, 100000);
+
+void everyLineDiffers(benchmark::State &state)
+{
+    walk(state, 5e-6, {}, 1);
+}
+BENCHMARK(everyLineDiffers)->RangeMultiplier(10)->Range(1000, 100000);
 
 } // namespace

@@ -48,10 +48,14 @@ void compareCommand(Invocation &invocation)
         invocation.error = QStringLiteral("Invalid =compare column tolerance");
         return;
     }
-    const Difference difference = tolerances.empty() ? compareExactly(file1, file2)
-                                                     : compareColumns(file1, file2, tolerances);
+    QString problem;
+    forEachDifference(
+        file1, file2, tolerances, [&](const Difference &difference, const LinePair &) {
+            problem = describe(difference, name1, name2);
+            return Walk::Stops;
+        });
     if (file1.failed() || file2.failed())
         invocation.error = file1.failed() ? cannotRead(name1, file1) : cannotRead(name2, file2);
-    else if (difference.kind != Difference::None)
-        invocation.error = describe(difference, name1, name2);
+    else
+        invocation.error = problem;
 }

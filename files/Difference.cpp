@@ -54,27 +54,102 @@ Difference tooFarApart(size_t column, double value1, double value2, double toler
     return difference;
 }
 
-/// Walks two files side by side. pass goes on to lines that may differ, and returns how many it
-/// passed over; judge, given a line of each, returns a Difference.
-template <typename Pass, typename Judge>
-Difference compareLines(LineReader &file1, LineReader &file2, Pass pass, Judge judge)
+/// One walk over two files.
+class PairWalk
 {
-    std::string_view line1;
-    std::string_view line2;
-    for (qint64 lineNumber = 1;; ++lineNumber) {
-        lineNumber += pass();
-        const bool more1 = file1.readLine(line1);
-        const bool more2 = file2.readLine(line2);
-        if (more1 != more2)
-            return {Difference::Length, 0, 0};
-        if (!more1)
-            return {};
-        Difference difference = judge(line1, line2);
-        if (difference.kind != Difference::None) {
-            difference.line = lineNumber;
-            return difference;
-        }
+public:
+    PairWalk(LineReader &reader1, LineReader &reader2, const std::vector<double> &limits,
+        const OnDifference &callBack)
+        : file1(reader1)
+        , file2(reader2)
+        , tolerances(limits)
+        , onDifference(callBack)
+    {
     }
+
+    Lengths go()
+    {
+        while (readPair() && judgePair() == Walk::GoesOn)
+            continue;
+        return lengths;
+    }
+
+private:
+    bool readPair();
+    Walk judgePair();
+    Walk judgeBytes() const;
+    Walk judgeEachColumn();
+    Walk judgeLengths();
+
+    LineReader &file1;
+    LineReader &file2;
+    const std::vector<double> &tolerances;
+    const OnDifference &onDifference;
+    Lengths lengths;
+    LinePair lines;
+    Words words1; // kept from pair to pair with their memory
+    Words words2;
+};
+
+/// Passes what surely agrees, and reads the next line of each file; false if neither has one, or if
+/// reading failed: then a line may be cut.
+bool PairWalk::readPair()
+{
+    const qint64 passed = tolerances.empty() ? passEqualLines(file1, file2)
+                                             : passAgreeingLines(file1, file2, tolerances);
+    lines = {};
+    const bool more1 = file1.readLine(lines.line1);
+    const bool more2 = file2.readLine(lines.line2);
+    lengths.lines1 += passed + more1;
+    lengths.lines2 += passed + more2;
+    return (more1 || more2) && !file1.failed() && !file2.failed();
+}
+
+Walk PairWalk::judgePair()
+{
+    if (lengths.lines1 != lengths.lines2)
+        return judgeLengths();
+    return tolerances.empty() ? judgeBytes() : judgeEachColumn();
+}
+
+Walk PairWalk::judgeBytes() const
+{
+    if (lines.line1 == lines.line2)
+        return Walk::GoesOn;
+    return onDifference({Difference::Text, lengths.lines1}, lines);
+}
+
+Walk PairWalk::judgeEachColumn()
+{
+    words1.split(lines.line1);
+    words2.split(lines.line2);
+    size_t judged = 0;
+    for (;;) {
+        Difference difference = judgeColumns(words1, words2, tolerances, judged);
+        if (difference.kind == Difference::None)
+            return Walk::GoesOn;
+        difference.line = lengths.lines1;
+        judged = difference.column;
+        const Walk walk = onDifference(difference, lines);
+        if (walk == Walk::Stops || judged == 0) // 0 if the lines differ as a whole
+            return walk;
+    }
+}
+
+/// One file has just ended. Counts the other one's lines, if the walk goes on.
+Walk PairWalk::judgeLengths()
+{
+    const bool isShorter1 = lengths.lines1 < lengths.lines2;
+    Difference difference{Difference::Length};
+    difference.file = isShorter1 ? 1 : 2;
+    difference.count = std::min(lengths.lines1, lengths.lines2);
+    if (onDifference(difference, lines) == Walk::Stops)
+        return Walk::Stops;
+    LineReader &longer = isShorter1 ? file2 : file1;
+    qint64 &count = isShorter1 ? lengths.lines2 : lengths.lines1;
+    while (longer.readLine(lines.line1))
+        ++count;
+    return Walk::Stops;
 }
 
 /// What each kind of difference is called, in the order of Difference::Kind. %1 and %2 are the
@@ -116,27 +191,10 @@ Difference judgeColumns(
     return {};
 }
 
-Difference compareExactly(LineReader &file1, LineReader &file2)
+Lengths forEachDifference(LineReader &file1, LineReader &file2,
+    const std::vector<double> &tolerances, const OnDifference &onDifference)
 {
-    return compareLines(
-        file1, file2, [&] { return passEqualLines(file1, file2); },
-        [](std::string_view line1, std::string_view line2) {
-            return line1 == line2 ? Difference() : Difference{Difference::Text, 0, 0};
-        });
-}
-
-Difference compareColumns(
-    LineReader &file1, LineReader &file2, const std::vector<double> &tolerances)
-{
-    Words words1;
-    Words words2;
-    return compareLines(
-        file1, file2, [&] { return passAgreeingLines(file1, file2, tolerances); },
-        [&](std::string_view line1, std::string_view line2) {
-            words1.split(line1);
-            words2.split(line2);
-            return judgeColumns(words1, words2, tolerances);
-        });
+    return PairWalk(file1, file2, tolerances, onDifference).go();
 }
 
 QString describe(const Difference &difference, const QString &name1, const QString &name2)

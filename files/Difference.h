@@ -6,6 +6,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <functional>
 #include <string_view>
 #include <vector>
 
@@ -13,8 +14,8 @@ namespace Talmo
 {
 
 // Comparing two files takes four steps that know nothing of one another: LineReader reads, Words
-// splits, toNumber converts, and judgeColumns judges one pair of lines. The two functions at
-// the end walk the files; they leave to AgreeingLines what surely agrees.
+// splits, toNumber converts, and judgeColumns judges one pair of lines. forEachDifference walks the
+// files; it leaves to AgreeingLines what surely agrees.
 
 /// Where two files part, how, and what stands there.
 struct Difference {
@@ -52,13 +53,31 @@ struct Difference {
 Difference judgeColumns(const Words &words1, const Words &words2,
     const std::vector<double> &tolerances, size_t judged = 0);
 
-/// The first difference between two files, lines compared byte by byte. Ask the readers afterwards
-/// whether they failed: then the result means nothing.
-Difference compareExactly(LineReader &file1, LineReader &file2);
+/// A line of each file, without its end; empty where a file has none.
+struct LinePair {
+    std::string_view line1;
+    std::string_view line2;
+};
 
-/// The first difference between two files as judgeColumns sees it. Failed readers as above.
-Difference compareColumns(
-    LineReader &file1, LineReader &file2, const std::vector<double> &tolerances);
+/// How many lines each of two files has, as far as they were read.
+struct Lengths {
+    qint64 lines1 = 0;
+    qint64 lines2 = 0;
+};
+
+enum class Walk { GoesOn, Stops };
+
+/// Takes one difference and the lines that it is on, and says whether the walk goes on. What it
+/// gets is valid during the call only: whoever keeps a line or Difference::word copies it.
+using OnDifference = std::function<Walk(const Difference &difference, const LinePair &lines)>;
+
+/// Walks two files, and calls back for each difference as judgeColumns sees it, in the order of the
+/// lines and columns. Without tolerances, lines are compared byte by byte. Length comes last, with
+/// the first line that is missing in the other file; a walk that goes on then counts the rest.
+/// Ask the readers afterwards whether they failed: the walk ends there, and the lengths mean
+/// nothing.
+Lengths forEachDifference(LineReader &file1, LineReader &file2,
+    const std::vector<double> &tolerances, const OnDifference &onDifference);
 
 /// The sentence that tells users of \a difference between files of these names.
 QString describe(const Difference &difference, const QString &name1, const QString &name2);

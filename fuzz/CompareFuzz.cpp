@@ -50,5 +50,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (found != expected)
         std::fprintf(stderr, "'%s', not '%s'\n", qPrintable(found), qPrintable(expected));
     require(found == expected, "a comparison comes out as by its definition");
+    if (const auto numbers = PlainCompare::numbersOf(tolerances)) {
+        require(allDifferences(name1, name2, *numbers) ==
+                    PlainCompare::differences(content1, content2, *numbers),
+            "all differences are those of the definition");
+    }
     return 0;
 }

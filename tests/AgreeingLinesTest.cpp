@@ -1,8 +1,8 @@
 #include "AgreeingLines.h"
 
-#include "Difference.h"
 #include "NastyLines.h"
 #include "ReaderOf.h"
+#include "firstDifference.h"
 #include "judgeLines.h"
 #include "talmo/Numbers.h"
 
@@ -93,11 +93,13 @@ void expectSameOutcome(
 {
     ReaderOf exact1(content1);
     ReaderOf exact2(content2);
-    expectSame(compareExactly(exact1.reader, exact2.reader), exactlyPlainly(content1, content2));
+    expectSame(
+        firstDifference(exact1.reader, exact2.reader, {}), exactlyPlainly(content1, content2));
     ReaderOf file1(content1);
     ReaderOf file2(content2);
-    expectSame(compareColumns(file1.reader, file2.reader, tolerances),
-        columnsPlainly(content1, content2, tolerances));
+    expectSame(firstDifference(file1.reader, file2.reader, tolerances),
+        tolerances.empty() ? exactlyPlainly(content1, content2)
+                           : columnsPlainly(content1, content2, tolerances));
 }
 
 /// \a word with many zeros in front, which make a number the same but longer.

@@ -1,6 +1,7 @@
 #include "Difference.h"
 #include "Printing.h"
 #include "ReaderOf.h"
+#include "firstDifference.h"
 #include "judgeLines.h"
 #include "toldDifference.h"
 
@@ -36,7 +37,7 @@ Difference exactly(std::string_view content1, std::string_view content2)
 {
     ReaderOf file1(content1);
     ReaderOf file2(content2);
-    return compareExactly(file1.reader, file2.reader);
+    return firstDifference(file1.reader, file2.reader, {});
 }
 
 Difference byColumns(
@@ -44,7 +45,7 @@ Difference byColumns(
 {
     ReaderOf file1(content1);
     ReaderOf file2(content2);
-    return compareColumns(file1.reader, file2.reader, tolerances);
+    return firstDifference(file1.reader, file2.reader, tolerances);
 }
 
 } // namespace

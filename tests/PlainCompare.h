@@ -62,8 +62,8 @@ inline std::optional<std::vector<double>> numbersOf(const QStringList &words)
     return numbers;
 }
 
-/// What is wrong with a pair of lines, in words that name the line by \a where; "" if they agree.
-inline QString judge(const QByteArray &line1, const QByteArray &line2,
+/// All that is wrong with a pair of lines, in words that name the line by \a where.
+inline QStringList judge(const QByteArray &line1, const QByteArray &line2,
     const std::vector<double> &tolerances, const QString &where)
 {
     const QStringList words1 = wordsOf(line1);
@@ -71,12 +71,13 @@ inline QString judge(const QByteArray &line1, const QByteArray &line2,
     const bool isComment1 = words1[0].startsWith('#');
     const bool isComment2 = words2[0].startsWith('#');
     if (isComment1 && isComment2)
-        return "";
+        return {};
     if (isComment1 || isComment2)
-        return "comment mismatch, " + where;
+        return {"comment mismatch, " + where};
     const auto columns = static_cast<int>(tolerances.size());
     if (words1.size() < columns || words2.size() < columns)
-        return "too few columns, " + where;
+        return {"too few columns, " + where};
+    QStringList problems;
     for (int column = 0; column < columns; ++column) {
         const double tolerance = tolerances[static_cast<std::size_t>(column)];
         if (tolerance < 0)
@@ -85,11 +86,31 @@ inline QString judge(const QByteArray &line1, const QByteArray &line2,
         const std::optional<double> value1 = numberOf(words1[column]);
         const std::optional<double> value2 = numberOf(words2[column]);
         if (!value1 || !value2)
-            return "invalid data on " + whereInLine;
-        if (std::fabs(*value1 - *value2) > tolerance)
-            return "differ on " + whereInLine;
+            problems.append("invalid data on " + whereInLine);
+        else if (std::fabs(*value1 - *value2) > tolerance)
+            problems.append("differ on " + whereInLine);
     }
-    return "";
+    return problems;
+}
+
+/// All that differs between two files with \a content1 and \a content2, but for the names of the
+/// files.
+inline QStringList differences(
+    const QByteArray &content1, const QByteArray &content2, const std::vector<double> &tolerances)
+{
+    const QList<QByteArray> lines1 = linesOf(content1);
+    const QList<QByteArray> lines2 = linesOf(content2);
+    QStringList problems;
+    for (int index = 0; index < lines1.size() && index < lines2.size(); ++index) {
+        const QString where = "line " + QString::number(index + 1);
+        if (!tolerances.empty())
+            problems += judge(lines1[index], lines2[index], tolerances, where);
+        else if (lines1[index] != lines2[index])
+            problems.append("differ at " + where);
+    }
+    if (lines1.size() != lines2.size())
+        problems.append("have different lengths");
+    return problems;
 }
 
 /// What =compare says about two files with \a content1 and \a content2, without the names of the
@@ -100,19 +121,8 @@ inline QString outcome(
     const std::optional<std::vector<double>> tolerances = numbersOf(toleranceWords);
     if (!tolerances)
         return "Invalid =compare column tolerance";
-    const QList<QByteArray> lines1 = linesOf(content1);
-    const QList<QByteArray> lines2 = linesOf(content2);
-    for (int index = 0; index < lines1.size() && index < lines2.size(); ++index) {
-        const QString where = "line " + QString::number(index + 1);
-        QString problem;
-        if (!tolerances->empty())
-            problem = judge(lines1[index], lines2[index], *tolerances, where);
-        else if (lines1[index] != lines2[index])
-            problem = "differ at " + where;
-        if (!problem.isEmpty())
-            return problem;
-    }
-    return lines1.size() == lines2.size() ? "" : "have different lengths";
+    const QStringList problems = differences(content1, content2, *tolerances);
+    return problems.isEmpty() ? "" : problems.first();
 }
 
 } // namespace PlainCompare

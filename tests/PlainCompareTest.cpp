@@ -6,6 +6,7 @@
 
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <fstream>
 
 #include <gtest/gtest.h>
@@ -24,6 +25,13 @@ public:
         const std::string &content1, const std::string &content2, const QStringList &tolerances)
     {
         return compareOutcome(write("1", content1), write("2", content2), tolerances);
+    }
+
+    /// All differences that the walk over files with these contents finds.
+    QStringList differences(const std::string &content1, const std::string &content2,
+        const std::vector<double> &tolerances)
+    {
+        return allDifferences(write("1", content1), write("2", content2), tolerances);
     }
 
 private:
@@ -141,6 +149,40 @@ TEST(PlainCompare, AgreesOnNastyFiles)
     }
     EXPECT_GT(agreeing, 200);
     EXPECT_LT(agreeing, 600);
+}
+
+TEST(PlainCompare, AgreesOnEveryDifference)
+{
+    static const char *const otherWords[] = {"1", "-2.5", "x", "#", "1e999", "\n", ""};
+    Files files;
+    NastyLines random(9);
+    int longest = 0;
+    for (int round = 0; round < 700; ++round) {
+        const int words = 1 + random.below(5);
+        std::vector<double> tolerances;
+        for (int column = random.below(words + 1); column > 0; --column)
+            tolerances.push_back(random.oneIn(6) ? -1 : random.oneIn(3) ? 0 : 0.5);
+        std::string contents[2];
+        for (int line = random.below(12); line > 0; --line) {
+            const bool differs = random.oneIn(2);
+            for (int column = 0; column < words; ++column) {
+                const std::string word = random.oneIn(50) ? random.word() : random.digits(3) + '1';
+                contents[0] += word + random.blanks();
+                contents[1] += differs && random.oneIn(3) ? random.pick(otherWords) : word;
+                contents[1] += ' ';
+            }
+            contents[0] += '\n';
+            contents[1] += '\n';
+        }
+        if (random.oneIn(3))
+            contents[random.below(2)] += random.line(words) + "\n1\n";
+        SCOPED_TRACE(contents[0] + "----\n" + contents[1]);
+        const QStringList all = PlainCompare::differences(QByteArray::fromStdString(contents[0]),
+            QByteArray::fromStdString(contents[1]), tolerances);
+        ASSERT_EQ(files.differences(contents[0], contents[1], tolerances), all);
+        longest = std::max(longest, static_cast<int>(all.size()));
+    }
+    EXPECT_GT(longest, 15);
 }
 
 TEST(PlainCompare, AgreesOnLongLines)

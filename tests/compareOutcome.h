@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Difference.h"
+#include "firstDifference.h"
 #include "talmo/Numbers.h"
 
 #include <QString>
@@ -35,8 +35,23 @@ inline QString compareOutcome(
     Talmo::LineReader file2;
     if (!file1.open(name1) || !file2.open(name2))
         return "Cannot read file";
-    const Talmo::Difference difference = tolerances.empty()
-                                             ? compareExactly(file1, file2)
-                                             : compareColumns(file1, file2, tolerances);
+    const Talmo::Difference difference = firstDifference(file1, file2, tolerances);
     return file1.failed() || file2.failed() ? "Cannot read file" : described(difference);
+}
+
+/// All differences that the walk over two files finds, in the words of PlainCompare::differences.
+inline QStringList allDifferences(
+    const QString &name1, const QString &name2, const std::vector<double> &tolerances)
+{
+    Talmo::LineReader file1;
+    Talmo::LineReader file2;
+    if (!file1.open(name1) || !file2.open(name2))
+        return {"Cannot read file"};
+    QStringList all;
+    Talmo::forEachDifference(file1, file2, tolerances,
+        [&all](const Talmo::Difference &difference, const Talmo::LinePair &) {
+            all.append(described(difference));
+            return Talmo::Walk::GoesOn;
+        });
+    return all;
 }
