@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Difference.h"
 #include "shell.h"
 
+#include <QByteArray>
 #include <QByteArrayList>
 #include <QString>
 
@@ -18,9 +20,19 @@ struct ProgramRun {
     QString capture; ///< the file that has what it printed; null if the script says where that goes
 };
 
+/// The first difference that a "=compare" found.
+struct Comparison {
+    QString file1; ///< as the script names it
+    QString file2;
+    Difference difference; ///< its word is empty here; the next member has it
+    QByteArray word;       ///< the word that is no number, if that is the difference
+    Lengths lengths;       ///< the lines of each file, as far as they were read
+};
+
 /// What a command found out beyond its message, for those who tell more than that.
 struct Findings {
-    std::optional<ProgramRun> program; ///< of a "=run"
+    std::optional<ProgramRun> program;    ///< of a "=run"
+    std::optional<Comparison> comparison; ///< of a "=compare" of two files that differ
 };
 
 /// What became of one run.

@@ -4,6 +4,9 @@
 #include "commands.h"
 #include "talmo/Numbers.h"
 
+#include <optional>
+#include <vector>
+
 using namespace Talmo;
 
 namespace
@@ -24,6 +27,26 @@ bool readTolerances(const QStringList &words, std::vector<double> &tolerances)
         tolerances.push_back(tolerance);
     }
     return true;
+}
+
+/// The first difference between two files, which are still to be named; none if they agree, or if
+/// one of them cannot be read to its end.
+std::optional<Comparison> firstDifference(
+    LineReader &file1, LineReader &file2, const std::vector<double> &tolerances)
+{
+    std::optional<Comparison> found;
+    const Lengths lengths = forEachDifference(
+        file1, file2, tolerances, [&found](const Difference &difference, const LinePair &) {
+            found = Comparison();
+            found->difference = difference;
+            found->word =
+                QByteArray(difference.word.data(), static_cast<int>(difference.word.size()));
+            found->difference.word = {}; // it goes with the reader
+            return Walk::Stops;
+        });
+    if (found)
+        found->lengths = lengths;
+    return found;
 }
 
 } // namespace
@@ -48,14 +71,13 @@ void compareCommand(Invocation &invocation)
         invocation.error = QStringLiteral("Invalid =compare column tolerance");
         return;
     }
-    QString problem;
-    forEachDifference(
-        file1, file2, tolerances, [&](const Difference &difference, const LinePair &) {
-            problem = describe(difference, name1, name2);
-            return Walk::Stops;
-        });
-    if (file1.failed() || file2.failed())
+    const std::optional<Comparison> found = firstDifference(file1, file2, tolerances);
+    if (file1.failed() || file2.failed()) {
         invocation.error = file1.failed() ? cannotRead(name1, file1) : cannotRead(name2, file2);
-    else
-        invocation.error = problem;
+    } else if (found) {
+        invocation.error = describe(found->difference, name1, name2);
+        invocation.findings.comparison = found;
+        invocation.findings.comparison->file1 = name1;
+        invocation.findings.comparison->file2 = name2;
+    }
 }

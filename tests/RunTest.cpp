@@ -150,6 +150,55 @@ TEST_F(RunTest, TellsHowAProgramEnded)
     }
 }
 
+TEST_F(RunTest, TellsHowTwoFilesDiffer)
+{
+    const struct {
+        const char *content1;
+        const char *content2;
+        const char *tolerances;
+        Comparison expected;
+    } rows[] = {
+        {"1 2\n3 4\n", "1 2\n3 5.5\n", " 0 1",
+            {"a", "b", {Difference::Value, 2, 2, 0, 0, {}, 4, 5.5, 1}, "", {2, 2}}},
+        {"1 x\n3\n", "1 2\n", " 0 0", {"a", "b", {Difference::InvalidData, 1, 2, 1}, "x", {1, 1}}},
+        {"1 2\n", "1 1,5\n", " 0 0", {"a", "b", {Difference::InvalidData, 1, 2, 2}, "1,5", {1, 1}}},
+        {"1 2\n", "1\n", " 0 0", {"a", "b", {Difference::TooFewColumns, 1, 0, 2, 1}, "", {1, 1}}},
+        {"# 2\n", "1 2\n", " 0", {"a", "b", {Difference::CommentMismatch, 1, 0, 1, 2}, "", {1, 1}}},
+        {"1\n2\n", "1\n3\n", "", {"a", "b", {Difference::Text, 2}, "", {2, 2}}},
+        {"1\n2\n", "1\n2\n3\n4\n", "", {"a", "b", {Difference::Length, 0, 0, 1, 2}, "", {2, 3}}},
+    };
+    for (const auto &row : rows) {
+        const QByteArray lines = QByteArray("=file a\n") + row.content1 + "=file b\n" +
+                                 row.content2 + "=compare a b" + row.tolerances + "\n";
+        SCOPED_TRACE(lines.toStdString());
+        const Result result = resultOf(lines);
+        ASSERT_TRUE(result.findings.comparison);
+        const Comparison &found = *result.findings.comparison;
+        EXPECT_EQ(found.file1, row.expected.file1);
+        EXPECT_EQ(found.file2, row.expected.file2);
+        const Difference &difference = found.difference;
+        EXPECT_EQ(difference.kind, row.expected.difference.kind);
+        EXPECT_EQ(difference.line, row.expected.difference.line);
+        EXPECT_EQ(difference.column, row.expected.difference.column);
+        EXPECT_EQ(difference.file, row.expected.difference.file);
+        EXPECT_EQ(difference.count, row.expected.difference.count);
+        EXPECT_EQ(difference.value1, row.expected.difference.value1);
+        EXPECT_EQ(difference.value2, row.expected.difference.value2);
+        EXPECT_EQ(difference.tolerance, row.expected.difference.tolerance);
+        EXPECT_EQ(difference.word, std::string_view());
+        EXPECT_EQ(found.word, row.expected.word);
+        EXPECT_EQ(found.lengths.lines1, row.expected.lengths.lines1);
+        EXPECT_EQ(found.lengths.lines2, row.expected.lengths.lines2);
+    }
+}
+
+TEST_F(RunTest, TellsNoDifferenceWhereFilesAgreeOrCannotBeRead)
+{
+    EXPECT_FALSE(resultOf("=file a\n1\n=ignore x\n=compare a a\n").findings.comparison);
+    EXPECT_FALSE(resultOf("=file a\n1\n=compare a b\n").findings.comparison);
+    EXPECT_FALSE(resultOf("=file a\n1\n=compare a a x\n").findings.comparison);
+}
+
 TEST_F(RunTest, TellsOnlyWhatTheLineThatFailedFound)
 {
     const Result other = resultOf("=run true\n=exists a\n");
