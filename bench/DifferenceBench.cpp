@@ -9,7 +9,7 @@ using namespace Talmo;
 namespace
 {
 
-/// A file of \a lines lines of twelve numbers, always the same but for a \a shift of each.
+/// Writes \a lines lines of twelve numbers, which depend only on the line and on \a shift.
 void fill(QTemporaryFile &file, int64_t lines, double shift)
 {
     unsigned random = 1;

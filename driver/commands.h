@@ -16,7 +16,7 @@ extern int Debug;
 /// it; then no section for a platform is run.
 extern QString platformName;
 
-/// One script line in the hands of its command.
+/// One line of a script, as its command gets it.
 struct Invocation {
     QStringList words;           ///< of the simplified line; words[0] is the command
     QString line;                ///< the raw line, "$simProgram" already replaced

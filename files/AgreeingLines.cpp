@@ -1,7 +1,7 @@
-// Most of what is compared agrees, and most of that to the byte. So the files are first passed over
-// here, as bytes in memory, up to something that needs a closer look. Nothing is decided here but
-// that lines agree, and nothing is changed but the files' positions: what follows is judged, and
-// reported, line by line.
+// Most lines that are compared agree, and most of these agree to the byte. So the files are first
+// passed over here, as bytes in memory, up to a line that needs a closer look. The only decision
+// made here is that lines agree, and the only thing changed is the position in each file. The lines
+// that follow are judged and reported one by one (see Difference.cpp).
 
 #include "AgreeingLines.h"
 
@@ -40,7 +40,7 @@ const char *skipBlanks(const char *text)
     return text;
 }
 
-/// True for what surely is no blank of any kind.
+/// True for an ASCII character that is not a blank of any kind.
 bool isPlain(char character)
 {
     return character > ' ' && character < '\x7F';
@@ -81,8 +81,8 @@ const char *skipSign(const char *text)
     return text + (*text == '-' || *text == '+');
 }
 
-/// Reads the digits at \a text, of which there may be none, behind those of \a number; returns
-/// where they end. More than 19 digits in all overflow.
+/// Reads the digits at \a text, if there are any, and appends them to \a number. Returns where they
+/// end. More than 19 digits in all overflow.
 const char *readDigits(const char *text, std::uint64_t &number)
 {
     for (; *text >= '0' && *text <= '9'; ++text)
@@ -90,8 +90,8 @@ const char *readDigits(const char *text, std::uint64_t &number)
     return text;
 }
 
-/// Adds the number at \a text, which follows an "e", to \a exponent; returns where it ends, or null
-/// if it has no digits, or more than two.
+/// Adds the number at \a text, which follows an "e", to \a exponent. Returns where it ends, or null
+/// if it has no digits or more than two.
 const char *readExponent(const char *text, std::ptrdiff_t &exponent)
 {
     const char *const first = skipSign(text);
@@ -104,15 +104,18 @@ const char *readExponent(const char *text, std::ptrdiff_t &exponent)
     return end;
 }
 
-/// Reads the number at \a text into \a value, as toNumber would, but faster; returns where it ends.
-/// Null if there is none, or if it is not short: the digits of a short one as a whole number, and
-/// the power of ten that shifts them, are both exact as doubles, and one operation rounds once.
+/// Reads the number at \a text into \a value as toNumber would, but faster. Returns where it ends,
+/// or null if there is no number or if it is not short. A number is short if its digits, as a whole
+/// number, and the power of ten that shifts the point are both doubles without an error. Then one
+/// multiplication or division rounds once, as it must (W. D. Clinger, "How to Read Floating Point
+/// Numbers Accurately", PLDI 1990).
 const char *readShortNumber(const char *text, double &value)
 {
-    // 10^22 is the last one that is exact.
+    // 10^22 is the largest power of ten that is a double without an error.
     static constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10,
         1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    static constexpr double signs[] = {1.0, -1.0}; // signs are hard to predict, so no branch
+    // A factor and no branch, because the processor can hardly predict signs.
+    static constexpr double signs[] = {1.0, -1.0};
     const char *const first = skipSign(text);
     std::uint64_t digits = 0;
     const char *end = readDigits(first, digits);
@@ -135,7 +138,7 @@ const char *readShortNumber(const char *text, double &value)
     return end; // null if the exponent was not short enough
 }
 
-/// Reads the number at \a text; returns where its word ends, or null if it is none.
+/// Reads the number at \a text. Returns where its word ends, or null if the word is no number.
 const char *readNumber(const char *text, double &value)
 {
     if (const char *const end = readShortNumber(text, value); end != nullptr && isWordEnd(*end))
@@ -147,7 +150,8 @@ const char *readNumber(const char *text, double &value)
     return isNumber && isWordEnd(*end) ? end : nullptr;
 }
 
-/// Passes the word at \a text; returns where it ends, or null if it is not plain, or a comment's.
+/// Passes the word at \a text. Returns where it ends, or null if it begins a comment or has
+/// characters that are not plain.
 const char *passWord(const char *text)
 {
     const char *end = text;
@@ -161,7 +165,7 @@ bool areComments(const char *line1, const char *line2)
     return *line1 == '#' && *line2 == '#';
 }
 
-/// Whether each column of the lines at \a text1 and \a text2 surely agrees.
+/// True if each column of the lines at \a text1 and \a text2 surely agrees.
 bool columnsAgree(const char *text1, const char *text2, const std::vector<double> &tolerances)
 {
     for (const double tolerance : tolerances) {
@@ -178,10 +182,10 @@ bool columnsAgree(const char *text1, const char *text2, const std::vector<double
         if (tolerance >= 0 && std::fabs(value1 - value2) > tolerance)
             return false;
     }
-    return !tolerances.empty(); // else a comment would agree with anything
+    return !tolerances.empty(); // without columns, a comment would agree with anything
 }
 
-/// Passes the first line of each if they surely agree.
+/// Passes the first line of both files if the two surely agree.
 bool passPair(Lines &lines1, Lines &lines2, const std::vector<double> &tolerances)
 {
     const char *const text1 = lines1.front();
@@ -205,7 +209,7 @@ qint64 newlinesIn(std::string_view text)
     constexpr size_t width = 16;
     qint64 count = 0;
     while (text.size() >= width) {
-        // Counters of a byte side by side, which processors add all at once; until one is full.
+        // Sixteen counters of one byte each, which processors add all at once, until one is full.
         std::uint8_t counters[width] = {};
         const size_t rounds = std::min<size_t>(text.size() / width, 255);
         const char *const end = text.data() + rounds * width;

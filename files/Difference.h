@@ -36,7 +36,7 @@ struct Difference {
     /// invalid word; 1 if both do. 0 for Text and Value, which say nothing against either file.
     int file = 0;
     /// Length: how many lines that file has. TooFewColumns: how many words its line has.
-    /// CommentMismatch: how many words the other line has, which is no comment.
+    /// CommentMismatch: how many words the line of the other file has.
     qint64 count = 0;
     /// InvalidData: the word that is no number. It is valid as long as the words that were judged.
     std::string_view word = {};

@@ -12,7 +12,7 @@
 namespace Talmo
 {
 
-// All are constants before any constructor runs: the first text arrives before main.
+// All are constant-initialised, because the first text arrives before main, from constructors.
 std::FILE *Console::stream = nullptr;
 ConsoleWindow *Console::window_ = nullptr;
 QString *Console::initial = nullptr;
@@ -34,8 +34,8 @@ std::FILE *currentStream()
     return Console::stream == nullptr ? stdout : Console::stream;
 }
 
-/// Waits as long as \a stream is a full pipe, also if another program has told that pipe not to
-/// wait; then what is written would be lost. Afterwards there is room for a line.
+/// Waits as long as \a stream is a full pipe. Another program may have told that pipe not to wait;
+/// then the text would be lost if it were written at once. Afterwards there is room for a line.
 void waitForRoom(std::FILE *stream)
 {
     pollfd output = {fileno(stream), POLLOUT, 0};

@@ -41,7 +41,7 @@ void Error::syntax(QString problem, QString inputLine, int number)
     if (number < 0)
         number = lineNumber;
     const bool hasNumber = number >= 1; // Deliberate: 0 suppresses the stored number
-    // All arguments at once: the user's own text may hold a "%1".
+    // All arguments are inserted at once, because the user's own text may hold a "%1".
     if (inputLine.isEmpty() && !hasNumber)
         message(QStringLiteral("Syntax Error %1").arg(problem));
     else if (inputLine.isEmpty())

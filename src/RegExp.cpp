@@ -15,7 +15,7 @@ RegExp RE;
 namespace
 {
 
-/// A pattern that costs too much is kept as one that does not compile.
+/// Compiles \a pattern. In the place of a pattern that costs too much, returns one that is invalid.
 QRegExp *compile(const QString &pattern)
 {
     const QString taken = isAffordable(pattern) ? pattern : QStringLiteral("(");
@@ -64,7 +64,7 @@ QString RegExp::replaceAll(QString pattern, QString text, QString replacement)
     startupGuard();
     if (pattern.isEmpty())
         return text;
-    // Deliberate: what a replacement produced can match again, and the limit ends such loops.
+    // Deliberate: the text that a replacement produced can match again. The limit ends such loops.
     constexpr int limit = 10001;
     for (int count = 0; count < limit && substitute(pattern, text, replacement); ++count)
         ;

@@ -28,15 +28,15 @@ bool hasUnits(const Value &value)
     return !value.units.isEmpty();
 }
 
-constexpr double smallestTruth = 1e-12; ///< magnitudes below are false
+constexpr double smallestTruth = 1e-12; ///< a number of a smaller magnitude is false
 
 bool isFalse(const Value &value)
 {
     return std::fabs(value.value) < smallestTruth;
 }
 
-/// Deliberate: not the opposite of isFalse. Of NaN neither holds, so it passes in && and as a
-/// condition, but not in ||.
+/// Deliberate: this is not the opposite of isFalse. For NaN both are false, so NaN counts as true
+/// in && and as a condition, but not in ||.
 bool isTrue(const Value &value)
 {
     return std::fabs(value.value) >= smallestTruth;
@@ -65,7 +65,8 @@ void chooseByOperator()
         Units::val.append(choice.chosen);
 }
 
-void chooseByFunction() // Deliberate: the condition may have units
+// Deliberate: here the condition may have units.
+void chooseByFunction()
 {
     Units::val.append(popChoice().chosen);
 }
@@ -84,7 +85,7 @@ void logicalAnd()
     Units::val.append(number(!isFalse(left) && !isFalse(right)));
 }
 
-/// Pops the right operand; the left one minus that, which stays.
+/// Pops the right operand and returns the left one minus the right one. The left one stays.
 double popDifference()
 {
     const Value right = Units::val.pop();
@@ -92,7 +93,7 @@ double popDifference()
     return difference.sub(right).value;
 }
 
-// Deliberate: exact, without a tolerance.
+// Deliberate: numbers are compared exactly, without a tolerance.
 template <typename Relation>
 void compare()
 {
@@ -120,14 +121,14 @@ void raise()
 struct OperatorRow {
     int precedence;
     const char *name; ///< null for any
-    int values;       ///< how many it needs
+    int values;       ///< how many values it needs
     void (*apply)();
 };
 
 constexpr const char *any = nullptr;
 
-// precedence, name, how many values it needs, what it applies. Other operators do nothing: the
-// start of the evaluation, and the ":" of a "?", which does the work.
+// precedence, name, how many values it needs, what it applies. Two operators have no row and do
+// nothing: the start of the evaluation, and ":", because its "?" does the work.
 // clang-format off
 const OperatorRow operatorRows[] = {
     { Parenthesis, any,  0, [] { reportInExpression("I:Syntax Error in '%1'"); } }, // never closed
@@ -154,7 +155,7 @@ const OperatorRow operatorRows[] = {
 };
 // clang-format on
 
-/// Pops the second argument and expresses it in the units of the first, which stays.
+/// Pops the second argument and returns it in the units of the first argument, which stays.
 double popConverted()
 {
     Value second = Units::val.pop();
@@ -177,8 +178,8 @@ void power()
         Units::val.append(number(std::pow(base.value, exponent.value)));
 }
 
-/// Keeps the second of two values, in the units of the first, where it is at least as far in the
-/// direction of \a Relation; else the first.
+/// Replaces two values by one, in the units of the first: the second value if \a Relation holds
+/// between the second and the first, or else the first.
 template <typename Relation>
 void extreme()
 {
@@ -191,13 +192,13 @@ void extreme()
 struct FunctionRow {
     const char *name;
     int arguments;
-    const char *wrongCount; ///< what is reported of any other number of arguments
+    const char *wrongCount; ///< what is reported if the number of arguments is another one
     void (*apply)();
 };
 
 constexpr const char *notTwoArguments = "O:Syntax Error in '%1'";
 
-// name, arguments, what is reported of any other number of them, what it applies
+// name, number of arguments, what is reported if that is another one, what it applies
 // clang-format off
 const FunctionRow functions[] = {
     { "if",    3, "M:Syntax Error in '%1'", chooseByFunction },
@@ -212,7 +213,7 @@ struct UnaryFunction {
     double (*apply)(double);
 };
 
-// Those of one number without units.
+// The functions of one number without units.
 const UnaryFunction unaryFunctions[] = {
     { "sqrt",  std::sqrt  },
     { "sin",   std::sin   },
@@ -245,13 +246,13 @@ const Row *findRow(const Row (&table)[size], const QString &name)
     return nullptr;
 }
 
-/// Whether a call has \a count arguments, and the stack as many values.
+/// True if a call has \a count arguments and the stack has as many values.
 bool hasArguments(int count)
 {
     return Units::commaCount == count - 1 && Units::val.size() >= count;
 }
 
-/// Applies a function of one number; so is any name that is not in the other table.
+/// Applies a function of one number. A name that is not in the other table counts as one.
 void applyUnaryFunction(const QString &name)
 {
     if (!hasArguments(1)) {

@@ -10,7 +10,7 @@
 namespace Talmo
 {
 
-/// In ascending order; stands for the class of an operator, too.
+/// In ascending order. A precedence also stands for the class of an operator.
 enum Precedence {
     Start,
     Function,
@@ -24,14 +24,14 @@ enum Precedence {
     Product,
     Power,
     UnaryMinus,
-    AboveAll ///< no operator's: nothing is applied first
+    AboveAll ///< higher than that of any operator, so that none is applied first
 };
 
 /// An operator as it is written.
 struct OperatorToken {
     QString name;
     int precedence;   ///< of the operator that is pushed
-    int appliedFirst; ///< pending operators from this precedence upwards
+    int appliedFirst; ///< pending operators from this precedence upwards are applied first
 };
 
 /// The operator at the front of \a text, or null. Where \a expectOperand, a "-" is a minus sign.

@@ -10,14 +10,15 @@
 // Units continued: scan and parse expressions (Units::value). This file owns no static member.
 //
 // The evaluator works by operator precedence, with two stacks. Scan takes one token after the other
-// from the front of the text. Numbers go to `val`. An operator goes to `op`, but first those are
-// popped and applied (doit) that bind as strongly or more (a ^ leaves another one alone); so from
-// an open "(" or function upwards, what is pending rises in precedence. A ")" applies what came
-// after its "(", the end of the text all that is left.
+// from the front of the text. A number goes to `val`. Before an operator goes to `op`, the pending
+// operators that bind as strongly or more strongly are popped and applied (doit); only a "^" leaves
+// another "^" pending. So the precedence of the pending operators rises from an open "(" or
+// function upwards. A ")" applies all operators that came after its "(", and the end of the text
+// applies all that are left.
 //
-// What a failing operator leaves on the stacks stays there, and the scan goes on: only what is no
-// token, a ":" or ")" without its partner, and a stack that does not end with one value make an
-// evaluation fail.
+// An operator that fails is reported, what it leaves on the stacks stays there, and the scan goes
+// on. An evaluation fails only at a text that is no token, at a ":" or ")" without its partner, and
+// if `val` does not hold exactly one value at the end.
 
 namespace Talmo
 {
@@ -27,13 +28,13 @@ namespace
 
 using Value = Units::Value;
 
-// The first one that the text begins with is taken: the longer names come first.
+// The scan takes the first row with which the text begins, so the longer names come first.
 // clang-format off
 const OperatorToken operatorTokens[] = {
     { QStringLiteral("("),  Parenthesis, AboveAll    },
     { QStringLiteral(","),  Comma,       Conditional },
     { QStringLiteral("?"),  Conditional, Conditional },
-    { QStringLiteral(":"),  Conditional, LogicalOr   },   // then a "?" must be on top
+    { QStringLiteral(":"),  Conditional, LogicalOr   },   // then a "?" must be pending on top
     { QStringLiteral("||"), LogicalOr,   LogicalOr   },
     { QStringLiteral("&&"), LogicalAnd,  LogicalAnd  },
     { QStringLiteral("=="), Comparison,  Comparison  },
@@ -46,10 +47,10 @@ const OperatorToken operatorTokens[] = {
     { QStringLiteral("-"),  Sum,         Sum         },
     { QStringLiteral("*"),  Product,     Product     },
     { QStringLiteral("/"),  Product,     Product     },
-    { QStringLiteral("^"),  Power,       UnaryMinus  },   // right-associative: a pending ^ stays
+    { QStringLiteral("^"),  Power,       UnaryMinus  },   // right-associative: another ^ stays pending
 };
 
-// Takes the place of the "-" above where an operand is expected. There is no unary plus.
+// Where an operand is expected, this row serves in the place of "-". There is no unary plus.
 const OperatorToken unaryMinus =
     { QStringLiteral("-"),  UnaryMinus,  UnaryMinus  };
 // clang-format on
@@ -86,7 +87,7 @@ public:
     {
     }
 
-    /// Takes all tokens; false at what is none.
+    /// Takes all tokens. Returns false where the text does not begin with a token.
     bool run();
 
 private:
@@ -135,8 +136,9 @@ void Scan::takeName()
         expectOperand = true;
         return;
     }
-    // Deliberate: the text of the macro is scanned in place of its name. It may merge with what
-    // follows, it may be empty, and one that holds its own name goes on for ever.
+    // Deliberate: the text of the macro is scanned in the place of its name. It may be empty, and
+    // its end may form one token with the text that follows. A macro that holds its own name goes
+    // on for ever.
     rest.replaceFront(length, Macro::value(name));
 }
 
@@ -170,7 +172,7 @@ bool Scan::takeOperator()
 bool Scan::closeParenthesis()
 {
     rest.drop(1);
-    Units::commaCount = 0; // Deliberate: here and nowhere else
+    Units::commaCount = 0; // Deliberate: commas are counted from here, and not from a "("
     applyPending(Comma);
     const int opening = Units::op.top().precedence;
     if (opening != Parenthesis && opening != Function)
@@ -182,7 +184,8 @@ bool Scan::closeParenthesis()
     return true;
 }
 
-/// Evaluates \a text, which is not empty, onto the stack; false if it is no expression.
+/// Evaluates \a text, which must not be empty, onto the stack. Returns false if it is no
+/// expression.
 bool evaluateText(QString text)
 {
     Units::val.clear();
@@ -195,7 +198,7 @@ bool evaluateText(QString text)
     return Units::val.size() == 1;
 }
 
-/// Expresses the top value in \a units (see Value::convert); its number.
+/// Expresses the top value in \a units (see Value::convert) and returns its number.
 double expressTop(const QString &units, bool *ok)
 {
     Value &top = Units::val.top();
@@ -217,7 +220,7 @@ double Units::value(QString expr, QString units, bool *ok)
     // Deliberate: blanks stay in the working text, so "1 + 2" is a syntax error.
     expr.remove('$');
     if (expr.isEmpty())
-        return 0; // Deliberate: neither the flag nor the stacks are touched
+        return 0; // Deliberate: this changes neither the flag nor the stacks
     static bool my_ok;
     bool &flag = ok != nullptr ? *ok : my_ok;
     flag = evaluateText(std::move(expr));

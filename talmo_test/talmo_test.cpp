@@ -1,4 +1,8 @@
 // The regression-test driver: main selects the test scripts, has them run, and sums up.
+//
+// A run that nobody notices to be incomplete is worse than none. So whatever keeps the driver from
+// knowing its scripts, its programs or its working directory is reported in one line, with the exit
+// status of a failure; and a signal that comes meanwhile is noted, and counted among the failures.
 
 #include "ScriptFolder.h"
 #include "commands.h"
@@ -33,15 +37,15 @@ void usage()
         stderr);
 }
 
-/// Called before the constructors of the libraries, which print a line. Where the system knows no
-/// such list, the call in main has to do.
+/// Calls outliveFileSizeLimit before the constructors of the libraries, because they print a line.
+/// Where the system does not know this list of functions, the call in main must be enough.
 [[gnu::section(".preinit_array"),
     gnu::used]] void (*const beforeConstructors)() = outliveFileSizeLimit;
 
 namespace
 {
 
-/// Says, as the only line about it, that no test can be run.
+/// Prints the one line that tells why no test can be run. Returns false.
 bool refuse(const QByteArray &reason)
 {
     std::printf("***talmo_test: %s\n", reason.constData());
@@ -54,8 +58,9 @@ struct Selection {
     QStringList names;
 };
 
-/// Selects the scripts that match \a patterns in the working directory \a work. If there is none,
-/// those of the distribution. False, after saying why, if what is there cannot be found out.
+/// Selects the scripts that match \a patterns in the working directory \a work. If there are none,
+/// selects those of the distribution. Returns false, and prints why, if a directory cannot be
+/// listed.
 bool selectTests(const QStringList &patterns, const QByteArray &work, Selection &selection)
 {
     ScriptFolder folder;
@@ -109,9 +114,9 @@ bool runTests(const Selection &selection, const QByteArray &work)
     return failures == 0 && notRun == 0;
 }
 
-/// Drops what Qt warns of, since we have nothing to say on standard error: under a locale whose
-/// encoding is not UTF-8, newer versions of Qt 6 warn at every start that they switch to one that
-/// is.
+/// Drops the warnings of Qt, because the driver prints nothing of its own on standard error. Under
+/// a locale whose encoding is not UTF-8, newer versions of Qt 6 warn at every start that they
+/// switch to a locale whose encoding is.
 void dropWarning(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
 {
     if (type != QtWarningMsg)
@@ -132,9 +137,10 @@ const char *platformOfThisBuild()
 /// Selects the tests that the arguments name and runs them; true if all passed.
 bool runDriver(int argc, char *argv[])
 {
-    if (!Preferences::problem.isNull()) // no test would run for any program, and all would pass
+    // Without the settings no program is configured: tests for programs would pass without running.
+    if (!Preferences::problem.isNull())
         return refuse(Preferences::problem.toLocal8Bit());
-    // From argv itself: the application object takes Qt's own options out of its list.
+    // The application object would remove Qt's own options from its list, so argv is read itself.
     const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
     qInstallMessageHandler(dropWarning);
     const QCoreApplication application(argc, argv);
@@ -143,7 +149,7 @@ bool runDriver(int argc, char *argv[])
     if (work.isNull())
         return refuse("the working directory has no name: " + QByteArray(std::strerror(errno)));
     std::printf("talmo_test: executing tests in '%s'\n", work.constData());
-    std::fflush(stdout); // an unusable preference ends the process
+    std::fflush(stdout); // because a preference that cannot be used ends the process
     Preferences::init();
     QStringList patterns;
     for (const char *const argument : arguments)

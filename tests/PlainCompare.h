@@ -93,8 +93,8 @@ inline QStringList judge(const QByteArray &line1, const QByteArray &line2,
     return problems;
 }
 
-/// All that differs between two files with \a content1 and \a content2, but for the names of the
-/// files.
+/// All that differs between two files with \a content1 and \a content2, in words that do not name
+/// the files.
 inline QStringList differences(
     const QByteArray &content1, const QByteArray &content2, const std::vector<double> &tolerances)
 {

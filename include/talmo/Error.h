@@ -23,8 +23,8 @@ public:
     static qint64 reported();
 
     /// Reports \a problem as a syntax error in \a inputLine, whose number is \a number. An empty
-    /// line stands for Error::line and a negative number for Error::lineNumber; a line that is
-    /// empty even so, and a number below 1, are left out.
+    /// line stands for Error::line, and a negative number for Error::lineNumber. If the line is
+    /// still empty, it is left out, and so is a number below 1.
     static void syntax(QString problem, QString inputLine = QString(), int number = -1);
 
     /// Reserved: nothing is deferred or collected yet, so both do nothing.
@@ -40,7 +40,7 @@ public:
     static bool defer;                ///< whether messages are to be deferred
     static QString deferredMessages;  ///< held back meanwhile
     static QList<bool> stack;         ///< saved values of defer
-    static QList<bool> stack2;        ///< the same, a second time
+    static QList<bool> stack2;        ///< more saved values of defer
 };
 
 } // namespace Talmo

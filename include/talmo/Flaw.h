@@ -9,7 +9,8 @@ namespace Talmo
 /// What is wrong in an expression, or in a line with references, and where it stands.
 ///
 /// The evaluator carries on where it can, often in silence: an unknown name is nothing to it, an
-/// unknown unit 0, and a spare operand no harm. These are found before anything is evaluated:
+/// unknown unit counts as 0, and a spare operand is dropped. These are found before anything is
+/// evaluated:
 ///
 /// - operands and operators that do not take turns, and an expression of nothing;
 /// - parentheses that are never closed or closed too often, a minus sign behind another;

@@ -18,8 +18,8 @@ namespace Talmo
 /// that reads them includes <QRegExp> itself, and its program links the library of Qt that has it:
 /// Core5Compat on Qt 6. All others need no more than Qt Core.
 ///
-/// Evaluating and converting units, and expanding macros, matches nothing here; both read by hand,
-/// for speed.
+/// Evaluating and converting units and expanding macros do not match patterns, for speed, so they
+/// leave `prev` alone.
 ///
 /// Before main, every operation crashes deliberately (see startupGuard).
 class RegExp
