@@ -418,6 +418,30 @@ TEST_F(DeckFiles, WhatIsNotANumberOrAMacroIsTold)
     Talmo::Units::factorHash.remove("parsec");
 }
 
+TEST_F(DeckFiles, FlawsThatHideOneAnotherAreTold)
+{
+    // To the library these are 1, without a report: the comma leaves the operand that "?" lacks.
+    for (const std::string word : {"5,(1?2)", "${5,(1?2)}"}) {
+        Deck deck;
+        EXPECT_EQ(readText("beam b\ndrift " + word + "\noutput o\n", deck),
+            "deck:2: '5,(1?2)' is not an expression");
+    }
+}
+
+TEST_F(DeckFiles, MacrosThatDoubleEachOtherAreTold)
+{
+    std::string lines = "beam b\ndefine x0 1\n";
+    for (int n = 1; n <= 40; ++n) {
+        const std::string half = "x" + std::to_string(n - 1);
+        lines += "define x" + std::to_string(n) + " " + half + "+" + half + "\n";
+    }
+    Deck deck;
+    EXPECT_EQ(readText(lines + "drift x9\ndrift x40\noutput o\n", deck),
+        "deck:44: macro 'x40' grows too long");
+    ASSERT_EQ(deck.steps.size(), 2U);
+    EXPECT_EQ(deck.steps[1].length, 512);
+}
+
 TEST_F(DeckFiles, DecksThatCannotBeReadAreTold)
 {
     std::filesystem::create_directory("folder");

@@ -22,9 +22,9 @@ public:
 };
 
 /// Replaces the macros and expressions in \a line (see Talmo::Macro::expand). Returns false, and
-/// says in \a what is wrong, if the library would pass over a flaw in an expression (see
-/// silentFlaw), or a counter holds neither digits nor letters alone. A problem that the library
-/// reports (see Talmo::Error::reported) does not count here, and may leave nothing of the line.
+/// says in \a what is wrong, if the library would pass over a flaw (see Talmo::Flaw). A problem
+/// that the library reports (see Talmo::Error::reported) does not count here, and may leave nothing
+/// of the line.
 bool expandLine(std::string &line, std::string &what);
 
 /// Makes \a text the macro \a name, whatever that was. Returns false, and says in \a what is wrong,
