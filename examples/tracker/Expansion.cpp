@@ -6,8 +6,6 @@
 #include "talmo/Macro.h"
 #include "talmo/RegExp.h"
 
-#include <QRegExp>
-
 namespace tracker
 {
 
