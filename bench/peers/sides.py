@@ -29,7 +29,8 @@ class Side(NamedTuple):
     name: str
     command: str        # words; "<FILE" at the end is its standard input
     bar: float = 0      # at least so many times our time; 0 for none
-    result: str = ""    # the file with its result, if not its standard output; "-" for none
+    result: str = ""    # the file with its result, if not its standard output; "-" for none that
+                        # is checked: its standard output is thrown away
     share: int = 1      # it does one part in so many, and its time is multiplied: it is slow
     once: bool = False  # it takes part in the first round only, for the same reason
     folder: str = ""    # where it runs, in the workload's folder
@@ -50,9 +51,8 @@ class Workload(NamedTuple):
     check: Callable   # takes the workload, a side, the folder and the count; raises Broken
     ours: Side
     peers: tuple
-    least: Optional[Side] = None  # does only what cannot be avoided; its bar is ours over its time
     growth: Optional[Growth] = None
-    divided: bool = False         # the times are for one of the count
+    divided: bool = False  # the times are for one of the count
 
 
 class Broken(Exception):
@@ -62,8 +62,6 @@ class Broken(Exception):
 def sides_of(workload):
     yield workload.ours
     yield from workload.peers
-    if workload.least:
-        yield workload.least
     if workload.growth:
         for size, command in zip(workload.growth.sizes, workload.growth.commands):
             yield Side(f"size {size}", command, result="-")
@@ -99,7 +97,7 @@ def run(side, folder, count, output):
 def seconds(side, folder, count):
     """The wall time of one run."""
     result_of(side, folder).unlink(missing_ok=True)
-    with open(folder / f"{side.name}.out", "w") as output:
+    with open(os.devnull if side.result == "-" else folder / f"{side.name}.out", "w") as output:
         begin = time.perf_counter()
         status = run(side, folder, count, output)
         end = time.perf_counter()

@@ -131,12 +131,11 @@ def beam(folder, count, _rng):
 
 def script_files(folder, count, ours, shell):
     """Scripts of ours, of the shell, and of bats, one in ten."""
-    for kind in "ours", "shell", "bats", "bare":
+    for kind in "ours", "shell", "bats":
         (folder / kind).mkdir()
     test = '@test "passed" {\n  cd "$BATS_TEST_TMPDIR"\n' + shell + "}\n"
     for number in range(1, count + 1):
         write(folder / "ours" / f"test{number}", "=passed\n" + ours)
-        write(folder / "bare" / f"test{number}", "=passed\n" + ours)
         write(folder / "shell" / f"test{number}.sh", "set -e\n" + shell)
         if number % 10 == 0:
             write(folder / "bats" / f"test{number}.bats", test)
