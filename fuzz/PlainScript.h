@@ -228,7 +228,7 @@ inline QString PlainScript::performCompare(const QStringList &words) const
         if (!files.contains(name))
             return "Cannot read file '" + name + "'";
     }
-    const QString problem = PlainCompare::outcome(files[words[1]], files[words[2]], words.mid(3));
+    QString problem = PlainCompare::outcome(files[words[1]], files[words[2]], words.mid(3));
     if (problem.isEmpty())
         return {};
     if (problem.startsWith("Invalid"))

@@ -87,7 +87,7 @@ public:
         std::fflush(stdout);
         QFile file(outputName());
         require(file.open(QIODevice::ReadOnly), "the output can be read");
-        const QByteArray output = file.readAll();
+        QByteArray output = file.readAll();
         std::rewind(stdout);
         require(ftruncate(fileno(stdout), 0) == 0, "the output can be cleared");
         return output;

@@ -35,7 +35,7 @@ Value read(const QString &text)
     const QRegularExpressionMatch match = pattern.match(text);
     const double number = std::strtod(match.captured(1).toStdString().c_str(), nullptr);
     printed();
-    const Value value(text);
+    Value value(text);
     require(printed().isEmpty() == match.hasMatch(), "what is no value is reported");
     require(isSame(value.value, number) && std::signbit(value.value) == std::signbit(number),
         "a value is the nearest double");
@@ -66,7 +66,7 @@ void checkConversion(Value value, const QString &target)
     const double there = value.convert(target, &ok);
     require(ok == (kindOf(value.units) == kindOf(target)), "kinds decide about a conversion");
     require(ok || isSame(there, value.value), "across kinds a number stays");
-    const bool known = Units::types.size() > 0 && Units::factorHash.value(value.units) != 0 &&
+    const bool known = !Units::types.isEmpty() && Units::factorHash.value(value.units) != 0 &&
                        Units::factorHash.value(target) != 0;
     if (!ok || !known || !isComparable(value.value))
         return;

@@ -80,7 +80,7 @@ QString printed()
 {
     if (Console::initial == nullptr)
         return "";
-    const QString text = *Console::initial;
+    QString text = *Console::initial;
     Console::initial->clear();
     return text;
 }

@@ -34,7 +34,7 @@ TEST(Descriptor, HasOneOwnerAtATime)
     {
         Descriptor first(number);
         last = std::move(first);
-        EXPECT_FALSE(first.isOpen());
+        EXPECT_FALSE(first.isOpen()); // NOLINT(bugprone-use-after-move): moving empties it
     }
     EXPECT_EQ(last.get(), number);
     EXPECT_TRUE(isOpenInProcess(number));

@@ -39,7 +39,7 @@ protected:
     {
         DiskFile file;
         EXPECT_TRUE(file.openToRead(fileWith(content)));
-        const QByteArray text = file.readAllText();
+        QByteArray text = file.readAllText();
         EXPECT_FALSE(file.failed());
         return text;
     }

@@ -14,8 +14,6 @@
 
 using namespace Talmo;
 
-using std::string_view_literals::operator""sv;
-
 namespace
 {
 
@@ -67,6 +65,7 @@ std::string joined(const Lines &lines)
 
 TEST(LineReader, LinesEndAtNewlinesAndCarriageReturnsAreDropped)
 {
+    using std::string_view_literals::operator""sv;
     const struct {
         std::string_view content;
         Lines lines;

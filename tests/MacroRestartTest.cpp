@@ -49,7 +49,8 @@ TEST_F(MacroRestart, ExpansionIsTheSameAsByStartingAgainAfterEachReplacement)
         }
         Macro::hash[""] = "3";
         const Macro::Table before = Macro::hash;
-        const QString text = QString(n % 5 * 70, '-') + randomText(12, 0); // up to a long line
+        // Up to a long line.
+        const QString text = QString(70, '-').repeated(n % 5) + randomText(12, 0);
 
         const std::optional<QString> expected = PlainExpansion().expand(text);
         const QString report = printed();

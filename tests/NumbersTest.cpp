@@ -113,7 +113,7 @@ TEST(ToNumber, ReadsASignDigitsAPointAndAnExponent)
         {"1e-99999999999999999999", 0},
         {"0e99999999999999999999", 0},
         {"9007199254740993", 9007199254740992}, // 2^53 + 1 is a tie and rounds to even
-        {"9007199254740993.0000000000000000000000000000001", 9007199254740994},
+        {"9007199254740993.0000000000000000000000000000001", 9007199254740994.0},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.word);
@@ -141,11 +141,9 @@ TEST(ToNumber, RefusesEverythingElseAndLeavesTheValueAlone)
         "1e+", "1E-", "1e1.5", "1e 3", "0x10", "0x1p3", "1p3", "1,5", "1.000,5", "1d3", "1D3",
         "1_0", "1'000", "1f", "1L", "1:", "1/", "1\x80", "1\xFF", "e1", "x1", "1e-", "1.2.3", "1..",
         "--1", "++1", "+-1", "-+1", " 1", "1 ", "1\t", "1\n", "- 1", "one",
-        "\xD9\xA1",    // Arabic-Indic digit one
-        "\xEF\xBB\xBF" // a byte order mark
-        "1",
-        "\xE2\x88\x92" // the minus sign of typographers
-        "1",
+        "\u0661",  // Arabic-Indic digit one
+        "\uFEFF1", // behind a byte order mark
+        "\u22121", // behind the minus sign of typographers
         "1\0"sv, "\0"sv, "1\0002"sv};
     for (const std::string_view word : rows) {
         SCOPED_TRACE(word);

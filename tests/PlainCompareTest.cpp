@@ -37,7 +37,7 @@ public:
 private:
     QString write(const char *name, const std::string &content)
     {
-        const QString path = directory.filePath(name);
+        QString path = directory.filePath(name);
         std::ofstream(path.toStdString(), std::ios::binary) << content;
         return path;
     }
