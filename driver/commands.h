@@ -1,13 +1,10 @@
 #pragma once
 
-#include "Result.h"
-#include "ScriptReader.h"
+#include "Invocation.h"
 
 #include <QString>
-#include <QStringList>
 
 #include <climits>
-#include <optional>
 
 /// Debug level of the process. Above 0, lines are traced and passing runs keep their directories.
 extern int Debug;
@@ -15,17 +12,6 @@ extern int Debug;
 /// The platform that the process runs on: "WINDOWS", "LINUX" or "DARWIN". Empty until somebody sets
 /// it; then no section for a platform is run.
 extern QString platformName;
-
-/// One line of a script, as its command gets it.
-struct Invocation {
-    QStringList words;           ///< of the simplified line; words[0] is the command
-    QString line;                ///< the raw line, "$simProgram" already replaced
-    Talmo::ScriptReader &script; ///< after this line; a handler may read on
-    QString error = {};          ///< null while all is well; set it to fail the run
-    /// Pattern that the next command's failure must match, set by =ignore. An empty pattern is one.
-    std::optional<QString> expectedFailure = {};
-    Talmo::Findings findings = {}; ///< what else became known
-};
 
 /// Runs one command in the run's own directory, which is the current one. A handler fails by
 /// setting Invocation::error; it never throws and never ends the process.

@@ -1,7 +1,7 @@
 #include "compare.h"
 
 #include "Difference.h"
-#include "commands.h"
+#include "Invocation.h"
 #include "talmo/Numbers.h"
 
 #include <optional>
