@@ -48,7 +48,7 @@ private:
     bool undefined(Character first, Character last, const QString &name, TracedText &value);
 
     /// Ends the walk at \a found, unless it stands behind an undefined macro.
-    bool refuse(const Flaw &found, Character first, TracedText &value);
+    bool refuse(const Flaw &found);
 
     /// Remembers \a found, which the library reports itself.
     void note(const Flaw &found);
@@ -89,12 +89,6 @@ bool canCount(const QString &text)
                                   std::all_of(text.begin(), text.end(), isLetter));
 }
 
-/// What takes the place of a reference that begins with \a first and is wrong: no part of another.
-TracedText blank(TracedCharacter first)
-{
-    return {{' ', first.origin}};
-}
-
 bool LineWalk::macro(Character first, Character last, const QString &name, TracedText &value)
 {
     QString text;
@@ -110,8 +104,7 @@ bool LineWalk::counter(Character first, Character last, const QString &name, Tra
         return undefined(first, last, name, value);
     if (!canCount(text)) {
         const QString what = QStringLiteral("macro '%1' cannot count").arg(name);
-        return refuse(
-            makeFlaw(Flaw::Kind::Counter, trace.placeOf(first, last), what), first, value);
+        return refuse(makeFlaw(Flaw::Kind::Counter, trace.placeOf(first, last), what));
     }
     trace.counted[name] = Macro::successor(text);
     return insert(first, last, name, text, value);
@@ -126,12 +119,12 @@ bool LineWalk::insert(
         const QString what = QStringLiteral("macro '%1' refers to itself").arg(name);
         Flaw found = makeFlaw(Flaw::Kind::Circle, place, what);
         found.circle = names;
-        return refuse(found, first, value);
+        return refuse(found);
     }
     if (!trace.allows(text.size())) {
         const QString what =
             QStringLiteral("macro '%1' grows too long").arg(outermost(first, name));
-        return refuse(makeFlaw(Flaw::Kind::Length, place, what), first, value);
+        return refuse(makeFlaw(Flaw::Kind::Length, place, what));
     }
     namesInserted.insert(name);
     trace.insertions.append({name, place, first.origin});
@@ -147,13 +140,12 @@ bool LineWalk::undefined(Character first, Character last, const QString &name, T
     const QString what = QStringLiteral("undefined macro '%1'").arg(name);
     note(makeFlaw(Flaw::Kind::Reference, place, what));
     undefinedAt = std::min(undefinedAt, place.begin);
-    value = blank(first);
+    value = {{' ', first.origin}}; // no reference can be made of it
     return true;
 }
 
-bool LineWalk::refuse(const Flaw &found, Character first, TracedText &value)
+bool LineWalk::refuse(const Flaw &found)
 {
-    value = blank(first);
     if (found.position > undefinedAt)
         return true;
     flaw = found;
