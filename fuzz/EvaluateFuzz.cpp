@@ -1,5 +1,6 @@
 // Input: a line with the format, a line with the units, and the expression.
 
+#include "FlawChecks.h"
 #include "fuzzing.h"
 #include "talmo/Macro.h"
 #include "talmo/Units.h"
@@ -76,6 +77,17 @@ void checkAgreement(const QString &expression)
         "an expression has one value");
 }
 
+/// Without a flaw, \a expression evaluates, and nothing but its units may be reported.
+void checkFlaw(const QString &expression)
+{
+    printed();
+    const Flaw flaw = flawOfExpression(expression);
+    require(hasPlace(flaw, expression), "a flaw stands in the expression");
+    require(printed().isEmpty(), "looking for flaws reports nothing");
+    Units::value(expression, "-", nullptr);
+    require(isReportOf(flaw, printed()), "what is reported is no flaw, or marked");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -92,5 +104,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     require(Units::val.size() <= most && Units::op.size() <= most, "the stacks are bounded");
     checkPrinted(text, format, units);
     checkAgreement(expression);
+    checkFlaw(expression);
     return 0;
 }
