@@ -1,13 +1,3 @@
-#include "talmo/Flaw.h"
-
-#include "FlawTrace.h"
-#include "Tokens.h"
-#include "UnitsGrammar.h"
-#include "WorkingText.h"
-#include "talmo/StartupGuard.h"
-
-#include <QSet>
-
 // The walk over an expression. It takes the same tokens as the evaluator (UnitsScan.cpp), with the
 // texts of macros in the places of their names, but computes nothing. It only remembers whether an
 // operand or an operator comes next, and what is open: parentheses, conditionals, and the macros
@@ -18,6 +8,16 @@
 //
 // The walk goes over as many characters as the evaluator would, so it has to end where that would
 // not: at a macro inside its own text, and where macros have inserted too much.
+
+#include "talmo/Flaw.h"
+
+#include "FlawTrace.h"
+#include "Tokens.h"
+#include "UnitsGrammar.h"
+#include "WorkingText.h"
+#include "talmo/StartupGuard.h"
+
+#include <QSet>
 
 namespace Talmo
 {

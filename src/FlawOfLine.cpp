@@ -1,3 +1,11 @@
+// The walk over a line. References are replaced by the passes of Macro::expand (References.h), but
+// in a text whose characters know where they come from, and with copies of the counters. Where
+// Macro::expand evaluates an expression, the walk goes over it (Flaw.cpp).
+//
+// A macro refers to itself if the "$" of a reference to it comes from its own text, directly or
+// through others. Each "$" that a macro inserts has come through one macro more than the "$" that
+// it takes the place of, and there are so many macros, so that the passes end.
+
 #include "FlawTrace.h"
 #include "NumberFormat.h"
 #include "References.h"
@@ -8,14 +16,6 @@
 
 #include <algorithm>
 #include <limits>
-
-// The walk over a line. References are replaced by the passes of Macro::expand (References.h), but
-// in a text whose characters know where they come from, and with copies of the counters. Where
-// Macro::expand evaluates an expression, the walk goes over it (Flaw.cpp).
-//
-// A macro refers to itself if the "$" of a reference to it comes from its own text, directly or
-// through others. Each "$" that a macro inserts has come through one macro more than the "$" that
-// it takes the place of, and there are so many macros, so that the passes end.
 
 namespace Talmo
 {

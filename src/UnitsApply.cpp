@@ -1,3 +1,9 @@
+// Units continued: what operators and functions do (Units::doit). This file owns no static member.
+//
+// The tables say how many values an operator or function needs and what it applies. What a row
+// applies finds at least as many values on the stack as the row says; what it pops before it
+// reports a problem stays popped.
+
 #include "talmo/Units.h"
 
 #include "UnitsGrammar.h"
@@ -8,12 +14,6 @@
 #include <cstddef>
 #include <functional>
 #include <utility>
-
-// Units continued: what operators and functions do (Units::doit). This file owns no static member.
-//
-// The tables say how many values an operator or function needs and what it applies. What a row
-// applies finds at least as many values on the stack as the row says; what it pops before it
-// reports a problem stays popped.
 
 namespace Talmo
 {

@@ -1,12 +1,3 @@
-#include "talmo/Units.h"
-
-#include "Tokens.h"
-#include "UnitsGrammar.h"
-#include "talmo/Macro.h"
-#include "talmo/StartupGuard.h"
-
-#include <utility>
-
 // Units continued: scan and parse expressions (Units::value). This file owns no static member.
 //
 // The evaluator works by operator precedence, with two stacks. Scan takes one token after the other
@@ -19,6 +10,15 @@
 // An operator that fails is reported, what it leaves on the stacks stays there, and the scan goes
 // on. An evaluation fails only at a text that is no token, at a ":" or ")" without its partner, and
 // if `val` does not hold exactly one value at the end.
+
+#include "talmo/Units.h"
+
+#include "Tokens.h"
+#include "UnitsGrammar.h"
+#include "talmo/Macro.h"
+#include "talmo/StartupGuard.h"
+
+#include <utility>
 
 namespace Talmo
 {
