@@ -3,8 +3,8 @@
 // operand or an operator comes next, and what is open: parentheses, conditionals, and the macros
 // whose texts it is in.
 //
-// A flaw that the evaluator would take in silence ends the walk. One that the evaluator reports
-// itself is only noted, because one of the other sort may follow.
+// A flaw that the evaluator may take in silence ends the walk. One that the evaluator reports
+// itself for sure is only noted, because one of the other sort may follow.
 //
 // The walk goes over as many characters as the evaluator would, so it has to end where that would
 // not: at a macro inside its own text, and where macros have inserted too much.
@@ -37,7 +37,7 @@ public:
         levels.append(Level());
     }
 
-    /// Goes to the end, or to the first flaw that the evaluator would take in silence.
+    /// Goes to the end, or to the first flaw that the evaluator may take in silence.
     Flaw run(Place nothing);
 
 private:
@@ -88,7 +88,7 @@ private:
     /// Drops the first \a length characters, at least one; where they come from.
     Place drop(int length);
 
-    /// Ends the walk at a flaw that the evaluator would take in silence.
+    /// Ends the walk at a flaw that the evaluator may take in silence.
     void refuse(Flaw::Kind kind, Place place, const QString &what);
     /// Remembers a flaw that the evaluator reports itself, if it is the first.
     void note(Place place, const QString &what);

@@ -146,7 +146,7 @@ bool LineWalk::undefined(Character first, Character last, const QString &name, T
 
 bool LineWalk::refuse(const Flaw &found)
 {
-    if (found.position > undefinedAt)
+    if (found.position >= undefinedAt)
         return true;
     flaw = found;
     return false;

@@ -79,7 +79,7 @@ bool endsWith(QChar character, const Buffer &buffer)
 
 /// Replaces each $name by what \a valueOf gives for its first and its last character and the name,
 /// which is as long as possible. Stops and returns false if \a valueOf returns false.
-// Deliberate: a value that refers to its own name makes this loop without end; there is no guard.
+// Deliberate: in Macro::expand, a value that refers to its own name makes this loop without end.
 template <typename Text, typename ValueOf>
 bool replaceNames(ValueOf valueOf, Text &text)
 {

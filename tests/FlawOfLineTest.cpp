@@ -173,9 +173,11 @@ TEST_F(FlawOfLine, BehindAnUndefinedMacroNothingIsLookedAt)
         {"${2*} $x", macros, undefined, 6, 2}, // neither is an expression before it evaluated
         {"${x} ${2*", macros, undefined, 0, 4},
         {"${k$x++}", macros, undefined, 3, 2},
+        {"$m", {{"m", "$x ${k++}"}, {"k", "-1"}}, undefined, 0, 2},
     });
     expect({
         {"${k++} $x", macros, "macro 'k' cannot count", 0, 6},
+        {"${k++} $x $a", macros, "macro 'k' cannot count", 0, 6},
         {"$a $x", macros, "macro 'a' refers to itself", 0, 2},
     });
 }

@@ -43,7 +43,8 @@ struct Flaw {
 
     Kind kind = Kind::None;
 
-    /// Whether the library reports this itself when it comes to it. It takes all else in silence.
+    /// Whether the library surely reports this itself when it comes to it. Anything else it may
+    /// take in silence, or never end with.
     bool isReported = false;
 
     /// The expression that is wrong, with what stands for its references; empty outside of one.
@@ -54,7 +55,7 @@ struct Flaw {
 };
 
 /// What is wrong in \a expression, before Units::value is given it. Of several flaws, it is the
-/// first that would be taken in silence, or else the first. A flaw in the text of a macro stands
+/// first that may be taken in silence, or else the first. A flaw in the text of a macro stands
 /// where the user has named the macro.
 ///
 /// Nothing is evaluated, reported or remembered, and it ends for every expression. It takes about
