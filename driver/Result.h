@@ -14,7 +14,7 @@
 namespace Talmo
 {
 
-/// What became of the program of a "=run".
+/// What became of the program of a "=run", as the shell tells.
 struct ProgramRun {
     ShellEnd end;
     QString capture; ///< the file that has what it printed; null if the script says where that goes
@@ -25,7 +25,7 @@ struct Comparison {
     QString file1; ///< as the script names it
     QString file2;
     Difference difference; ///< its word is empty here; the next member has it
-    QByteArray word;       ///< the word that is no number, if that is the difference
+    QByteArray word;       ///< the beginning of the word that is no number, if that differs
     Lengths lengths;       ///< the lines of each file, as far as they were read
 };
 
@@ -42,6 +42,8 @@ struct Result {
     Findings findings; ///< of the command on that line
     QString directory; ///< of the run; null if it could not be entered, and once it was removed
     QByteArrayList remarks; ///< what else the user should know, in a sentence each
+
+    bool isInUse = false; ///< another driver is at work in the directory, so there was no run
 
     bool passed() const { return message.isNull(); }
 };

@@ -60,11 +60,11 @@ void addInterruption(QString &error, const QString &signal)
 }
 
 /// Runs the lines of \a script from its position on for \a program, in the current directory, and
-/// writes into \a result why and where the run failed, if it did.
-void runLines(ScriptReader &script, const QString &program, Result &result)
+/// writes into \a result why the run failed, if it did. \a lineStart is where the line at hand
+/// begins.
+void runLines(ScriptReader &script, const QString &program, Result &result, size_t &lineStart)
 {
     std::optional<QString> expectedFailure;
-    size_t lineStart = script.position();
     for (QString line = script.readLine(); !line.isNull(); line = script.readLine()) {
         // Not QString::replace, which moves the rest of the line again and again.
         if (line.contains(QLatin1String("$simProgram")))
@@ -82,7 +82,6 @@ void runLines(ScriptReader &script, const QString &program, Result &result)
                 if (Debug > 0)
                     std::printf("***errorMsg=%s\n", qPrintable(invocation.error));
                 result.message = invocation.error;
-                result.line = 1 + script.linesBetween(0, lineStart);
                 result.findings = invocation.findings;
                 return;
             }
@@ -92,14 +91,18 @@ void runLines(ScriptReader &script, const QString &program, Result &result)
     }
 }
 
-/// Does what runLines does. A run that needs more memory than there is has failed.
+/// Does what runLines does, and finds the number of the line that failed. A run that needs more
+/// memory than there is has failed.
 void runLinesInMemory(ScriptReader &script, const QString &program, Result &result)
 {
+    size_t lineStart = script.position();
     try {
-        runLines(script, program, result);
+        runLines(script, program, result, lineStart);
     } catch (const std::bad_alloc &) {
         result.message = QStringLiteral("Out of memory");
     }
+    if (!result.passed())
+        result.line = 1 + script.linesBetween(0, lineStart);
 }
 
 } // namespace
@@ -123,6 +126,7 @@ Result Run::make()
         const QString message =
             directory.isInUse() ? QStringLiteral("directory '%1' is in use by another talmo_test")
                                 : QStringLiteral("cannot cd to '%1'");
+        result.isInUse = directory.isInUse();
         result.message = message.arg(directoryName.section(QChar(u'\0'), 0, 0)); // as it is printed
         return result;
     }
@@ -140,8 +144,6 @@ void Run::finish(Result &result)
         directory.remove();
         result.directory = QString();
     }
-    if (result.passed())
-        --Debug; // Deliberate: on every pass, "=debug" or not, and never on a failure
     result.remarks = directory.remarks();
 }
 

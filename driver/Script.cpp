@@ -61,7 +61,7 @@ void Script::readPatterns()
 {
     start = reader.position();
     const QString line = reader.readLine().simplified();
-    // Deliberate: a longer word serves, too.
+    // Deliberate: a longer word that begins with this one selects programs, too.
     if (!line.startsWith(QLatin1String("=simprogram")))
         return;
     start = reader.position();
@@ -83,30 +83,28 @@ ScriptReader &Script::linesToRun()
     return reader;
 }
 
-std::vector<FileBody> Script::bodies()
+std::vector<FileBody> Script::bodies() const
 {
     std::vector<FileBody> found;
-    reader.seek(start);
-    size_t counted = 0; // up to here,
-    qint64 number = 1;  // where the line of this number begins
-    const auto numberOfLineAt = [&](size_t position) {
-        number += reader.linesBetween(counted, position);
-        counted = position;
-        return number;
-    };
+    ScriptReader lines = reader; // it shares the text
+    lines.seek(start);
+    qint64 number = 1 + lines.linesBetween(0, start); // of the line at hand
     for (;;) {
-        const size_t lineStart = reader.position();
-        const QString line = reader.readLine();
+        const size_t lineStart = lines.position();
+        const QString line = lines.readLine();
         if (line.isNull())
             return found;
         const QStringList words = line.simplified().split(QLatin1Char(' '));
         const Command *const command = commandOf(words[0]);
         const bool hasBody = command != nullptr && command->following == FollowingLines::AreBody;
-        if (!hasBody || words.size() < command->leastWords)
-            continue;
-        FileBody body = {words[1], numberOfLineAt(lineStart), 0, reader.readUntil("=")};
-        body.endLine = numberOfLineAt(reader.position());
-        found.push_back(body);
+        if (hasBody && words.size() >= command->leastWords) {
+            const size_t bodyStart = lines.position();
+            const std::string_view text = lines.readUntil("=");
+            const bool isCut = !text.empty() && text.back() != '\n'; // the script's last line
+            const qint64 length = lines.linesBetween(bodyStart, lines.position()) + (isCut ? 1 : 0);
+            found.push_back({words[1], number, number + 1 + length, text});
+        }
+        number += lines.linesBetween(lineStart, lines.position());
     }
 }
 

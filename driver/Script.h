@@ -13,11 +13,12 @@
 namespace Talmo
 {
 
-/// The text of a file that a script holds behind a "=file" line.
+/// The text of a file that a script holds behind a "=file" line. The numbers of lines are those of
+/// the script's file, also if its lines end with carriage returns, which the text does not have.
 struct FileBody {
     QString name;          ///< as the "=file" line has it; "$simProgram" is not replaced
     qint64 line;           ///< the number of that line, from 1; the text begins on the next one
-    qint64 endLine;        ///< the number of the line behind the text
+    qint64 endLine;        ///< the number of the line behind the text, whether there is one or not
     std::string_view text; ///< valid as long as the script
 };
 
@@ -46,7 +47,7 @@ public:
     ScriptReader &linesToRun();
 
     /// The files that the script holds, in their order, also those for other platforms.
-    std::vector<FileBody> bodies();
+    std::vector<FileBody> bodies() const;
 
 private:
     void readPatterns();

@@ -4,7 +4,9 @@
 #include "Invocation.h"
 #include "talmo/Numbers.h"
 
+#include <algorithm>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 using namespace Talmo;
@@ -29,6 +31,13 @@ bool readTolerances(const QStringList &words, std::vector<double> &tolerances)
     return true;
 }
 
+/// The first bytes of \a word, which may be as long as a file.
+QByteArray beginningOf(std::string_view word)
+{
+    constexpr size_t enough = 1000;
+    return QByteArray(word.data(), static_cast<int>(std::min(word.size(), enough)));
+}
+
 /// The first difference between two files, which are still to be named; none if they agree, or if
 /// one of them cannot be read to its end.
 std::optional<Comparison> firstDifference(
@@ -39,8 +48,7 @@ std::optional<Comparison> firstDifference(
         file1, file2, tolerances, [&found](const Difference &difference, const LinePair &) {
             found = Comparison();
             found->difference = difference;
-            found->word =
-                QByteArray(difference.word.data(), static_cast<int>(difference.word.size()));
+            found->word = beginningOf(difference.word);
             found->difference.word = {}; // it goes with the reader
             return Walk::Stops;
         });

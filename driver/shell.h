@@ -2,12 +2,20 @@
 
 #include <string>
 
-/// How the shell, and with it the program that it ran, came to its end.
+/// How the shell came to its end.
 struct ShellEnd {
-    int exitStatus = -1; ///< -1 if a signal ended the shell, and if it could not be started
+    int exitStatus = -1; ///< -1 if a signal ended the shell, and if it was not started
     int signal = 0;      ///< the signal that ended the shell; 0 if none did
 
     bool isSuccess() const { return exitStatus == 0; }
+
+    /// The signal that ended the last program of the line; 0 if none did. The shell tells that by
+    /// an exit status above 128, which a program may also have chosen itself.
+    int programSignal() const
+    {
+        constexpr int firstOfSignals = 128;
+        return exitStatus > firstOfSignals ? exitStatus - firstOfSignals : signal;
+    }
 };
 
 /// Has the shell run \a line and waits for its end. SIGTERM and SIGHUP, which may be sent to this

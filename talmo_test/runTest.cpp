@@ -1,8 +1,10 @@
-// One script from its file to its report: every word that the driver prints about a run is here.
+// One script from its file to its report. What the driver prints about what became of a run is
+// here; the trace, and what a script asks for, is printed where it happens (Run.cpp, commands.cpp).
 
 #include "runTest.h"
 
 #include "Run.h"
+#include "commands.h"
 #include "configuredSimPrograms.h"
 #include "interruption.h"
 
@@ -31,6 +33,8 @@ bool makeAndReport(Run &run, const QString &description)
     else
         reportFailure(qPrintable(run.name()), result.message);
     run.finish(result);
+    if (result.passed())
+        --Debug; // Deliberate: on every pass, "=debug" or not, and never on a failure
     for (const QByteArray &remark : result.remarks)
         std::printf("***talmo_test: %s\n", remark.constData());
     std::fflush(stdout);

@@ -2,13 +2,16 @@
 #include "Printing.h"
 
 #include "commands.h"
+#include "sanitized.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
 #include <csignal>
-#include <cstdio>
+#include <cstdlib>
+
+#include <sys/resource.h>
 
 #include <gtest/gtest.h>
 
@@ -97,7 +100,7 @@ TEST_F(RunTest, OfWhichTheTraceIsWantedKeepsItsDirectory)
     const Result result = resultOf("");
     EXPECT_TRUE(result.passed());
     EXPECT_EQ(result.directory, "test1.dir");
-    EXPECT_EQ(Debug, 1);
+    EXPECT_EQ(Debug, 2); // the driver changes it, not the run
     EXPECT_TRUE(QFile::exists(folder.filePath("test1.dir")));
 }
 
@@ -137,6 +140,8 @@ TEST_F(RunTest, TellsHowAProgramEnded)
         {"=run exit 9 >own", 9, 0, {}},
         {"=run kill -9 $$", -1, SIGKILL, "kill.out"},
         {"=run kill -TERM $$", -1, SIGTERM, "kill.out"},
+        {"=run sh -c 'kill -9 $$'; exit $?", 128 + SIGKILL, SIGKILL, "sh.out"},
+        {"=run exit 128", 128, 0, "exit.out"},
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row.line);
@@ -145,7 +150,7 @@ TEST_F(RunTest, TellsHowAProgramEnded)
         EXPECT_EQ(result.line, 2);
         ASSERT_TRUE(result.findings.program);
         EXPECT_EQ(result.findings.program->end.exitStatus, row.exitStatus);
-        EXPECT_EQ(result.findings.program->end.signal, row.signal);
+        EXPECT_EQ(result.findings.program->end.programSignal(), row.signal);
         EXPECT_EQ(result.findings.program->capture, row.capture);
     }
 }
@@ -192,6 +197,29 @@ TEST_F(RunTest, TellsHowTwoFilesDiffer)
     }
 }
 
+TEST_F(RunTest, KeepsNoMoreThanTheBeginningOfALongWord)
+{
+    const QByteArray word(5000, 'x');
+    const Result result = resultOf("=file a\n" + word + "\n=compare a a 1\n");
+    ASSERT_TRUE(result.findings.comparison);
+    EXPECT_EQ(result.findings.comparison->word, word.left(1000));
+}
+
+TEST_F(RunTest, TellsTheLineThatNeedsTooMuchMemory)
+{
+    if (isSanitized)
+        GTEST_SKIP() << "the sanitizer needs more memory than can be limited";
+    Script &huge = scriptOf("=echo\n=file a\n=echo " + QByteArray(30'000'000, 'x') + "\n");
+    const auto lineThatFails = [&huge] {
+        const rlimit memory = {100'000'000, 100'000'000};
+        setrlimit(RLIMIT_AS, &memory);
+        Talmo::Run run(huge, {});
+        const Result result = run.make();
+        std::_Exit(result.message == "Out of memory" ? static_cast<int>(result.line) : 0);
+    };
+    EXPECT_EXIT(lineThatFails(), testing::ExitedWithCode(4), "");
+}
+
 TEST_F(RunTest, TellsNoDifferenceWhereFilesAgreeOrCannotBeRead)
 {
     EXPECT_FALSE(resultOf("=file a\n1\n=ignore x\n=compare a a\n").findings.comparison);
@@ -228,6 +256,8 @@ TEST_F(RunTest, WhoseDirectoryIsInUseFails)
     Talmo::Run second(script, {});
     Result result = second.make();
     EXPECT_EQ(result.message, "directory 'test1.dir' is in use by another talmo_test");
+    EXPECT_TRUE(result.isInUse);
+    EXPECT_FALSE(firstResult.isInUse);
     EXPECT_TRUE(result.directory.isNull());
     second.finish(result);
     first.finish(firstResult);

@@ -1,6 +1,8 @@
 #include "Script.h"
 #include "Printing.h"
 
+#include "commands.h"
+
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -138,7 +140,7 @@ TEST_F(ScriptTest, TellsWhereTheFilesThatItHoldsBeginAndEnd)
         {"$simProgram.in", 3, 6, "first\n =second\n"},
         {"empty", 6, 7, ""},
         {"other", 10, 12, "\n"},
-        {"last", 14, 15, "#no newline"},
+        {"last", 14, 16, "#no newline"},
     };
     ASSERT_EQ(bodies.size(), std::size(rows));
     for (size_t index = 0; index < bodies.size(); ++index) {
@@ -147,6 +149,43 @@ TEST_F(ScriptTest, TellsWhereTheFilesThatItHoldsBeginAndEnd)
         EXPECT_EQ(bodies[index].line, rows[index].line);
         EXPECT_EQ(bodies[index].endLine, rows[index].endLine);
         EXPECT_EQ(bodies[index].text, rows[index].text);
+    }
+}
+
+TEST_F(ScriptTest, CountsTheLinesOfItsFile)
+{
+    const struct {
+        const char *script;
+        int line;
+        int endLine;
+        const char *text;
+    } rows[] = {
+        {"=heading\n=file a\n", 2, 3, ""},
+        {"=heading\n=file a", 2, 3, ""},
+        {"=heading\n=file a\n1\n", 2, 4, "1\n"},
+        {"=heading\n=file a\n1", 2, 4, "1"},
+        {"=heading\r\n=file a\r\n1\r\n2\r3\r\n=echo\r\n", 2, 5, "1\n23\n"},
+        {"\xEF\xBB\xBF=heading\n=file a\n1\n=echo", 2, 4, "1\n"},
+        {"=heading\n=simprogram sim1\n\n=file a\n1\n", 4, 6, "1\n"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.script);
+        const Script script = scriptOf(row.script);
+        const std::vector<FileBody> bodies = script.bodies();
+        ASSERT_EQ(bodies.size(), 1);
+        EXPECT_EQ(bodies[0].line, row.line);
+        EXPECT_EQ(bodies[0].endLine, row.endLine);
+        EXPECT_EQ(bodies[0].text, row.text);
+    }
+}
+
+TEST_F(ScriptTest, HoldsFilesBehindOneCommandOnly)
+{
+    for (const Command &command : commands) {
+        SCOPED_TRACE(command.name);
+        const QByteArray line = command.name + QByteArray(" a").repeated(command.leastWords);
+        const Script script = scriptOf("=heading\n" + line + "\ntext\n=echo\n");
+        EXPECT_EQ(script.bodies().size(), QByteArray("=file") == command.name ? 1 : 0);
     }
 }
 

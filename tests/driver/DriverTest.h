@@ -2,6 +2,7 @@
 
 #include "Printing.h"
 #include "Process.h"
+#include "sanitized.h"
 
 #include <QByteArray>
 #include <QString>
@@ -9,16 +10,6 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
-
-/// True under the address sanitizer, which reserves more memory than can be limited, and is slow.
-#ifndef __has_feature // clang's; the other compiler defines a macro
-#define __has_feature(feature) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
-constexpr bool isSanitized = true;
-#else
-constexpr bool isSanitized = false;
-#endif
 
 /// A driver with a home, a settings folder, a folder of programs and a working directory of its
 /// own, which are all removed after the test. Paths are relative to the working directory.
