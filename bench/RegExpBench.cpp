@@ -3,7 +3,6 @@
 #include <benchmark/benchmark.h>
 
 using Talmo::RE;
-using Talmo::RegExp;
 
 namespace
 {
@@ -16,7 +15,7 @@ void firstUse(benchmark::State &state)
 {
     for (auto _ : state) {
         benchmark::DoNotOptimize(RE.find(pattern, text));
-        delete RegExp::hash.take(pattern);
+        RE.forget(pattern);
     }
 }
 BENCHMARK(firstUse);
