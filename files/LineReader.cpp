@@ -56,7 +56,7 @@ void LineReader::readWholeLine()
     begun = true;
 }
 
-/// Drops the lines that were handed out and appends the file's next block.
+/// Drops the lines that the caller already has, and appends the file's next block.
 void LineReader::readBlock()
 {
     const size_t kept = end - next;

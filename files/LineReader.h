@@ -49,7 +49,7 @@ private:
     DiskFile file;
     std::unique_ptr<char[]> buffer; // what was read, in text mode; the padding is beyond capacity
     size_t capacity = 0;
-    size_t next = 0;     // where the lines begin that were not handed out yet
+    size_t next = 0;     // where the lines begin that the caller does not have yet
     size_t linesEnd = 0; // where the last whole line ends
     size_t end = 0;      // where that which was read ends
     bool begun = false;  // a byte order mark has been passed over

@@ -54,7 +54,7 @@ NUMBER = re.compile(r"(-?\d*\.?\d+(?:[eE][-+]?\d+)?)")
 
 
 def close(text1, text2):
-    """Whether the texts are alike but for rounding."""
+    """Whether the texts differ by rounding at most."""
     words1, words2 = NUMBER.split(text1), NUMBER.split(text2)
     return words1[::2] == words2[::2] and len(words1) == len(words2) and all(
         math.isclose(float(a), float(b), rel_tol=1e-9, abs_tol=1e-9)

@@ -44,7 +44,7 @@ def write(path, text):
     path.write_text(text, encoding="ascii")
 
 
-# Columns of numbers. In either of a pair the same number, but for its last digits.
+# Columns of numbers. The two numbers of a pair differ in their last digits only.
 
 def fixed(number):
     return "%.3f" % (number / 1000)
