@@ -188,6 +188,10 @@ TEST_F(FlawOfLine, WhatTheExpansionTakesInSilenceComesFirst)
         {"${foo(1)} ${nosuch-5}", {}, "unknown name 'nosuch'", 12, 6},
         {"${%d;1} ${(nosuch)5}", {}, "unknown name 'nosuch'", 11, 6},
         {"${%d;1+;mm}", {}, "an operand is missing behind '+'", 6, 1},
+        // The first of several.
+        {"${3;parsec} ${2*}", {}, "unknown unit 'parsec'", 4, 6},
+        {"${2*} ${3;parsec}", {}, "an operand is missing behind '*'", 3, 1},
+        {"${%g$;5}{1} ${2*}", {}, "the result of an expression begins another reference", 0, 11},
     });
 }
 

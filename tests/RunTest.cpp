@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -21,6 +22,15 @@ using namespace Talmo;
 
 namespace
 {
+
+/// How many bytes of addresses this process has.
+rlim_t memoryInUse()
+{
+    QFile statistics("/proc/self/statm");
+    EXPECT_TRUE(statistics.open(QIODevice::ReadOnly));
+    const QByteArray pages = statistics.readAll().split(' ').value(0);
+    return pages.toULongLong() * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+}
 
 /// Runs scripts in a directory of its own.
 class RunTest : public testing::Test
@@ -211,7 +221,8 @@ TEST_F(RunTest, TellsTheLineThatNeedsTooMuchMemory)
         GTEST_SKIP() << "the sanitizer needs more memory than can be limited";
     Script &huge = scriptOf("=echo\n=file a\n=echo " + QByteArray(30'000'000, 'x') + "\n");
     const auto lineThatFails = [&huge] {
-        const rlimit memory = {100'000'000, 100'000'000};
+        const rlim_t enough = memoryInUse() + 50'000'000; // the line takes 60 MB as text alone
+        const rlimit memory = {enough, enough};
         setrlimit(RLIMIT_AS, &memory);
         Talmo::Run run(huge, {});
         const Result result = run.make();
