@@ -47,7 +47,7 @@ Flaw flawOf(const QString &text, const Macro::Table &globals, const Macro::Table
     startAfresh();
     Macro::globalHash = globals;
     Macro::hash = locals;
-    const Flaw flaw = flawOfLine(text);
+    Flaw flaw = flawOfLine(text);
     require(hasPlace(flaw, text), "a flaw stands in the text");
     require(printed().isEmpty(), "looking for flaws reports nothing");
     require(Macro::hash == locals && Macro::globalHash == globals, "and counts nothing");
