@@ -1,5 +1,3 @@
 // A library that no program here uses.
 
-void nobodyCalls()
-{
-}
+void nobodyCalls() {}
