@@ -116,7 +116,7 @@ TEST_F(FlawOfExpression, CharactersMustMeanSomething)
         {"$", {}, "'$' has no meaning here", 0, 1},
         {"1$2", {}, "'$' has no meaning here", 1, 1}, // 12 to the evaluator
         {QString::fromUtf8("3µm"), {}, QString::fromUtf8("'µ' has no meaning here"), 1, 1},
-        {QString::fromUtf8("1😀"), {}, QString::fromUtf8("'😀' has no meaning here"), 1, 2},
+        {QString::fromUtf8("1😀x"), {}, QString::fromUtf8("'😀' has no meaning here"), 1, 2},
         {QString("1") + QChar(0xD83D), {}, QString("'%1' has no meaning here").arg(QChar(0xD83D)),
             1, 1},
     });
@@ -184,6 +184,8 @@ TEST_F(FlawOfExpression, MacrosMustNotReferToThemselves)
         {{"x-1", {{"x", "(a)"}, {"a", "b"}, {"b", "c"}, {"c", "a"}}, "macro 'a' refers to itself",
              0, 1},
             {"a", "b", "c", "a"}},
+        {{"a", {{"a", "b"}, {"b", "c"}, {"c", "b"}}, "macro 'b' refers to itself", 0, 1},
+            {"b", "c", "b"}},
         {{"a+1", {{"a", "b"}, {"b", "1"}}}, {}},
         {{"a+a", {{"a", "b*b"}, {"b", "1"}}}, {}}, // one behind the other
         {{"a(1)+a", {{"a", "sin(1)"}}, "unknown function 'a'", 0, 1}, {}},
