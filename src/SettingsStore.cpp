@@ -131,6 +131,11 @@ private:
 
 } // namespace
 
+SettingsStore::SettingsStore()
+    : QSettings(QLatin1String(settingsOrganization), QLatin1String(settingsApplication))
+{
+}
+
 SettingsStore::SettingsStore(const QString &fileName)
     : QSettings(fileName, QSettings::IniFormat)
     , isUsable(false)

@@ -20,7 +20,7 @@ protected:
     bool event(QEvent *event) override;
 
 private:
-    SettingsStore() = default;
+    SettingsStore();
     explicit SettingsStore(const QString &fileName);
 
     bool isUsable = true;

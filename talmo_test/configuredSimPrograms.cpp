@@ -1,5 +1,6 @@
 #include "configuredSimPrograms.h"
 
+#include "SimPrograms.h"
 #include "talmo/Preferences.h"
 
 #include <cstdio>
@@ -11,11 +12,7 @@ QStringList configuredSimPrograms()
     static QStringList configured;
     if (!configured.isEmpty())
         return configured;
-    for (int n = 1; n <= 9; ++n) {
-        const QString name = Preferences::get(QStringLiteral("SimProgram%1.name").arg(n));
-        if (!name.isEmpty())
-            configured += name;
-    }
+    configured = Talmo::simProgramNames(Preferences::get);
     std::printf("Configured SimPrograms: %s\n", qPrintable(configured.join(QLatin1Char(' '))));
     return configured;
 }
