@@ -83,9 +83,11 @@ ScriptReader &Script::linesToRun()
     return reader;
 }
 
-std::vector<FileBody> Script::bodies() const
+/// Calls back for each line from the first one to run on, and behind a line that has the text of a
+/// file for that text.
+void Script::walk(const std::function<void(const ScriptLine &)> &onLine,
+    const std::function<void(const FileBody &)> &onBody) const
 {
-    std::vector<FileBody> found;
     ScriptReader lines = reader; // it shares the text
     lines.seek(start);
     qint64 number = 1 + lines.linesBetween(0, start); // of the line at hand
@@ -93,8 +95,9 @@ std::vector<FileBody> Script::bodies() const
         const size_t lineStart = lines.position();
         const QString line = lines.readLine();
         if (line.isNull())
-            return found;
+            return;
         const QStringList words = line.simplified().split(QLatin1Char(' '));
+        onLine({number, words[0].isEmpty() ? QStringList() : words, line});
         const Command *const command = commandOf(words[0]);
         const bool hasBody = command != nullptr && command->following == FollowingLines::AreBody;
         if (hasBody && words.size() >= command->leastWords) {
@@ -102,10 +105,24 @@ std::vector<FileBody> Script::bodies() const
             const std::string_view text = lines.readUntil("=");
             const bool isCut = !text.empty() && text.back() != '\n'; // the script's last line
             const qint64 length = lines.linesBetween(bodyStart, lines.position()) + (isCut ? 1 : 0);
-            found.push_back({words[1], number, number + 1 + length, text});
+            onBody({words[1], number, number + 1 + length, text});
         }
         number += lines.linesBetween(lineStart, lines.position());
     }
+}
+
+std::vector<ScriptLine> Script::lines() const
+{
+    std::vector<ScriptLine> found;
+    walk([&found](const ScriptLine &line) { found.push_back(line); }, [](const FileBody &) {});
+    return found;
+}
+
+std::vector<FileBody> Script::bodies() const
+{
+    std::vector<FileBody> found;
+    walk([](const ScriptLine &) {}, [&found](const FileBody &body) { found.push_back(body); });
+    return found;
 }
 
 QStringList programsFor(const Script &script, const QStringList &configured)

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,16 @@ struct FileBody {
     qint64 line;           ///< the number of that line, from 1; the text begins on the next one
     qint64 endLine;        ///< the number of the line behind the text, whether there is one or not
     std::string_view text; ///< valid as long as the script
+};
+
+/// A line of a script outside the texts of files, as the driver reads it.
+struct ScriptLine {
+    qint64 number;     ///< from 1
+    QStringList words; ///< of the simplified line, "$simProgram" not replaced; none if it is empty
+    QString text;      ///< the line itself
+
+    bool isComment() const { return !words.isEmpty() && words[0].startsWith(QLatin1Char('#')); }
+    bool isCommand() const { return !words.isEmpty() && !isComment(); }
 };
 
 /// A test script: what its first lines say, and where its parts begin.
@@ -46,11 +57,20 @@ public:
     /// The script's lines, from the first one to run.
     ScriptReader &linesToRun();
 
+    /// The lines from the first one to run on, without the texts of files; also those for other
+    /// platforms.
+    std::vector<ScriptLine> lines() const;
+
     /// The files that the script holds, in their order, also those for other platforms.
     std::vector<FileBody> bodies() const;
 
+    /// Everything in the script's file, in its own bytes; valid as long as the script.
+    std::string_view text() const { return reader.text(); }
+
 private:
     void readPatterns();
+    void walk(const std::function<void(const ScriptLine &)> &onLine,
+        const std::function<void(const FileBody &)> &onBody) const;
 
     ScriptReader reader;
     QString fileName;

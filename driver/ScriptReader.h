@@ -35,9 +35,12 @@ public:
     /// Goes to a \a position that position() returned.
     void seek(size_t position) { next = position; }
 
+    /// Everything that was read, without a byte order mark; valid as long as this object.
+    std::string_view text() const { return ownText; }
+
 private:
     QByteArray content;
-    std::string_view text; // content without a byte order mark
+    std::string_view ownText; // of content
     size_t next = 0;
     QString addition;
 };
