@@ -94,8 +94,9 @@ bool ScriptFolder::readNames()
             break;
         const QByteArray bytes = found->d_name;
         const QString name = QFile::decodeName(bytes);
-        if (!bytes.startsWith('.') && QFile::encodeName(name) == bytes)
-            entries.push_back({name, name.toLower()});
+        const bool isText = QFile::encodeName(name) == bytes;
+        if (!bytes.startsWith('.'))
+            entries.push_back({name, name.toLower(), isText ? QByteArray() : bytes});
     }
     if (errno != 0)
         return fail(errno);
@@ -107,18 +108,18 @@ bool ScriptFolder::readNames()
 
 bool ScriptFolder::selectByName(const QString &name, QStringList &names)
 {
-    if (namesByFolded.empty()) { // no QHash, because that ends the process when memory runs out
+    if (byFoldedName.empty()) { // no QHash, because that ends the process when memory runs out
         for (const Entry &entry : entries)
-            namesByFolded[entry.name.toCaseFolded()] += entry.name;
+            byFoldedName[entry.name.toCaseFolded()].push_back(&entry);
     }
-    const auto found = namesByFolded.find(name.toCaseFolded());
-    if (found == namesByFolded.end())
+    const auto found = byFoldedName.find(name.toCaseFolded());
+    if (found == byFoldedName.end())
         return true;
-    for (const QString &candidate : std::as_const(found->second)) {
+    for (const Entry *const candidate : found->second) {
         // Folding makes "ss" of a sharp s. We compare letter by letter, as a wildcard does, and so
         // take them for different names.
-        const bool isMeant = candidate.compare(name, Qt::CaseInsensitive) == 0;
-        if (isMeant && !appendIfReadable(candidate, names))
+        const bool isMeant = candidate->name.compare(name, Qt::CaseInsensitive) == 0;
+        if (isMeant && !appendIfReadable(*candidate, names))
             return false;
     }
     return true;
@@ -135,30 +136,51 @@ bool ScriptFolder::selectByWildcard(const QString &pattern, QStringList &names)
         const QRegularExpressionMatch match = wildcard.match(entry.name);
         if (!match.isValid()) // matching needs more memory, or more time, than there is
             return fail(ENOMEM);
-        if (match.hasMatch() && !appendIfReadable(entry.name, names))
+        if (match.hasMatch() && !appendIfReadable(entry, names))
             return false;
     }
     return true;
 }
 
-/// Appends \a name to \a names if it is a readable file. Returns false if that cannot be found out.
-bool ScriptFolder::appendIfReadable(const QString &name, QStringList &names)
+/// Appends the name of \a entry to \a names if it is a readable file. Returns false if that cannot
+/// be found out.
+bool ScriptFolder::appendIfReadable(const Entry &entry, QStringList &names)
 {
-    const QByteArray path = folder + '/' + QFile::encodeName(name);
     struct stat status = {};
+    if (!entry.bytes.isNull()) {
+        if (stat(folder + '/' + entry.bytes, &status) != 0 || !S_ISDIR(status.st_mode))
+            passOver(entry, "its name is no valid text");
+        return true;
+    }
+    const QByteArray path = folder + '/' + QFile::encodeName(entry.name);
     // Any error but ENOENT says that we may not look at what is in the directory.
     if (lstat(path, &status) != 0)
         return errno == ENOENT || fail(errno);
     const bool isLink = S_ISLNK(status.st_mode);
-    if (isLink && stat(path, &status) != 0)
-        return isOfOneName(errno) || fail(errno);
+    if (isLink && stat(path, &status) != 0) {
+        if (!isOfOneName(errno))
+            return fail(errno);
+        passOver(entry, std::strerror(errno));
+        return true;
+    }
     // Deliberate: a link to a device or to a FIFO counts as a file, so that its test fails.
     if (isLink ? S_ISDIR(status.st_mode) : !S_ISREG(status.st_mode))
         return true;
-    if (access(path, R_OK) != 0)
-        return isOfOneName(errno) || fail(errno);
-    names += name;
+    if (access(path, R_OK) != 0) {
+        if (!isOfOneName(errno))
+            return fail(errno);
+        passOver(entry, std::strerror(errno));
+        return true;
+    }
+    names += entry.name;
     return true;
+}
+
+/// Remembers that \a entry was passed over.
+void ScriptFolder::passOver(const Entry &entry, QByteArray why)
+{
+    const QByteArray name = entry.bytes.isNull() ? QFile::encodeName(entry.name) : entry.bytes;
+    notSelected.push_back({name, std::move(why)});
 }
 
 QByteArray workingDirectory()

@@ -10,6 +10,12 @@
 namespace Talmo
 {
 
+/// A file that is no script for the driver although a pattern matches its name.
+struct PassedOver {
+    QByteArray name; ///< as the system has it
+    QByteArray reason;
+};
+
 /// The files of one directory, from which scripts are selected by name. The directory is listed
 /// once, with the system's own calls: QDir does not tell when it could not see everything, and a
 /// script that is silently missing would look like a success.
@@ -26,6 +32,11 @@ public:
     /// Returns false if it cannot be found out which files match; error() then says why.
     bool select(const QString &pattern, QStringList &names);
 
+    /// What select passed over although the pattern matches: files that cannot be read, and those
+    /// whose names are no valid text, each with a reason. What is no file, and hidden files, are
+    /// not among them.
+    const std::vector<PassedOver> &passedOver() const { return notSelected; }
+
     /// Why list or select failed, in the words of the system.
     const QByteArray &error() const { return reason; }
 
@@ -33,17 +44,20 @@ private:
     struct Entry {
         QString name;
         QString sortedAs;
+        QByteArray bytes; ///< of a name that is no valid text; otherwise null
     };
 
     bool readNames();
     bool selectByName(const QString &name, QStringList &names);
     bool selectByWildcard(const QString &pattern, QStringList &names);
-    bool appendIfReadable(const QString &name, QStringList &names);
+    bool appendIfReadable(const Entry &entry, QStringList &names);
+    void passOver(const Entry &entry, QByteArray why);
     bool fail(int error);
 
     QByteArray folder;
-    std::vector<Entry> entries;                   // sorted
-    std::map<QString, QStringList> namesByFolded; // filled when it is needed first
+    std::vector<Entry> entries;                                 // sorted
+    std::map<QString, std::vector<const Entry *>> byFoldedName; // filled when it is needed first
+    std::vector<PassedOver> notSelected;
     QByteArray reason;
 };
 
