@@ -7,11 +7,8 @@
 
 #include "commands.h"
 #include "interruption.h"
-#include "talmo/RegExp.h"
+#include "messages.h"
 
-#include <QScopeGuard>
-
-#include <algorithm>
 #include <cstdio>
 #include <new>
 #include <optional>
@@ -22,28 +19,13 @@ namespace Talmo
 namespace
 {
 
-/// Whether \a pattern, a regular expression, matches anywhere in \a text.
-bool matches(const QString &pattern, const QString &text)
-{
-    // A pattern that stands for itself is not compiled, which takes time that grows with the square
-    // of its length.
-    static const QString special = QStringLiteral("\\^$.|?*+()[]{}");
-    const bool isText = std::none_of(pattern.begin(), pattern.end(),
-        [](QChar character) { return special.contains(character); });
-    if (isText)
-        return text.contains(pattern);
-    // Scripts have any number of patterns, and each serves for one line.
-    const auto afterwards = qScopeGuard([&pattern] { RE.forget(pattern); });
-    return RE.match(pattern, text);
-}
-
 /// Applies =ignore: clears \a error if it is the failure that was expected, and sets one if nothing
 /// failed although a failure was expected.
 void applyExpectation(QString &error, const std::optional<QString> &expectedFailure)
 {
     if (!expectedFailure)
         return;
-    if (matches(*expectedFailure, error))
+    if (matchesMessage(*expectedFailure, error))
         error = QString();
     else if (error.isNull())
         error = QStringLiteral("Command should have failed");
@@ -138,9 +120,9 @@ Result Run::make()
     return result;
 }
 
-void Run::finish(Result &result)
+void Run::finish(Result &result, KeptDirectory kept)
 {
-    if (result.passed() && Debug < 1) {
+    if (result.passed() && Debug < 1 && kept == KeptDirectory::OfFailure) {
         directory.remove();
         result.directory = QString();
     }

@@ -9,6 +9,9 @@
 namespace Talmo
 {
 
+/// Of which runs the directory stays.
+enum class KeptDirectory { OfFailure, Always };
+
 /// One script with one simulation program, or with none.
 class Run
 {
@@ -24,10 +27,10 @@ public:
     /// what the script asks for, and the trace.
     Result make();
 
-    /// Removes the directory of a run that passed, unless Debug is above 0, and completes
-    /// \a result. To be called once, when what became of the run has been reported: that must not
-    /// wait for a large directory.
-    void finish(Result &result);
+    /// Completes \a result, and removes the directory of a run that passed, unless Debug is above 0
+    /// or \a kept says that it stays. To be called once, when what became of the run has been
+    /// reported: that must not wait for a large directory.
+    void finish(Result &result, KeptDirectory kept = KeptDirectory::OfFailure);
 
 private:
     Script &script;

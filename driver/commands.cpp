@@ -189,6 +189,17 @@ const Command commands[10] = {
 };
 // clang-format on
 
+QString platformOfThisBuild()
+{
+#if defined(Q_OS_WIN)
+    return QStringLiteral("WINDOWS");
+#elif defined(Q_OS_DARWIN)
+    return QStringLiteral("DARWIN");
+#else
+    return QStringLiteral("LINUX");
+#endif
+}
+
 const Command *commandOf(const QString &name)
 {
     const auto *const found = std::find_if(std::begin(commands), std::end(commands),

@@ -13,6 +13,9 @@ extern int Debug;
 /// it; then no section for a platform is run.
 extern QString platformName;
 
+/// The platform that this program was built for.
+QString platformOfThisBuild();
+
 /// Runs one command in the run's own directory, which is the current one. A handler fails by
 /// setting Invocation::error; it never throws and never ends the process.
 using Handler = void (*)(Invocation &invocation);

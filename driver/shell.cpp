@@ -8,9 +8,7 @@
 #include "shell.h"
 
 #include "interruption.h"
-
-#include <QDir>
-#include <QFile>
+#include "processTree.h"
 
 #include <csignal>
 
@@ -89,32 +87,6 @@ pid_t startShell(std::string line, const Quiet &quiet)
     const int error = posix_spawn(&shell, "/bin/sh", nullptr, &attributes, arguments, environ);
     posix_spawnattr_destroy(&attributes);
     return error == 0 ? shell : 0;
-}
-
-/// The processes that the threads of \a process have started, each with a blank behind it.
-QByteArray childrenOf(pid_t process)
-{
-    const QDir threads(QStringLiteral("/proc/%1/task").arg(process));
-    const QStringList names = threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    QByteArray children;
-    for (const QString &thread : names) {
-        QFile list(threads.filePath(thread + QStringLiteral("/children")));
-        if (list.open(QIODevice::ReadOnly))
-            children += list.readAll();
-    }
-    return children;
-}
-
-/// Sends \a signal to \a process and to all that it has started, as far as the system tells.
-void sendToTree(pid_t process, int signal)
-{
-    const QByteArray children = childrenOf(process);
-    kill(process, signal);  // before its children, or a shell would go on to its next command
-    kill(process, SIGCONT); // a stopped process would not notice the signal
-    for (const QByteArray &child : children.simplified().split(' ')) {
-        if (!child.isEmpty())
-            sendToTree(child.toInt(), signal);
-    }
 }
 
 /// Whether \a process has ended; then \a status is what waitpid says of it. One that waitpid does

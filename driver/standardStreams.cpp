@@ -1,5 +1,8 @@
 #include "standardStreams.h"
 
+#include <QString>
+#include <QtGlobal>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -32,6 +35,12 @@ ssize_t writeAll(void * /*cookie*/, const char *text, size_t size)
     return static_cast<ssize_t>(size);
 }
 
+void printUnlessWarning(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
+{
+    if (type != QtWarningMsg)
+        std::fprintf(stderr, "%s\n", qPrintable(text));
+}
+
 } // namespace
 
 void occupyStandardStreams()
@@ -55,10 +64,15 @@ void waitForReaders()
     stdout = patient;
 }
 
-bool reportIsWritten()
+void dropWarningsOfQt()
+{
+    qInstallMessageHandler(printUnlessWarning);
+}
+
+bool reportIsWritten(const char *program)
 {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
         return true;
-    std::fprintf(stderr, "talmo_test: cannot write the report: %s\n", std::strerror(latestError));
+    std::fprintf(stderr, "%s: cannot write the report: %s\n", program, std::strerror(latestError));
     return false;
 }

@@ -9,6 +9,10 @@ void occupyStandardStreams();
 /// lost.
 void waitForReaders();
 
+/// From here on, warnings of Qt are not printed. Under a locale whose encoding is not UTF-8, newer
+/// versions of Qt 6 warn at every start that they switch to a locale whose encoding is.
+void dropWarningsOfQt();
+
 /// Writes out what was printed. If something that was printed since waitForReaders is lost, says so
-/// on standard error and returns false.
-bool reportIsWritten();
+/// on standard error, in the name of \a program, and returns false.
+bool reportIsWritten(const char *program);

@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "configuredSimPrograms.h"
 #include "interruption.h"
+#include "messages.h"
 
 #include <cstdio>
 #include <new>
@@ -20,7 +21,7 @@ namespace
 void reportFailure(const char *name, const QString &message)
 {
     std::fflush(stdout);
-    std::printf("%s: ***ERROR: %s\n", name, qPrintable(message));
+    std::puts(failureLine(name, message));
     std::fflush(stdout);
 }
 
@@ -29,7 +30,7 @@ bool makeAndReport(Run &run, const QString &description)
 {
     Result result = run.make();
     if (result.passed())
-        std::printf("%s: %s\n", qPrintable(run.name()), qPrintable(description));
+        std::puts(passLine(run.name(), description));
     else
         reportFailure(qPrintable(run.name()), result.message);
     run.finish(result);
@@ -63,7 +64,7 @@ bool runInMemory(const QByteArray &path)
     }
     const QStringList programs = programsFor(script, configured);
     if (programs.isEmpty())
-        std::printf("%s: No applicable SimPrograms\n", path.constData());
+        std::puts(skipLine(path));
     bool passed = true;
     for (const QString &program : programs) {
         Run run(script, program);

@@ -114,26 +114,6 @@ bool runTests(const Selection &selection, const QByteArray &work)
     return failures == 0 && notRun == 0;
 }
 
-/// Drops the warnings of Qt, because the driver prints nothing of its own on standard error. Under
-/// a locale whose encoding is not UTF-8, newer versions of Qt 6 warn at every start that they
-/// switch to a locale whose encoding is.
-void dropWarning(QtMsgType type, const QMessageLogContext & /*context*/, const QString &text)
-{
-    if (type != QtWarningMsg)
-        std::fprintf(stderr, "%s\n", qPrintable(text));
-}
-
-const char *platformOfThisBuild()
-{
-#if defined(Q_OS_WIN)
-    return "WINDOWS";
-#elif defined(Q_OS_DARWIN)
-    return "DARWIN";
-#else
-    return "LINUX";
-#endif
-}
-
 /// Selects the tests that the arguments name and runs them; true if all passed.
 bool runDriver(int argc, char *argv[])
 {
@@ -142,7 +122,7 @@ bool runDriver(int argc, char *argv[])
         return refuse(Preferences::problem.toLocal8Bit());
     // The application object would remove Qt's own options from its list, so argv is read itself.
     const std::vector<const char *> arguments(argv + std::min(argc, 1), argv + argc);
-    qInstallMessageHandler(dropWarning);
+    dropWarningsOfQt(); // the driver prints nothing of its own on standard error
     const QCoreApplication application(argc, argv);
 
     const QByteArray work = workingDirectory();
@@ -159,7 +139,7 @@ bool runDriver(int argc, char *argv[])
         patterns.removeFirst();
     }
     configuredSimPrograms(); // prints them
-    platformName = QString::fromLatin1(platformOfThisBuild());
+    platformName = platformOfThisBuild();
 
     Selection selection;
     if (!selectTests(patterns, work, selection))
@@ -189,7 +169,7 @@ int main(int argc, char *argv[])
     noteInterruptions();
     outliveFileSizeLimit();
     const bool allPassed = runInMemory(argc, argv);
-    const bool isReported = reportIsWritten();
+    const bool isReported = reportIsWritten("talmo_test");
     endIfInterrupted();
     return allPassed && isReported ? 0 : 2;
 }
