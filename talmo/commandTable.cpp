@@ -1,0 +1,80 @@
+#include "commandTable.h"
+
+#include "CommandLine.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Talmo
+{
+
+namespace
+{
+
+int helpCommand(const QStringList &arguments);
+
+const CommandRow *commandOfName(const QString &name)
+{
+    const auto &rows = commandTable();
+    const auto found = std::find_if(rows.begin(), rows.end(),
+        [&name](const CommandRow &row) { return name == QLatin1String(row.name); });
+    return found == rows.end() ? nullptr : &*found;
+}
+
+int unknownCommand(const QString &name)
+{
+    return wrongCall(
+        QStringLiteral("unknown command '%1'; 'talmo help' lists the commands").arg(name));
+}
+
+int printCommands()
+{
+    std::puts("Usage: talmo COMMAND [ARGUMENT...]\n\nCommands:");
+    for (const CommandRow &row : commandTable())
+        std::printf("  %-8s %s\n", row.name, row.help);
+    std::puts(
+        "\n'talmo help COMMAND' tells more about one.\n"
+        "The exit status is 0 if all is well, 1 if the tests or the input are at fault, and 2 if\n"
+        "the call is wrong; then nothing was done or written.");
+    return AllIsWell;
+}
+
+/// help [COMMAND]
+int helpCommand(const QStringList &arguments)
+{
+    if (arguments.isEmpty())
+        return printCommands();
+    const CommandRow *const row = commandOfName(arguments[0]);
+    if (row == nullptr)
+        return unknownCommand(arguments[0]);
+    if (arguments.size() > 1)
+        return wrongCall(QStringLiteral("help: it takes one command"));
+    return row->perform == helpCommand ? printCommands() : row->perform({QStringLiteral("--help")});
+}
+
+} // namespace
+
+const std::vector<CommandRow> &commandTable()
+{
+    static const std::vector<CommandRow> rows = {
+        {"help", "tells what the commands do", helpCommand},
+    };
+    return rows;
+}
+
+int performCommand(const QStringList &arguments)
+{
+    if (arguments.isEmpty())
+        return wrongCall(QStringLiteral("a command is missing; 'talmo help' lists the commands"));
+    const QString &name = arguments[0];
+    if (name == QLatin1String("--help") || name == QLatin1String("-h"))
+        return helpCommand(arguments.mid(1));
+    if (name == QLatin1String("--version") && arguments.size() == 1) {
+        std::puts("talmo " TALMO_VERSION);
+        return AllIsWell;
+    }
+    const CommandRow *const row = commandOfName(name);
+    return row == nullptr ? unknownCommand(name) : row->perform(arguments.mid(1));
+}
+
+} // namespace Talmo
