@@ -30,5 +30,6 @@ int performCommand(const QStringList &arguments);
 
 // The commands, each in a file of its own.
 int listCommand(const QStringList &arguments);
+int mergeCommand(const QStringList &arguments);
 
 } // namespace Talmo

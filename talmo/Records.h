@@ -1,0 +1,70 @@
+#pragma once
+
+#include "Descriptor.h"
+#include "JUnit.h"
+#include "RunRecord.h"
+
+#include <QByteArray>
+#include <QString>
+
+namespace Talmo
+{
+
+/// The results that a suite keeps in the folder ".talmo" of its directory: the latest one of each
+/// run in latest.xml, and the last ten invocations in runs/, all as JUnit XML. While the object is
+/// open, no other process records there. The folder may be removed at any time; what was to be
+/// saved is then saved in a new one.
+class Records
+{
+public:
+    enum class Opening {
+        Opened,
+        NotWritable, ///< we lack the permission, or the disk is read-only: go on without a record
+        Refused,     ///< in use by another process, not ours, or something else is wrong
+    };
+
+    Records() = default;
+    Records(const Records &) = delete;
+    Records &operator=(const Records &) = delete;
+    ~Records() { close(); }
+
+    /// Makes the folder in \a suiteDirectory, unless it is there, and locks it. Unless it is
+    /// Opened, \a problem says why, in a sentence.
+    Opening open(const QByteArray &suiteDirectory, QString &problem);
+
+    bool isOpen() const { return lock.isOpen(); }
+
+    /// Saves \a invocation, and what it means for the latest results. They keep the runs that are
+    /// not part of it, as long as a file with the name of the script exists in the suite's
+    /// directory or among the distribution's scripts. False if not all of it could be saved; \a
+    /// problem then says why, and each file is as it was before.
+    bool save(const RunResults &invocation, QString &problem);
+
+    /// Gives up the lock.
+    void close();
+
+    /// For a forked child: closes what the parent goes on to use. Otherwise a program that the
+    /// child leaves running would keep the lock.
+    void closeInChild();
+
+    enum class Reading {
+        Read,
+        Absent,  ///< nothing was recorded yet
+        Damaged, ///< or the folder is not ours; a hint can do without, a request cannot
+    };
+
+    /// Reads the latest result of each run of the suite in \a suiteDirectory. It needs no lock, and
+    /// finds a whole document also while another process saves. \a problem says what is Damaged.
+    static Reading readLatest(const QByteArray &suiteDirectory, SystemOut systemOut,
+        RunResults &latest, QString &problem);
+
+private:
+    bool openFolder(QString &problem);
+    Opening refuse(int error, QString &problem);
+
+    QByteArray suite; ///< its directory
+    Descriptor folder;
+    Descriptor lock; ///< the file that marks the folder as ours
+};
+
+} // namespace Talmo
