@@ -16,6 +16,7 @@ namespace Talmo
 
 /// What became of the program of a "=run", as the shell tells.
 struct ProgramRun {
+    QString program; ///< the first word behind "=run"
     ShellEnd end;
     QString capture; ///< the file that has what it printed; null if the script says where that goes
 };

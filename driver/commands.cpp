@@ -92,16 +92,14 @@ void runCommand(Invocation &invocation)
 {
     const QString &program = invocation.words[1];
     QString line = joined(invocation.words, 1);
-    QString capture;
-    if (!isRedirected(invocation.words)) {
-        capture = baseNameOf(program) + QStringLiteral(".out");
+    const QString capture = captureOf(invocation.words);
+    if (!capture.isNull())
         line += QStringLiteral(" >>%1 2>&1").arg(capture);
-    }
     std::fflush(stdout); // what the program prints comes after what we printed
     // For the shell a line ends at a NUL, and what it would then run was never written.
     const bool isRunnable = !line.contains(QChar(u'\0'));
     const ShellEnd end = isRunnable ? runInShell(line.toLocal8Bit().toStdString()) : ShellEnd();
-    invocation.findings.program = ProgramRun{end, capture};
+    invocation.findings.program = ProgramRun{program, end, capture};
     if (!end.isSuccess())
         invocation.error = QStringLiteral("running '%1' failed").arg(program);
 }
@@ -188,6 +186,11 @@ const Command commands[10] = {
       "=meanandsigma", meanAndSigmaCommand },
 };
 // clang-format on
+
+QString captureOf(const QStringList &words)
+{
+    return isRedirected(words) ? QString() : baseNameOf(words[1]) + QStringLiteral(".out");
+}
 
 QString platformOfThisBuild()
 {

@@ -3,6 +3,7 @@
 #include "Invocation.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <climits>
 
@@ -12,6 +13,10 @@ extern int Debug;
 /// The platform that the process runs on: "WINDOWS", "LINUX" or "DARWIN". Empty until somebody sets
 /// it; then no section for a platform is run.
 extern QString platformName;
+
+/// The file that takes what the program of a "=run" line prints, "=run" being the first of its
+/// \a words; null if the line itself says where that goes.
+QString captureOf(const QStringList &words);
 
 /// The platform that this program was built for.
 QString platformOfThisBuild();

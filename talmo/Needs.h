@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -20,11 +19,12 @@ struct Needs {
     QStringList known;     ///< patterns of messages, as those of "=ignore"
 };
 
-/// Reads what \a script, which is open, says into \a needs. False if a comment is wrong; \a problem
-/// then begins with the script's name and the line, "test3:5: ".
-bool readNeeds(const Script &script, Needs &needs, QString &problem);
+/// Reads what \a script, which is open, says into \a needs. For each comment that is wrong a
+/// sentence is appended to \a problems, which begins with the script's name and the line,
+/// "test3:5: ". True if there is none.
+bool readNeeds(const Script &script, Needs &needs, QStringList &problems);
 
-/// Why \a pattern could never match a message; null if it can.
+/// Why \a pattern, as that of "=ignore", could never match a message; null if it can.
 QString problemOfPattern(const QString &pattern);
 
 } // namespace Talmo

@@ -17,7 +17,7 @@ struct SuiteScript {
     QByteArray path; ///< absolute, as the system takes it
     QString heading; ///< without its "="
     Needs needs;
-    bool startsPrograms = true; ///< it holds a "=run"
+    bool startsPrograms = true; ///< it holds a "=run", or a command that may become one
 };
 
 /// A run that the driver would make, or a script that it would find no program for.
@@ -26,6 +26,9 @@ struct PlannedRun {
     size_t script;   ///< index into Suite::scripts
     QString program; ///< empty: the script runs without one
     bool isSkipped;  ///< no program applies; then name is that of the script
+
+    /// The name of the run's directory, below Suite::work; a skipped script makes none.
+    QString directory() const { return name + QStringLiteral(".dir"); }
 };
 
 /// Which runs of which scripts a user asks for.
@@ -39,15 +42,18 @@ struct Selection {
 
 /// The scripts of a directory and the runs to make of them, in the driver's order.
 struct Suite {
-    QByteArray folder; ///< absolute: where the scripts are
-    QByteArray work;   ///< absolute: the current directory, where the runs are made
-    std::vector<SuiteScript> scripts;
-    std::vector<PlannedRun> runs;
+    QByteArray folder;                ///< absolute: where the scripts are
+    QByteArray work;                  ///< absolute: the current directory, where the runs are made
+    std::vector<SuiteScript> scripts; ///< all that the filters select
+    std::vector<PlannedRun> runs;     ///< those that were asked for, each once
 
-    /// Finds the runs that \a selection asks for, with the programs \a configured. All that is
-    /// wrong comes back in \a problems, a sentence each; the suite is usable only if there is none.
+    /// Finds the runs that \a selection asks for, with the programs \a configured. Everything that
+    /// is wrong is appended to \a problems, a sentence each; without any, there is a run at least.
     static Suite find(
         const Selection &selection, const QStringList &configured, QStringList &problems);
 };
+
+/// Why a script that applies to no program is skipped, in the driver's words.
+QString skipReason();
 
 } // namespace Talmo

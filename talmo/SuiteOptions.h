@@ -1,9 +1,8 @@
 #pragma once
 
 #include "CommandLine.h"
+#include "Programs.h"
 #include "Suite.h"
-
-#include <QByteArray>
 
 namespace Talmo
 {
@@ -13,23 +12,24 @@ namespace Talmo
 /// Adds -C, --program, --run, --label, --exclude-label, --distribution and FILTER to \a line.
 void addSuiteOptions(CommandLine &line);
 
+/// What a suite is found for.
+enum class SuitePurpose {
+    ToRun,  ///< the programs that were given come first in the PATH
+    ToList, ///< nothing is changed
+};
+
 /// The suite that the user means, and the programs that were given for it.
 class ChosenSuite
 {
 public:
-    ChosenSuite() = default;
-    ChosenSuite(const ChosenSuite &) = delete;
-    ChosenSuite &operator=(const ChosenSuite &) = delete;
-    ~ChosenSuite(); ///< removes the folder that was put before the PATH
-
     /// Goes to the directory of -C and finds the suite that \a line, which was read, asks for.
     /// False if that is not possible; the reasons were printed.
-    bool find(const CommandLine &line);
+    bool find(const CommandLine &line, SuitePurpose purpose = SuitePurpose::ToRun);
 
     Suite suite;
 
 private:
-    QByteArray programFolder; ///< with the programs given by a path; null if there are none
+    GivenPrograms programs; // for its folder in the PATH, which it removes
 };
 
 } // namespace Talmo

@@ -29,7 +29,9 @@ const std::vector<CommandRow> &commandTable();
 int performCommand(const QStringList &arguments);
 
 // The commands, each in a file of its own.
+int cleanCommand(const QStringList &arguments);
 int listCommand(const QStringList &arguments);
+int runCommand(const QStringList &arguments);
 int mergeCommand(const QStringList &arguments);
 
 } // namespace Talmo

@@ -3,6 +3,7 @@
 
 #include "CommandLine.h"
 #include "commandTable.h"
+#include "interruption.h"
 #include "standardStreams.h"
 #include "talmo/StartupGuard.h"
 
@@ -59,5 +60,7 @@ int main(int argc, char *argv[])
     char *names[] = {name, nullptr};
     const QCoreApplication application(count, names);
     const int status = performInMemory(arguments);
-    return reportIsWritten("talmo") || status != AllIsWell ? status : AtFault;
+    const bool isWritten = reportIsWritten("talmo");
+    endIfInterrupted();
+    return isWritten || status != AllIsWell ? status : AtFault;
 }

@@ -1,0 +1,340 @@
+// A run is made by a child, so that its time can be limited and its end seen, whatever it does. The
+// signals that matter are blocked but while we wait, so none is missed between a look and a wait.
+//
+// A child that is asked to end (SIGTERM) ends its programs itself. If they hold it up, we kill all
+// that it has started; if it is stuck itself, we kill it, and then what it had started has become
+// ours.
+
+#include "Crew.h"
+
+#include "DiskFile.h"
+#include "anonymousFile.h"
+#include "interruption.h"
+#include "processTree.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+constexpr auto grace = std::chrono::duration<double>(gracePeriod);
+constexpr auto pressing =
+    std::chrono::milliseconds(100); ///< between one attempt to kill and the next
+
+double secondsBetween(
+    std::chrono::steady_clock::time_point from, std::chrono::steady_clock::time_point to)
+{
+    return std::chrono::duration<double>(to - from).count();
+}
+
+} // namespace
+
+Crew::Crew(const Suite &itsSuite, std::vector<double> itsSeconds, bool keepsAllDirectories)
+    : suite(itsSuite)
+    , seconds(std::move(itsSeconds))
+    , keepsAll(keepsAllDirectories)
+{
+    prctl(PR_SET_CHILD_SUBREAPER, 1);
+    struct sigaction waking = {};
+    waking.sa_handler = [](int) {}; // it ends a wait
+    sigaction(SIGCHLD, &waking, nullptr);
+    sigset_t blocked = interruptionSignals();
+    sigaddset(&blocked, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &blocked, &before);
+    sigdelset(&before, SIGCHLD);
+}
+
+Crew::~Crew()
+{
+    sigprocmask(SIG_SETMASK, &before, nullptr);
+}
+
+bool Crew::start(const std::vector<size_t> &job)
+{
+    auto worker = std::make_unique<Worker>();
+    worker->job = job;
+    worker->output = std::make_shared<Descriptor>(openAnonymousFile());
+    int ends[2] = {-1, -1};
+    if (!worker->output->isOpen() || pipe2(ends, O_CLOEXEC) != 0) {
+        reason = QStringLiteral("cannot start a process: ") +
+                 QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    worker->reports = Descriptor(ends[0]);
+    const Descriptor writing(ends[1]);
+    std::fflush(nullptr); // or the child would print it once more
+    const pid_t parent = getpid();
+    worker->process = fork();
+    if (worker->process == 0) {
+        sigprocmask(SIG_SETMASK, &before, nullptr);
+        makeRuns(suite, {job, worker->output->get(), writing.get(), keepsAll}, parent);
+    }
+    if (worker->process < 0) {
+        reason = QStringLiteral("cannot start a process: ") +
+                 QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    fcntl(worker->reports.get(), F_SETFL, O_NONBLOCK);
+    worker->began = Clock::now();
+    workers.push_back(std::move(worker));
+    return true;
+}
+
+std::vector<size_t> Crew::atWork() const
+{
+    std::vector<size_t> runs;
+    for (const auto &worker : workers) {
+        if (!worker->isDone())
+            runs.push_back(worker->run());
+    }
+    return runs;
+}
+
+void Crew::stop(const QString &signal)
+{
+    for (const auto &worker : workers)
+        ask(*worker, QStringLiteral("interrupted by ") + signal);
+}
+
+/// Asks \a worker to end. The run at work then fails because of \a cause.
+void Crew::ask(Worker &worker, const QString &cause)
+{
+    if (worker.isAsked() || worker.isDone())
+        return;
+    worker.cause = cause;
+    worker.askedFor = worker.run();
+    worker.asked = Clock::now();
+    kill(worker.process, SIGTERM);
+    kill(worker.process, SIGCONT);
+}
+
+/// Does what the time has come for: asks \a worker to end, kills its programs, or kills it.
+void Crew::press(Worker &worker, Clock::time_point now)
+{
+    if (worker.isAsked()) {
+        if (now < worker.asked + grace)
+            return;
+        // The child itself takes one grace period more for programs that it has adopted.
+        worker.isKilled = now > worker.asked + 3 * grace;
+        for (const pid_t process : descendantsOf(worker.process))
+            kill(process, SIGKILL);
+        if (worker.isKilled)
+            kill(worker.process, SIGKILL);
+        return;
+    }
+    const double limit = worker.isDone() ? 0 : seconds[worker.run()];
+    if (limit > 0 && secondsBetween(worker.began, now) >= limit)
+        ask(worker, QStringLiteral("timed out after %1 s").arg(limit));
+}
+
+/// When something is to be done, whatever happens.
+Crew::Clock::time_point Crew::nextDeadline() const
+{
+    const Clock::time_point now = Clock::now();
+    Clock::time_point next = Clock::time_point::max();
+    for (const auto &worker : workers) {
+        const double limit = worker->isDone() ? 0 : seconds[worker->run()];
+        if (worker->isAsked())
+            next = std::min(
+                next, std::max(worker->asked + std::chrono::duration_cast<Clock::duration>(grace),
+                          now + pressing));
+        else if (limit > 0)
+            next = std::min(next, worker->began + std::chrono::duration_cast<Clock::duration>(
+                                                      std::chrono::duration<double>(limit)));
+    }
+    return next;
+}
+
+void Crew::waitForSomething()
+{
+    std::vector<pollfd> files;
+    for (const auto &worker : workers) {
+        if (worker->reports.isOpen())
+            files.push_back({worker->reports.get(), POLLIN, 0});
+    }
+    const Clock::time_point next = nextDeadline();
+    timespec time = {};
+    if (next != Clock::time_point::max()) {
+        const auto remaining = std::max(next - Clock::now(), Clock::duration::zero());
+        const auto nanoseconds =
+            std::chrono::duration_cast<std::chrono::nanoseconds>(remaining).count();
+        constexpr long billion = 1000000000;
+        time = {
+            static_cast<time_t>(nanoseconds / billion), static_cast<long>(nanoseconds % billion)};
+    }
+    ppoll(files.data(), files.size(), next == Clock::time_point::max() ? nullptr : &time, &before);
+}
+
+Happenings Crew::wait()
+{
+    Happenings happenings;
+    if (workers.empty())
+        return happenings;
+    waitForSomething();
+    for (const auto &worker : workers)
+        read(*worker, happenings);
+    int status = 0;
+    for (pid_t process = 0; (process = waitpid(-1, &status, WNOHANG)) > 0;) {
+        const auto found = std::find_if(workers.begin(), workers.end(),
+            [process](const auto &worker) { return worker->process == process; });
+        if (found == workers.end())
+            continue; // a program that a run had left behind
+        const std::unique_ptr<Worker> worker = std::move(*found);
+        workers.erase(found);
+        end(*worker, status, happenings);
+    }
+    const Clock::time_point now = Clock::now();
+    for (const auto &worker : workers)
+        press(*worker, now);
+    return happenings;
+}
+
+/// Reads what \a worker has reported up to now.
+void Crew::read(Worker &worker, Happenings &happenings)
+{
+    char block[65536];
+    while (worker.reports.isOpen()) {
+        const ssize_t count = ::read(worker.reports.get(), block, sizeof block);
+        if (count > 0)
+            worker.bytes.append(block, static_cast<int>(count));
+        else if (count == 0)
+            worker.reports = Descriptor();
+        else if (errno != EINTR)
+            break;
+    }
+    RunReport report;
+    while (!worker.isDone() && takeReport(worker.bytes, report)) {
+        accept(worker, std::move(report), happenings);
+        report = RunReport();
+    }
+}
+
+/// Takes \a report, of the run at work, for what happened.
+void Crew::accept(Worker &worker, RunReport report, Happenings &happenings)
+{
+    const size_t run = worker.run();
+    ++worker.reported;
+    worker.began = Clock::now();
+    worker.printed = report.record.output.offset + report.record.output.length;
+    for (const LeftBehind &program : report.leftBehind)
+        left.emplace_back(run, program);
+    RunRecord &record = report.record;
+    if (worker.isAsked() && record.state == RunState::Failed) {
+        const bool isOfThis = run == worker.askedFor;
+        if (!isOfThis && worker.cause.startsWith(QLatin1String("timed out"))) {
+            again.push_back(run); // it began when the time of the one before was just up
+            return;
+        }
+        record.message = worker.cause;
+        report.isOfRun = worker.cause.startsWith(QLatin1String("timed out"));
+    }
+    record.output.path = "/proc/self/fd/" + QByteArray::number(worker.output->get());
+    happenings.reports.push_back(std::move(report));
+}
+
+/// \a worker has ended, with a \a status of waitpid.
+void Crew::end(Worker &worker, int status, Happenings &happenings)
+{
+    read(worker, happenings);
+    const bool endedWell = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    if (!endedWell && !worker.isDone())
+        accept(worker, lostReport(worker, status, happenings), happenings);
+    if (worker.isKilled)
+        killStrays(happenings);
+    EndedJob ended = {worker.job, std::move(again), worker.output};
+    again.clear();
+    ended.notStarted.insert(ended.notStarted.end(),
+        worker.job.begin() + static_cast<std::ptrdiff_t>(worker.reported), worker.job.end());
+    happenings.ended.push_back(std::move(ended));
+}
+
+/// The report of the run at work of \a worker, which has ended without one.
+RunReport Crew::lostReport(const Worker &worker, int status, Happenings &happenings)
+{
+    RunReport report;
+    report.run = worker.run();
+    report.isOfRun = false;
+    RunRecord &record = report.record;
+    record.state = RunState::Failed;
+    record.seconds = secondsBetween(worker.began, Clock::now());
+    const QString directory = suite.runs[report.run].name + QStringLiteral(".dir");
+    record.directory = existsOnDisk(directory) ? directory : QString();
+    record.output.offset = worker.printed;
+    record.output.length = -1;
+    if (WIFSIGNALED(status))
+        record.message = QStringLiteral("the process of the run was ended by signal %1 (%2)")
+                             .arg(QString::number(WTERMSIG(status)),
+                                 QString::fromLocal8Bit(strsignal(WTERMSIG(status))));
+    else
+        record.message =
+            QStringLiteral("the process of the run ended without a result (exit status %1)")
+                .arg(WEXITSTATUS(status));
+    if (!worker.isKilled) {
+        for (const pid_t process : strays(happenings)) {
+            const ProcessStatus program = statusOf(process);
+            report.leftBehind.push_back({process, program.name, program.started});
+        }
+    }
+    return report;
+}
+
+/// What has become ours, and belongs neither to a child nor to what was left behind before.
+std::vector<pid_t> Crew::strays(Happenings &happenings)
+{
+    std::vector<pid_t> found = childrenOf(getpid());
+    for (const auto &worker : workers)
+        read(*worker, happenings); // one that has just ended may have told what it left behind
+    const auto isKnown = [this](pid_t process) {
+        const auto isWorker = [process](const auto &worker) { return worker->process == process; };
+        const auto isLeft = [process](
+                                const auto &known) { return known.second.process == process; };
+        return std::any_of(workers.begin(), workers.end(), isWorker) ||
+               std::any_of(left.begin(), left.end(), isLeft);
+    };
+    found.erase(std::remove_if(found.begin(), found.end(), isKnown), found.end());
+    return found;
+}
+
+/// Kills what a child that was killed had started.
+void Crew::killStrays(Happenings &happenings)
+{
+    constexpr int attempts = 100; // of ten milliseconds: a killed program can take its time
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const std::vector<pid_t> found = strays(happenings);
+        if (found.empty())
+            return;
+        for (const pid_t process : found) {
+            for (const pid_t descendant : descendantsOf(process))
+                kill(descendant, SIGKILL);
+            kill(process, SIGKILL);
+        }
+        poll(nullptr, 0, 10);
+        for (const pid_t process : found)
+            waitpid(process, nullptr, WNOHANG);
+    }
+}
+
+std::vector<std::pair<size_t, LeftBehind>> Crew::leftBehind() const
+{
+    std::vector<std::pair<size_t, LeftBehind>> present;
+    for (const auto &[run, program] : left) {
+        const ProcessStatus status = statusOf(static_cast<pid_t>(program.process));
+        if (status.started == program.started && status.state != 'Z')
+            present.emplace_back(run, program);
+    }
+    return present;
+}
+
+} // namespace Talmo

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+#include <sys/types.h>
+
+namespace Talmo
+{
+
+/// The simulation programs that a user gives on the command line, instead of the configured ones.
+class GivenPrograms
+{
+public:
+    GivenPrograms() = default;
+    GivenPrograms(const GivenPrograms &) = delete;
+    GivenPrograms &operator=(const GivenPrograms &) = delete;
+
+    /// Removes the folder that enterPath has made. A process that was forked meanwhile leaves it.
+    ~GivenPrograms();
+
+    /// Adds the program \a text, "NAME", which is in the PATH, or "NAME=PATH". PATH is an
+    /// executable, or a folder with the executable NAME in it; if it is relative, it is seen from
+    /// the current directory. False if that is not possible; \a problem then says why.
+    bool add(const QString &text, QString &problem);
+
+    /// The names, in the order in which they were added.
+    QStringList names() const;
+
+    /// Makes a folder with the programs that were given by a path, and nothing else, and puts it
+    /// before the PATH of this process. False if that is not possible; \a problem then says why.
+    bool enterPath(QString &problem);
+
+private:
+    struct Program {
+        QString name;
+        QByteArray path; ///< absolute; null if it is found in the PATH
+    };
+
+    bool isGiven(const QString &name) const;
+    bool place(const Program &program, QString &problem) const;
+
+    std::vector<Program> programs;
+    QByteArray folder; ///< null until it was made
+    pid_t owner = 0;   ///< the process that made it
+};
+
+} // namespace Talmo

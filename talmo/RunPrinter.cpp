@@ -1,0 +1,198 @@
+#include "RunPrinter.h"
+
+#include "Descriptor.h"
+#include "counts.h"
+#include "messages.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <cstdio>
+
+#include <unistd.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+constexpr char red[] = "31";
+constexpr char yellow[] = "33";
+constexpr char green[] = "32";
+constexpr char indentation[] = "    ";
+
+/// Prints the bytes of \a part, and a newline if they do not end with one.
+void print(const FilePart &part)
+{
+    const Descriptor file(open(part.path, O_RDONLY | O_CLOEXEC));
+    char block[65536];
+    char last = '\n';
+    for (qint64 done = 0; part.length < 0 || done < part.length;) {
+        const size_t most =
+            part.length < 0
+                ? sizeof block
+                : static_cast<size_t>(std::min<qint64>(sizeof block, part.length - done));
+        const ssize_t count = pread(file.get(), block, most, part.offset + done);
+        if (count <= 0)
+            break;
+        std::fwrite(block, 1, static_cast<size_t>(count), stdout);
+        last = block[count - 1];
+        done += count;
+    }
+    if (last != '\n')
+        std::putchar('\n');
+}
+
+/// \a seconds as people read them.
+QByteArray duration(double seconds)
+{
+    return QByteArray::number(seconds, 'f', seconds < 10 ? 2 : 1) + " s";
+}
+
+/// The runs with \a state.
+std::vector<const RunRecord *> those(const std::vector<RunRecord> &runs, RunState state)
+{
+    std::vector<const RunRecord *> found;
+    for (const RunRecord &run : runs) {
+        if (run.state == state)
+            found.push_back(&run);
+    }
+    return found;
+}
+
+void printFailures(const std::vector<RunRecord> &runs)
+{
+    const auto failed = those(runs, RunState::Failed);
+    if (!failed.empty())
+        std::puts("\nFailed:");
+    for (const RunRecord *const run : failed) {
+        std::printf("  %s: %s", qPrintable(run->name), qPrintable(run->message));
+        if (!run->directory.isNull())
+            std::printf(" [%s]", qPrintable(run->directory));
+        std::puts("");
+    }
+}
+
+void printNotRun(const std::vector<RunRecord> &runs)
+{
+    constexpr size_t most = 20;
+    const auto notRun = those(runs, RunState::NotRun);
+    if (!notRun.empty())
+        std::puts("\nNot run:");
+    for (size_t index = 0; index < std::min(most, notRun.size()); ++index)
+        std::printf(
+            "  %s: %s\n", qPrintable(notRun[index]->name), qPrintable(notRun[index]->message));
+    if (notRun.size() > most)
+        std::printf("  and %zu more\n", notRun.size() - most);
+}
+
+void printSlowest(const std::vector<RunRecord> &runs)
+{
+    constexpr size_t most = 5;
+    std::vector<const RunRecord *> made;
+    for (const RunRecord &run : runs) {
+        if (run.attempts > 0)
+            made.push_back(&run);
+    }
+    if (made.size() < 2)
+        return;
+    const size_t shown = std::min(most, made.size());
+    std::partial_sort(made.begin(), made.begin() + static_cast<std::ptrdiff_t>(shown), made.end(),
+        [](const RunRecord *one, const RunRecord *other) { return one->seconds > other->seconds; });
+    std::puts("\nSlowest:");
+    for (size_t index = 0; index < shown; ++index)
+        std::printf("  %8s  %s\n", duration(made[index]->seconds).constData(),
+            qPrintable(made[index]->name));
+}
+
+} // namespace
+
+RunPrinter::RunPrinter(size_t itsTotal, bool isToldAll)
+    : total(itsTotal)
+    , isVerbose(isToldAll)
+    , isTerminal(isatty(STDOUT_FILENO) != 0 && qEnvironmentVariableIsEmpty("NO_COLOR") &&
+                 qgetenv("TERM") != "dumb")
+{
+}
+
+QByteArray RunPrinter::coloured(const QByteArray &text, const char *colour) const
+{
+    return isTerminal ? QByteArray("\033[") + colour + 'm' + text + "\033[m" : text;
+}
+
+void RunPrinter::hideCounter()
+{
+    if (isTerminal)
+        std::fputs("\r\033[K", stdout);
+}
+
+void RunPrinter::ended(const RunRecord &record)
+{
+    ++done;
+    hideCounter();
+    const bool isPass = record.state == RunState::Passed;
+    if (isVerbose || !isPass)
+        print(record.output);
+    if (isPass)
+        std::puts(passLine(record.name, record.heading));
+    else
+        std::puts(coloured(failureLine(record.name.toLocal8Bit(), record.message),
+            record.state == RunState::Known ? yellow : red));
+    for (const QString &detail : record.details)
+        std::printf("%s%s\n", indentation, qPrintable(detail));
+    if (record.state == RunState::Known)
+        std::printf("%sa known failure: %s\n", indentation, qPrintable(record.knownPattern));
+    else if (!isPass)
+        ++failures;
+    for (const QString &remark : record.remarks)
+        std::printf("%s%s\n", indentation, qPrintable(remark));
+    if (record.isFlaky())
+        std::printf("%sflaky: it passed at attempt %d\n", indentation, record.attempts);
+    std::fflush(stdout);
+}
+
+void RunPrinter::skipped(const QByteArray &path)
+{
+    ++done;
+    hideCounter();
+    std::puts(skipLine(path));
+}
+
+void RunPrinter::count(const QStringList &atWork)
+{
+    if (!isTerminal)
+        return;
+    hideCounter();
+    std::printf("[%zu/%zu] %zu failed", done, total, failures);
+    constexpr int most = 3; // names: the line must not wrap
+    for (int index = 0; index < std::min<int>(most, static_cast<int>(atWork.size())); ++index)
+        std::printf("%s%s", index == 0 ? "; at work: " : ", ", qPrintable(atWork[index].left(16)));
+    if (atWork.size() > most)
+        std::fputs(", ...", stdout);
+    std::fflush(stdout);
+}
+
+void RunPrinter::sumUp(const RunResults &results, const Suite &suite,
+    const std::vector<std::pair<size_t, LeftBehind>> &leftBehind)
+{
+    hideCounter();
+    printFailures(results.runs);
+    printNotRun(results.runs);
+    printSlowest(results.runs);
+    if (!leftBehind.empty())
+        std::puts("\nStill running:");
+    for (const auto &[run, program] : leftBehind)
+        std::printf("  '%s' (process %lld), left behind by %s\n", program.name.constData(),
+            static_cast<long long>(program.process), qPrintable(suite.runs[run].name));
+    if (!results.interruption.isNull())
+        std::printf("\n***talmo: interrupted by %s\n", qPrintable(results.interruption));
+    const Counts counts = countsOf(results.runs);
+    const char *const colour = counts.areWell() ? green : red;
+    const QByteArray line =
+        "in " + duration(results.seconds) + ": " + sentenceOf(counts).toLocal8Bit();
+    std::printf("\n%zu runs %s\n", results.runs.size(), coloured(line, colour).constData());
+    std::fflush(stdout);
+}
+
+} // namespace Talmo

@@ -1,0 +1,288 @@
+// What becomes of a run goes one way: the crew reports it, it is judged, perhaps made again, and
+// settled: then it stands in its record and is printed. A run that is never settled was not run.
+
+#include "SuiteRun.h"
+
+#include "anonymousFile.h"
+#include "interruption.h"
+#include "messages.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <unistd.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// A record of \a run as it is before anything was made.
+RunRecord recordOf(const Suite &suite, const PlannedRun &run)
+{
+    const SuiteScript &script = suite.scripts[run.script];
+    RunRecord record;
+    record.name = run.name;
+    record.script = script.name;
+    record.program = run.program;
+    record.heading = script.heading;
+    record.labels = script.needs.labels;
+    return record;
+}
+
+std::vector<RunNeeds> needsOf(const Suite &suite, const RunOptions &options)
+{
+    std::vector<RunNeeds> all;
+    for (const PlannedRun &run : suite.runs) {
+        const SuiteScript &script = suite.scripts[run.script];
+        RunNeeds needs;
+        needs.processors = script.needs.processors;
+        needs.locks = script.needs.locks;
+        needs.isSerial = script.needs.isSerial;
+        needs.startsPrograms = script.startsPrograms;
+        const auto last = options.lastSeconds.find(run.name);
+        if (last != options.lastSeconds.end())
+            needs.seconds = last->second;
+        all.push_back(needs);
+    }
+    return all;
+}
+
+/// The indices of the runs that can be made.
+std::vector<size_t> runsToMake(const Suite &suite)
+{
+    std::vector<size_t> runs;
+    for (size_t run = 0; run < suite.runs.size(); ++run) {
+        if (!suite.runs[run].isSkipped)
+            runs.push_back(run);
+    }
+    return runs;
+}
+
+std::vector<double> timeoutsOf(const Suite &suite, double usual)
+{
+    std::vector<double> seconds;
+    for (const PlannedRun &run : suite.runs) {
+        const double own = suite.scripts[run.script].needs.timeout;
+        seconds.push_back(own > 0 ? own : usual);
+    }
+    return seconds;
+}
+
+/// Appends the bytes of \a part to \a spool; returns where they are there.
+FilePart spooled(const FilePart &part, const Descriptor &spool)
+{
+    const Descriptor file(open(part.path, O_RDONLY | O_CLOEXEC));
+    FilePart copy = {
+        "/proc/self/fd/" + QByteArray::number(spool.get()), lseek(spool.get(), 0, SEEK_END), 0};
+    char block[65536];
+    while (part.length < 0 || copy.length < part.length) {
+        const size_t most =
+            part.length < 0
+                ? sizeof block
+                : static_cast<size_t>(std::min<qint64>(sizeof block, part.length - copy.length));
+        const ssize_t count = pread(file.get(), block, most, part.offset + copy.length);
+        if (count <= 0 || write(spool.get(), block, static_cast<size_t>(count)) != count)
+            break;
+        copy.length += count;
+    }
+    return copy;
+}
+
+} // namespace
+
+SuiteRun::SuiteRun(const Suite &itsSuite, RunOptions itsOptions)
+    : suite(itsSuite)
+    , options(std::move(itsOptions))
+    , progress(suite.runs.size())
+    , scheduler(needsOf(suite, options), runsToMake(suite), options.processors)
+    , crew(suite, timeoutsOf(suite, options.timeout), options.keepsAll)
+    , printer(suite.runs.size(), options.isVerbose)
+    , spool(openAnonymousFile())
+{
+    for (const PlannedRun &run : suite.runs)
+        records.push_back(recordOf(suite, run));
+}
+
+std::vector<RunRecord> SuiteRun::make()
+{
+    skip();
+    for (;;) {
+        if (!interruption().isNull() && !isInterrupted) {
+            isInterrupted = true;
+            crew.stop(interruption());
+            stop(QStringLiteral("interrupted by ") + interruption());
+        }
+        startJobs();
+        if (crew.isIdle())
+            return std::move(records);
+        printer.count(namesOf(crew.atWork()));
+        take(crew.wait());
+    }
+}
+
+/// Settles the scripts that apply to no program.
+void SuiteRun::skip()
+{
+    for (size_t run = 0; run < suite.runs.size(); ++run) {
+        if (!suite.runs[run].isSkipped)
+            continue;
+        records[run].state = RunState::Skipped;
+        records[run].message = QStringLiteral("No applicable SimPrograms");
+        printer.skipped(suite.scripts[suite.runs[run].script].path);
+    }
+}
+
+void SuiteRun::startJobs()
+{
+    for (std::vector<size_t> job = scheduler.next(); !job.empty(); job = scheduler.next()) {
+        if (crew.start(job))
+            continue;
+        scheduler.ended(job);
+        std::for_each(job.rbegin(), job.rend(), [this](size_t run) { scheduler.again(run); });
+        if (!crew.isIdle())
+            return; // when one has ended, there may be room
+        stop(crew.problem());
+    }
+}
+
+void SuiteRun::take(const Happenings &happenings)
+{
+    for (const RunReport &report : happenings.reports)
+        judge(report);
+    for (const EndedJob &ended : happenings.ended) {
+        scheduler.ended(ended.job);
+        const auto &left = ended.notStarted;
+        std::for_each(left.rbegin(), left.rend(), [this](size_t run) { scheduler.again(run); });
+    }
+    if (isStopped)
+        stop(stopReason);
+}
+
+/// Decides what \a report means for its run.
+void SuiteRun::judge(const RunReport &report)
+{
+    const size_t run = report.run;
+    const RunRecord &made = report.record;
+    RunRecord &record = records[run];
+    record.state = made.state;
+    record.message = made.message;
+    record.line = made.line;
+    record.details = made.details;
+    record.directory = made.directory;
+    record.remarks = made.remarks;
+    record.seconds = made.seconds;
+    record.scriptDigest = made.scriptDigest;
+    record.referencesDigest = made.referencesDigest;
+    record.directoryDigest = made.directoryDigest;
+    record.output = made.output;
+    record.captures = made.captures;
+    ++progress[run].attempt;
+    if (report.isOfRun)
+        applyKnown(run);
+    if (isToBeMadeAgain(run, report.isOfRun)) {
+        record.output = spooled(record.output, spool); // its file goes with the process
+        scheduler.again(run);
+    } else {
+        settle(run);
+    }
+}
+
+/// Turns a failure of \a run that is known into one, and a pass where a failure is known into a
+/// failure.
+void SuiteRun::applyKnown(size_t run)
+{
+    RunRecord &record = records[run];
+    QStringList patterns = suite.scripts[suite.runs[run].script].needs.known;
+    const auto own = options.known.find(record.name);
+    if (own != options.known.end())
+        patterns += own->second;
+    if (patterns.isEmpty())
+        return;
+    const QString all = patterns.join(QStringLiteral("' or '"));
+    if (record.state == RunState::Passed) {
+        record.state = RunState::Failed;
+        record.message = QStringLiteral("passed, although it is known to fail with '%1'").arg(all);
+        return;
+    }
+    const auto found = std::find_if(patterns.begin(), patterns.end(),
+        [&record](const QString &pattern) { return matchesMessage(pattern, record.message); });
+    if (found == patterns.end()) {
+        record.details += QStringLiteral("it is known to fail otherwise, with '%1'").arg(all);
+        return;
+    }
+    record.state = RunState::Known;
+    record.knownPattern = *found;
+}
+
+/// True if \a run, which has just been made, has another attempt or repetition before it.
+/// \a isOfRun: its failure is its own.
+bool SuiteRun::isToBeMadeAgain(size_t run, bool isOfRun)
+{
+    Progress &its = progress[run];
+    RunRecord &record = records[run];
+    its.mostAttempts = std::max(its.mostAttempts, its.attempt);
+    if (record.state == RunState::Failed) {
+        const int retries = suite.scripts[suite.runs[run].script].needs.retries;
+        const bool isRetried = isOfRun && its.attempt <= retries;
+        if (isRetried)
+            its.failures +=
+                QStringLiteral("attempt %1: %2").arg(QString::number(its.attempt), record.message);
+        else if (options.repetitions > 1)
+            record.details += QStringLiteral("at repetition %1 of %2")
+                                  .arg(its.repetition + 1)
+                                  .arg(options.repetitions);
+        return isRetried;
+    }
+    its.attempt = 0;
+    ++its.repetition;
+    return its.repetition < options.repetitions;
+}
+
+/// The record of \a run is as it stays.
+void SuiteRun::settle(size_t run)
+{
+    RunRecord &record = records[run];
+    record.attempts = progress[run].mostAttempts;
+    record.remarks = progress[run].failures + record.remarks;
+    printer.ended(record);
+    if (record.state == RunState::Passed)
+        record.output = FilePart();
+    else
+        record.output = spooled(record.output, spool);
+    if (record.state == RunState::Failed && options.stopsOnFailure)
+        stop(QStringLiteral("stopped after the failure of ") + record.name);
+}
+
+/// Has nothing started any more. What was waiting is not run because of \a reason; but a run that
+/// waits for one more attempt has failed.
+void SuiteRun::stop(const QString &reason)
+{
+    if (!isStopped)
+        stopReason = reason;
+    isStopped = true;
+    for (const size_t run : scheduler.stop()) {
+        if (records[run].state == RunState::Failed) {
+            settle(run);
+            continue;
+        }
+        records[run].state = RunState::NotRun;
+        records[run].message = stopReason;
+    }
+}
+
+void SuiteRun::sumUp(const RunResults &results)
+{
+    printer.sumUp(results, suite, crew.leftBehind());
+}
+
+QStringList SuiteRun::namesOf(const std::vector<size_t> &runs) const
+{
+    QStringList names;
+    for (const size_t run : runs)
+        names += suite.runs[run].name;
+    return names;
+}
+
+} // namespace Talmo

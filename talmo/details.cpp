@@ -1,0 +1,213 @@
+// The driver's message says that two files differ on line 7, column 2. Whether they are apart by a
+// millionth of the tolerance or by a factor of a million is what a user wants to know next.
+
+#include "details.h"
+
+#include "Descriptor.h"
+#include "DiskFile.h"
+#include "LineReader.h"
+#include "talmo/Numbers.h"
+
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <csignal>
+#include <cstring>
+#include <iterator>
+#include <string>
+
+#include <sys/stat.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+constexpr int shellCannotRun = 126;
+constexpr int shellCannotFind = 127;
+
+/// \a number with as many digits as it takes to read the same number again.
+QString exactly(double number)
+{
+    char text[40];
+    const auto end = std::to_chars(std::begin(text), std::end(text), number).ptr;
+    return QString::fromLatin1(text, static_cast<int>(end - text));
+}
+
+/// \a number with a few digits.
+QString roughly(double number)
+{
+    std::string text;
+    appendNumber(text, number, 4);
+    return QString::fromStdString(text);
+}
+
+QString counted(qint64 count, const char *what)
+{
+    return QStringLiteral("%1 %2%3").arg(
+        QString::number(count), QLatin1String(what), count == 1 ? QString() : QStringLiteral("s"));
+}
+
+QString aboutValues(const Difference &difference)
+{
+    const double apart = std::fabs(difference.value1 - difference.value2);
+    const QString sentence =
+        QStringLiteral("%1 and %2 are %3 apart, ")
+            .arg(exactly(difference.value1), exactly(difference.value2), roughly(apart));
+    if (difference.tolerance == 0)
+        return sentence + QStringLiteral("and the tolerance is 0");
+    return sentence +
+           QStringLiteral("%1 times the tolerance %2")
+               .arg(roughly(apart / difference.tolerance), exactly(difference.tolerance));
+}
+
+/// How many lines the file \a name of the run's \a directory has; -1 if it cannot be read.
+qint64 linesOf(const QString &name, const QString &directory)
+{
+    const bool isAbsolute = name.startsWith(QLatin1Char('/'));
+    LineReader file;
+    if (!file.open(isAbsolute ? name : directory + QLatin1Char('/') + name))
+        return -1;
+    qint64 count = 0;
+    std::string_view line;
+    while (file.readLine(line))
+        ++count;
+    return file.failed() ? -1 : count;
+}
+
+QString aboutLengths(const Comparison &comparison, const QString &directory)
+{
+    const qint64 lines1 = linesOf(comparison.file1, directory);
+    const qint64 lines2 = linesOf(comparison.file2, directory);
+    if (lines1 < 0 || lines2 < 0)
+        return {};
+    return QStringLiteral("'%1' has %2, '%3' has %4")
+        .arg(comparison.file1, counted(lines1, "line"), comparison.file2, counted(lines2, "line"));
+}
+
+/// What is known of a difference; null if the message says it all.
+QString aboutComparison(const Comparison &comparison, const QString &directory)
+{
+    const Difference &difference = comparison.difference;
+    const QString &file = difference.file == 2 ? comparison.file2 : comparison.file1;
+    switch (difference.kind) {
+    case Difference::Value:
+        return aboutValues(difference);
+    case Difference::Length:
+        return aboutLengths(comparison, directory);
+    case Difference::InvalidData:
+        return QStringLiteral("'%1' in '%2' is no number").arg(shown(comparison.word), file);
+    case Difference::TooFewColumns:
+        return QStringLiteral("'%1' has %2 there").arg(file, counted(difference.count, "column"));
+    case Difference::CommentMismatch:
+        return QStringLiteral("only '%1' has a comment there").arg(file);
+    case Difference::Text:
+    case Difference::None:
+        break;
+    }
+    return {};
+}
+
+/// How \a run ended.
+QString aboutEnd(const ProgramRun &run)
+{
+    const ShellEnd &end = run.end;
+    const bool mayBeMissing = !run.program.contains(QLatin1Char('/'));
+    if (end.exitStatus == shellCannotFind && mayBeMissing &&
+        QStandardPaths::findExecutable(run.program).isEmpty())
+        return QStringLiteral("'%1' was not found in the PATH").arg(run.program);
+    if (end.exitStatus == shellCannotFind)
+        return QStringLiteral("exit status 127: '%1', or what it starts, was not found")
+            .arg(run.program);
+    if (end.exitStatus == shellCannotRun)
+        return QStringLiteral("exit status 126: '%1' cannot be run").arg(run.program);
+    const int signal = end.programSignal();
+    const char *const name = signal > 0 && signal < NSIG ? strsignal(signal) : nullptr;
+    if (name != nullptr)
+        return QStringLiteral("ended by signal %1 (%2)")
+            .arg(QString::number(signal), QString::fromLocal8Bit(name));
+    if (end.exitStatus < 0)
+        return QStringLiteral("the shell was not started");
+    return QStringLiteral("exit status %1").arg(end.exitStatus);
+}
+
+/// The last line that is not empty of the file \a path, as far as its last bytes tell; empty if
+/// there is none.
+QByteArray lastLineOf(const QByteArray &path)
+{
+    constexpr off_t most = 4096;
+    const Descriptor file(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC)); // it could be a FIFO
+    struct stat status = {};
+    if (!file.isOpen() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return {};
+    QByteArray tail(static_cast<int>(std::min(status.st_size, most)), '\0');
+    const ssize_t count = pread(file.get(), tail.data(), static_cast<size_t>(tail.size()),
+        status.st_size - static_cast<off_t>(tail.size()));
+    tail.truncate(static_cast<int>(std::max<ssize_t>(count, 0)));
+    tail = tail.trimmed();
+    return tail.mid(tail.lastIndexOf('\n') + 1);
+}
+
+/// The last words of a program that is said to have printed them into \a capture.
+QString aboutCapture(const QString &capture, const QString &directory)
+{
+    if (capture.isNull())
+        return {};
+    const QByteArray line = lastLineOf(systemName(directory + QLatin1Char('/') + capture));
+    if (line.isEmpty())
+        return QStringLiteral("it printed nothing");
+    return QStringLiteral("last line of '%1': %2").arg(capture, shown(line));
+}
+
+/// The text of the line with \a number of \a script; null if there is none.
+QString lineOf(const Script &script, qint64 number)
+{
+    for (const ScriptLine &line : script.lines()) {
+        if (line.number == number)
+            return line.text;
+    }
+    return {};
+}
+
+} // namespace
+
+QString shown(const QByteArray &bytes)
+{
+    constexpr int most = 300;
+    QString text;
+    const QString decoded = QString::fromUtf8(bytes.left(4 * most));
+    for (const QChar character : decoded) {
+        if (text.size() >= most)
+            return text + QStringLiteral("...");
+        const bool isControl = character.unicode() < 0x20 || character.unicode() == 0x7f;
+        if (character == QLatin1Char('\t'))
+            text += QLatin1Char(' ');
+        else if (isControl)
+            text += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            text += character;
+    }
+    return text;
+}
+
+QStringList detailsOf(const Result &result, const Script &script)
+{
+    QStringList details;
+    if (result.line > 0)
+        details += QStringLiteral("%1:%2: %3")
+                       .arg(script.name(), QString::number(result.line),
+                           shown(lineOf(script, result.line).toUtf8()));
+    if (result.findings.comparison)
+        details += aboutComparison(*result.findings.comparison, result.directory);
+    if (result.findings.program) {
+        details += aboutEnd(*result.findings.program);
+        details += aboutCapture(result.findings.program->capture, result.directory);
+    }
+    details.removeAll(QString());
+    return details;
+}
+
+} // namespace Talmo
