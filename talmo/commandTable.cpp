@@ -58,6 +58,7 @@ const std::vector<CommandRow> &commandTable()
 {
     static const std::vector<CommandRow> rows = {
         {"help", "tells what the commands do", helpCommand},
+        {"list", "names the runs of a suite", listCommand},
     };
     return rows;
 }
