@@ -57,6 +57,8 @@ int helpCommand(const QStringList &arguments)
 const std::vector<CommandRow> &commandTable()
 {
     static const std::vector<CommandRow> rows = {
+        {"run", "makes the runs of a suite and reports", runCommand},
+        {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},
         {"list", "names the runs of a suite", listCommand},
     };
