@@ -219,6 +219,8 @@ void Crew::read(Worker &worker, Happenings &happenings)
         accept(worker, std::move(report), happenings);
         report = RunReport();
     }
+    if (worker.isDone()) // what is left is the end of the process, which holds up nothing
+        endJob(worker, happenings);
 }
 
 /// Takes \a report, of the run at work, for what happened.
@@ -234,7 +236,7 @@ void Crew::accept(Worker &worker, RunReport report, Happenings &happenings)
     if (worker.isAsked() && record.state == RunState::Failed) {
         const bool isOfThis = run == worker.askedFor;
         if (!isOfThis && worker.cause.startsWith(QLatin1String("timed out"))) {
-            again.push_back(run); // it began when the time of the one before was just up
+            worker.again.push_back(run); // it began when the time of the one before was just up
             return;
         }
         record.message = worker.cause;
@@ -253,8 +255,15 @@ void Crew::end(Worker &worker, int status, Happenings &happenings)
         accept(worker, lostReport(worker, status, happenings), happenings);
     if (worker.isKilled)
         killStrays(happenings);
-    EndedJob ended = {worker.job, std::move(again), worker.output};
-    again.clear();
+    endJob(worker, happenings);
+}
+
+/// The job of \a worker has ended, if nobody has said so yet: its process makes no run any more.
+void Crew::endJob(Worker &worker, Happenings &happenings)
+{
+    if (std::exchange(worker.hasEnded, true))
+        return;
+    EndedJob ended = {worker.job, std::move(worker.again), worker.output};
     ended.notStarted.insert(ended.notStarted.end(),
         worker.job.begin() + static_cast<std::ptrdiff_t>(worker.reported), worker.job.end());
     happenings.ended.push_back(std::move(ended));

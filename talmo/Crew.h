@@ -17,7 +17,7 @@
 namespace Talmo
 {
 
-/// A child that has ended.
+/// A job that has ended. Its child may still be about to end.
 struct EndedJob {
     std::vector<size_t> job;            ///< as it was started
     std::vector<size_t> notStarted;     ///< those of its runs that it did not come to
@@ -69,8 +69,9 @@ private:
     struct Worker {
         pid_t process = 0;
         std::vector<size_t> job;
-        size_t reported = 0; ///< how many of them
-        qint64 printed = 0;  ///< where the output of the run at work begins
+        std::vector<size_t> again; ///< runs of it that have to be made once more
+        size_t reported = 0;       ///< how many of them
+        qint64 printed = 0;        ///< where the output of the run at work begins
         std::shared_ptr<Descriptor> output;
         Descriptor reports;
         QByteArray bytes;        ///< of a report that is not there as a whole
@@ -79,6 +80,7 @@ private:
         QString cause;           ///< why it was asked to end, as the message of its run
         size_t askedFor = 0;     ///< the run at work then
         bool isKilled = false;   ///< by us
+        bool hasEnded = false;   ///< the job, not the process
 
         size_t run() const { return job[reported]; }
         bool isDone() const { return reported == job.size(); }
@@ -92,6 +94,7 @@ private:
     void waitForSomething();
     void read(Worker &worker, Happenings &happenings);
     void accept(Worker &worker, RunReport report, Happenings &happenings);
+    void endJob(Worker &worker, Happenings &happenings);
     void end(Worker &worker, int status, Happenings &happenings);
     RunReport lostReport(const Worker &worker, int status, Happenings &happenings);
     std::vector<pid_t> strays(Happenings &happenings);
@@ -102,7 +105,6 @@ private:
     bool keepsAll;
     QString reason;
     std::vector<std::unique_ptr<Worker>> workers;
-    std::vector<size_t> again; ///< runs of ended children that others have to make
     std::vector<std::pair<size_t, LeftBehind>> left;
     sigset_t before;
 };

@@ -88,11 +88,14 @@ void send(int pipe, const QByteArray &bytes)
     }
 }
 
-/// Forgets the children that have ended.
-void reap()
+/// Forgets the children that have ended. False if there are no others.
+bool reap()
 {
-    while (waitpid(-1, nullptr, WNOHANG) > 0) {
-    }
+    pid_t process = 0;
+    do {
+        process = waitpid(-1, nullptr, WNOHANG);
+    } while (process > 0);
+    return process == 0;
 }
 
 void sleepBriefly()
@@ -110,7 +113,7 @@ void endAll()
     timer.start();
     for (const pid_t child : childrenOf(getpid()))
         sendToTree(child, SIGTERM);
-    for (reap(); !childrenOf(getpid()).empty(); reap()) {
+    while (reap()) {
         if (timer.elapsed() > static_cast<qint64>(gracePeriod * 1000)) {
             for (const pid_t process : descendantsOf(getpid()))
                 kill(process, SIGKILL);
@@ -122,8 +125,9 @@ void endAll()
 /// The programs that are still at work although the run has ended.
 std::vector<LeftBehind> programsLeft()
 {
-    reap();
     std::vector<LeftBehind> left;
+    if (!reap())
+        return left;
     for (const pid_t process : descendantsOf(getpid())) {
         const ProcessStatus status = statusOf(process);
         if (status.state != '\0' && status.state != 'Z')
