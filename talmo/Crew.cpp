@@ -47,6 +47,7 @@ Crew::Crew(const Suite &itsSuite, std::vector<double> itsSeconds, bool keepsAllD
     , keepsAll(keepsAllDirectories)
 {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
+    inherited = childrenOf(getpid()); // of what this process was before
     struct sigaction waking = {};
     waking.sa_handler = [](int) {}; // it ends a wait
     sigaction(SIGCHLD, &waking, nullptr);
@@ -65,7 +66,7 @@ bool Crew::start(const std::vector<size_t> &job)
 {
     auto worker = std::make_unique<Worker>();
     worker->job = job;
-    worker->output = std::make_shared<Descriptor>(openAnonymousFile());
+    worker->output = takeOutput();
     int ends[2] = {-1, -1};
     if (!worker->output->isOpen() || pipe2(ends, O_CLOEXEC) != 0) {
         reason = QStringLiteral("cannot start a process: ") +
@@ -79,6 +80,7 @@ bool Crew::start(const std::vector<size_t> &job)
     worker->process = fork();
     if (worker->process == 0) {
         sigprocmask(SIG_SETMASK, &before, nullptr);
+        closeFiles(); // or many children at once would have no descriptors left for themselves
         makeRuns(suite, {job, worker->output->get(), writing.get(), keepsAll}, parent);
     }
     if (worker->process < 0) {
@@ -90,6 +92,29 @@ bool Crew::start(const std::vector<size_t> &job)
     worker->began = Clock::now();
     workers.push_back(std::move(worker));
     return true;
+}
+
+/// In a child: closes what the parent has open for other children.
+void Crew::closeFiles() const
+{
+    for (const auto &other : workers) {
+        close(other->reports.get());
+        close(other->output->get());
+    }
+    for (const auto &output : outputs)
+        close(output->get());
+}
+
+/// An empty file for what a child's runs print. It is one that no process writes into any more, if
+/// there is one.
+std::shared_ptr<Descriptor> Crew::takeOutput()
+{
+    if (outputs.empty())
+        return std::make_shared<Descriptor>(openAnonymousFile());
+    std::shared_ptr<Descriptor> output = std::move(outputs.back());
+    outputs.pop_back();
+    [[maybe_unused]] const int status = ftruncate(output->get(), 0);
+    return output;
 }
 
 std::vector<size_t> Crew::atWork() const
@@ -126,11 +151,11 @@ void Crew::press(Worker &worker, Clock::time_point now)
     if (worker.isAsked()) {
         if (now < worker.asked + grace)
             return;
-        // The child itself takes one grace period more for programs that it has adopted.
-        worker.isKilled = now > worker.asked + 3 * grace;
+        // Without programs the child has nothing left to do but to report.
+        const bool isStuck = now > worker.asked + grace + std::chrono::seconds(1);
         for (const pid_t process : descendantsOf(worker.process))
             kill(process, SIGKILL);
-        if (worker.isKilled)
+        if (isStuck)
             kill(worker.process, SIGKILL);
         return;
     }
@@ -232,6 +257,7 @@ void Crew::accept(Worker &worker, RunReport report, Happenings &happenings)
     worker.printed = report.record.output.offset + report.record.output.length;
     for (const LeftBehind &program : report.leftBehind)
         left.emplace_back(run, program);
+    worker.hasLeft = worker.hasLeft || !report.leftBehind.empty();
     RunRecord &record = report.record;
     if (worker.isAsked() && record.state == RunState::Failed) {
         const bool isOfThis = run == worker.askedFor;
@@ -253,9 +279,12 @@ void Crew::end(Worker &worker, int status, Happenings &happenings)
     const bool endedWell = WIFEXITED(status) && WEXITSTATUS(status) == 0;
     if (!endedWell && !worker.isDone())
         accept(worker, lostReport(worker, status, happenings), happenings);
-    if (worker.isKilled)
+    if (worker.isAsked() && !endedWell) // it was killed, or a second signal ended it
         killStrays(happenings);
     endJob(worker, happenings);
+    const bool isNeeded = worker.output.use_count() > 1;
+    if (endedWell && !worker.hasLeft && !isNeeded)
+        outputs.push_back(std::move(worker.output));
 }
 
 /// The job of \a worker has ended, if nobody has said so yet: its process makes no run any more.
@@ -290,7 +319,7 @@ RunReport Crew::lostReport(const Worker &worker, int status, Happenings &happeni
         record.message =
             QStringLiteral("the process of the run ended without a result (exit status %1)")
                 .arg(WEXITSTATUS(status));
-    if (!worker.isKilled) {
+    if (!worker.isAsked()) {
         for (const pid_t process : strays(happenings)) {
             const ProcessStatus program = statusOf(process);
             report.leftBehind.push_back({process, program.name, program.started});
@@ -309,7 +338,8 @@ std::vector<pid_t> Crew::strays(Happenings &happenings)
         const auto isWorker = [process](const auto &worker) { return worker->process == process; };
         const auto isLeft = [process](
                                 const auto &known) { return known.second.process == process; };
-        return std::any_of(workers.begin(), workers.end(), isWorker) ||
+        return std::count(inherited.begin(), inherited.end(), process) > 0 ||
+               std::any_of(workers.begin(), workers.end(), isWorker) ||
                std::any_of(left.begin(), left.end(), isLeft);
     };
     found.erase(std::remove_if(found.begin(), found.end(), isKnown), found.end());

@@ -79,15 +79,16 @@ private:
         Clock::time_point asked; ///< to end; never if that is 0
         QString cause;           ///< why it was asked to end, as the message of its run
         size_t askedFor = 0;     ///< the run at work then
-        bool isKilled = false;   ///< by us
         bool hasEnded = false;   ///< the job, not the process
+        bool hasLeft = false;    ///< a program, which may write into the output
 
         size_t run() const { return job[reported]; }
         bool isDone() const { return reported == job.size(); }
         bool isAsked() const { return !cause.isNull(); }
     };
 
-    void work(const Worker &worker, int reports);
+    void closeFiles() const;
+    std::shared_ptr<Descriptor> takeOutput();
     void ask(Worker &worker, const QString &cause);
     void press(Worker &worker, Clock::time_point now);
     Clock::time_point nextDeadline() const;
@@ -105,7 +106,9 @@ private:
     bool keepsAll;
     QString reason;
     std::vector<std::unique_ptr<Worker>> workers;
+    std::vector<std::shared_ptr<Descriptor>> outputs; ///< to be used again
     std::vector<std::pair<size_t, LeftBehind>> left;
+    std::vector<pid_t> inherited; ///< children that we did not start
     sigset_t before;
 };
 

@@ -161,8 +161,6 @@ void RunPrinter::skipped(const QByteArray &path)
 
 void RunPrinter::count(const QStringList &atWork)
 {
-    if (!isTerminal)
-        return;
     hideCounter();
     std::printf("[%zu/%zu] %zu failed", done, total, failures);
     constexpr int most = 3; // names: the line must not wrap

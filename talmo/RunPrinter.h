@@ -26,6 +26,9 @@ public:
     /// The script that \a path names applies to none of the programs.
     void skipped(const QByteArray &path);
 
+    /// Whether there is a counter.
+    bool counts() const { return isTerminal; }
+
     /// Renews the counter; \a atWork are the names of the runs at work.
     void count(const QStringList &atWork);
 

@@ -117,7 +117,8 @@ std::vector<RunRecord> SuiteRun::make()
         startJobs();
         if (crew.isIdle())
             return std::move(records);
-        printer.count(namesOf(crew.atWork()));
+        if (printer.counts())
+            printer.count(namesOf(crew.atWork()));
         take(crew.wait());
     }
 }
