@@ -11,10 +11,10 @@
 #include "shell.h"
 
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <string_view>
 
@@ -135,7 +135,8 @@ bool writeStarter(const QByteArray &path, QByteArray program)
 {
     const QByteArray text = "#!/bin/sh\nexec '" + program.replace('\'', "'\\''") + "' \"$@\"\n";
     const Descriptor file(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRWXU));
-    return write(file.get(), text.constData(), static_cast<size_t>(text.size())) == text.size();
+    return file.isOpen() &&
+           write(file.get(), text.constData(), static_cast<size_t>(text.size())) == text.size();
 }
 
 } // namespace
@@ -202,25 +203,34 @@ bool GivenPrograms::place(const Program &program, QString &problem) const
     return false;
 }
 
+/// Makes the folder. False, with the reason in \a problem, if that fails.
+bool GivenPrograms::makeFolder(QString &problem)
+{
+    const QByteArray usual = qgetenv("TMPDIR");
+    const QByteArray place = absolute(usual.isEmpty() ? "/tmp" : usual);
+    if (place.contains(':')) {
+        problem = QStringLiteral("the PATH cannot hold a folder in '%1', because of its ':'")
+                      .arg(QFile::decodeName(place));
+        return false;
+    }
+    QByteArray path = place + "/talmo-XXXXXX";
+    if (mkdtemp(path.data()) == nullptr) {
+        problem = QStringLiteral("cannot make a folder for the programs in '%1': %2")
+                      .arg(QFile::decodeName(place), QString::fromLocal8Bit(std::strerror(errno)));
+        return false;
+    }
+    folder = path;
+    owner = getpid();
+    return true;
+}
+
 bool GivenPrograms::enterPath(QString &problem)
 {
     const auto hasPath = [](const Program &program) { return !program.path.isNull(); };
     if (std::none_of(programs.begin(), programs.end(), hasPath))
         return true;
-    QTemporaryDir made;
-    made.setAutoRemove(false);
-    if (!made.isValid()) {
-        problem = QStringLiteral("cannot make a folder for the programs: ") + made.errorString();
+    if (!makeFolder(problem))
         return false;
-    }
-    folder = absolute(QFile::encodeName(made.path()));
-    owner = getpid();
-    if (folder.contains(':')) {
-        problem = QStringLiteral("the folder for temporary files has a ':' in its name, '%1', so "
-                                 "the PATH cannot hold it")
-                      .arg(made.path());
-        return false;
-    }
     for (const Program &program : programs) {
         if (hasPath(program) && !place(program, problem))
             return false;

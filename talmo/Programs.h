@@ -41,6 +41,7 @@ private:
     };
 
     bool isGiven(const QString &name) const;
+    bool makeFolder(QString &problem);
     bool place(const Program &program, QString &problem) const;
 
     std::vector<Program> programs;

@@ -105,6 +105,7 @@ public:
         : selection(itsSelection)
         , programs(itsPrograms)
         , problems(itsProblems)
+        , chosenNames(selection.runs.begin(), selection.runs.end())
     {
     }
 
@@ -127,6 +128,7 @@ private:
     const Selection &selection;
     const QStringList &programs;
     QStringList &problems;
+    const std::set<QString> chosenNames; // of runs; there may be as many as runs
     ScriptFolder files;
     std::map<QString, Kind> kinds;         // by the name of the file
     std::map<QString, size_t> scriptOfRun; // by the name of the run
@@ -182,7 +184,8 @@ Finder::Kind Finder::kindOf(const QString &name, bool isNamed)
 Finder::Kind Finder::open(const QString &name, bool isNamed)
 {
     if (!isUsable(name)) {
-        problems += QStringLiteral("%1: a name with such characters cannot be handled").arg(name);
+        problems +=
+            QStringLiteral("%1: a name with control characters cannot be handled").arg(name);
         return Kind::Wrong;
     }
     const QByteArray folder = suite.folder == "/" ? QByteArray() : suite.folder;
@@ -268,7 +271,7 @@ bool Finder::isChosen(const PlannedRun &run) const
     const auto isAnyOwn = [&isOwn](const QStringList &labels) {
         return std::any_of(labels.begin(), labels.end(), isOwn);
     };
-    return (selection.runs.isEmpty() || selection.runs.contains(run.name)) &&
+    return (selection.runs.isEmpty() || chosenNames.count(run.name) != 0) &&
            (selection.labels.isEmpty() || isAnyOwn(selection.labels)) &&
            !isAnyOwn(selection.excludedLabels);
 }
