@@ -29,7 +29,15 @@ namespace Talmo
 namespace
 {
 
-constexpr auto grace = std::chrono::duration<double>(gracePeriod);
+/// \a seconds as the clock counts.
+constexpr std::chrono::steady_clock::duration clockTime(double seconds)
+{
+    return std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+        std::chrono::duration<double>(seconds));
+}
+
+constexpr auto grace = clockTime(gracePeriod);
+constexpr auto glance = std::chrono::milliseconds(50); ///< at what short runs have reported
 constexpr auto pressing =
     std::chrono::milliseconds(100); ///< between one attempt to kill and the next
 
@@ -66,6 +74,8 @@ bool Crew::start(const std::vector<size_t> &job)
 {
     auto worker = std::make_unique<Worker>();
     worker->job = job;
+    worker->isLight = std::none_of(job.begin(), job.end(),
+        [this](size_t run) { return suite.scripts[suite.runs[run].script].startsPrograms; });
     worker->output = takeOutput();
     int ends[2] = {-1, -1};
     if (!worker->output->isOpen() || pipe2(ends, O_CLOEXEC) != 0) {
@@ -75,7 +85,7 @@ bool Crew::start(const std::vector<size_t> &job)
     }
     worker->reports = Descriptor(ends[0]);
     const Descriptor writing(ends[1]);
-    std::fflush(nullptr); // or the child would print it once more
+    std::fflush(stdout); // or the child would print it once more
     const pid_t parent = getpid();
     worker->process = fork();
     if (worker->process == 0) {
@@ -172,34 +182,43 @@ Crew::Clock::time_point Crew::nextDeadline() const
     for (const auto &worker : workers) {
         const double limit = worker->isDone() ? 0 : seconds[worker->run()];
         if (worker->isAsked())
-            next = std::min(
-                next, std::max(worker->asked + std::chrono::duration_cast<Clock::duration>(grace),
-                          now + pressing));
+            next = std::min(next, std::max(worker->asked + grace, now + pressing));
         else if (limit > 0)
-            next = std::min(next, worker->began + std::chrono::duration_cast<Clock::duration>(
-                                                      std::chrono::duration<double>(limit)));
+            next = std::min(next, worker->began + clockTime(limit));
+        if (worker->isLight && !worker->isDone())
+            next = std::min(next, now + glance);
     }
     return next;
 }
 
+/// Waits until a child has reported or ended, a signal came, or a deadline is there. Short runs
+/// would wake us all the time, so what they report is read at a glance from time to time, and at
+/// the end of their child.
 void Crew::waitForSomething()
 {
     std::vector<pollfd> files;
+    bool isEndAwaited = true; // nothing but the end of a process is to be waited for
     for (const auto &worker : workers) {
-        if (worker->reports.isOpen())
-            files.push_back({worker->reports.get(), POLLIN, 0});
+        if (worker->reports.isOpen()) {
+            files.push_back({worker->reports.get(), short(worker->isLight ? 0 : POLLIN), 0});
+            isEndAwaited = false;
+        }
     }
+    for (const auto &worker : workers)
+        isEndAwaited = isEndAwaited || (!worker->isDone() && !worker->reports.isOpen());
+    sigset_t blocked = before;
+    if (!isEndAwaited)
+        sigaddset(&blocked, SIGCHLD);
     const Clock::time_point next = nextDeadline();
     timespec time = {};
     if (next != Clock::time_point::max()) {
-        const auto remaining = std::max(next - Clock::now(), Clock::duration::zero());
-        const auto nanoseconds =
-            std::chrono::duration_cast<std::chrono::nanoseconds>(remaining).count();
         constexpr long billion = 1000000000;
-        time = {
-            static_cast<time_t>(nanoseconds / billion), static_cast<long>(nanoseconds % billion)};
+        const auto remaining = std::chrono::duration_cast<std::chrono::nanoseconds>(
+            std::max(next - Clock::now(), Clock::duration::zero()));
+        time = {static_cast<time_t>(remaining.count() / billion),
+            static_cast<long>(remaining.count() % billion)};
     }
-    ppoll(files.data(), files.size(), next == Clock::time_point::max() ? nullptr : &time, &before);
+    ppoll(files.data(), files.size(), next == Clock::time_point::max() ? nullptr : &time, &blocked);
 }
 
 Happenings Crew::wait()
@@ -244,8 +263,10 @@ void Crew::read(Worker &worker, Happenings &happenings)
         accept(worker, std::move(report), happenings);
         report = RunReport();
     }
-    if (worker.isDone()) // what is left is the end of the process, which holds up nothing
+    if (worker.isDone()) { // what is left is the end of the process, which holds up nothing
+        worker.reports = Descriptor();
         endJob(worker, happenings);
+    }
 }
 
 /// Takes \a report, of the run at work, for what happened.

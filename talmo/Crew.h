@@ -69,6 +69,7 @@ private:
     struct Worker {
         pid_t process = 0;
         std::vector<size_t> job;
+        bool isLight = false;      ///< its runs start no programs
         std::vector<size_t> again; ///< runs of it that have to be made once more
         size_t reported = 0;       ///< how many of them
         qint64 printed = 0;        ///< where the output of the run at work begins

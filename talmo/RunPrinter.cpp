@@ -149,7 +149,6 @@ void RunPrinter::ended(const RunRecord &record)
         std::printf("%s%s\n", indentation, qPrintable(remark));
     if (record.isFlaky())
         std::printf("%sflaky: it passed at attempt %d\n", indentation, record.attempts);
-    std::fflush(stdout);
 }
 
 void RunPrinter::skipped(const QByteArray &path)

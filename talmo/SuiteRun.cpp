@@ -8,6 +8,7 @@
 #include "messages.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <utility>
 
 #include <unistd.h>
@@ -119,6 +120,7 @@ std::vector<RunRecord> SuiteRun::make()
             return std::move(records);
         if (printer.counts())
             printer.count(namesOf(crew.atWork()));
+        std::fflush(stdout);
         take(crew.wait());
     }
 }

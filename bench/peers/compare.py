@@ -41,6 +41,7 @@ CAT = Side("cat", "cat first.dat agree.dat", result="-")
 GRID = "-10 10 1000 -10 10 {count} 0 -13 200"
 JOBS = "{bench}/jobs"
 BC = {"BC_LINE_LENGTH": "0"}
+LIT = "/usr/lib/llvm-14/build/utils/lit/lit.py"
 
 WORKLOADS = (
     Workload(
@@ -72,6 +73,24 @@ WORKLOADS = (
         Side("ours", "{driver} test*", folder="ours"),
         (Side("sh", "{peers}/shell-loop shell", 1),
          Side("bats", "bats bats", 1, share=10))),
+    Workload(
+        "suite", 2000, workloads.suite_of_five_commands, all_passed,
+        Side("ours", "{talmo} run -j2", folder="ours"),
+        (Side("talmo_test", "{driver} test*", 1, folder="ours"),
+         Side("ctest", "ctest -j2 --no-tests=error", 10, folder="ctest", once=True),
+         Side("lit", f"python3 {LIT} -v -j2 .", 10, folder="lit", once=True))),
+    Workload(
+        "suite-runs", 300, workloads.one_run, all_passed,
+        Side("ours", "{talmo} run -j2", folder="ours"),
+        (Side("talmo_test", "{driver} test*", 1.6, folder="ours"),)),
+    Workload(
+        "suite-sleeps", 200, workloads.sleeping, nothing,
+        Side("ours", "{talmo} run -j8", folder="ours"),
+        (Side("ideal", "sh -c 'sleep $(({count} / 8 / 10)).$(({count} / 8 % 10))'", 1 / 1.1),)),
+    Workload(
+        "list", 10_000, workloads.five_commands, nothing,
+        Side("ours", "{talmo} list", folder="ours"),
+        (Side("head", "sh -c 'head -qn2 *'", 1 / 6, folder="ours"),)),
     Workload(
         "file", 100_000_000, workloads.body, same_body,
         Side("ours", "{driver} long", result="ours.dat"),

@@ -17,6 +17,7 @@ ENOUGH = 10      # less than so many seconds
 BUILD = Path(__file__).resolve().parents[2] / "build" / "release"
 PLACES = {
     "driver": BUILD / "bin" / "talmo_test",
+    "talmo": BUILD / "bin" / "talmo",
     "bench": BUILD / "bench",
     "peers": Path(__file__).resolve().parent,
     "columns": workloads.COLUMNS,

@@ -2,6 +2,7 @@
 and the source of random numbers."""
 
 import shutil
+from pathlib import Path
 
 COLUMNS = 12
 TOLERANCE = "0.01"
@@ -151,6 +152,31 @@ def five_commands(folder, count, _rng):
 
 def one_run(folder, count, _rng):
     script_files(folder, count, "=run true\n", "sh -c true >>true.out 2>&1\n")
+
+
+def for_ctest_and_lit(folder):
+    """The tests of the shell once more: as tests of CTest, and as tests of lit."""
+    scripts = sorted((folder / "shell").iterdir())
+    peer = Path(__file__).resolve().parent / "shell-test"
+    for kind in "ctest", "lit":
+        (folder / kind).mkdir()
+    write(folder / "ctest" / "CTestTestfile.cmake", "".join(
+        f'add_test("{script.stem}" "{peer}" "../shell/{script.name}")\n' for script in scripts))
+    write(folder / "lit" / "lit.cfg", "import lit.formats\nconfig.name = 'shell'\n"
+          "config.suffixes = ['.sh']\nconfig.test_format = lit.formats.ShTest(True)\n")
+    for script in scripts:
+        write(folder / "lit" / script.name,
+              "# RUN: rm -rf %t.dir && mkdir -p %t.dir && cd %t.dir && sh %s\n" +
+              script.read_text())
+
+
+def suite_of_five_commands(folder, count, rng):
+    five_commands(folder, count, rng)
+    for_ctest_and_lit(folder)
+
+
+def sleeping(folder, count, _rng):
+    script_files(folder, count, "=run sleep 0.1\n", "sleep 0.1\n")
 
 
 def body(folder, count, rng):
