@@ -7,14 +7,39 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <cerrno>
 #include <memory>
 
+#include <dlfcn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 using namespace Talmo;
+
+namespace
+{
+
+/// Whether files in folders that are made meanwhile cannot be started, as in a file system that is
+/// mounted so; what links there lead to can.
+bool nothingStartsFromTemporaryFolders = false;
+
+} // namespace
+
+extern "C" int access(const char *path, int mode) noexcept
+{
+    static auto *const next =
+        reinterpret_cast<int (*)(const char *, int)>(dlsym(RTLD_NEXT, "access"));
+    struct stat status = {};
+    const bool isOwnFile = QByteArray(path).contains("/talmo-") && lstat(path, &status) == 0 &&
+                           S_ISREG(status.st_mode);
+    if (!nothingStartsFromTemporaryFolders || !isOwnFile)
+        return next(path, mode);
+    errno = EACCES;
+    return -1;
+}
 
 namespace
 {
@@ -317,6 +342,22 @@ TEST_F(ProgramsTest, AFolderForTemporaryFilesMayBeRelative)
     programs.reset();
     ASSERT_TRUE(QDir::setCurrent(".."));
     EXPECT_EQ(temporaryFiles(), QStringList());
+}
+
+TEST_F(ProgramsTest, WhereNothingMayBeStartedScriptsAreAProblem)
+{
+    write("sim1", script);
+    ASSERT_TRUE(QFile::copy("/bin/echo", "binary"));
+    ASSERT_EQ(problemOf("sim2=binary"), QString());
+    QString problem;
+    nothingStartsFromTemporaryFolders = true;
+    EXPECT_TRUE(programs->enterPath(problem)) << problem.toStdString();
+    programs = std::make_unique<GivenPrograms>();
+    ASSERT_EQ(problemOf("sim1=sim1"), QString());
+    EXPECT_FALSE(programs->enterPath(problem));
+    nothingStartsFromTemporaryFolders = false;
+    EXPECT_TRUE(problem.startsWith("the program 'sim1' cannot be started in '"));
+    EXPECT_TRUE(problem.endsWith("': Permission denied")) << problem.toStdString();
 }
 
 TEST_F(ProgramsTest, ANameThatNoFileCanHaveIsAProblem)
