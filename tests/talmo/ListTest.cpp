@@ -65,6 +65,7 @@ TEST_F(ListTest, MakesAndChangesNothing)
                           "work/test1.dir/leftover"}));
     expectSuccess({"list"}, "", "test1: No applicable SimPrograms\n");
     addProgram("sim1", "touch started\n");
+    environment["TMPDIR"] = "/nowhere"; // no folder for programs is made
     expectSuccess({"list", "--program", "sim1=../programs"}, "test1(sim1)\n");
     EXPECT_EQ(everything(), QStringList({"programs/", "programs/sim1", "tmp/", "work/",
                                 "work/test1", "work/test1.dir/", "work/test1.dir/leftover"}));

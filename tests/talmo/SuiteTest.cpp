@@ -154,11 +154,13 @@ TEST_F(SuiteTest, KnowsWhichScriptsStartPrograms)
         {"=simprogram x\n=run true", true},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.lines);
-        write("test1", QByteArray("=run heading\n") + row.lines);
-        const Suite suite = find();
-        ASSERT_EQ(suite.scripts.size(), 1U);
-        EXPECT_EQ(suite.scripts[0].startsPrograms, row.startsPrograms);
+        for (const char *const heading : {"=heading\n", "=run $simProgram\n"}) {
+            SCOPED_TRACE(heading + std::string(row.lines));
+            write("test1", QByteArray(heading) + row.lines);
+            const Suite suite = find();
+            ASSERT_EQ(suite.scripts.size(), 1U);
+            EXPECT_EQ(suite.scripts[0].startsPrograms, row.startsPrograms);
+        }
     }
 }
 
