@@ -182,6 +182,7 @@ private:
     int make();
     bool save();
     int status() const;
+    int refuseAll(const QStringList &sentences) const;
 
     const CommandLine &line;
     RunRequest request;
@@ -199,10 +200,18 @@ int RunCommand::perform()
     if (problems.isEmpty() && !chosen.find(line))
         return WrongCall;
     if (!problems.isEmpty() || !prepare(problems))
-        return wrongCall(problems);
+        return refuseAll(problems);
     if (!openRecords())
         return WrongCall;
     return make();
+}
+
+/// Says each of \a sentences on standard error; returns the status of a wrong call.
+int RunCommand::refuseAll(const QStringList &sentences) const
+{
+    for (const QString &sentence : sentences)
+        line.refuse(sentence);
+    return WrongCall;
 }
 
 /// Finds out, without writing anything, what is to be made. False if something is wrong.
@@ -284,7 +293,7 @@ bool RunCommand::openRecords()
     case Records::Opening::Refused:
         break;
     }
-    wrongCall(QStringLiteral("run: ") + problem);
+    line.refuse(problem);
     return false;
 }
 
@@ -321,7 +330,7 @@ bool RunCommand::save()
     }
     if (!failures.empty())
         known.add(failures, problems);
-    wrongCall(problems);
+    refuseAll(problems);
     return problems.isEmpty();
 }
 
