@@ -34,10 +34,10 @@ QString words(const char *ofSystem)
     return QString::fromLocal8Bit(ofSystem);
 }
 
-bool isWildcard(const QString &filter)
+/// True if \a character stands for others in a filter.
+bool isSpecial(QChar character)
 {
-    return std::any_of(filter.begin(), filter.end(),
-        [](QChar character) { return character == '*' || character == '?' || character == '['; });
+    return character == '*' || character == '?' || character == '[';
 }
 
 /// True if \a name can be one line of a list, and the system has the same name.
@@ -51,7 +51,7 @@ bool isUsable(const QString &name)
 /// \a name, of a file, as text; bytes that are no text as \xHH.
 QString shown(const QByteArray &name)
 {
-    const QString text = QFile::decodeName(name);
+    QString text = QFile::decodeName(name);
     if (QFile::encodeName(text) == name)
         return text;
     QString escaped;
@@ -162,13 +162,16 @@ void Finder::select(const QString &filter)
                         .arg(filter, shown(suite.folder), words(files.error()));
         return;
     }
-    const bool isNamed = !isWildcard(filter);
+    const bool isNamed = std::none_of(filter.begin(), filter.end(), isSpecial);
     bool isEmpty = files.passedOver().size() == passedOver;
     for (const QString &name : std::as_const(names))
         isEmpty = kindOf(name, isNamed) == Kind::Own && isEmpty;
-    if (isEmpty)
-        problems += QStringLiteral("the filter '%1' matches nothing in '%2'")
-                        .arg(filter, shown(suite.folder));
+    if (isEmpty) {
+        const bool isPath = filter.contains(QLatin1Char('/'));
+        problems += QStringLiteral("the filter '%1' matches nothing in '%2'%3")
+                        .arg(filter, shown(suite.folder),
+                            isPath ? QStringLiteral(", because of its '/'") : QString());
+    }
 }
 
 /// The kind of the file \a name, which is added to the suite if it is a new script. A file of ours
@@ -299,6 +302,14 @@ Suite Finder::find()
 Suite Suite::find(const Selection &selection, const QStringList &configured, QStringList &problems)
 {
     return Finder(selection, configured, problems).find();
+}
+
+QString filterFor(const QString &script)
+{
+    QString filter;
+    for (const QChar character : script)
+        filter += isSpecial(character) ? QStringLiteral("[%1]").arg(character) : QString(character);
+    return filter;
 }
 
 QString skipReason()

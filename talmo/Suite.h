@@ -53,6 +53,10 @@ struct Suite {
         const Selection &selection, const QStringList &configured, QStringList &problems);
 };
 
+/// A filter that selects the script of this name, and no others but those whose names differ from
+/// it only in case.
+QString filterFor(const QString &script);
+
 /// Why a script that applies to no program is skipped, in the driver's words.
 QString skipReason();
 

@@ -58,7 +58,7 @@ QStringList chosenPrograms(const CommandLine &line, GivenPrograms &given, QStrin
 {
     QString problem;
     if (!line.isSet(programOption)) {
-        const QStringList configured = storedSimPrograms(problem);
+        QStringList configured = storedSimPrograms(problem);
         if (!problem.isNull())
             problems += problem;
         return configured;

@@ -17,17 +17,6 @@ namespace Talmo
 namespace
 {
 
-/// A FILTER that selects \a script alone, and those whose names differ from it only in case.
-QString filterFor(const QString &script)
-{
-    QString filter;
-    for (const QChar character : script) {
-        const bool isSpecial = character == '*' || character == '?' || character == '[';
-        filter += isSpecial ? QStringLiteral("[%1]").arg(character) : QString(character);
-    }
-    return filter;
-}
-
 QJsonValue nullIf(bool isAbsent, const QJsonValue &value)
 {
     return isAbsent ? QJsonValue() : value;

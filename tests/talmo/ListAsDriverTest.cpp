@@ -123,7 +123,7 @@ protected:
         EXPECT_EQ(outcome.status, 0);
         QStringList names;
         const QJsonArray runs = QJsonDocument::fromJson(outcome.output)["runs"].toArray();
-        for (const QJsonValue &described : runs) {
+        for (const QJsonValue described : runs) {
             const QString name = described["name"].toString();
             names += described["skipped"].isNull() ? name : '[' + name + ']';
         }

@@ -24,7 +24,7 @@ protected:
         EXPECT_EQ(outcome.status, 0);
         QJsonArray values;
         const QJsonArray runs = QJsonDocument::fromJson(outcome.output)["runs"].toArray();
-        for (const QJsonValue &described : runs)
+        for (const QJsonValue described : runs)
             values.append(described[key]);
         return values;
     }

@@ -56,7 +56,7 @@ protected:
         EXPECT_FALSE(line.read(arguments));
         testing::internal::CaptureStderr();
         const bool isFound = chosen->find(line, purpose);
-        const std::string errors = testing::internal::GetCapturedStderr();
+        std::string errors = testing::internal::GetCapturedStderr();
         EXPECT_EQ(isFound, errors.empty());
         return errors;
     }

@@ -228,12 +228,13 @@ TEST_F(SuiteTest, AFilterThatMatchesNothingIsAProblem)
     ASSERT_TRUE(QDir().mkdir("test1.dir"));
     EXPECT_EQ(runs(), QStringList("test1"));
     selection.filters = QStringList({"test2", "test1", "[", "FOLDER/test1", "", "test1.dir", "*2"});
-    EXPECT_EQ(problemsWith(), QStringList({"the filter 'test2' matches nothing in 'FOLDER'",
-                                  "the filter '[' matches nothing in 'FOLDER'",
-                                  "the filter 'FOLDER/test1' matches nothing in 'FOLDER'",
-                                  "the filter '' matches nothing in 'FOLDER'",
-                                  "the filter 'test1.dir' matches nothing in 'FOLDER'",
-                                  "the filter '*2' matches nothing in 'FOLDER'"}));
+    EXPECT_EQ(problemsWith(),
+        QStringList({"the filter 'test2' matches nothing in 'FOLDER'",
+            "the filter '[' matches nothing in 'FOLDER'",
+            "the filter 'FOLDER/test1' matches nothing in 'FOLDER', because of its '/'",
+            "the filter '' matches nothing in 'FOLDER'",
+            "the filter 'test1.dir' matches nothing in 'FOLDER'",
+            "the filter '*2' matches nothing in 'FOLDER'"}));
 }
 
 TEST_F(SuiteTest, AllProblemsWithScriptsAreTold)
