@@ -230,6 +230,8 @@ TEST_F(ListTest, AScriptThatMayNotBeReadIsAnError)
     ASSERT_EQ(chmod(qPrintable(work), 0400), 0);
     const Outcome unsearched = run({"list"});
     ASSERT_EQ(chmod(qPrintable(work), 0700), 0);
+    EXPECT_EQ(unsearched.errors, "talmo: list: cannot find out which scripts match 'test*' in '" +
+                                     work.toUtf8() + "': Permission denied\n");
     EXPECT_EQ(unsearched.status, 2);
 }
 
