@@ -5,12 +5,33 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <cerrno>
+
+#include <dlfcn.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
 
 using namespace Talmo;
+
+namespace
+{
+
+/// The name of a file at which the system lets nobody look.
+QByteArray hiddenFile;
+
+} // namespace
+
+extern "C" int lstat(const char *path, struct stat *status) noexcept
+{
+    static auto *const next =
+        reinterpret_cast<int (*)(const char *, struct stat *)>(dlsym(RTLD_NEXT, "lstat64"));
+    if (hiddenFile.isNull() || !QByteArray(path).endsWith('/' + hiddenFile))
+        return next(path, status);
+    errno = EIO;
+    return -1;
+}
 
 namespace
 {
@@ -375,6 +396,17 @@ TEST_F(SuiteTest, AFolderThatCannotBeListedIsAProblem)
     ASSERT_TRUE(QDir().rmdir(path + "/gone"));
     EXPECT_EQ(problemsWith(),
         QStringList("the working directory has no name: No such file or directory"));
+}
+
+TEST_F(SuiteTest, AFileThatNobodyMayLookAtIsAProblem)
+{
+    write("test1", "=heading\n");
+    write("test2", "=heading\n");
+    hiddenFile = "test2";
+    const QStringList told = problemsWith();
+    hiddenFile.clear();
+    EXPECT_EQ(told, QStringList("cannot find out which scripts match 'test*' in 'FOLDER': "
+                                "Input/output error"));
 }
 
 TEST_F(SuiteTest, OfTheDistributionOnlyTheScriptsAreTaken)
