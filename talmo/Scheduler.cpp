@@ -97,7 +97,10 @@ void Scheduler::ended(const std::vector<size_t> &job)
 
 void Scheduler::again(size_t run)
 {
-    waiting.push_front(run);
+    auto place = waiting.begin();
+    while (processors == 1 && place != waiting.end() && *place < run)
+        ++place;
+    waiting.insert(place, run);
     lightWaiting += isLight(run) ? 1 : 0;
 }
 

@@ -41,7 +41,7 @@ public:
     /// to the end of its last run.
     void ended(const std::vector<size_t> &job);
 
-    /// Has \a run made once more, before those that wait.
+    /// Has \a run made once more, before those that wait; with one processor, in its place.
     void again(size_t run);
 
     /// Those that have not been started, in the order of the runs. Nothing starts any more.
