@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <functional>
+
 class QIODevice;
 
 namespace Talmo
@@ -45,8 +47,12 @@ enum class SystemOut {
 bool readJUnit(QIODevice &device, const QString &name, SystemOut systemOut, RunResults &results,
     QString &problem);
 
-/// Does the same with the file \a path, which is in the system's own bytes. Does not wait for the
-/// writer of a FIFO: only a regular file is read.
+/// Does the same, and keeps the text only of those runs by whose name \a isKept returns true.
+bool readJUnit(QIODevice &device, const QString &name,
+    const std::function<bool(const QString &run)> &isKept, RunResults &results, QString &problem);
+
+/// Reads the file \a path as readJUnit does. The path is in the system's own bytes. Only a
+/// regular file is read, so that nothing is waited for.
 bool readJUnitFile(
     const QByteArray &path, SystemOut systemOut, RunResults &results, QString &problem);
 
