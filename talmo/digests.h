@@ -23,8 +23,8 @@ QByteArray digestOfReferences(
 
 /// Of what is in the directory \a path: names, types, sizes, times of the last change, targets of
 /// links; no file is read. It does not follow links, does not enter other file systems, and stops
-/// after 100,000 entries. Empty if there is no such directory.
-QByteArray digestOfDirectory(const QByteArray &path);
+/// after \a mostEntries. Empty if there is no such directory.
+QByteArray digestOfDirectory(const QByteArray &path, int mostEntries = 100000);
 
 /// Of \a names, those of the runs of a suite in their order.
 QByteArray digestOfNames(const QStringList &names);
