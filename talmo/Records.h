@@ -1,11 +1,14 @@
 #pragma once
 
-#include "Descriptor.h"
 #include "JUnit.h"
+#include "RecordFolder.h"
 #include "RunRecord.h"
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
+
+#include <optional>
 
 namespace Talmo
 {
@@ -26,26 +29,13 @@ public:
     Records() = default;
     Records(const Records &) = delete;
     Records &operator=(const Records &) = delete;
-    ~Records() { close(); }
+    ~Records() = default;
 
     /// Makes the folder in \a suiteDirectory, unless it is there, and locks it. Unless it is
     /// Opened, \a problem says why, in a sentence.
     Opening open(const QByteArray &suiteDirectory, QString &problem);
 
-    bool isOpen() const { return lock.isOpen(); }
-
-    /// Saves \a invocation, and what it means for the latest results. They keep the runs that are
-    /// not part of it, as long as a file with the name of the script exists in the suite's
-    /// directory or among the distribution's scripts. False if not all of it could be saved; \a
-    /// problem then says why, and each file is as it was before.
-    bool save(const RunResults &invocation, QString &problem);
-
-    /// Gives up the lock.
-    void close();
-
-    /// For a forked child: closes what the parent goes on to use. Otherwise a program that the
-    /// child leaves running would keep the lock.
-    void closeInChild();
+    bool isOpen() const { return folder.isLocked(); }
 
     enum class Reading {
         Read,
@@ -53,18 +43,38 @@ public:
         Damaged, ///< or the folder is not ours; a hint can do without, a request cannot
     };
 
-    /// Reads the latest result of each run of the suite in \a suiteDirectory. It needs no lock, and
-    /// finds a whole document also while another process saves. \a problem says what is Damaged.
+    /// Reads the latest result of each run; save need not do it again then, if it replaces them
+    /// all. \a problem says what is Damaged.
+    Reading readLatest(SystemOut systemOut, RunResults &latest, QString &problem);
+
+    /// Does the same for the suite in \a suiteDirectory without its lock. It finds a whole document
+    /// also while another process saves.
     static Reading readLatest(const QByteArray &suiteDirectory, SystemOut systemOut,
         RunResults &latest, QString &problem);
 
+    /// Saves \a invocation, and what it means for the latest results. They keep the runs that are
+    /// not part of it, as long as a file with the name of the script exists in the suite's
+    /// directory or among the distribution's scripts (latestResults.h). False if not all of it
+    /// could be saved; \a problem then says why, and what was not saved is as it was. Of latest
+    /// results that are damaged nothing is kept.
+    bool save(const RunResults &invocation, QString &problem);
+
+    /// Gives up the lock.
+    void close() { folder.close(); }
+
+    /// For a forked child: closes what the parent goes on to use. Otherwise a program that the
+    /// child leaves running would keep the lock.
+    void closeInChild() { folder.closeInChild(); }
+
 private:
-    bool openFolder(QString &problem);
-    Opening refuse(int error, QString &problem);
+    bool saveInvocation(const RunResults &invocation, QByteArray &name, QString &problem);
+    bool saveLatest(const RunResults &invocation, const QByteArray &name, QString &problem);
+    RunResults readKept(const RunResults &invocation) const;
+    bool fails(const QByteArray &name, const QString &reason, QString &problem) const;
 
     QByteArray suite; ///< its directory
-    Descriptor folder;
-    Descriptor lock; ///< the file that marks the folder as ours
+    RecordFolder folder;
+    std::optional<QStringList> knownRuns; ///< of the latest results, if they were read
 };
 
 } // namespace Talmo

@@ -1,0 +1,263 @@
+// An invocation is written once, into runs/, and if it is all that is known of the suite, the
+// latest results are a link to it. The files are written under another name and then renamed, so a
+// reader finds the old or the new one, each whole. All is done from the open folder: what has its
+// path by now does not matter.
+
+#include "Records.h"
+
+#include "ScriptFolder.h"
+#include "latestResults.h"
+#include "regularFile.h"
+#include "saving.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QHash>
+#include <QSet>
+
+#include <algorithm>
+#include <cerrno>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+constexpr char latestName[] = "latest.xml";
+constexpr char runsName[] = "runs";
+constexpr size_t keptInvocations = 10;
+
+/// Tells by the name of a script whether it is there, in the directory of the suite or among the
+/// scripts of the distribution.
+class ScriptsOnDisk
+{
+public:
+    explicit ScriptsOnDisk(const QByteArray &suiteDirectory)
+        : folders{suiteDirectory, distributionDirectory()}
+    {
+    }
+
+    bool contains(const QString &script)
+    {
+        auto known = answers.find(script);
+        if (known == answers.end())
+            known = answers.insert(script, isOnDisk(script));
+        return *known;
+    }
+
+private:
+    bool isOnDisk(const QString &script) const
+    {
+        return std::any_of(folders.begin(), folders.end(), [&script](const QByteArray &folder) {
+            return access(folder + '/' + QFile::encodeName(script), F_OK) == 0;
+        });
+    }
+
+    const std::vector<QByteArray> folders;
+    QHash<QString, bool> answers;
+};
+
+/// Files are named after a moment, in UTC, so that their order is that of their names.
+const QString &nameFormat()
+{
+    static const QString format = QStringLiteral("yyyy-MM-dd'T'HH-mm-ss.zzz'Z.xml'");
+    return format;
+}
+
+/// The moment after which the file \a name is called; invalid if it is not one of ours.
+QDateTime momentOf(const QByteArray &name)
+{
+    QDateTime moment = QDateTime::fromString(QString::fromLatin1(name), nameFormat());
+    moment.setTimeSpec(Qt::UTC);
+    return moment;
+}
+
+/// The names of the invocations in \a folder, the oldest one first.
+std::vector<QByteArray> invocationsIn(int folder)
+{
+    std::vector<QByteArray> names;
+    const int copy = fcntl(folder, F_DUPFD_CLOEXEC, 0);
+    const Directory directory(copy < 0 ? nullptr : fdopendir(copy));
+    while (const dirent *const entry = directory ? readdir(directory.get()) : nullptr) {
+        if (momentOf(entry->d_name).isValid())
+            names.emplace_back(entry->d_name);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+/// A name for an invocation that was made now and comes behind \a others, also if the clock was set
+/// back.
+QByteArray nameBehind(const std::vector<QByteArray> &others)
+{
+    QDateTime moment = QDateTime::currentDateTimeUtc();
+    if (!others.empty())
+        moment = std::max(moment, momentOf(others.back()).addMSecs(1));
+    return moment.toString(nameFormat()).toLatin1();
+}
+
+/// Opens the folder of the invocations in \a folder, and makes it if there is none.
+Descriptor openRuns(int folder)
+{
+    constexpr mode_t allMayUse = 0777; // the umask of the process removes some of them
+    mkdirat(folder, runsName, allMayUse);
+    return Descriptor(openat(folder, runsName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// Makes the invocation \a name the latest results of \a folder, without a second copy of it. False
+/// where files cannot have two names.
+bool linkLatest(int folder, const QByteArray &name)
+{
+    const QByteArray path = QByteArray(runsName) + '/' + name;
+    unlinkat(folder, unfinishedName, 0);
+    return linkat(folder, path, folder, unfinishedName, 0) == 0 &&
+           renameat(folder, unfinishedName, folder, latestName) == 0;
+}
+
+/// Keeps what is in \a folder out of git. That it is not there is no reason to refuse anything.
+void ignoreInGit(int folder)
+{
+    struct stat status = {};
+    QString reason;
+    if (fstatat(folder, ".gitignore", &status, AT_SYMLINK_NOFOLLOW) != 0)
+        saveFileIn(
+            folder, ".gitignore", [](QIODevice &file) { return file.write("*\n") == 2; }, reason);
+}
+
+/// Reads the latest results in \a folder, which is open.
+Records::Reading readLatestIn(
+    const RecordFolder &folder, SystemOut systemOut, RunResults &latest, QString &problem)
+{
+    QFile file;
+    const QString name = folder.pathOf(latestName);
+    if (openRegular(file, latestName, folder.descriptor(), O_NOFOLLOW))
+        return readJUnit(file, name, systemOut, latest, problem) ? Records::Reading::Read
+                                                                 : Records::Reading::Damaged;
+    if (errno == ENOENT)
+        return Records::Reading::Absent;
+    problem = QStringLiteral("cannot read '%1': %2").arg(name, reasonOf(errno));
+    return Records::Reading::Damaged;
+}
+
+bool isNotRun(const RunRecord &run)
+{
+    return run.state == RunState::NotRun;
+}
+
+} // namespace
+
+Records::Opening Records::open(const QByteArray &suiteDirectory, QString &problem)
+{
+    suite = suiteDirectory;
+    knownRuns.reset();
+    const RecordFolder::State state = folder.lock(suite, problem);
+    if (state == RecordFolder::Ours)
+        ignoreInGit(folder.descriptor());
+    if (state == RecordFolder::NotPermitted)
+        return Opening::NotWritable;
+    return state == RecordFolder::Ours ? Opening::Opened : Opening::Refused;
+}
+
+bool Records::save(const RunResults &invocation, QString &problem)
+{
+    if (suite.isNull()) // it was never opened
+        return false;
+    if (!folder.isStillThere() && open(suite, problem) != Opening::Opened)
+        return false;
+    QByteArray name;
+    const bool isSaved =
+        saveInvocation(invocation, name, problem) && saveLatest(invocation, name, problem);
+    knownRuns.reset();
+    return isSaved;
+}
+
+/// Saves \a invocation as a file that gets the \a name, and removes the oldest ones.
+bool Records::saveInvocation(const RunResults &invocation, QByteArray &name, QString &problem)
+{
+    const Descriptor runs = openRuns(folder.descriptor());
+    if (!runs.isOpen())
+        return fails(runsName, reasonOf(errno), problem);
+    std::vector<QByteArray> names = invocationsIn(runs.get());
+    name = nameBehind(names);
+    QString reason;
+    const auto write = [&invocation](QIODevice &file) { return writeJUnit(invocation, file); };
+    if (!saveFileIn(runs.get(), name, write, reason))
+        return fails(runsName + QByteArray("/") + name, reason, problem);
+    names.push_back(name);
+    const size_t tooMany = names.size() - std::min(names.size(), keptInvocations);
+    for (size_t index = 0; index < tooMany; ++index)
+        unlinkat(runs.get(), names[index], 0);
+    return true;
+}
+
+/// Saves the latest results. The last one of them is \a invocation, in the file \a name.
+bool Records::saveLatest(const RunResults &invocation, const QByteArray &name, QString &problem)
+{
+    const RunResults before = readKept(invocation);
+    ScriptsOnDisk scripts(suite);
+    const auto latest = latestAfter(
+        before, invocation, [&scripts](const QString &script) { return scripts.contains(script); });
+    if (!latest && linkLatest(folder.descriptor(), name))
+        return true;
+    const RunResults &written = latest ? *latest : invocation;
+    const auto write = [&written](QIODevice &file) { return writeJUnit(written, file); };
+    QString reason;
+    return saveFileIn(folder.descriptor(), latestName, write, reason) ||
+           fails(latestName, reason, problem);
+}
+
+/// The latest results before \a invocation; the output only of runs that are not part of it.
+RunResults Records::readKept(const RunResults &invocation) const
+{
+    QSet<QString> names;
+    for (const RunRecord &run : invocation.runs)
+        names += run.name;
+    const auto isReplaced = [&names](const QString &run) { return names.contains(run); };
+    RunResults before;
+    // A run that was not made keeps its time.
+    if (knownRuns && std::all_of(knownRuns->begin(), knownRuns->end(), isReplaced) &&
+        std::none_of(invocation.runs.begin(), invocation.runs.end(), isNotRun))
+        return before;
+    QFile file;
+    QString problem; // was told when the suite began
+    if (openRegular(file, latestName, folder.descriptor(), O_NOFOLLOW))
+        readJUnit(
+            file, latestName, [&isReplaced](const QString &run) { return !isReplaced(run); },
+            before, problem);
+    return before;
+}
+
+bool Records::fails(const QByteArray &name, const QString &reason, QString &problem) const
+{
+    problem = QStringLiteral("cannot write '%1': %2").arg(folder.pathOf(name), reason);
+    return false;
+}
+
+Records::Reading Records::readLatest(SystemOut systemOut, RunResults &latest, QString &problem)
+{
+    latest = RunResults();
+    const Reading reading = readLatestIn(folder, systemOut, latest, problem);
+    knownRuns = QStringList();
+    for (const RunRecord &run : latest.runs)
+        *knownRuns += run.name;
+    return reading;
+}
+
+Records::Reading Records::readLatest(
+    const QByteArray &suiteDirectory, SystemOut systemOut, RunResults &latest, QString &problem)
+{
+    latest = RunResults();
+    RecordFolder folder;
+    const RecordFolder::State state = folder.open(suiteDirectory, problem);
+    if (state != RecordFolder::Ours)
+        return state == RecordFolder::Absent ? Reading::Absent : Reading::Damaged;
+    return readLatestIn(folder, systemOut, latest, problem);
+}
+
+} // namespace Talmo
