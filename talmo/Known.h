@@ -23,8 +23,8 @@ public:
         QString message;
     };
 
-    /// Reads the file of the suite in \a suiteDirectory; that there is none is no problem. Of
-    /// several problems, each is a sentence in \a problems that begins with the file and the line,
+    /// Reads the file of the suite in \a suiteDirectory; that there is none is no problem. Each
+    /// problem is a sentence in \a problems that begins with the file and the line,
     /// "talmo.known:7: ". False if there is one.
     bool read(const QByteArray &suiteDirectory, QStringList &problems);
 
@@ -40,10 +40,11 @@ public:
     bool add(const std::vector<Failure> &failures, QStringList &problems);
 
 private:
+    bool readContent(QByteArray &content, QString &problem) const;
     bool readLine(const QByteArray &line, QString &problem);
+    bool isKnown(const Failure &failure) const;
 
-    QByteArray path;
-    QByteArray content; ///< of the file
+    QByteArray path; ///< of the file
     QMap<QString, QStringList> patterns;
 };
 
