@@ -61,6 +61,7 @@ const std::vector<CommandRow> &commandTable()
         {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},
         {"list", "names the runs of a suite", listCommand},
+        {"merge", "joins the results of the shards of a suite", mergeCommand},
     };
     return rows;
 }
