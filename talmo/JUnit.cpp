@@ -34,7 +34,7 @@ class JUnitWriter
 public:
     JUnitWriter(const RunResults &someResults, QIODevice &device)
         : results(someResults)
-        , counts(countsOf(someResults))
+        , counts(countsOf(someResults.runs))
         , xml(&device)
     {
         xml.setAutoFormatting(true);
@@ -88,7 +88,7 @@ void JUnitWriter::attribute(const char *name, const QString &value)
 /// The attributes that the whole and its only suite have in common.
 void JUnitWriter::writeCounts()
 {
-    attribute("tests", QString::number(counts.runs));
+    attribute("tests", QString::number(counts.all()));
     attribute("failures", QString::number(counts.failed));
     attribute("errors", QString::number(counts.notRun));
     attribute("time", timeOf(results.seconds));

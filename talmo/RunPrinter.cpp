@@ -44,12 +44,6 @@ void print(const FilePart &part)
         std::putchar('\n');
 }
 
-/// \a seconds as people read them.
-QByteArray duration(double seconds)
-{
-    return QByteArray::number(seconds, 'f', seconds < 10 ? 2 : 1) + " s";
-}
-
 /// The runs with \a state.
 std::vector<const RunRecord *> those(const std::vector<RunRecord> &runs, RunState state)
 {
@@ -102,7 +96,7 @@ void printSlowest(const std::vector<RunRecord> &runs)
         [](const RunRecord *one, const RunRecord *other) { return one->seconds > other->seconds; });
     std::puts("\nSlowest:");
     for (size_t index = 0; index < shown; ++index)
-        std::printf("  %8s  %s\n", duration(made[index]->seconds).constData(),
+        std::printf("  %8s  %s\n", qPrintable(durationOf(made[index]->seconds)),
             qPrintable(made[index]->name));
 }
 
@@ -186,9 +180,8 @@ void RunPrinter::sumUp(const RunResults &results, const Suite &suite,
         std::printf("\n***talmo: interrupted by %s\n", qPrintable(results.interruption));
     const Counts counts = countsOf(results.runs);
     const char *const colour = counts.areWell() ? green : red;
-    const QByteArray line =
-        "in " + duration(results.seconds) + ": " + sentenceOf(counts).toLocal8Bit();
-    std::printf("\n%zu runs %s\n", results.runs.size(), coloured(line, colour).constData());
+    const QByteArray sentence = sentenceOf(counts, results.seconds).toLocal8Bit();
+    std::printf("\n%s\n", coloured(sentence, colour).constData());
     std::fflush(stdout);
 }
 

@@ -57,11 +57,11 @@ int helpCommand(const QStringList &arguments)
 const std::vector<CommandRow> &commandTable()
 {
     static const std::vector<CommandRow> rows = {
+        {"list", "names the runs of a suite", listCommand},
         {"run", "makes the runs of a suite and reports", runCommand},
+        {"merge", "joins the results of the shards of a suite", mergeCommand},
         {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},
-        {"list", "names the runs of a suite", listCommand},
-        {"merge", "joins the results of the shards of a suite", mergeCommand},
     };
     return rows;
 }

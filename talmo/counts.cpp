@@ -28,12 +28,21 @@ Counts countsOf(const std::vector<RunRecord> &runs)
     return counts;
 }
 
-QString sentenceOf(const Counts &counts)
+QString sentenceOf(const Counts &counts, double seconds)
 {
     const auto number = [](size_t count) { return QString::number(count); };
-    return QStringLiteral("%1 passed, %2 failed, %3 known, %4 flaky, %5 skipped, %6 not run")
-        .arg(number(counts.passed), number(counts.failed), number(counts.known),
-            number(counts.flaky), number(counts.skipped), number(counts.notRun));
+    const QString runs = number(counts.all()) + QLatin1String(counts.all() == 1 ? " run" : " runs");
+    const QString time = seconds < 0 ? QString() : QStringLiteral(" in ") + durationOf(seconds);
+    return runs + time +
+           QStringLiteral(": %1 passed, %2 failed, %3 known, %4 flaky, %5 skipped, %6 not run")
+               .arg(number(counts.passed), number(counts.failed), number(counts.known),
+                   number(counts.flaky), number(counts.skipped), number(counts.notRun));
+}
+
+QString durationOf(double seconds)
+{
+    constexpr double manySeconds = 10;
+    return QString::number(seconds, 'f', seconds < manySeconds ? 2 : 1) + QStringLiteral(" s");
 }
 
 } // namespace Talmo

@@ -76,14 +76,14 @@ bool write(const RunResults &results, const QString &name)
 /// \a isSummarized prints which runs failed, and the counts, on standard output.
 void report(MergedResults &merged, bool isSummarized)
 {
-    const Counts counts = countsOf(merged.results);
+    const Counts counts = countsOf(merged.results.runs);
     if (isSummarized) {
         printFailures(merged.results);
-        std::puts(qPrintable(describe(counts)));
+        std::puts(qPrintable(sentenceOf(counts)));
     } else if (counts.failed + counts.notRun > 0) {
-        say(describe(counts));
+        say(sentenceOf(counts));
     }
-    if (counts.passed + counts.failed + counts.known + counts.notRun == 0)
+    if (counts.skipped == counts.all())
         merged.problems += QStringLiteral("no run was made");
     int number = 0;
     for (const QString &problem : merged.problems) {
@@ -125,7 +125,7 @@ int mergeCommand(const QStringList &arguments)
     MergedResults merged = joinShards(shards);
     report(merged, /*isSummarized=*/line.isSet(output));
     const bool isWritten = write(merged.results, target);
-    return isWritten && countsOf(merged.results).isSuccess() ? AllIsWell : AtFault;
+    return isWritten && countsOf(merged.results.runs).areWell() ? AllIsWell : AtFault;
 }
 
 } // namespace Talmo

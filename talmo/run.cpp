@@ -177,8 +177,8 @@ public:
 private:
     bool prepare(QStringList &problems);
     bool readKnown(QStringList &problems);
-    bool readLatest(QStringList &problems);
     bool openRecords();
+    bool readLatest();
     int make();
     bool save();
     int status() const;
@@ -201,7 +201,7 @@ int RunCommand::perform()
         return WrongCall;
     if (!problems.isEmpty() || !prepare(problems))
         return refuseAll(problems);
-    if (!openRecords())
+    if (!openRecords() || !readLatest())
         return WrongCall;
     return make();
 }
@@ -229,7 +229,6 @@ bool RunCommand::prepare(QStringList &problems)
     results.listDigest = digestOfNames(namesOf(suite));
     isAllSkipped = std::all_of(
         suite.runs.begin(), suite.runs.end(), [](const PlannedRun &run) { return run.isSkipped; });
-    readLatest(problems);
     if (request.shard > 0)
         keepRuns(suite, [this](size_t run) {
             return run % static_cast<size_t>(request.shards) ==
@@ -254,30 +253,6 @@ bool RunCommand::readKnown(QStringList &problems)
     return true;
 }
 
-/// Reads what is known of earlier runs: how long they took, and which are to be made again.
-bool RunCommand::readLatest(QStringList &problems)
-{
-    RunResults latest;
-    QString problem;
-    const auto reading =
-        Records::readLatest(chosen.suite.work, SystemOut::PassedOver, latest, problem);
-    if (reading == Records::Reading::Damaged && request.rerunsFailed) {
-        problems += problem;
-        return false;
-    }
-    QSet<QString> wentWell;
-    for (const RunRecord &run : latest.runs) {
-        request.options.lastSeconds[run.name] = run.seconds;
-        if (run.state != RunState::Failed && run.state != RunState::NotRun)
-            wentWell.insert(run.name);
-    }
-    if (request.rerunsFailed)
-        keepRuns(chosen.suite, [this, &wentWell](size_t run) {
-            return !wentWell.contains(chosen.suite.runs[run].name);
-        });
-    return true;
-}
-
 /// Locks the records. False if something is in the way, which was said.
 bool RunCommand::openRecords()
 {
@@ -295,6 +270,33 @@ bool RunCommand::openRecords()
     }
     line.refuse(problem);
     return false;
+}
+
+/// Reads what is known of earlier runs: how long they took, and which are to be made again. False
+/// if that is needed and cannot be read, which is said.
+bool RunCommand::readLatest()
+{
+    RunResults latest;
+    QString problem;
+    const auto reading =
+        records.isOpen()
+            ? records.readLatest(SystemOut::PassedOver, latest, problem)
+            : Records::readLatest(chosen.suite.work, SystemOut::PassedOver, latest, problem);
+    if (reading == Records::Reading::Damaged && request.rerunsFailed) {
+        line.refuse(problem);
+        return false;
+    }
+    QSet<QString> wentWell;
+    for (const RunRecord &run : latest.runs) {
+        request.options.lastSeconds[run.name] = run.seconds;
+        if (run.state != RunState::Failed && run.state != RunState::NotRun)
+            wentWell.insert(run.name);
+    }
+    if (request.rerunsFailed)
+        keepRuns(chosen.suite, [this, &wentWell](size_t run) {
+            return !wentWell.contains(chosen.suite.runs[run].name);
+        });
+    return true;
 }
 
 int RunCommand::make()
