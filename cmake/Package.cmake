@@ -14,4 +14,7 @@ configure_package_config_file(cmake/TalmoConfig.cmake.in ${made}/TalmoConfig.cma
   NO_SET_AND_CHECK_MACRO)
 # While the first number is 0, the second one counts what is new.
 write_basic_package_version_file(${made}/TalmoConfigVersion.cmake COMPATIBILITY SameMinorVersion)
-install(FILES ${made}/TalmoConfig.cmake ${made}/TalmoConfigVersion.cmake DESTINATION ${package})
+install(FILES ${made}/TalmoConfig.cmake ${made}/TalmoConfigVersion.cmake
+  cmake/TalmoAddTests.cmake cmake/TalmoDiscoverTests.cmake
+  DESTINATION ${package})
+install(PROGRAMS cmake/linkSuite DESTINATION ${package})

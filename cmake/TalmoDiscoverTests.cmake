@@ -1,0 +1,228 @@
+# talmo_discover_tests(SUITE DIRECTORY dir | SCRIPTS file...
+#     [PROGRAMS name[=target-or-path]...] [WORKING_DIRECTORY dir] [TEST_PREFIX p] [TEST_SUFFIX s]
+#     [PROPERTIES name value...] [LABELS label...] [TIMEOUT s])
+#
+# Adds the runs of a suite to the tests of CTest; docs/ctest.md is the manual. Scripts belong to no target, so they
+# are listed when ctest starts, and nothing has to be built for that. All that is done here is to check the arguments
+# and to write a file that ctest reads when it starts. It calls TalmoAddTests.cmake, which does the rest.
+#
+# Whatever comes from outside stands in that file as a bracket argument, in which nothing is special. It never
+# becomes an element of a list, since no list of CMake can hold the names "a[b" and "a\".
+cmake_policy(VERSION 3.25)
+
+# _talmo_append(VARIABLE VALUE...): appends each value to the code in the variable, as an argument.
+function(_talmo_append variable)
+  set(index 1)
+  while(index LESS ARGC)
+    set(value "${ARGV${index}}")
+    set(marks "==")
+    while("${value}]" MATCHES "]${marks}]")
+      string(APPEND marks "=")
+    endwhile()
+    string(REGEX REPLACE "^\n" "\n\n" value "${value}") # the newline behind an opening bracket does not count
+    string(APPEND ${variable} " [${marks}[${value}]${marks}]")
+    math(EXPR index "${index} + 1")
+  endwhile()
+  set(${variable} "${${variable}}" PARENT_SCOPE)
+endfunction()
+
+# _talmo_path(VARIABLE PATH): the absolute path of what lies beside the CMakeLists.txt.
+function(_talmo_path variable path)
+  cmake_path(ABSOLUTE_PATH path BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}" NORMALIZE)
+  string(REGEX REPLACE "(.)/$" "\\1" path "${path}")
+  set(${variable} "${path}" PARENT_SCOPE)
+endfunction()
+
+# _talmo_program(VARIABLE VALUE): a value of PROGRAMS as talmo takes it.
+function(_talmo_program variable value)
+  if(value MATCHES "^([^=]*)=(.*)$")
+    set(name "${CMAKE_MATCH_1}")
+    set(place "${CMAKE_MATCH_2}")
+    if(TARGET "${place}")
+      set(place "$<TARGET_FILE:${place}>")
+    elseif(NOT place MATCHES "^(/|[$]<)")
+      _talmo_path(place "${place}")
+      if(place STREQUAL CMAKE_CURRENT_SOURCE_DIR OR NOT EXISTS "${place}")
+        message(FATAL_ERROR "${refused} PROGRAMS ${value} names neither a target nor a file")
+      endif()
+    endif()
+    set(value "${name}=${place}")
+  elseif(value MATCHES "^[A-Za-z0-9_.+-]+$")
+    # A target of this name may be defined further down. An old program in the PATH must not take its place.
+    string(APPEND value "$<$<TARGET_EXISTS:${value}>:=$<TARGET_FILE:${value}>>")
+  endif()
+  set(${variable} "${value}" PARENT_SCOPE)
+endfunction()
+
+# _talmo_script(VALUE): a value of SCRIPTS, added to the variables folder, scripts and filters.
+function(_talmo_script value)
+  _talmo_path(path "${value}")
+  if(NOT EXISTS "${path}" OR EXISTS "${path}/.")
+    message(FATAL_ERROR "${refused} SCRIPTS ${value} is no file")
+  endif()
+  cmake_path(GET path PARENT_PATH parent)
+  if(DEFINED folder AND NOT folder STREQUAL parent)
+    message(FATAL_ERROR "${refused} SCRIPTS ${value} is in another directory than the first one")
+  endif()
+  cmake_path(GET path FILENAME name)
+  string(REGEX REPLACE "([*?[])" "[\\1]" filter "${name}")
+  _talmo_append(scripts "${name}")
+  _talmo_append(filters "${filter}")
+  set(folder "${parent}" PARENT_SCOPE)
+  set(scripts "${scripts}" PARENT_SCOPE)
+  set(filters "${filters}" PARENT_SCOPE)
+endfunction()
+
+# _talmo_check(): holds the arguments against one another.
+function(_talmo_check)
+  foreach(keyword IN LISTS given)
+    if(count_${keyword} EQUAL 0)
+      message(FATAL_ERROR "${refused} ${keyword} has no value")
+    endif()
+  endforeach()
+  list(FILTER given INCLUDE REGEX "^(DIRECTORY|SCRIPTS)$")
+  list(LENGTH given ways)
+  if(NOT ways EQUAL 1)
+    message(FATAL_ERROR "${refused} it takes either DIRECTORY or SCRIPTS")
+  endif()
+  math(EXPR odd "${count_PROPERTIES} % 2")
+  if(odd)
+    message(FATAL_ERROR "${refused} PROPERTIES ${value_PROPERTIES} has no value")
+  endif()
+  if(count_TIMEOUT AND NOT value_TIMEOUT MATCHES "^[0-9]*[1-9][0-9]*$")
+    message(FATAL_ERROR "${refused} TIMEOUT ${value_TIMEOUT} is no whole number of seconds above 0")
+  endif()
+endfunction()
+
+# _talmo_places(): sets the variables folder, where the scripts are, and work, where the runs are made.
+function(_talmo_places)
+  if(count_DIRECTORY)
+    _talmo_path(folder "${value_DIRECTORY}")
+    if(NOT EXISTS "${folder}/.") # IS_DIRECTORY does not see a "\" at the end
+      message(FATAL_ERROR "${refused} DIRECTORY ${value_DIRECTORY} is no directory")
+    endif()
+  endif()
+  if(NOT count_WORKING_DIRECTORY)
+    set(work "${file}${configuration}")
+  elseif(value_WORKING_DIRECTORY MATCHES "^[$]<")
+    set(work "${value_WORKING_DIRECTORY}")
+  else()
+    cmake_path(ABSOLUTE_PATH value_WORKING_DIRECTORY BASE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}" NORMALIZE
+      OUTPUT_VARIABLE work)
+  endif()
+  get_property(other GLOBAL PROPERTY "TALMO_SCRIPTS_OF_${work}")
+  if(other AND NOT other STREQUAL folder)
+    message(FATAL_ERROR "${refused} WORKING_DIRECTORY ${work} has the scripts of ${other} already")
+  endif()
+  set_property(GLOBAL PROPERTY "TALMO_SCRIPTS_OF_${work}" "${folder}")
+  set(folder "${folder}" PARENT_SCOPE)
+  set(work "${work}" PARENT_SCOPE)
+endfunction()
+
+# _talmo_write(): writes the files for ctest.
+function(_talmo_write)
+  _talmo_append(include "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/TalmoAddTests.cmake")
+  _talmo_append(talmo "$<TARGET_FILE:Talmo::companion>")
+  _talmo_append(place -C "${work}")
+  _talmo_append(name "${suite}" "${value_TEST_PREFIX}" "${value_TEST_SUFFIX}" "${labels}")
+  _talmo_append(places "${folder}" "${work}")
+  if(count_TIMEOUT)
+    set(timeout " --timeout ${value_TIMEOUT}")
+  endif()
+  if(properties)
+    set(properties "
+  set_tests_properties(\"\${test}\" PROPERTIES${properties})")
+  endif()
+  file(GENERATE OUTPUT "${file}${configuration}.cmake" CONTENT "# The suite ${suite}, for ctest
+include(${include})
+macro(_talmo_list)
+  execute_process(COMMAND${talmo} list --json${place}${programs} --${filters}
+    RESULT_VARIABLE status OUTPUT_VARIABLE json ERROR_VARIABLE reason)
+endmacro()
+function(_talmo_add_run test run filter)
+  add_test(\"\${test}\"${talmo} run${place}${programs}${timeout} --no-record --skip-status 77
+    --run \"\${run}\" -- \"\${filter}\")${properties}
+endfunction()
+_talmo_add_suite(${name}${places} [[${value_TIMEOUT}]]${scripts})
+")
+  if(configuration)
+    _talmo_append(start "${file}-")
+    file(GENERATE OUTPUT "${file}.cmake" CONTENT "# The suite ${suite}, for ctest: that of the configuration
+include(${include})
+_talmo_add_configuration(${name}${start})
+")
+  endif()
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES "${file}.cmake")
+
+  # A project that takes in our sources builds talmo, even if it builds nothing else of ours.
+  get_target_property(isInstalled Talmo::companion IMPORTED)
+  if(NOT isInstalled AND NOT TARGET talmo_for_ctest)
+    add_custom_target(talmo_for_ctest ALL)
+    add_dependencies(talmo_for_ctest Talmo::companion)
+  endif()
+endfunction()
+
+# See the top of this file.
+function(talmo_discover_tests suite)
+  set(refused "talmo_discover_tests(${suite}):")
+  set(single DIRECTORY WORKING_DIRECTORY TEST_PREFIX TEST_SUFFIX TIMEOUT)
+  set(keywords ${single} SCRIPTS PROGRAMS PROPERTIES LABELS)
+  if(NOT suite MATCHES "^[A-Za-z0-9_.+-]+$" OR suite IN_LIST keywords)
+    message(FATAL_ERROR "${refused} the first argument must be a name for the suite, of letters, digits and _.+-")
+  endif()
+  get_property(suites GLOBAL PROPERTY TALMO_SUITES)
+  if(suite IN_LIST suites)
+    message(FATAL_ERROR "${refused} there is a suite of this name already")
+  endif()
+  set_property(GLOBAL APPEND PROPERTY TALMO_SUITES ${suite})
+
+  # The functions above see the variables of this one. Variables of the caller may have the same names.
+  foreach(keyword IN LISTS keywords)
+    set(count_${keyword} 0)  # how many values it has
+    set(value_${keyword} "") # the last one
+  endforeach()
+  foreach(variable scripts filters programs properties labels include talmo place places name timeout start)
+    set(${variable} "")
+  endforeach()
+  unset(folder)
+  set(value_TEST_PREFIX "${suite}.")
+  set(given "")
+  set(keyword "")
+  set(index 1)
+  while(index LESS ARGC)
+    set(word "${ARGV${index}}")
+    math(EXPR index "${index} + 1")
+    if("${word}" IN_LIST keywords AND NOT "${word}" IN_LIST given)
+      list(APPEND given "${word}")
+      set(keyword "${word}")
+      continue()
+    endif()
+    if("${word}" IN_LIST keywords OR keyword STREQUAL "" OR
+        (keyword IN_LIST single AND count_${keyword} GREATER 0))
+      message(FATAL_ERROR "${refused} unexpected argument ${word}")
+    endif()
+    math(EXPR count_${keyword} "${count_${keyword}} + 1")
+    set(value_${keyword} "${word}")
+    if(keyword STREQUAL "SCRIPTS")
+      _talmo_script("${word}")
+    elseif(keyword STREQUAL "PROGRAMS")
+      _talmo_program(program "${word}")
+      _talmo_append(programs --program "${program}")
+    elseif(keyword STREQUAL "PROPERTIES")
+      _talmo_append(properties "${word}")
+    elseif(keyword STREQUAL "LABELS")
+      list(APPEND labels "${word}")
+    endif()
+  endwhile()
+
+  # The file for ctest, without its ending, and what a configuration adds to its name.
+  set(file "${CMAKE_CURRENT_BINARY_DIR}/talmo_tests/${suite}")
+  set(configuration "")
+  get_property(several GLOBAL PROPERTY GENERATOR_IS_MULTI_CONFIG)
+  if(several)
+    set(configuration "-$<CONFIG>")
+  endif()
+  _talmo_check()
+  _talmo_places()
+  _talmo_write()
+endfunction()
