@@ -95,9 +95,13 @@ TEST_F(MergeTest, ShardsAreTheListAgain)
     for (const int shards : {1, 2, 3, 4, 9, 10, 11, 20}) {
         SCOPED_TRACE(shards);
         QStringList files = saveShards(shards, list);
-        EXPECT_EQ(namesOf(merge(files, "10 runs: 10 passed\n", "", 0)), namesOf(list));
+        EXPECT_EQ(
+            namesOf(merge(files,
+                "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n", "", 0)),
+            namesOf(list));
         std::reverse(files.begin(), files.end());
-        const RunResults merged = merge(files, "10 runs: 10 passed\n", "", 0);
+        const RunResults merged = merge(
+            files, "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n", "", 0);
         EXPECT_EQ(namesOf(merged), namesOf(list));
         EXPECT_EQ(merged.shards, 0);
         EXPECT_EQ(merged.runsInAll, 10);
@@ -116,8 +120,8 @@ TEST_F(MergeTest, EverythingOfARunStays)
     list[5].knownPattern = "known";
     list[5].systemOut = "what it printed\n";
     list[6] = runOf("test7", RunState::Skipped, "No applicable SimPrograms");
-    const RunResults merged =
-        merge(saveShards(3, list), "10 runs: 8 passed (1 flaky), 1 known, 1 skipped\n", "", 0);
+    const RunResults merged = merge(saveShards(3, list),
+        "10 runs: 7 passed, 0 failed, 1 known, 1 flaky, 1 skipped, 0 not run\n", "", 0);
     ASSERT_EQ(merged.runs.size(), 10U);
     for (size_t index = 0; index < 10; ++index)
         EXPECT_EQ(told(merged.runs[index]), told(list[index]));
@@ -135,7 +139,8 @@ TEST_F(MergeTest, ItLastsFromTheFirstBeginningToTheLastEnd)
     second.seconds = 5.25;
     save("1.xml", first);
     save("2.xml", second);
-    const RunResults merged = merge({"1.xml", "2.xml"}, "10 runs: 10 passed\n", "", 0);
+    const RunResults merged = merge({"1.xml", "2.xml"},
+        "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n", "", 0);
     EXPECT_EQ(merged.started, second.started);
     EXPECT_EQ(merged.seconds, 70);
     EXPECT_EQ(merged.host, "node1, node2");
@@ -145,7 +150,7 @@ TEST_F(MergeTest, ItLastsFromTheFirstBeginningToTheLastEnd)
 TEST_F(MergeTest, WithoutAFileTheDocumentIsPrinted)
 {
     const QStringList files = saveShards(2, tenRuns());
-    merge(files, "10 runs: 10 passed\n", "", 0);
+    merge(files, "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n", "", 0);
     expectSuccess(QStringList("merge") + files, read("all.xml"));
     EXPECT_EQ(run(QStringList({"merge", "--output", "other.xml"}) + files).status, 0);
     EXPECT_EQ(read("other.xml"), read("all.xml"));
@@ -162,12 +167,13 @@ TEST_F(MergeTest, RunsThatFailedAreNamed)
     const QStringList files = saveShards(2, list);
     const RunResults merged = merge(files,
         "test2: ***ERROR: it differs\ntest5: ***ERROR: not run\n"
-        "10 runs: 8 passed, 1 failed, 1 not run\n",
+        "10 runs: 8 passed, 1 failed, 0 known, 0 flaky, 0 skipped, 1 not run\n",
         "", 1);
     EXPECT_EQ(namesOf(merged), namesOf(list));
     const Outcome outcome = run(QStringList("merge") + files);
     EXPECT_EQ(outcome.output, read("all.xml"));
-    EXPECT_EQ(outcome.errors, "talmo: merge: 10 runs: 8 passed, 1 failed, 1 not run\n");
+    EXPECT_EQ(outcome.errors,
+        "talmo: merge: 10 runs: 8 passed, 1 failed, 0 known, 0 flaky, 0 skipped, 1 not run\n");
     EXPECT_EQ(outcome.status, 1);
 }
 
@@ -176,18 +182,22 @@ TEST_F(MergeTest, ThatNothingRanIsAFault)
     std::vector<RunRecord> list = tenRuns();
     for (RunRecord &run : list)
         run = runOf(run.name, RunState::Skipped, "No applicable SimPrograms");
-    EXPECT_EQ(complaintsIn(merge(saveShards(2, list), "10 runs: 0 passed, 10 skipped\n",
+    EXPECT_EQ(complaintsIn(merge(saveShards(2, list),
+                  "10 runs: 0 passed, 0 failed, 0 known, 0 flaky, 10 skipped, 0 not run\n",
                   "talmo: merge: no run was made\n", 1)),
         QStringList("no run was made"));
-    merge(saveShards(3, {}), "0 runs: 0 passed\n", "talmo: merge: no run was made\n", 1);
+    merge(saveShards(3, {}), "0 runs: 0 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
+        "talmo: merge: no run was made\n", 1);
     list[9] = runOf("test10", RunState::Known, "known");
-    merge(saveShards(2, list), "10 runs: 0 passed, 1 known, 9 skipped\n", "", 0);
+    merge(saveShards(2, list),
+        "10 runs: 0 passed, 0 failed, 1 known, 0 flaky, 9 skipped, 0 not run\n", "", 0);
 }
 
 TEST_F(MergeTest, AMissingShardIsToldAlsoInTheFile)
 {
     const QStringList files = saveShards(4, tenRuns());
-    const RunResults merged = merge({files[0], files[3]}, "5 runs: 5 passed\n",
+    const RunResults merged = merge({files[0], files[3]},
+        "5 runs: 5 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: shard 2/4 is missing, with 3 runs\n"
         "talmo: merge: shard 3/4 is missing, with 2 runs\n",
         1);
@@ -215,7 +225,8 @@ TEST_F(MergeTest, AShardThatIsThereTwiceIsTold)
 {
     const std::vector<RunRecord> list = tenRuns();
     saveShards(2, list);
-    EXPECT_EQ(namesOf(merge({"1.xml", "2.xml", "1.xml"}, "10 runs: 10 passed\n",
+    EXPECT_EQ(namesOf(merge({"1.xml", "2.xml", "1.xml"},
+                          "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
                           "talmo: merge: shard 1/2 is there twice: '1.xml' and '1.xml'\n", 1))
                   .mid(0, 10),
         namesOf(list));
@@ -224,8 +235,10 @@ TEST_F(MergeTest, AShardThatIsThereTwiceIsTold)
     whole.shard = whole.shards = 0;
     save("a.xml", whole);
     save("b.xml", whole);
-    merge({"a.xml"}, "10 runs: 10 passed\n", "", 0);
-    merge({"a.xml", "b.xml"}, "10 runs: 10 passed\n",
+    merge(
+        {"a.xml"}, "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n", "", 0);
+    merge({"a.xml", "b.xml"},
+        "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: shard 1/1 is there twice: 'a.xml' and 'b.xml'\n", 1);
 }
 
@@ -235,7 +248,8 @@ TEST_F(MergeTest, AMissingRunIsTold)
     saveShards(2, tenRuns());
     results.runs.erase(results.runs.begin() + 1);
     save("2.xml", results);
-    const RunResults merged = merge({"1.xml", "2.xml"}, "9 runs: 9 passed\n",
+    const RunResults merged = merge({"1.xml", "2.xml"},
+        "9 runs: 9 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: shard 2/2 has 5 runs, but '2.xml' holds 4\n", 1);
     EXPECT_EQ(complaintsIn(merged), QStringList("shard 2/2 has 5 runs, but '2.xml' holds 4"));
 }
@@ -246,13 +260,15 @@ TEST_F(MergeTest, ARunThatIsThereTwiceIsTold)
     RunResults results = shardOf(2, 2, tenRuns());
     results.runs[4] = runOf("test1");
     save("2.xml", results);
-    merge({"1.xml", "2.xml"}, "10 runs: 10 passed\n",
+    merge({"1.xml", "2.xml"},
+        "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: the runs are not those of the list\n"
         "talmo: merge: the run 'test1' is there twice, in '1.xml' and in '2.xml'\n",
         1);
     results.runs.push_back(runOf("test2"));
     save("2.xml", results);
-    merge({"1.xml", "2.xml"}, "11 runs: 11 passed\n",
+    merge({"1.xml", "2.xml"},
+        "11 runs: 11 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: shard 2/2 has 5 runs, but '2.xml' holds 6\n"
         "talmo: merge: the run 'test1' is there twice, in '1.xml' and in '2.xml'\n"
         "talmo: merge: the run 'test2' is there twice, in '2.xml' and in '2.xml'\n",
@@ -265,12 +281,14 @@ TEST_F(MergeTest, RunsThatAreNotThoseOfTheListAreTold)
     RunResults results = shardOf(2, 2, tenRuns());
     results.runs[0].name = "another";
     save("2.xml", results);
-    merge({"1.xml", "2.xml"}, "10 runs: 10 passed\n",
+    merge({"1.xml", "2.xml"},
+        "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: the runs are not those of the list\n", 1);
     results = shardOf(2, 2, tenRuns());
     std::swap(results.runs[0], results.runs[1]);
     save("2.xml", results);
-    merge({"1.xml", "2.xml"}, "10 runs: 10 passed\n",
+    merge({"1.xml", "2.xml"},
+        "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: the runs are not those of the list\n", 1);
 }
 
@@ -280,11 +298,13 @@ TEST_F(MergeTest, SuitesThatDifferAreTold)
     other[9].name = "test11";
     saveShards(2, tenRuns());
     save("other.xml", shardOf(2, 2, other));
-    RunResults merged = merge({"1.xml", "other.xml"}, "10 runs: 10 passed\n",
+    RunResults merged = merge({"1.xml", "other.xml"},
+        "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: '1.xml' and 'other.xml' are of different lists of runs\n", 1);
     EXPECT_EQ(complaintsIn(merged).size(), 1);
     save("other.xml", shardOf(2, 3, tenRuns()));
-    merged = merge({"1.xml", "2.xml", "other.xml"}, "13 runs: 13 passed\n",
+    merged = merge({"1.xml", "2.xml", "other.xml"},
+        "13 runs: 13 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: '1.xml' is one of 2 shards, 'other.xml' one of 3\n"
         "talmo: merge: the run 'test2' is there twice, in '2.xml' and in 'other.xml'\n"
         "talmo: merge: the run 'test5' is there twice, in '1.xml' and in 'other.xml'\n"
@@ -299,7 +319,8 @@ TEST_F(MergeTest, AnInterruptedShardIsTold)
     RunResults results = shardOf(2, 2, tenRuns());
     results.interruption = "SIGTERM";
     save("2.xml", results);
-    merge({"1.xml", "2.xml"}, "10 runs: 10 passed\n",
+    merge({"1.xml", "2.xml"},
+        "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
         "talmo: merge: shard 2/2 was interrupted by SIGTERM\n", 1);
 }
 
