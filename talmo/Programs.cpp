@@ -141,6 +141,11 @@ bool writeStarter(const QByteArray &path, QByteArray program)
 
 } // namespace
 
+bool isNameOfProgram(const QString &name)
+{
+    return isPlainWord(name) && !isTakenByShell(name);
+}
+
 GivenPrograms::~GivenPrograms()
 {
     if (!folder.isNull() && getpid() == owner)

@@ -11,6 +11,10 @@
 namespace Talmo
 {
 
+/// True if the shell takes the word \a name, where a command begins, for nothing but the name of a
+/// program in the PATH.
+bool isNameOfProgram(const QString &name);
+
 /// The simulation programs that a user gives on the command line, instead of the configured ones.
 class GivenPrograms
 {

@@ -6,11 +6,13 @@
 #include "Descriptor.h"
 #include "DiskFile.h"
 #include "LineReader.h"
+#include "Programs.h"
 #include "talmo/Numbers.h"
 
 #include <QStandardPaths>
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <csignal>
@@ -64,12 +66,15 @@ QString aboutValues(const Difference &difference)
                .arg(roughly(apart / difference.tolerance), exactly(difference.tolerance));
 }
 
-/// How many lines the file \a name of the run's \a directory has; -1 if it cannot be read.
+/// How many lines the file \a name of the run's \a directory has; -1 if it cannot be read once
+/// more.
 qint64 linesOf(const QString &name, const QString &directory)
 {
     const bool isAbsolute = name.startsWith(QLatin1Char('/'));
+    const QString path = isAbsolute ? name : directory + QLatin1Char('/') + name;
+    struct stat status = {};
     LineReader file;
-    if (!file.open(isAbsolute ? name : directory + QLatin1Char('/') + name))
+    if (stat(systemName(path), &status) != 0 || !S_ISREG(status.st_mode) || !file.open(path))
         return -1;
     qint64 count = 0;
     std::string_view line;
@@ -85,14 +90,15 @@ QString aboutLengths(const Comparison &comparison, const QString &directory)
     if (lines1 < 0 || lines2 < 0)
         return {};
     return QStringLiteral("'%1' has %2, '%3' has %4")
-        .arg(comparison.file1, counted(lines1, "line"), comparison.file2, counted(lines2, "line"));
+        .arg(shown(comparison.file1), counted(lines1, "line"), shown(comparison.file2),
+            counted(lines2, "line"));
 }
 
 /// What is known of a difference; null if the message says it all.
 QString aboutComparison(const Comparison &comparison, const QString &directory)
 {
     const Difference &difference = comparison.difference;
-    const QString &file = difference.file == 2 ? comparison.file2 : comparison.file1;
+    const QString file = shown(difference.file == 2 ? comparison.file2 : comparison.file1);
     switch (difference.kind) {
     case Difference::Value:
         return aboutValues(difference);
@@ -111,19 +117,25 @@ QString aboutComparison(const Comparison &comparison, const QString &directory)
     return {};
 }
 
+/// True if the word \a program can only be the name of a program, and the PATH has none.
+bool isMissing(const QString &program)
+{
+    return QStandardPaths::findExecutable(program).isEmpty() && isNameOfProgram(program);
+}
+
 /// How \a run ended.
 QString aboutEnd(const ProgramRun &run)
 {
     const ShellEnd &end = run.end;
-    const bool mayBeMissing = !run.program.contains(QLatin1Char('/'));
-    if (end.exitStatus == shellCannotFind && mayBeMissing &&
-        QStandardPaths::findExecutable(run.program).isEmpty())
-        return QStringLiteral("'%1' was not found in the PATH").arg(run.program);
+    const QString program = shown(run.program);
+    if (end.exitStatus == shellCannotFind && isMissing(run.program))
+        return QStringLiteral("'%1' was not found in the PATH").arg(program);
     if (end.exitStatus == shellCannotFind)
         return QStringLiteral("exit status 127: '%1', or what it starts, was not found")
-            .arg(run.program);
+            .arg(program);
     if (end.exitStatus == shellCannotRun)
-        return QStringLiteral("exit status 126: '%1' cannot be run").arg(run.program);
+        return QStringLiteral("exit status 126: '%1', or what it starts, cannot be run")
+            .arg(program);
     const int signal = end.programSignal();
     const char *const name = signal > 0 && signal < NSIG ? strsignal(signal) : nullptr;
     if (name != nullptr)
@@ -135,7 +147,7 @@ QString aboutEnd(const ProgramRun &run)
 }
 
 /// The last line that is not empty of the file \a path, as far as its last bytes tell; empty if
-/// there is none.
+/// there is none. A carriage return also ends a line, since a terminal shows only what follows it.
 QByteArray lastLineOf(const QByteArray &path)
 {
     constexpr off_t most = 4096;
@@ -147,8 +159,11 @@ QByteArray lastLineOf(const QByteArray &path)
     const ssize_t count = pread(file.get(), tail.data(), static_cast<size_t>(tail.size()),
         status.st_size - static_cast<off_t>(tail.size()));
     tail.truncate(static_cast<int>(std::max<ssize_t>(count, 0)));
-    tail = tail.trimmed();
-    return tail.mid(tail.lastIndexOf('\n') + 1);
+    while (!tail.isEmpty() && std::isspace(static_cast<uchar>(tail.back())) != 0)
+        tail.chop(1);
+    const auto start = std::max(tail.lastIndexOf('\n'), tail.lastIndexOf('\r')) + 1;
+    const bool isCut = start == 0 && status.st_size > most;
+    return (isCut ? "..." : "") + tail.mid(start);
 }
 
 /// The last words of a program that is said to have printed them into \a capture.
@@ -159,7 +174,23 @@ QString aboutCapture(const QString &capture, const QString &directory)
     const QByteArray line = lastLineOf(systemName(directory + QLatin1Char('/') + capture));
     if (line.isEmpty())
         return QStringLiteral("it printed nothing");
-    return QStringLiteral("last line of '%1': %2").arg(capture, shown(line));
+    return QStringLiteral("last line of '%1': %2").arg(shown(capture), shown(line));
+}
+
+/// \a character as a part of one line: what no terminal shows, or what ends the line, is escaped.
+QString shown(uint character)
+{
+    constexpr uint lastOfByte = 0xFF;
+    const QChar::Category category = QChar::category(character);
+    if (character == '\t')
+        return QStringLiteral(" ");
+    if (category == QChar::Separator_Line || category == QChar::Separator_Paragraph ||
+        category == QChar::Other_Surrogate)
+        return QStringLiteral("\\u%1").arg(character, 4, 16, QLatin1Char('0'));
+    if (category == QChar::Other_Control && character <= lastOfByte)
+        return QStringLiteral("\\x%1").arg(character, 2, 16, QLatin1Char('0'));
+    const auto letter = static_cast<char32_t>(character);
+    return QString::fromUcs4(&letter, 1);
 }
 
 /// The text of the line with \a number of \a script; null if there is none.
@@ -174,23 +205,23 @@ QString lineOf(const Script &script, qint64 number)
 
 } // namespace
 
-QString shown(const QByteArray &bytes)
+QString shown(const QString &text)
 {
     constexpr int most = 300;
-    QString text;
-    const QString decoded = QString::fromUtf8(bytes.left(4 * most));
-    for (const QChar character : decoded) {
-        if (text.size() >= most)
-            return text + QStringLiteral("...");
-        const bool isControl = character.unicode() < 0x20 || character.unicode() == 0x7f;
-        if (character == QLatin1Char('\t'))
-            text += QLatin1Char(' ');
-        else if (isControl)
-            text += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
-        else
-            text += character;
+    QString line;
+    for (const uint character : text.toUcs4()) {
+        const QString piece = shown(character);
+        if (line.size() + piece.size() > most)
+            return line + QStringLiteral("...");
+        line += piece;
     }
-    return text;
+    return line;
+}
+
+QString shown(const QByteArray &bytes)
+{
+    constexpr int enough = 2000; // for a line that is cut, whatever the characters
+    return shown(QString::fromUtf8(bytes.left(enough)));
 }
 
 QStringList detailsOf(const Result &result, const Script &script)
@@ -199,7 +230,7 @@ QStringList detailsOf(const Result &result, const Script &script)
     if (result.line > 0)
         details += QStringLiteral("%1:%2: %3")
                        .arg(script.name(), QString::number(result.line),
-                           shown(lineOf(script, result.line).toUtf8()));
+                           shown(lineOf(script, result.line)));
     if (result.findings.comparison)
         details += aboutComparison(*result.findings.comparison, result.directory);
     if (result.findings.program) {

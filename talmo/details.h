@@ -14,8 +14,9 @@ namespace Talmo
 /// run's directory must still be there, below the current directory.
 QStringList detailsOf(const Result &result, const Script &script);
 
-/// Bytes that a program printed or a file holds as text of one line: what cannot be shown is
-/// escaped, and what is long is cut.
+/// \a text, or \a bytes that a program printed or a file holds, as text of one line: what cannot be
+/// shown is escaped, and what is long is cut.
+QString shown(const QString &text);
 QString shown(const QByteArray &bytes);
 
 } // namespace Talmo
