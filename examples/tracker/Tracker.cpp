@@ -40,19 +40,6 @@ bool isUsable(const Track &track)
     return track.pz > 0;
 }
 
-bool takeTrack(const Step &step, Integrator integrator, Track &track)
-{
-    switch (step.action) {
-    case Action::Reverse:
-        reverse(track);
-        return true;
-    case Action::Accelerate:
-        return accelerate(step.energy, track);
-    default:
-        return passElement(step, integrator, track);
-    }
-}
-
 /// The middle of the message about a track that cannot fly on after \a step.
 const char *failure(const Step &step)
 {
@@ -65,16 +52,11 @@ const char *failure(const Step &step)
 bool takeStep(
     const Step &step, const Deck &deck, Integrator integrator, Beam &beam, std::string &error)
 {
-    if (step.action == Action::WriteBeam) {
-        if (writeBeam(step.file, deck.name, beam))
-            return true;
-        error = messageAt(deck.name, step.line, "cannot write " + quoted(step.file));
-        return false;
-    }
+    if (step.action == Action::WriteBeam)
+        return writeOutput(step, deck, beam, error);
     for (std::size_t i = 0; i < beam.size(); ++i) {
         if (!takeTrack(step, integrator, beam[i])) {
-            error = messageAt(deck.name, step.line,
-                quoted(commandWord(step.action)) + failure(step) + std::to_string(i + 1));
+            error = messageAboutTrack(step, deck, i + 1);
             return false;
         }
     }
@@ -130,9 +112,35 @@ void reverse(Track &track)
     track.py = -track.py;
 }
 
-bool runDeck(const std::string &file, Integrator integrator, std::string &error)
+bool takeTrack(const Step &step, Integrator integrator, Track &track)
 {
-    Deck deck;
+    switch (step.action) {
+    case Action::Reverse:
+        reverse(track);
+        return true;
+    case Action::Accelerate:
+        return accelerate(step.energy, track);
+    default:
+        return passElement(step, integrator, track);
+    }
+}
+
+std::string messageAboutTrack(const Step &step, const Deck &deck, std::size_t number)
+{
+    return messageAt(deck.name, step.line,
+        quoted(commandWord(step.action)) + failure(step) + std::to_string(number));
+}
+
+bool writeOutput(const Step &step, const Deck &deck, const Beam &beam, std::string &error)
+{
+    if (writeBeam(step.file, deck.name, beam))
+        return true;
+    error = messageAt(deck.name, step.line, "cannot write " + quoted(step.file));
+    return false;
+}
+
+bool readInput(const std::string &file, Deck &deck, Beam &beam, std::string &error)
+{
     if (!readDeck(file, deck, error))
         return false;
     const Step &first = deck.steps.front();
@@ -141,8 +149,14 @@ bool runDeck(const std::string &file, Integrator integrator, std::string &error)
         error = messageAt(file, first.line, "cannot read " + quoted(first.file));
         return false;
     }
+    return parseBeam(first.file, lines, beam, error);
+}
+
+bool runDeck(const std::string &file, Integrator integrator, std::string &error)
+{
+    Deck deck;
     Beam beam;
-    if (!parseBeam(first.file, lines, beam, error))
+    if (!readInput(file, deck, beam, error))
         return false;
     for (std::size_t i = 1; i < deck.steps.size(); ++i) {
         if (!takeStep(deck.steps[i], deck, integrator, beam, error))

@@ -4,7 +4,8 @@
 #include "Deck.h"
 #include "Optics.h"
 
-/// Runs a deck: reads the whole beam, and then takes it through one step after the other.
+/// Runs a deck: reads the whole beam, and then takes it through one step after the other. A program
+/// that divides the beam among several processes has the parts of that.
 namespace tracker
 {
 
@@ -27,6 +28,21 @@ bool accelerate(double energy, Track &track);
 /// in a mirror z -> -z. So a line is retraced if its elements follow in reverse order: drifts and
 /// quadrupoles as they were, solenoids with the opposite field, gaps with the opposite energy.
 void reverse(Track &track);
+
+/// Takes \a track through \a step, which is none that reads or writes. Returns false if the track
+/// cannot fly on; it is then of no use.
+bool takeTrack(const Step &step, Integrator integrator, Track &track);
+
+/// Says that the track \a number, counted from 1, cannot fly on after \a step of \a deck.
+std::string messageAboutTrack(const Step &step, const Deck &deck, std::size_t number);
+
+/// Reads the deck \a file and its beam. On failure, says in \a error what is wrong and where, and
+/// returns false.
+bool readInput(const std::string &file, Deck &deck, Beam &beam, std::string &error);
+
+/// Writes \a beam where \a step, an output of \a deck, wants it. On failure, says so in \a error,
+/// and returns false.
+bool writeOutput(const Step &step, const Deck &deck, const Beam &beam, std::string &error);
 
 /// Reads the deck \a file and executes it. Writes nothing unless the whole deck and its beam could
 /// be read. On failure, says in \a error what is wrong and where, and returns false.
