@@ -32,13 +32,17 @@ std::vector<pid_t> descendantsOf(pid_t process)
     return found;
 }
 
-void sendToTree(pid_t process, int signal)
+std::vector<pid_t> sendToTree(pid_t process, int signal)
 {
+    std::vector<pid_t> all = {process};
     const std::vector<pid_t> children = childrenOf(process);
     kill(process, signal);  // before its children, or a shell would go on to its next command
     kill(process, SIGCONT); // a stopped process would not notice the signal
-    for (const pid_t child : children)
-        sendToTree(child, signal);
+    for (const pid_t child : children) {
+        const std::vector<pid_t> tree = sendToTree(child, signal);
+        all.insert(all.end(), tree.begin(), tree.end());
+    }
+    return all;
 }
 
 ProcessStatus statusOf(pid_t process)

@@ -14,7 +14,8 @@ std::vector<pid_t> childrenOf(pid_t process);
 std::vector<pid_t> descendantsOf(pid_t process);
 
 /// Sends \a signal to \a process and to all that it has started, as far as the system tells.
-void sendToTree(pid_t process, int signal);
+/// Returns all of these.
+std::vector<pid_t> sendToTree(pid_t process, int signal);
 
 /// What the system tells of a process.
 struct ProcessStatus {

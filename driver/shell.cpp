@@ -89,6 +89,13 @@ pid_t startShell(std::string line, const Quiet &quiet)
     return error == 0 ? shell : 0;
 }
 
+std::vector<pid_t> askedToEnd;
+
+void note(const std::vector<pid_t> &processes)
+{
+    askedToEnd.insert(askedToEnd.end(), processes.begin(), processes.end());
+}
+
 /// Whether \a process has ended; then \a status is what waitpid says of it. One that waitpid does
 /// not know has ended somehow.
 bool hasEnded(pid_t process, int &status)
@@ -118,8 +125,13 @@ ShellEnd runInShell(const std::string &line)
     int status = -1;
     while (!hasEnded(shell, status)) {
         if (const int signal = takeSignalToPassOn(); signal != 0)
-            sendToTree(shell, signal);
+            note(sendToTree(shell, signal));
         quiet.waitForOne();
     }
     return endOf(status);
+}
+
+const std::vector<pid_t> &processesAskedToEnd()
+{
+    return askedToEnd;
 }

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include <sys/types.h>
 
 /// How the shell came to its end.
 struct ShellEnd {
@@ -22,3 +25,6 @@ struct ShellEnd {
 /// process alone, are passed on to all that the shell has started; Ctrl-C reaches it from the
 /// terminal. Once this process was interrupted, nothing is started any more.
 ShellEnd runInShell(const std::string &line);
+
+/// The processes to which runInShell has passed a signal on. They may outlive the shell.
+const std::vector<pid_t> &processesAskedToEnd();

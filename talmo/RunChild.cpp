@@ -106,13 +106,18 @@ void sleepBriefly()
 }
 
 /// Ends all that this process has started or adopted: asks first, and kills what does not end
-/// within the grace period.
+/// within the grace period. What the shell has left behind was asked with it, and is not asked
+/// again: some programs, mpirun for one, take a second request for an order to end at once, and do
+/// not tidy up.
 void endAll()
 {
     QElapsedTimer timer;
     timer.start();
-    for (const pid_t child : childrenOf(getpid()))
-        sendToTree(child, SIGTERM);
+    const std::vector<pid_t> &asked = processesAskedToEnd();
+    for (const pid_t child : childrenOf(getpid())) {
+        if (std::find(asked.begin(), asked.end(), child) == asked.end())
+            sendToTree(child, SIGTERM);
+    }
     while (reap()) {
         if (timer.elapsed() > static_cast<qint64>(gracePeriod * 1000)) {
             for (const pid_t process : descendantsOf(getpid()))
