@@ -328,7 +328,7 @@ RunReport Crew::lostReport(const Worker &worker, int status, Happenings &happeni
     RunRecord &record = report.record;
     record.state = RunState::Failed;
     record.seconds = secondsBetween(worker.began, Clock::now());
-    const QString directory = suite.runs[report.run].name + QStringLiteral(".dir");
+    const QString directory = suite.runs[report.run].directory();
     record.directory = existsOnDisk(directory) ? directory : QString();
     record.output.offset = worker.printed;
     record.output.length = -1;

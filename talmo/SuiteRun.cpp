@@ -132,7 +132,7 @@ void SuiteRun::skip()
         if (!suite.runs[run].isSkipped)
             continue;
         records[run].state = RunState::Skipped;
-        records[run].message = QStringLiteral("No applicable SimPrograms");
+        records[run].message = skipReason();
         printer.skipped(suite.scripts[suite.runs[run].script].path);
     }
 }

@@ -58,7 +58,7 @@ int cleanCommand(const QStringList &arguments)
         return WrongCall;
     bool isWell = true;
     for (const PlannedRun &run : chosen.suite.runs) {
-        const QString name = run.name + QStringLiteral(".dir");
+        const QString name = run.directory();
         if (!run.isSkipped && isDirectory(name))
             isWell = removeKept(name) && isWell;
     }
