@@ -56,13 +56,15 @@ bool Scheduler::isLight(size_t run) const
     return !its.startsPrograms && its.processors == 1 && its.locks.isEmpty() && !its.isSerial;
 }
 
-/// How many light runs one job may have: few enough that all processors are busy up to the end.
+/// How many light runs one job may have: few enough that all processors are busy up to the end, and
+/// so many that starting a process does not cost more than they do.
 size_t Scheduler::largestJob() const
 {
     constexpr size_t jobsForEach = 4;
-    constexpr size_t most = 64; // a run that is ended, and its process with it, holds up these
+    constexpr size_t least = 8;
+    constexpr size_t most = 256;
     const size_t share = lightWaiting / (jobsForEach * static_cast<size_t>(processors));
-    return std::clamp<size_t>(share, 1, most);
+    return std::clamp(share, least, most);
 }
 
 /// Takes the job out of those that wait that begins with \a first.
@@ -72,9 +74,13 @@ std::vector<size_t> Scheduler::take(std::deque<size_t>::iterator first)
     const RunNeeds &run = needs[job[0]];
     auto behind = std::next(first);
     if (isLight(job[0])) {
+        constexpr double enough = 0.1; // seconds: then a process of its own costs nothing
         const size_t most = largestJob();
-        while (behind != waiting.end() && job.size() < most && isLight(*behind))
+        double time = run.seconds;
+        while (behind != waiting.end() && job.size() < most && time < enough && isLight(*behind)) {
+            time += std::max(needs[*behind].seconds, 0.0);
             job.push_back(*behind++);
+        }
         lightWaiting -= std::min(lightWaiting, job.size());
     }
     waiting.erase(first, behind);
