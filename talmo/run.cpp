@@ -276,6 +276,9 @@ bool RunCommand::openRecords()
 /// if that is needed and cannot be read, which is said.
 bool RunCommand::readLatest()
 {
+    const bool isOrdered = request.options.processors > 1 && chosen.suite.runs.size() > 1;
+    if (!isOrdered && !request.rerunsFailed)
+        return true;
     RunResults latest;
     QString problem;
     const auto reading =
