@@ -108,7 +108,6 @@ SuiteRun::SuiteRun(const Suite &itsSuite, RunOptions itsOptions)
 
 std::vector<RunRecord> SuiteRun::make()
 {
-    skip();
     for (;;) {
         if (!interruption().isNull() && !isInterrupted) {
             isInterrupted = true;
@@ -116,8 +115,10 @@ std::vector<RunRecord> SuiteRun::make()
             stop(QStringLiteral("interrupted by ") + interruption());
         }
         startJobs();
-        if (crew.isIdle())
+        if (crew.isIdle()) {
+            skipUpTo(suite.runs.size());
             return std::move(records);
+        }
         if (printer.counts())
             printer.count(namesOf(crew.atWork()));
         std::fflush(stdout);
@@ -125,15 +126,15 @@ std::vector<RunRecord> SuiteRun::make()
     }
 }
 
-/// Settles the scripts that apply to no program.
-void SuiteRun::skip()
+/// Settles the scripts before \a end that apply to no program, unless that was done.
+void SuiteRun::skipUpTo(size_t end)
 {
-    for (size_t run = 0; run < suite.runs.size(); ++run) {
-        if (!suite.runs[run].isSkipped)
+    for (; nextToSkip < end; ++nextToSkip) {
+        if (!suite.runs[nextToSkip].isSkipped)
             continue;
-        records[run].state = RunState::Skipped;
-        records[run].message = skipReason();
-        printer.skipped(suite.scripts[suite.runs[run].script].path);
+        records[nextToSkip].state = RunState::Skipped;
+        records[nextToSkip].message = skipReason();
+        printer.skipped(suite.scripts[suite.runs[nextToSkip].script].path);
     }
 }
 
@@ -249,6 +250,7 @@ void SuiteRun::settle(size_t run)
     RunRecord &record = records[run];
     record.attempts = progress[run].mostAttempts;
     record.remarks = progress[run].failures + record.remarks;
+    skipUpTo(run); // at its place in the driver's order, if that is kept
     printer.ended(record);
     if (record.state == RunState::Passed)
         record.output = FilePart();

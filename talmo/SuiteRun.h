@@ -50,7 +50,7 @@ private:
         QStringList failures; ///< of earlier attempts
     };
 
-    void skip();
+    void skipUpTo(size_t end);
     void startJobs();
     void take(const Happenings &happenings);
     void judge(const RunReport &report);
@@ -68,6 +68,7 @@ private:
     Crew crew;
     RunPrinter printer;
     Descriptor spool;       ///< what failed runs printed
+    size_t nextToSkip = 0;  ///< what comes before was settled if it is skipped
     bool isStopped = false; ///< nothing is started any more,
     QString stopReason;     ///< and this is why
     bool isInterrupted = false;
