@@ -41,7 +41,8 @@ std::vector<RunNeeds> needsOf(const Suite &suite, const RunOptions &options)
         needs.processors = script.needs.processors;
         needs.locks = script.needs.locks;
         needs.isSerial = script.needs.isSerial;
-        needs.startsPrograms = script.startsPrograms;
+        // A job of several goes on when one of them has failed.
+        needs.startsPrograms = script.startsPrograms || options.stopsOnFailure;
         const auto last = options.lastSeconds.find(run.name);
         if (last != options.lastSeconds.end())
             needs.seconds = last->second;
@@ -272,7 +273,9 @@ void SuiteRun::stop(const QString &reason)
             settle(run);
             continue;
         }
-        records[run].state = RunState::NotRun;
+        const QString directory = records[run].directory; // of an earlier repetition
+        records[run] = recordOf(suite, suite.runs[run]);
+        records[run].directory = directory;
         records[run].message = stopReason;
     }
 }

@@ -320,6 +320,30 @@ TEST_F(RunCommandTest, CountsKnownFailuresApart)
         0);
 }
 
+TEST_F(RunCommandTest, StartsNothingAfterAFailureOnRequest)
+{
+    writePasses(40);
+    write("test20", "=fails\n=exists none\n");
+    write("test41", "=number 41\n=run true\n");
+    const Outcome outcome = make({"-j1", "--stop-on-failure"});
+    QByteArray notRun;
+    for (int n = 21; n <= 40; ++n)
+        notRun += "  test" + QByteArray::number(n) + ": stopped after the failure of test20\n";
+    const auto end = outcome.output.indexOf("test20: ");
+    EXPECT_EQ(outcome.output.left(end).count('\n'), 19);
+    EXPECT_EQ(outcome.output.mid(end), "test20: ***ERROR: File 'none' does not exist\n"
+                                       "    test20:2: =exists none\n"
+                                       "\n"
+                                       "Failed:\n"
+                                       "  test20: File 'none' does not exist [test20.dir]\n"
+                                       "\n"
+                                       "Not run:\n" +
+                                           notRun + "  and 1 more\n" + counts(19, 1, 0, 0, 0, 21));
+    EXPECT_EQ(outcome.status, 1);
+    write("test20", "=known\n# talmo: known exist\n=exists none\n"); // that is no failure
+    EXPECT_EQ(passesOf({"-j1", "--stop-on-failure"}).size(), 40);
+}
+
 TEST_F(RunCommandTest, RunsAtWorkEndAlsoIfNothingIsStartedAnyMore)
 {
     write("test1", "=fails\n=run until [ -e ../started ]; do sleep 0.01; done\n=exists none\n");
