@@ -263,7 +263,7 @@ bool RunCommand::openRecords()
     case Records::Opening::Opened:
         return true;
     case Records::Opening::NotWritable:
-        std::fprintf(stderr, "talmo: nothing is recorded: %s\n", qPrintable(problem));
+        std::fprintf(stderr, "talmo: run: nothing is recorded: %s\n", qPrintable(problem));
         return true;
     case Records::Opening::Refused:
         break;

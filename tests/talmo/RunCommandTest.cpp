@@ -506,3 +506,72 @@ TEST_F(RunCommandTest, AReportThatCannotBeWrittenIsNoSuccess)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(exists("made"));
 }
+
+TEST_F(RunCommandTest, AWrongCallIsRefused)
+{
+    write("test1", "=one\n");
+    write("test2", "no test\n");
+    const QByteArray count = " takes a whole number from 1 on, not '";
+    const QByteArray seconds = " takes a number of seconds above 0, not '";
+    const QByteArray shard = "--shard takes I/N, with I from 1 to N, not '";
+    const QByteArray skip = "--skip-status takes a number from 0 to 255, not '";
+    const struct {
+        QStringList arguments;
+        QByteArray sentence;
+    } rows[] = {
+        {{"-j"}, "missing value after '-j'"},
+        {{"-j", "0"}, "--jobs" + count + "0'"},
+        {{"-j", "-1"}, "--jobs" + count + "-1'"},
+        {{"-j", "two"}, "--jobs" + count + "two'"},
+        {{"-j", "2.0"}, "--jobs" + count + "2.0'"},
+        {{"-j", ""}, "--jobs" + count + "'"},
+        {{"-j", "99999999999"}, "--jobs" + count + "99999999999'"},
+        {{"--timeout", "0"}, "--timeout" + seconds + "0'"},
+        {{"--timeout", "-3"}, "--timeout" + seconds + "-3'"},
+        {{"--timeout", "nan"}, "--timeout" + seconds + "nan'"},
+        {{"--timeout", "1e999"}, "--timeout" + seconds + "1e999'"},
+        {{"--timeout", "1 s"}, "--timeout" + seconds + "1 s'"},
+        {{"--repeat", "0"}, "--repeat" + count + "0'"},
+        {{"--shard", "0/3"}, shard + "0/3'"},
+        {{"--shard", "4/3"}, shard + "4/3'"},
+        {{"--shard", "3"}, shard + "3'"},
+        {{"--shard", "1/2/3"}, shard + "1/2/3'"},
+        {{"--shard", "1/"}, shard + "1/'"},
+        {{"--shard", "/1"}, shard + "/1'"},
+        {{"--shard", "-1/2"}, shard + "-1/2'"},
+        {{"--shard", ""}, shard + "'"},
+        {{"--skip-status", "256"}, skip + "256'"},
+        {{"--skip-status", "-1"}, skip + "-1'"},
+        {{"--skip-status", "x"}, skip + "x'"},
+        {{"--shard", "1/2", "--rerun-failed"},
+            "--rerun-failed and --shard exclude each other: every machine would divide another "
+            "list"},
+        {{"--no-such-option"}, "unknown option 'no-such-option'"},
+        {{"--keep=1"}, "unexpected value after '--keep'"},
+        {{"-x"}, "unknown option 'x'"},
+        {{}, "test2: Invalid test file"},
+        {{"none"}, "the filter 'none' matches nothing in '" + work.toUtf8() + "'"},
+        {{"test1", "--run", "test3"}, "there is no run 'test3' in '" + work.toUtf8() + "'"},
+        {{"test1", "--program", "none"}, "the program 'none' is not in the PATH"},
+        {{"-C", "none"}, "cannot go to the directory 'none': No such file or directory"},
+    };
+    for (const auto &row : rows)
+        expectWrongCall(QStringList("run") + row.arguments, "talmo: run: " + row.sentence + "\n");
+    expectWrongCall({"run", "-j0", "--shard=0/0", "--timeout=0", "--repeat=0"},
+        "talmo: run: --jobs" + count + "0'\ntalmo: run: --repeat" + count +
+            "0'\ntalmo: run: --timeout" + seconds + "0'\ntalmo: run: " + shard + "0/0'\n");
+}
+
+TEST_F(RunCommandTest, OneOfManyWrongCommentsStopsAll)
+{
+    write("test1", "=one\n=run touch ../made\n");
+    write("test2", "=two\n# talmo: sereal\n");
+    write("test3", "=three\n=echo\n# talmo: serial\n");
+    const Outcome outcome = run({"run"});
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors,
+        "talmo: run: test2:2: unknown word 'sereal' behind 'talmo:'\n"
+        "talmo: run: test3:3: 'talmo: serial' must stand before the first command\n");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(entries(), QStringList({"test1", "test2", "test3"}));
+}
