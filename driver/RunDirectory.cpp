@@ -66,6 +66,12 @@ bool RunDirectory::enter()
     return !inUse && claimed.isOpen() && fchdir(claimed.get()) == 0;
 }
 
+bool RunDirectory::takeLeftover()
+{
+    inUse = !claim();
+    return !inUse && claimed.isOpen();
+}
+
 /// Makes the directory. Returns false if something has its name, or if it cannot be made.
 bool RunDirectory::make()
 {

@@ -23,7 +23,11 @@ public:
     /// run.
     bool enter();
 
-    /// True if enter failed because another driver is at work in the directory.
+    /// Instead of entering it: locks what an earlier run left there, for remove(). Returns false if
+    /// there is no such directory, or if another driver is at work in it.
+    bool takeLeftover();
+
+    /// True if that failed because another driver is at work in the directory.
     bool isInUse() const { return inUse; }
 
     /// Goes back to where enter began, even if the directory was moved or removed meanwhile.

@@ -1,6 +1,6 @@
 // "talmo clean". A run itself removes what an earlier one has left in its directory, and knows what
-// must stay: a directory that is in use, and what is mounted there. So we enter a directory as a
-// run does, and remove it.
+// must stay: a directory that is in use, and what is mounted there. So we remove a directory as a
+// run does, but where it is: what cannot be removed keeps its name.
 
 #include "CommandLine.h"
 #include "DiskFile.h"
@@ -9,6 +9,7 @@
 #include "commandTable.h"
 
 #include <cstdio>
+#include <optional>
 
 #include <sys/stat.h>
 
@@ -28,11 +29,8 @@ bool isDirectory(const QString &name)
 bool removeKept(const QString &name)
 {
     RunDirectory directory(name);
-    const bool isEntered = directory.enter();
-    if (isEntered) {
-        directory.leave();
+    if (directory.takeLeftover())
         directory.remove();
-    }
     for (const QByteArray &remark : directory.remarks())
         std::fprintf(stderr, "talmo: clean: %s\n", remark.constData());
     if (!isDirectory(name)) {
