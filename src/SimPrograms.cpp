@@ -23,7 +23,7 @@ QStringList storedSimPrograms(QString &problem)
 {
     const std::unique_ptr<SettingsStore> store(SettingsStore::open(problem));
     return simProgramNames([&](const QString &key) {
-        const QString name = store->value(key).toString();
+        QString name = store->value(key).toString();
         // Preferences take this value for a key that was never declared, and the driver ends.
         if (name == QLatin1String("@"))
             problem = QStringLiteral("the setting '%1' is '@', which is no name").arg(key);

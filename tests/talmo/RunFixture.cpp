@@ -13,8 +13,8 @@ Outcome foreseeable(Outcome outcome)
 {
     QString text = QString::fromLatin1(outcome.output); // byte by byte
     text.replace(QRegularExpression(QStringLiteral("\nSlowest:\n( +[0-9.]+ s  .*\n){2,5}")), {});
-    text.replace(QRegularExpression(QStringLiteral("\n([0-9]+) runs in [0-9]+\\.[0-9]+ s: ")),
-        QStringLiteral("\n\\1 runs: "));
+    text.replace(QRegularExpression(QStringLiteral("\n([0-9]+ runs?) in [0-9]+\\.[0-9]+ s: ")),
+        QStringLiteral("\n\\1: "));
     outcome.output = text.toLatin1();
     return outcome;
 }
@@ -45,9 +45,10 @@ void RunFixture::expectRun(const QStringList &arguments, const QByteArray &outpu
 
 QByteArray RunFixture::counts(int passed, int failed, int known, int flaky, int skipped, int notRun)
 {
+    const int all = passed + failed + known + flaky + skipped + notRun;
     return QStringLiteral(
-        "\n%1 runs: %2 passed, %3 failed, %4 known, %5 flaky, %6 skipped, %7 not run\n")
-        .arg(passed + failed + known + flaky + skipped + notRun)
+        "\n%1: %2 passed, %3 failed, %4 known, %5 flaky, %6 skipped, %7 not run\n")
+        .arg(QString::number(all) + QLatin1String(all == 1 ? " run" : " runs"))
         .arg(passed)
         .arg(failed)
         .arg(known)
