@@ -49,6 +49,7 @@ Piece pieceOf(const QString &name, const FilePart &part)
 void divide(std::vector<Piece> &pieces)
 {
     std::vector<Piece *> bySize;
+    bySize.reserve(pieces.size());
     for (Piece &piece : pieces)
         bySize.push_back(&piece);
     std::sort(bySize.begin(), bySize.end(),

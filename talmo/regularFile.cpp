@@ -29,7 +29,8 @@ bool isRegular(const struct stat &status)
 bool openRegular(QFile &file, const QByteArray &path, int folder, int flags)
 {
     // To open a device may do something, and to open a FIFO without waiting wakes its writer. So we
-    // look first, and once more when we have it.
+    // look first. We look once more when we have it, because it may be another file by then, though
+    // hardly ever, and in no test.
     struct stat status = {};
     const int following = (flags & O_NOFOLLOW) != 0 ? AT_SYMLINK_NOFOLLOW : 0;
     if (fstatat(folder, path, &status, following) != 0 || !isRegular(status))

@@ -2,6 +2,7 @@
 #include "Process.h"
 #include "ResultsForTests.h"
 #include "SmallDisk.h"
+#include "inChild.h"
 
 #include "DiskFile.h"
 #include "xmlText.h"
@@ -336,7 +337,8 @@ TEST_F(JUnitTest, CuttingLeavesCharactersWhole)
     for (const QByteArray &character : characters) {
         for (int shift = 0; shift < 4; ++shift) {
             SCOPED_TRACE(character.toStdString() + std::to_string(shift));
-            const QByteArray bytes = QByteArray(shift, 'a') + character.repeated(50000);
+            const QByteArray bytes =
+                QByteArray(shift, 'a') + character.repeated(50000) + QByteArray(shift, 'z');
             const QString output = outputOf(bytes);
             EXPECT_FALSE(output.contains(QChar(QChar::ReplacementCharacter)));
             const QString text = output.section('\n', 1);
@@ -567,6 +569,7 @@ TEST_F(JUnitTest, ADeviceThatTakesNoMoreIsNoticed)
     QFile full("/dev/full");
     ASSERT_TRUE(full.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
     EXPECT_FALSE(writeJUnit(fullResults(), full));
+    EXPECT_FALSE(writeJUnit(resultsOf({}), full));
 }
 
 TEST_F(JUnitTest, AFileThatCannotBeWrittenIsKnownBefore)
@@ -607,6 +610,23 @@ TEST_F(JUnitTest, AFileThatCannotBeWrittenIsKnownBefore)
         QString problem;
         EXPECT_EQ(writeJUnitFile(fullResults(), row.name, problem), row.reason == nullptr);
     }
+}
+
+TEST_F(JUnitTest, PermissionsAreAskedForBefore)
+{
+    ASSERT_EQ(chmod(QFile::encodeName(folder.path()), 0755), 0);
+    ASSERT_TRUE(QDir(folder.path()).mkdir("mine"));
+    ASSERT_TRUE(QDir(folder.path()).mkdir("open"));
+    ASSERT_EQ(chmod(QFile::encodeName(pathOf("mine")), 0555), 0);
+    ASSERT_EQ(chmod(QFile::encodeName(pathOf("open")), 0777), 0);
+    writeTo(pathOf("open/file"), "x");
+    ASSERT_EQ(chmod(QFile::encodeName(pathOf("open/file")), 0444), 0);
+    const QString refused = "cannot write '%1': Permission denied";
+    EXPECT_TRUE(asNobody([&] {
+        return problemOfResultFile(pathOf("open/new.xml")).isNull() &&
+               problemOfResultFile(pathOf("mine/new.xml")) == refused.arg(pathOf("mine/new.xml")) &&
+               problemOfResultFile(pathOf("open/file")) == refused.arg(pathOf("open/file"));
+    }));
 }
 
 TEST_F(JUnitTest, ALinkIsFollowed)

@@ -227,9 +227,8 @@ TEST_F(KnownTest, WhatIsAddedIsKnownFromThenOn)
 
 TEST_F(KnownTest, WhatIsThereStays)
 {
-    const QByteArray contents[] = {"", "# comment\r\n\r\n  a  x \n", "a x", "\n\n\n",
-        "\xef\xbb\xbf"
-        "a x\n"};
+    const QByteArray contents[] = {
+        "", "# comment\r\n\r\n  a  x \n", "a x", "\n\n\n", "\xef\xbb\xbf#a x\n"};
     for (const QByteArray &content : contents) {
         SCOPED_TRACE(content.toStdString());
         EXPECT_TRUE(read(content));

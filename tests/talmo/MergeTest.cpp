@@ -1,5 +1,6 @@
 #include "CompanionTest.h"
 #include "ResultsForTests.h"
+#include "SmallDisk.h"
 
 #include "counts.h"
 #include "digests.h"
@@ -145,6 +146,9 @@ TEST_F(MergeTest, ItLastsFromTheFirstBeginningToTheLastEnd)
     EXPECT_EQ(merged.seconds, 70);
     EXPECT_EQ(merged.host, "node1, node2");
     EXPECT_EQ(merged.suite, "/home/node1/suite");
+    second.host = "node1";
+    save("2.xml", second);
+    EXPECT_EQ(merge({"1.xml", "2.xml"}, "10 runs: 10 passed\n", "", 0).host, "node1");
 }
 
 TEST_F(MergeTest, WithoutAFileTheDocumentIsPrinted)
@@ -352,6 +356,16 @@ TEST_F(MergeTest, AWrongCallWritesNothing)
         "talmo: merge: cannot write 'directory': Is a directory\n");
     expectWrongCall(
         {"merge", "-o", "", "1.xml"}, "talmo: merge: cannot write '': No such file or directory\n");
+}
+
+TEST_F(MergeTest, AFullDiskIsReported)
+{
+    const QStringList files = saveShards(2, tenRuns());
+    const SmallDisk disk(100);
+    const Outcome outcome = run(QStringList({"merge", "-o", "all.xml"}) + files);
+    EXPECT_EQ(outcome.errors, "talmo: merge: cannot write 'all.xml': File too large\n");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_FALSE(exists("all.xml"));
 }
 
 TEST_F(MergeTest, HelpTellsOfIt)

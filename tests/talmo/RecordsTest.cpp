@@ -1,6 +1,7 @@
 #include "Records.h"
 #include "ResultsForTests.h"
 #include "SmallDisk.h"
+#include "inChild.h"
 
 #include "ScriptFolder.h"
 #include "latestResults.h"
@@ -13,8 +14,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
+#include <functional>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
@@ -25,6 +27,22 @@
 #include <gtest/gtest.h>
 
 using namespace Talmo;
+
+namespace
+{
+
+std::function<void()> beforeLocking; ///< what happens before a file is locked
+
+} // namespace
+
+/// Takes the place of the system's call.
+extern "C" int flock(int descriptor, int operation) noexcept
+{
+    static auto *const next = reinterpret_cast<int (*)(int, int)>(dlsym(RTLD_NEXT, "flock"));
+    if (beforeLocking)
+        beforeLocking();
+    return next(descriptor, operation);
+}
 
 namespace
 {
@@ -120,22 +138,6 @@ void put(Place place, const QString &path)
     }
 }
 
-/// A child of this process that runs \a body and ends. The test waits for it.
-template <typename Body>
-pid_t inChild(Body body)
-{
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(body() ? 0 : 1);
-    return child;
-}
-
-bool succeeded(pid_t child)
-{
-    int status = -1;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 /// A pipe of which a child waits for the end.
 struct Pipe {
     Pipe() { EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0); }
@@ -220,11 +222,13 @@ TEST_F(RecordsTest, AnInvocationOfAllRunsIsWrittenOnce)
 TEST_F(RecordsTest, ReadingBeforeChangesNothing)
 {
     addScripts({"test1", "test2"});
-    save(resultsOf({runOf("test1", RunState::Failed, "why"), runOf("test2")}));
+    std::vector<RunRecord> runs = {runOf("test1", RunState::Failed, "why"), runOf("test2")};
+    runs[1].seconds = 2;
     const std::vector<RunResults> invocations = {resultsOf({runOf("test2")}),
         resultsOf({runOf("test1"), runOf("test2")}),
         resultsOf({runOf("test1"), runOf("test2", RunState::NotRun, "not run")}), resultsOf({})};
     for (const RunResults &invocation : invocations) {
+        save(resultsOf(runs));
         const RunResults before = latest();
         Records records;
         RunResults results;
@@ -234,6 +238,9 @@ TEST_F(RecordsTest, ReadingBeforeChangesNothing)
         EXPECT_EQ(namesOf(results), namesOf(before));
         ASSERT_TRUE(records.save(invocation, problem));
         EXPECT_EQ(namesOf(latest()), QStringList({"test1", "test2"}));
+        const RunResults now = latest();
+        const bool isAsBefore = invocation.runs.empty() || now.runs[1].state == RunState::NotRun;
+        EXPECT_EQ(now.runs[1].seconds, isAsBefore ? 2 : 0);
     }
 }
 
@@ -513,13 +520,6 @@ TEST_F(RecordsTest, AProgramThatIsStartedDoesNotKeepTheLock)
 
 TEST_F(RecordsTest, ADirectoryThatCannotBeWrittenToIsToldApart)
 {
-    const auto asNobody = [this](const std::function<bool()> &body) {
-        // Permissions do not hold for root.
-        return succeeded(inChild([&] {
-            constexpr uid_t nobody = 65534;
-            return (geteuid() != 0 || seteuid(nobody) == 0) && body();
-        }));
-    };
     const auto isNotWritable = [this](const char *expected) {
         Records records;
         QString reason;
@@ -551,6 +551,26 @@ TEST_F(RecordsTest, ADirectoryThatCannotBeWrittenToIsToldApart)
         Records records;
         return records.open(suite(), problem) == Records::Opening::Refused;
     }));
+}
+
+TEST_F(RecordsTest, AReadOnlyDiskIsToldApart)
+{
+    if (!mayMount())
+        GTEST_SKIP() << "mounting a disk is not allowed here";
+    const auto isNotWritable = [this](const char *expected) {
+        return succeeded(inChild([&] {
+            const bool isMounted =
+                mountPrivately() && mount(suite(), suite(), nullptr, MS_BIND, nullptr) == 0 &&
+                mount(nullptr, suite(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+            Records records;
+            QString reason;
+            return isMounted && records.open(suite(), reason) == Records::Opening::NotWritable &&
+                   reason == inSuite(expected);
+        }));
+    };
+    EXPECT_TRUE(isNotWritable("cannot make 'SUITE/.talmo': Read-only file system"));
+    save(resultsOf({runOf("test1")}));
+    EXPECT_TRUE(isNotWritable("cannot write 'SUITE/.talmo/marker': Read-only file system"));
 }
 
 TEST_F(RecordsTest, ADirectoryThatDoesNotExistIsRefused)
@@ -608,6 +628,27 @@ TEST_F(RecordsTest, TheFolderMayBeMadeAgainByAnother)
     EXPECT_TRUE(problem.startsWith(inSuite("'SUITE/.talmo' is in use by process ")));
     EXPECT_TRUE(other.save(resultsOf({runOf("test2")}), problem));
     EXPECT_EQ(namesOf(latest()), QStringList("test2"));
+}
+
+TEST_F(RecordsTest, TheFolderMayBeRemovedBeforeItIsLocked)
+{
+    int attempts = 0;
+    beforeLocking = [this, &attempts] {
+        if (++attempts <= 2) {
+            EXPECT_TRUE(QDir(pathOf(".talmo")).removeRecursively());
+        }
+    };
+    Records records;
+    EXPECT_EQ(records.open(suite(), problem), Records::Opening::Opened);
+    EXPECT_EQ(attempts, 3);
+    EXPECT_EQ(entries(), QStringList({".gitignore", "marker"}));
+    problemOfOpening(Records::Opening::Refused);
+    records.close();
+    // For ever would be too long.
+    beforeLocking = [this] { QDir(pathOf(".talmo")).removeRecursively(); };
+    EXPECT_EQ(records.open(suite(), problem), Records::Opening::Refused);
+    EXPECT_EQ(problem, inSuite("'SUITE/.talmo' is removed again and again"));
+    beforeLocking = nullptr;
 }
 
 TEST_F(RecordsTest, TheFolderMayBeReplacedByALink)
