@@ -17,13 +17,13 @@ struct Interruption {
 };
 
 const Interruption interruptions[] = {
-    {SIGINT, "SIGINT"},
-    {SIGTERM, "SIGTERM"},
-    {SIGHUP, "SIGHUP"},
+    {SIGINT, "SIGINT"}, {SIGTERM, "SIGTERM"}, {SIGHUP, "SIGHUP"},
+    {SIGPIPE, "SIGPIPE"}, // last: only those who call noteClosedPipes note it
 };
 
 volatile std::sig_atomic_t noted = 0;    ///< the first signal that came
 volatile std::sig_atomic_t toPassOn = 0; ///< the latest one that programs may not have received
+volatile std::sig_atomic_t insists = 0;  ///< a second signal does not end the process
 time_t notedAt = 0;                      ///< in seconds; only the handler uses it
 bool sizeLimitEndsPrograms = false;      ///< this process alone ignores SIGXFSZ
 
@@ -48,27 +48,52 @@ void note(int number)
     if (noted == 0) {
         noted = number;
         notedAt = now();
-    } else if (now() > notedAt + 1) {
+    } else if (insists == 0 && now() > notedAt + 1) {
         end(number);
     }
-    if (number != SIGINT) // Ctrl-C reaches all that runs in the terminal
+    // Ctrl-C reaches all that runs in the terminal, and a closed pipe concerns this process alone.
+    if (number != SIGINT && number != SIGPIPE)
         toPassOn = number;
+}
+
+/// What makes the system call note.
+struct sigaction noting()
+{
+    // Without SA_RESTART: all calls of ours that wait are repeated where they are made.
+    struct sigaction action = {};
+    action.sa_handler = note;
+    action.sa_mask = interruptionSignals(); // so that the handler runs for one at a time
+    return action;
 }
 
 } // namespace
 
 void noteInterruptions()
 {
-    // Without SA_RESTART: all calls of ours that wait are repeated where they are made.
-    struct sigaction noting = {};
-    noting.sa_handler = note;
-    noting.sa_mask = interruptionSignals(); // so that the handler runs for one at a time
+    const struct sigaction action = noting();
     for (const Interruption &interruption : interruptions) {
         struct sigaction before = {};
         sigaction(interruption.number, nullptr, &before);
-        if (before.sa_handler != SIG_IGN)
-            sigaction(interruption.number, &noting, nullptr);
+        if (before.sa_handler != SIG_IGN && interruption.number != SIGPIPE)
+            sigaction(interruption.number, &action, nullptr);
     }
+}
+
+void noteClosedPipes()
+{
+    const struct sigaction action = noting();
+    sigaction(SIGPIPE, &action, nullptr);
+}
+
+void insistOnNoting()
+{
+    insists = 1;
+    const struct sigaction action = noting();
+    sigaction(SIGTERM, &action, nullptr);
+    sigset_t signal;
+    sigemptyset(&signal);
+    sigaddset(&signal, SIGTERM);
+    sigprocmask(SIG_UNBLOCK, &signal, nullptr);
 }
 
 void outliveFileSizeLimit()
@@ -102,8 +127,10 @@ sigset_t interruptionSignals()
 {
     sigset_t set;
     sigemptyset(&set);
-    for (const Interruption &interruption : interruptions)
-        sigaddset(&set, interruption.number);
+    for (const Interruption &interruption : interruptions) {
+        if (interruption.number != SIGPIPE)
+            sigaddset(&set, interruption.number);
+    }
     return set;
 }
 

@@ -9,6 +9,15 @@
 /// waits for. One that is ignored, as under nohup, stays ignored.
 void noteInterruptions();
 
+/// From here on a write into a pipe that nobody reads any more is noted like one of these signals,
+/// as SIGPIPE.
+void noteClosedPipes();
+
+/// For a process whose end would leave programs running: from here on SIGTERM is noted even if the
+/// process was started with it ignored or blocked, and no signal that is noted ends the process,
+/// however often it comes.
+void insistOnNoting();
+
 /// From here on a write beyond the size that a file may have (ulimit -f) fails, as a write on a
 /// full disk does, instead of ending the process.
 void outliveFileSizeLimit();

@@ -127,9 +127,13 @@ ShellEnd runInShell(const std::string &line)
         if (const int signal = takeSignalToPassOn(); signal != 0)
             note(sendToTree(shell, signal));
         quiet.waitForOne();
+        if (onSignalWhileWaiting != nullptr)
+            onSignalWhileWaiting();
     }
     return endOf(status);
 }
+
+void (*onSignalWhileWaiting)() = nullptr;
 
 const std::vector<pid_t> &processesAskedToEnd()
 {

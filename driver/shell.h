@@ -26,5 +26,9 @@ struct ShellEnd {
 /// terminal. Once this process was interrupted, nothing is started any more.
 ShellEnd runInShell(const std::string &line);
 
+/// For a process that must end its programs itself: runInShell calls it whenever a signal has ended
+/// its wait. Null if there is nothing to do.
+extern void (*onSignalWhileWaiting)();
+
 /// The processes to which runInShell has passed a signal on. They may outlive the shell.
 const std::vector<pid_t> &processesAskedToEnd();

@@ -61,8 +61,10 @@ Crew::Crew(const Suite &itsSuite, std::vector<double> itsSeconds, bool keepsAllD
     sigaction(SIGCHLD, &waking, nullptr);
     sigset_t blocked = interruptionSignals();
     sigaddset(&blocked, SIGCHLD);
+    sigaddset(&blocked, SIGPIPE);
     sigprocmask(SIG_BLOCK, &blocked, &before);
     sigdelset(&before, SIGCHLD);
+    sigdelset(&before, SIGPIPE);
 }
 
 Crew::~Crew()
@@ -280,14 +282,17 @@ void Crew::accept(Worker &worker, RunReport report, Happenings &happenings)
         left.emplace_back(run, program);
     worker.hasLeft = worker.hasLeft || !report.leftBehind.empty();
     RunRecord &record = report.record;
-    if (worker.isAsked() && record.state == RunState::Failed) {
-        const bool isOfThis = run == worker.askedFor;
-        if (!isOfThis && worker.cause.startsWith(QLatin1String("timed out"))) {
-            worker.again.push_back(run); // it began when the time of the one before was just up
-            return;
-        }
+    const bool isTimeOut = worker.isAsked() && worker.cause.startsWith(QLatin1String("timed out"));
+    if (isTimeOut && run != worker.askedFor && record.state == RunState::Failed) {
+        worker.again.push_back(run); // it began when the time of the one before was just up
+        return;
+    }
+    // One that ends well although it was told that its time is up has taken too long all the same.
+    if (worker.isAsked() &&
+        (record.state == RunState::Failed || (isTimeOut && run == worker.askedFor))) {
+        record.state = RunState::Failed;
         record.message = worker.cause;
-        report.isOfRun = worker.cause.startsWith(QLatin1String("timed out"));
+        record.isOwn = isTimeOut;
     }
     record.output.path = "/proc/self/fd/" + QByteArray::number(worker.output->get());
     happenings.reports.push_back(std::move(report));
@@ -324,8 +329,8 @@ RunReport Crew::lostReport(const Worker &worker, int status, Happenings &happeni
 {
     RunReport report;
     report.run = worker.run();
-    report.isOfRun = false;
     RunRecord &record = report.record;
+    record.isOwn = false;
     record.state = RunState::Failed;
     record.seconds = secondsBetween(worker.began, Clock::now());
     const QString directory = suite.runs[report.run].directory();
@@ -341,9 +346,13 @@ RunReport Crew::lostReport(const Worker &worker, int status, Happenings &happeni
             QStringLiteral("the process of the run ended without a result (exit status %1)")
                 .arg(WEXITSTATUS(status));
     if (!worker.isAsked()) {
-        for (const pid_t process : strays(happenings)) {
-            const ProcessStatus program = statusOf(process);
-            report.leftBehind.push_back({process, program.name, program.started});
+        for (const pid_t stray : strays(happenings)) {
+            std::vector<pid_t> processes = descendantsOf(stray);
+            processes.push_back(stray);
+            for (const pid_t process : processes) {
+                const ProcessStatus program = statusOf(process);
+                report.leftBehind.push_back({process, program.name, program.started});
+            }
         }
     }
     return report;

@@ -18,11 +18,14 @@
 #include <QIODevice>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <ctime>
 #include <new>
 
 #include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -47,6 +50,7 @@ template <typename Record, typename Visitor>
 void visit(Record &record, Visitor &&with)
 {
     with(record.message);
+    with(record.isOwn);
     with(record.line);
     with(record.details);
     with(record.directory);
@@ -127,6 +131,24 @@ void endAll()
     }
 }
 
+/// Kills the programs that a command is waiting for if they have not ended within the grace period
+/// after this process was asked to end. The parent does so, too, but it may have been killed.
+void endStubborn()
+{
+    if (interruption().isNull())
+        return;
+    static QElapsedTimer sinceAsked;
+    if (!sinceAsked.isValid()) {
+        sinceAsked.start();
+        const itimerval soon = {{0, 500000}, {0, 500000}}; // looks again, twice a second
+        setitimer(ITIMER_REAL, &soon, nullptr);
+    }
+    if (sinceAsked.elapsed() <= static_cast<qint64>(gracePeriod * 1000))
+        return;
+    for (const pid_t process : descendantsOf(getpid()))
+        kill(process, SIGKILL);
+}
+
 /// The programs that are still at work although the run has ended.
 std::vector<LeftBehind> programsLeft()
 {
@@ -145,6 +167,9 @@ std::vector<LeftBehind> programsLeft()
 void prepare(const ChildTask &task, pid_t parent)
 {
     // If the parent is killed, this process ends its programs, as it does when it is asked to stop.
+    insistOnNoting();
+    onSignalWhileWaiting = endStubborn;
+    std::signal(SIGALRM, [](int) {}); // it ends a wait
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     if (getppid() != parent)
@@ -161,6 +186,9 @@ void prepare(const ChildTask &task, pid_t parent)
 /// null if it is.
 QString problemOf(const PlannedRun &run, const QByteArray &path, Script &script)
 {
+    struct stat status = {};
+    if (stat(path, &status) == 0 && !S_ISREG(status.st_mode))
+        return QStringLiteral("the script is no regular file any more");
     if (!script.open(path))
         return script.problem();
     if (!programsFor(script, QStringList(run.program)).contains(run.program))
@@ -214,6 +242,7 @@ void make(
     }
     run.finish(result, kept);
     record.message = result.message;
+    record.isOwn = !result.isInUse;
     record.line = result.line;
     record.directory = result.directory;
     for (const QByteArray &remark : result.remarks)
@@ -233,18 +262,20 @@ RunReport reportOf(const Suite &suite, size_t index, const ChildTask &task)
     record.output.offset = lseek(STDOUT_FILENO, 0, SEEK_END);
     Script script;
     record.message = problemOf(planned, suite.scripts[planned.script].path, script);
-    if (record.message.isNull()) {
+    record.isOwn = record.message.isNull();
+    if (record.isOwn) {
         record.scriptDigest = digestOfScript(script);
         Debug = 0; // what an earlier run of this process made of it
         Run run(script, planned.program);
         make(run, script, planned.program,
             task.keepsAll ? KeptDirectory::Always : KeptDirectory::OfFailure, record);
     }
-    std::fflush(stdout);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        record.remarks += QStringLiteral("what it printed could not all be kept");
+    std::clearerr(stdout);
     record.output.length = lseek(STDOUT_FILENO, 0, SEEK_END) - record.output.offset;
     record.seconds = static_cast<double>(timer.nsecsElapsed()) * 1e-9;
-    if (suite.scripts[planned.script].startsPrograms)
-        report.leftBehind = programsLeft();
+    report.leftBehind = programsLeft();
     return report;
 }
 

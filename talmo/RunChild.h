@@ -26,7 +26,6 @@ struct RunReport {
     /// nor the output's path.
     RunRecord record;
     std::vector<LeftBehind> leftBehind;
-    bool isOfRun = true; ///< false if its process was stopped or lost: then the run says nothing
 };
 
 /// Which runs a child makes, and how.

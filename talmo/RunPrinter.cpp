@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace Talmo
@@ -53,6 +54,15 @@ std::vector<const RunRecord *> those(const std::vector<RunRecord> &runs, RunStat
             found.push_back(&run);
     }
     return found;
+}
+
+/// How many characters a line of the terminal has.
+int terminalWidth()
+{
+    constexpr int usual = 80;
+    winsize size = {};
+    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : usual;
 }
 
 void printFailures(const std::vector<RunRecord> &runs)
@@ -155,12 +165,13 @@ void RunPrinter::skipped(const QByteArray &path)
 void RunPrinter::count(const QStringList &atWork)
 {
     hideCounter();
-    std::printf("[%zu/%zu] %zu failed", done, total, failures);
-    constexpr int most = 3; // names: the line must not wrap
-    for (int index = 0; index < std::min<int>(most, static_cast<int>(atWork.size())); ++index)
-        std::printf("%s%s", index == 0 ? "; at work: " : ", ", qPrintable(atWork[index].left(16)));
-    if (atWork.size() > most)
-        std::fputs(", ...", stdout);
+    QString line =
+        QStringLiteral("[%1/%2] %3 failed")
+            .arg(QString::number(done), QString::number(total), QString::number(failures));
+    if (!atWork.isEmpty())
+        line += QStringLiteral("; at work: ") + atWork.join(QStringLiteral(", "));
+    // A line that wraps could not be taken back.
+    std::fputs(qPrintable(line.left(terminalWidth() - 1)), stdout);
     std::fflush(stdout);
 }
 

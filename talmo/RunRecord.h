@@ -42,7 +42,9 @@ struct RunRecord {
     QString heading;
     QStringList labels;
     RunState state = RunState::NotRun;
-    QString message;      ///< why it failed, was skipped or was not run; null if it passed
+    QString message;   ///< why it failed, was skipped or was not run; null if it passed
+    bool isOwn = true; ///< false if the message says nothing about the run: it was not made, or
+                       ///< its process was stopped or lost, or it passed where it is known to fail
     QString knownPattern; ///< of a Known one: the pattern that its message matches
     qint64 line = 0;      ///< the number, from 1, of the script's line that failed; 0 if none did
     QStringList details;  ///< what the message leaves out, a sentence each

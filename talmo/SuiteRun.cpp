@@ -72,7 +72,7 @@ std::vector<double> timeoutsOf(const Suite &suite, double usual)
     return seconds;
 }
 
-/// Appends the bytes of \a part to \a spool; returns where they are there.
+/// Appends the bytes of \a part to \a spool, as far as there is room; returns where they are there.
 FilePart spooled(const FilePart &part, const Descriptor &spool)
 {
     const Descriptor file(open(part.path, O_RDONLY | O_CLOEXEC));
@@ -173,6 +173,7 @@ void SuiteRun::judge(const RunReport &report)
     RunRecord &record = records[run];
     record.state = made.state;
     record.message = made.message;
+    record.isOwn = made.isOwn;
     record.line = made.line;
     record.details = made.details;
     record.directory = made.directory;
@@ -184,9 +185,9 @@ void SuiteRun::judge(const RunReport &report)
     record.output = made.output;
     record.captures = made.captures;
     ++progress[run].attempt;
-    if (report.isOfRun)
+    if (record.isOwn)
         applyKnown(run);
-    if (isToBeMadeAgain(run, report.isOfRun)) {
+    if (isToBeMadeAgain(run)) {
         record.output = spooled(record.output, spool); // its file goes with the process
         scheduler.again(run);
     } else {
@@ -208,6 +209,7 @@ void SuiteRun::applyKnown(size_t run)
     const QString all = patterns.join(QStringLiteral("' or '"));
     if (record.state == RunState::Passed) {
         record.state = RunState::Failed;
+        record.isOwn = false;
         record.message = QStringLiteral("passed, although it is known to fail with '%1'").arg(all);
         return;
     }
@@ -222,15 +224,14 @@ void SuiteRun::applyKnown(size_t run)
 }
 
 /// True if \a run, which has just been made, has another attempt or repetition before it.
-/// \a isOfRun: its failure is its own.
-bool SuiteRun::isToBeMadeAgain(size_t run, bool isOfRun)
+bool SuiteRun::isToBeMadeAgain(size_t run)
 {
     Progress &its = progress[run];
     RunRecord &record = records[run];
     its.mostAttempts = std::max(its.mostAttempts, its.attempt);
     if (record.state == RunState::Failed) {
         const int retries = suite.scripts[suite.runs[run].script].needs.retries;
-        const bool isRetried = isOfRun && its.attempt <= retries;
+        const bool isRetried = record.isOwn && its.attempt <= retries;
         if (isRetried)
             its.failures +=
                 QStringLiteral("attempt %1: %2").arg(QString::number(its.attempt), record.message);
@@ -252,11 +253,12 @@ void SuiteRun::settle(size_t run)
     record.attempts = progress[run].mostAttempts;
     record.remarks = progress[run].failures + record.remarks;
     skipUpTo(run); // at its place in the driver's order, if that is kept
+    const FilePart kept =
+        record.state == RunState::Passed ? FilePart() : spooled(record.output, spool);
+    if (record.state != RunState::Passed && kept.length < record.output.length)
+        record.remarks += QStringLiteral("what it printed is kept in part only: the disk is full");
     printer.ended(record);
-    if (record.state == RunState::Passed)
-        record.output = FilePart();
-    else
-        record.output = spooled(record.output, spool);
+    record.output = kept;
     if (record.state == RunState::Failed && options.stopsOnFailure)
         stop(QStringLiteral("stopped after the failure of ") + record.name);
 }

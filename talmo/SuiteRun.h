@@ -55,7 +55,7 @@ private:
     void take(const Happenings &happenings);
     void judge(const RunReport &report);
     void applyKnown(size_t run);
-    bool isToBeMadeAgain(size_t run, bool isOfRun);
+    bool isToBeMadeAgain(size_t run);
     void settle(size_t run);
     void stop(const QString &reason);
     QStringList namesOf(const std::vector<size_t> &runs) const;

@@ -137,6 +137,9 @@ void readRequest(const CommandLine &line, RunRequest &request, QStringList &prob
     request.writesKnown = line.isSet(writeKnown);
     if (line.isSet(junit))
         request.junit = line.value(junit);
+    if (request.writesKnown && request.shard > 0)
+        problems += QStringLiteral("--write-known and --shard exclude each other: all shards would "
+                                   "write one file");
     if (request.rerunsFailed && request.shard > 0)
         problems += QStringLiteral("--rerun-failed and --shard exclude each other: every machine "
                                    "would divide another list");
@@ -290,15 +293,21 @@ bool RunCommand::readLatest()
         return false;
     }
     QSet<QString> wentWell;
+    QSet<QString> wereSkipped;
     for (const RunRecord &run : latest.runs) {
         request.options.lastSeconds[run.name] = run.seconds;
-        if (run.state != RunState::Failed && run.state != RunState::NotRun)
+        if (run.state == RunState::Skipped)
+            wereSkipped.insert(run.name);
+        else if (run.state != RunState::Failed && run.state != RunState::NotRun)
             wentWell.insert(run.name);
     }
     if (request.rerunsFailed)
-        keepRuns(chosen.suite, [this, &wentWell](size_t run) {
-            return !wentWell.contains(chosen.suite.runs[run].name);
+        keepRuns(chosen.suite, [&](size_t index) {
+            const PlannedRun &run = chosen.suite.runs[index];
+            return !(run.isSkipped ? wereSkipped : wentWell).contains(run.name);
         });
+    if (request.rerunsFailed && chosen.suite.runs.empty())
+        line.refuse(QStringLiteral("nothing failed last time, and nothing is new"));
     return true;
 }
 
@@ -330,7 +339,7 @@ bool RunCommand::save()
         problems += problem;
     std::vector<Known::Failure> failures;
     for (const RunRecord &run : results.runs) {
-        if (request.writesKnown && run.state == RunState::Failed)
+        if (request.writesKnown && run.state == RunState::Failed && run.isOwn)
             failures.push_back({run.name, run.message});
     }
     if (!failures.empty())
@@ -360,6 +369,7 @@ int runCommand(const QStringList &arguments)
     if (const std::optional<int> status = line.read(arguments))
         return *status;
     noteInterruptions();
+    noteClosedPipes();
     return RunCommand(line).perform();
 }
 
