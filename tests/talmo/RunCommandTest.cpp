@@ -477,7 +477,7 @@ TEST_F(RunCommandTest, ATraceIsThatOfOneRun)
 TEST_F(RunCommandTest, HasColourAndACounterOnATerminalOnly)
 {
     write("test1", "=one\n");
-    write("test2", "=two\n=exists none\n");
+    write("test2", "=two\n=run true\n=exists none\n");
     EXPECT_FALSE(run({"run"}).output.contains('\033'));
     useTerminal();
     const Outcome inTerminal = run({"run", "-j1"});
@@ -486,9 +486,9 @@ TEST_F(RunCommandTest, HasColourAndACounterOnATerminalOnly)
     EXPECT_TRUE(output.contains("[1/2] 0 failed; at work: test2"));
     EXPECT_TRUE(output.contains("\r\033[Ktest1: one\r\n"));
     EXPECT_TRUE(output.contains("\033[31mtest2: ***ERROR: File 'none' does not exist\033[m\r\n"));
-    EXPECT_TRUE(output.contains("\033[31min "));
+    EXPECT_TRUE(output.contains("\033[31m2 runs in "));
     EXPECT_EQ(inTerminal.status, 1);
-    EXPECT_TRUE(run({"run", "test1"}).output.contains("\033[32min "));
+    EXPECT_TRUE(run({"run", "test1"}).output.contains("\033[32m1 run in "));
     environment["NO_COLOR"] = "1";
     EXPECT_FALSE(run({"run", "-j1"}).output.contains('\033'));
     environment.remove("NO_COLOR");

@@ -185,7 +185,7 @@ TEST(Scheduler, WithOneProcessorTheOrderStaysThatOfTheRunsWhereSomeAreMadeAgain)
 {
     Scheduler scheduler = schedulerOf(std::vector<RunNeeds>(12, light()), 1);
     const Job job = scheduler.next();
-    ASSERT_EQ(job, (Job{0, 1, 2}));
+    ASSERT_EQ(job, (Job{0, 1, 2, 3, 4, 5, 6, 7}));
     for (const size_t run : job) // as they report, one after the other
         scheduler.again(run);
     scheduler.ended(job);
@@ -241,11 +241,28 @@ TEST(Scheduler, JobsBecomeSmallerSoThatAllProcessorsAreBusyToTheEnd)
         }
         EXPECT_TRUE(std::is_sorted(jobs.begin(), jobs.end(),
             [](const Job &one, const Job &other) { return one.size() > other.size(); }));
-        EXPECT_GT(jobs.front().size(), 1U);
-        EXPECT_LE(jobs.front().size(), 64U);
-        EXPECT_EQ(jobs.back().size(), 1U);
+        EXPECT_GT(jobs.front().size(), 8U);
+        EXPECT_LE(jobs.front().size(), 256U);
+        EXPECT_LE(jobs.back().size(), 8U); // fewer cost less than a process does
         EXPECT_GE(jobs.size(), size_t(4 * processors));
     }
+}
+
+TEST(Scheduler, LightRunsThatTookLongLastTimeShareNoJob)
+{
+    std::vector<RunNeeds> needs(100, light());
+    const double seconds[] = {0.5, 0.1, 0.06, 0.06, 0.06};
+    for (size_t run = 0; run < std::size(seconds); ++run)
+        needs[run].seconds = seconds[run];
+    Scheduler scheduler = schedulerOf(needs, 1);
+    const std::vector<Job> jobs = startAll(scheduler);
+    EXPECT_EQ(jobs, (std::vector<Job>{{0}}));
+    scheduler.ended({0});
+    EXPECT_EQ(scheduler.next(), Job{1});
+    scheduler.ended({1});
+    EXPECT_EQ(scheduler.next(), (Job{2, 3})); // together they take long enough
+    scheduler.ended({2, 3});
+    EXPECT_GT(scheduler.next().size(), 8U);
 }
 
 TEST(Scheduler, LightRunsThatAreMadeAgainAreJobsOfSeveralAsBefore)
