@@ -191,6 +191,8 @@ QString problemOf(const PlannedRun &run, const QByteArray &path, Script &script)
         return QStringLiteral("the script is no regular file any more");
     if (!script.open(path))
         return script.problem();
+    if (run.program.isEmpty() && script.programPatterns())
+        return QStringLiteral("the script has changed, and no longer runs without a program");
     if (!programsFor(script, QStringList(run.program)).contains(run.program))
         return QStringLiteral("the script has changed, and no longer runs for '%1'")
             .arg(run.program);

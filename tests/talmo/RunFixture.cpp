@@ -1,6 +1,7 @@
 #include "RunFixture.h"
 
 #include <QDir>
+#include <QFile>
 #include <QRegularExpression>
 
 #include <csignal>
@@ -92,6 +93,18 @@ void RunFixture::sendToGroup(int signal)
 {
     ASSERT_GT(process.processId(), 1);
     kill(static_cast<pid_t>(-process.processId()), signal);
+}
+
+QList<pid_t> RunFixture::childrenOfTalmo() const
+{
+    QFile list(QStringLiteral("/proc/%1/task/%1/children").arg(process.processId()));
+    EXPECT_TRUE(list.open(QIODevice::ReadOnly));
+    QList<pid_t> children;
+    for (const QByteArray &child : list.readAll().simplified().split(' ')) {
+        if (child.toInt() > 1)
+            children += child.toInt();
+    }
+    return children;
 }
 
 Outcome RunFixture::end()

@@ -2,6 +2,7 @@
 
 #include "CompanionTest.h"
 
+#include <QList>
 #include <QProcess>
 
 #include <sys/types.h>
@@ -38,6 +39,9 @@ protected:
     /// Sends \a signal to talmo alone, or to all of its group.
     void sendToTalmo(int signal);
     void sendToGroup(int signal);
+
+    /// The processes that talmo has started or adopted.
+    QList<pid_t> childrenOfTalmo() const;
 
     /// Waits for the end of the talmo that was started, and returns what make() would.
     Outcome end();
