@@ -278,8 +278,14 @@ void Crew::accept(Worker &worker, RunReport report, Happenings &happenings)
     ++worker.reported;
     worker.began = Clock::now();
     worker.printed = report.record.output.offset + report.record.output.length;
-    for (const LeftBehind &program : report.leftBehind)
-        left.emplace_back(run, program);
+    for (const LeftBehind &program : report.leftBehind) {
+        const bool isKnown = std::any_of(left.begin(), left.end(), [&program](const auto &known) {
+            return known.second.process == program.process &&
+                   known.second.started == program.started;
+        });
+        if (!isKnown) // by an earlier run of the job
+            left.emplace_back(run, program);
+    }
     worker.hasLeft = worker.hasLeft || !report.leftBehind.empty();
     RunRecord &record = report.record;
     const bool isTimeOut = worker.isAsked() && worker.cause.startsWith(QLatin1String("timed out"));

@@ -134,6 +134,20 @@ TEST_F(RunFaultsTest, ASuiteThatIsMovedAwayFails)
     EXPECT_EQ(entries(), QStringList({"elsewhere/", "elsewhere/test1", "elsewhere/test2"}));
 }
 
+TEST_F(RunFaultsTest, AProgramThatTheScriptStartsOnlySinceItWasListedIsNamed)
+{
+    addProgramsThatStay();
+    write("test1", "=one\n=run printf '=two\\n=run stay pid & until [ -e ../pid ]; do sleep 0.01; "
+                   "done\\n' >../test2\n");
+    write("test2", "=two\n");
+    write("test3", "=three\n");
+    const Outcome outcome = make({"-j1", "--no-record"});
+    EXPECT_EQ(outcome.output, "test1: one\ntest2: two\ntest3: three\n\nStill running:\n  'sleep' "
+                              "(process " +
+                                  read("pid").trimmed() + "), left behind by test2\n" + counts(3));
+    endProcessIn("pid");
+}
+
 TEST_F(RunFaultsTest, AProgramMayDoAwayWithTheDirectoryOfItsRun)
 {
     write("mine/file", "mine\n");
