@@ -12,6 +12,8 @@
 #include "interruption.h"
 #include "processTree.h"
 
+#include <QFile>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -79,8 +81,14 @@ bool Crew::start(const std::vector<size_t> &job)
     worker->isLight = std::none_of(job.begin(), job.end(),
         [this](size_t run) { return suite.scripts[suite.runs[run].script].startsPrograms; });
     worker->output = takeOutput();
+    if (!worker->output->isOpen()) {
+        reason = QStringLiteral("cannot make a file for the output in '%1': ")
+                     .arg(QFile::decodeName(temporaryFolder())) +
+                 QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
     int ends[2] = {-1, -1};
-    if (!worker->output->isOpen() || pipe2(ends, O_CLOEXEC) != 0) {
+    if (pipe2(ends, O_CLOEXEC) != 0) {
         reason = QStringLiteral("cannot start a process: ") +
                  QString::fromLocal8Bit(std::strerror(errno));
         return false;

@@ -6,6 +6,7 @@
 
 #include "DiskFile.h"
 #include "Run.h"
+#include "anonymousFile.h"
 #include "commands.h"
 #include "details.h"
 #include "digests.h"
@@ -15,6 +16,7 @@
 
 #include <QDataStream>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QIODevice>
 
 #include <algorithm>
@@ -272,9 +274,12 @@ RunReport reportOf(const Suite &suite, size_t index, const ChildTask &task)
         make(run, script, planned.program,
             task.keepsAll ? KeptDirectory::Always : KeptDirectory::OfFailure, record);
     }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-        record.remarks += QStringLiteral("what it printed could not all be kept");
-    std::clearerr(stdout);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        std::clearerr(stdout);
+        record.remarks +=
+            QStringLiteral("what it printed is incomplete, since not all could be written to '%1'")
+                .arg(QFile::decodeName(temporaryFolder()));
+    }
     record.output.length = lseek(STDOUT_FILENO, 0, SEEK_END) - record.output.offset;
     record.seconds = static_cast<double>(timer.nsecsElapsed()) * 1e-9;
     report.leftBehind = programsLeft();

@@ -62,6 +62,12 @@ protected:
         driver = QDir(programs).filePath("limited");
     }
 
+    QByteArray incomplete() const
+    {
+        return "    what it printed is incomplete, since not all could be written to '" +
+               temporary.toUtf8() + "'\n";
+    }
+
     const char *const noMounts = "mounting a disk is not allowed here";
 };
 
@@ -266,6 +272,61 @@ TEST_F(RunFaultsTest, ShowsAllThatARunPrints)
     EXPECT_EQ(outcome.output.indexOf("last\ntest1: ***ERROR: File 'none' does not exist\n"),
         30000000 + 6);
     EXPECT_EQ(outcome.status, 1);
+}
+
+TEST_F(RunFaultsTest, OutputThatDoesNotFitOnTheDiskIsSaidToBeIncomplete)
+{
+    write("test1", "=one\n=run echo fits >&1\n");
+    write("test2", "=two\n=run head -c 3000000 /dev/zero | tr '\\0' 'x' >&1\n");
+    write("test3", "=three\n=echo " + QByteArray(1500000, 'y') + "\n=echo end\n");
+    if (!mountPrivately("mount -t tmpfs -o size=1m none \"$folder/tmp\"\n"))
+        GTEST_SKIP() << noMounts;
+    const Outcome outcome = make({"-j1", "-v", "--no-record"});
+    EXPECT_TRUE(outcome.output.startsWith("fits\ntest1: one\nx"));
+    EXPECT_TRUE(outcome.output.contains("x\ntest2: ***ERROR: running 'head' failed\n"));
+    EXPECT_TRUE(outcome.output.contains("test3: three\n" + incomplete()))
+        << outcome.output.right(1000).toStdString();
+    EXPECT_TRUE(outcome.output.endsWith(counts(2, 1)));
+    EXPECT_EQ(outcome.status, 1);
+}
+
+TEST_F(RunFaultsTest, OutputThatIsTooLargeForAFileIsSaidToBeIncomplete)
+{
+    write("test1", "=one\n=echo " + QByteArray(200000, 'y') + "\n=echo end\n");
+    write("test2", "=two\n=run true\n=echo fits\n");
+    write("test3", "=three\n=echo " + QByteArray(200000, 'y') + "\n=exists none\n");
+    limit("-f", "100"); // of 512 bytes
+    const Outcome outcome = make({"-j1", "-v", "--no-record"});
+    EXPECT_TRUE(outcome.output.contains("y\ntest1: one\n" + incomplete() + "fits\ntest2: two\n"))
+        << outcome.output.right(1000).toStdString();
+    EXPECT_TRUE(outcome.output.contains("y\ntest3: ***ERROR: File 'none' does not exist\n"
+                                        "    test3:3: =exists none\n" +
+                                        incomplete()));
+    EXPECT_EQ(outcome.status, 1);
+}
+
+TEST_F(RunFaultsTest, WithoutAPlaceForOutputNothingRunsAndThatIsNoPass)
+{
+    write("test1", "=one\n=run touch ../made\n");
+    write("test2", "=two\n");
+    const QString none = folder.path() + "/none";
+    environment["TMPDIR"] = none;
+    const QByteArray reason =
+        "cannot make a file for the output in '" + none.toUtf8() + "': No such file or directory\n";
+    expectRun({"--no-record"},
+        "\nNot run:\n  test1: " + reason + "  test2: " + reason + counts(0, 0, 0, 0, 0, 2), 1);
+    EXPECT_EQ(entries(), QStringList({"test1", "test2"}));
+}
+
+TEST_F(RunFaultsTest, WithoutAPlaceForOutputThatMayBeWrittenNothingRunsAndThatIsNoPass)
+{
+    write("test1", "=one\n");
+    if (!mountPrivately("mount -t tmpfs -o ro none \"$folder/tmp\"\n"))
+        GTEST_SKIP() << noMounts;
+    expectRun({"--no-record"},
+        "\nNot run:\n  test1: cannot make a file for the output in '" + temporary.toUtf8() +
+            "': Read-only file system\n" + counts(0, 0, 0, 0, 0, 1),
+        1);
 }
 
 TEST_F(RunFaultsTest, MakesFewerRunsAtOnceIfThereAreFewDescriptors)
