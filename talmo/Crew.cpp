@@ -153,16 +153,18 @@ void Crew::stop(const QString &signal)
         ask(*worker, QStringLiteral("interrupted by ") + signal);
 }
 
-/// Asks \a worker to end. The run at work then fails because of \a cause.
-void Crew::ask(Worker &worker, const QString &cause)
+/// Asks \a worker to end. The run at work then fails because of \a cause. False if there is none,
+/// or if it was asked before.
+bool Crew::ask(Worker &worker, const QString &cause)
 {
     if (worker.isAsked() || worker.isDone())
-        return;
+        return false;
     worker.cause = cause;
     worker.askedFor = worker.run();
     worker.asked = Clock::now();
     kill(worker.process, SIGTERM);
     kill(worker.process, SIGCONT);
+    return true;
 }
 
 /// Does what the time has come for: asks \a worker to end, kills its programs, or kills it.
@@ -181,7 +183,7 @@ void Crew::press(Worker &worker, Clock::time_point now)
     }
     const double limit = worker.isDone() ? 0 : seconds[worker.run()];
     if (limit > 0 && secondsBetween(worker.began, now) >= limit)
-        ask(worker, QStringLiteral("timed out after %1 s").arg(limit));
+        worker.isTimeOut = ask(worker, QStringLiteral("timed out after %1 s").arg(limit));
 }
 
 /// When something is to be done, whatever happens.
@@ -296,17 +298,16 @@ void Crew::accept(Worker &worker, RunReport report, Happenings &happenings)
     }
     worker.hasLeft = worker.hasLeft || !report.leftBehind.empty();
     RunRecord &record = report.record;
-    const bool isTimeOut = worker.isAsked() && worker.cause.startsWith(QLatin1String("timed out"));
-    if (isTimeOut && run != worker.askedFor && record.state == RunState::Failed) {
+    if (worker.isTimeOut && run != worker.askedFor && !record.isOwn) {
         worker.again.push_back(run); // it began when the time of the one before was just up
         return;
     }
     // One that ends well although it was told that its time is up has taken too long all the same.
-    if (worker.isAsked() &&
-        (record.state == RunState::Failed || (isTimeOut && run == worker.askedFor))) {
+    const bool isTooLate = worker.isTimeOut && run == worker.askedFor && record.message.isNull();
+    if (worker.isAsked() && (!record.isOwn || isTooLate)) {
         record.state = RunState::Failed;
         record.message = worker.cause;
-        record.isOwn = isTimeOut;
+        record.isOwn = worker.isTimeOut;
     }
     record.output.path = "/proc/self/fd/" + QByteArray::number(worker.output->get());
     happenings.reports.push_back(std::move(report));

@@ -80,6 +80,7 @@ private:
         Clock::time_point asked; ///< to end; never if that is 0
         QString cause;           ///< why it was asked to end, as the message of its run
         size_t askedFor = 0;     ///< the run at work then
+        bool isTimeOut = false;  ///< it was asked because its time was up
         bool hasEnded = false;   ///< the job, not the process
         bool hasLeft = false;    ///< a program, which may write into the output
 
@@ -90,7 +91,7 @@ private:
 
     void closeFiles() const;
     std::shared_ptr<Descriptor> takeOutput();
-    void ask(Worker &worker, const QString &cause);
+    bool ask(Worker &worker, const QString &cause);
     void press(Worker &worker, Clock::time_point now);
     Clock::time_point nextDeadline() const;
     void waitForSomething();

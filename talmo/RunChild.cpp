@@ -239,14 +239,14 @@ void make(
     Run &run, const Script &script, const QString &program, KeptDirectory kept, RunRecord &record)
 {
     Result result = run.make();
-    if (!interruption().isNull()) {
+    const QString signal = interruption();
+    if (!signal.isNull()) { // that is what became of it, whatever the last command says
         endAll();
-        if (result.passed()) // the signal came behind the last command
-            result.message = QStringLiteral("interrupted by ") + interruption();
+        result.message = QStringLiteral("interrupted by ") + signal;
     }
     run.finish(result, kept);
     record.message = result.message;
-    record.isOwn = !result.isInUse;
+    record.isOwn = signal.isNull() && !result.isInUse;
     record.line = result.line;
     record.directory = result.directory;
     for (const QByteArray &remark : result.remarks)
