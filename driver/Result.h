@@ -44,7 +44,8 @@ struct Result {
     QString directory; ///< of the run; null if it could not be entered, and once it was removed
     QByteArrayList remarks; ///< what else the user should know, in a sentence each
 
-    bool isInUse = false; ///< another driver is at work in the directory, so there was no run
+    bool hasLeftover = false; ///< what an earlier run left in the directory could not be removed
+    bool isInUse = false;     ///< another driver is at work in the directory, so there was no run
 
     bool passed() const { return message.isNull(); }
 };

@@ -113,6 +113,7 @@ Result Run::make()
         return result;
     }
     result.directory = directoryName;
+    result.hasLeftover = directory.hasLeftover();
     runLinesInMemory(script.linesToRun(), program, result);
     if (Debug > 0)
         std::printf("==== end test %s\n", qPrintable(ownName));

@@ -37,6 +37,18 @@ bool isStillNamed(const Descriptor &directory, const char *path)
     return statusOf(directory, opened) && lstat(path, &named) == 0 && isSameFile(opened, named);
 }
 
+/// True if nothing is in the current directory, as far as we may look.
+bool isCurrentEmpty()
+{
+    const Directory directory(opendir("."));
+    if (!directory)
+        return false;
+    int entries = 0;
+    while (entries <= 2 && readdir(directory.get()) != nullptr)
+        ++entries;
+    return entries <= 2; // "." and ".."
+}
+
 /// True if \a error says that we have no permission, so that it makes no sense to try again.
 bool isOfPermission(int error)
 {
@@ -55,15 +67,17 @@ bool RunDirectory::enter()
     above = openDirectory(".", asPlace);
     if (!above.isOpen())
         return false;
-    const bool isNew = make(); // usually there is no leftover
+    bool isNew = make(); // usually there is no leftover
     inUse = !claim();
     if (!inUse && !isNew) {
         clear();
-        make();
+        isNew = make();
         inUse = !claim();
     }
     // We enter it by its descriptor, because something else may have its name by now.
-    return !inUse && claimed.isOpen() && fchdir(claimed.get()) == 0;
+    const bool isEntered = !inUse && claimed.isOpen() && fchdir(claimed.get()) == 0;
+    leftoverStays = isEntered && !isNew && !isCurrentEmpty();
+    return isEntered;
 }
 
 bool RunDirectory::takeLeftover()

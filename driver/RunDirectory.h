@@ -30,6 +30,9 @@ public:
     /// True if that failed because another driver is at work in the directory.
     bool isInUse() const { return inUse; }
 
+    /// True if something that an earlier run left is still in the directory that was entered.
+    bool hasLeftover() const { return leftoverStays; }
+
     /// Goes back to where enter began, even if the directory was moved or removed meanwhile.
     void leave();
 
@@ -52,6 +55,7 @@ private:
     Descriptor claimed;       ///< the directory, locked
     bool mustBeThere = false; ///< if it is missing, another driver took it away
     bool inUse = false;
+    bool leftoverStays = false;
     QByteArray aside;          ///< where a leftover was moved that could not be removed, or null
     struct stat leftover = {}; ///< the identity of the leftover
     Obstacle obstacle;         ///< of the latest removal

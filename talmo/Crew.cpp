@@ -1,5 +1,6 @@
 // A run is made by a child, so that its time can be limited and its end seen, whatever it does. The
-// signals that matter are blocked but while we wait, so none is missed between a look and a wait.
+// signals that matter are blocked between a look and a wait, so none is missed. At all other times
+// they come at once: one may have to end this process while it waits for a reader of its report.
 //
 // A child that is asked to end (SIGTERM) ends its programs itself. If they hold it up, we kill all
 // that it has started; if it is stuck itself, we kill it, and then what it had started has become
@@ -11,6 +12,8 @@
 #include "anonymousFile.h"
 #include "interruption.h"
 #include "processTree.h"
+
+#include <QScopeGuard>
 
 #include <QFile>
 
@@ -61,17 +64,11 @@ Crew::Crew(const Suite &itsSuite, std::vector<double> itsSeconds, bool keepsAllD
     struct sigaction waking = {};
     waking.sa_handler = [](int) {}; // it ends a wait
     sigaction(SIGCHLD, &waking, nullptr);
-    sigset_t blocked = interruptionSignals();
-    sigaddset(&blocked, SIGCHLD);
-    sigaddset(&blocked, SIGPIPE);
-    sigprocmask(SIG_BLOCK, &blocked, &before);
-    sigdelset(&before, SIGCHLD);
-    sigdelset(&before, SIGPIPE);
-}
-
-Crew::~Crew()
-{
-    sigprocmask(SIG_SETMASK, &before, nullptr);
+    handled = interruptionSignals();
+    sigaddset(&handled, SIGCHLD);
+    sigaddset(&handled, SIGPIPE);
+    sigprocmask(SIG_UNBLOCK, &handled, nullptr);
+    sigprocmask(SIG_BLOCK, nullptr, &awake);
 }
 
 bool Crew::start(const std::vector<size_t> &job)
@@ -99,7 +96,6 @@ bool Crew::start(const std::vector<size_t> &job)
     const pid_t parent = getpid();
     worker->process = fork();
     if (worker->process == 0) {
-        sigprocmask(SIG_SETMASK, &before, nullptr);
         closeFiles(); // or many children at once would have no descriptors left for themselves
         makeRuns(suite, {job, worker->output->get(), writing.get(), keepsAll}, parent);
     }
@@ -149,6 +145,7 @@ std::vector<size_t> Crew::atWork() const
 
 void Crew::stop(const QString &signal)
 {
+    isStopped = true;
     for (const auto &worker : workers)
         ask(*worker, QStringLiteral("interrupted by ") + signal);
 }
@@ -218,7 +215,7 @@ void Crew::waitForSomething()
     }
     for (const auto &worker : workers)
         isEndAwaited = isEndAwaited || (!worker->isDone() && !worker->reports.isOpen());
-    sigset_t blocked = before;
+    sigset_t blocked = awake;
     if (!isEndAwaited)
         sigaddset(&blocked, SIGCHLD);
     const Clock::time_point next = nextDeadline();
@@ -238,6 +235,10 @@ Happenings Crew::wait()
     Happenings happenings;
     if (workers.empty())
         return happenings;
+    sigprocmask(SIG_BLOCK, &handled, nullptr);
+    const auto afterwards = qScopeGuard([this] { sigprocmask(SIG_SETMASK, &awake, nullptr); });
+    if (!interruption().isNull() && !isStopped)
+        return happenings; // it came while nobody waited, and the caller has yet to see it
     waitForSomething();
     for (const auto &worker : workers)
         read(*worker, happenings);

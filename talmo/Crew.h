@@ -32,7 +32,7 @@ struct Happenings {
 
 /// The children that make runs, each its job. Whatever becomes of a child, there is a report of
 /// each run that it has begun. While this object lives, the process adopts what children leave
-/// behind, and the signals that it waits for are blocked.
+/// behind.
 class Crew
 {
 public:
@@ -40,7 +40,6 @@ public:
     Crew(const Suite &suite, std::vector<double> seconds, bool keepsAll);
     Crew(const Crew &) = delete;
     Crew &operator=(const Crew &) = delete;
-    ~Crew();
 
     /// Starts a child that makes the runs of \a job. Returns false if that is not possible;
     /// problem() says why.
@@ -111,7 +110,9 @@ private:
     std::vector<std::shared_ptr<Descriptor>> outputs; ///< to be used again
     std::vector<std::pair<size_t, LeftBehind>> left;
     std::vector<pid_t> inherited; ///< children that we did not start
-    sigset_t before;
+    sigset_t handled;             ///< what ends a wait
+    sigset_t awake;               ///< the signals that are blocked while we wait
+    bool isStopped = false;
 };
 
 } // namespace Talmo

@@ -189,7 +189,8 @@ void prepare(const ChildTask &task, pid_t parent)
 QString problemOf(const PlannedRun &run, const QByteArray &path, Script &script)
 {
     struct stat status = {};
-    if (stat(path, &status) == 0 && !S_ISREG(status.st_mode))
+    const bool isKnown = stat(path, &status) == 0;
+    if (isKnown && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) // it might keep us waiting
         return QStringLiteral("the script is no regular file any more");
     if (!script.open(path))
         return script.problem();
@@ -247,8 +248,13 @@ void make(
     run.finish(result, kept);
     record.message = result.message;
     record.isOwn = signal.isNull() && !result.isInUse;
-    record.line = result.line;
     record.directory = result.directory;
+    if (result.passed() && result.hasLeftover) { // perhaps only thanks to what it had found
+        record.message =
+            QStringLiteral("what an earlier run left in its directory could not be removed");
+        record.isOwn = false;
+    }
+    record.line = result.line;
     for (const QByteArray &remark : result.remarks)
         record.remarks += QString::fromLocal8Bit(remark);
     if (!result.passed())
