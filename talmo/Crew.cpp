@@ -65,10 +65,13 @@ Crew::Crew(const Suite &itsSuite, std::vector<double> itsSeconds, bool keepsAllD
     waking.sa_handler = [](int) {}; // it ends a wait
     sigaction(SIGCHLD, &waking, nullptr);
     handled = interruptionSignals();
-    sigaddset(&handled, SIGCHLD);
     sigaddset(&handled, SIGPIPE);
     sigprocmask(SIG_UNBLOCK, &handled, nullptr);
-    sigprocmask(SIG_BLOCK, nullptr, &awake);
+    sigset_t ends; // of children, about which only a wait wants to know
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &ends, &awake);
+    sigdelset(&awake, SIGCHLD);
 }
 
 bool Crew::start(const std::vector<size_t> &job)
@@ -96,6 +99,7 @@ bool Crew::start(const std::vector<size_t> &job)
     const pid_t parent = getpid();
     worker->process = fork();
     if (worker->process == 0) {
+        sigprocmask(SIG_SETMASK, &awake, nullptr);
         closeFiles(); // or many children at once would have no descriptors left for themselves
         makeRuns(suite, {job, worker->output->get(), writing.get(), keepsAll}, parent);
     }
@@ -236,7 +240,7 @@ Happenings Crew::wait()
     if (workers.empty())
         return happenings;
     sigprocmask(SIG_BLOCK, &handled, nullptr);
-    const auto afterwards = qScopeGuard([this] { sigprocmask(SIG_SETMASK, &awake, nullptr); });
+    const auto afterwards = qScopeGuard([this] { sigprocmask(SIG_UNBLOCK, &handled, nullptr); });
     if (!interruption().isNull() && !isStopped)
         return happenings; // it came while nobody waited, and the caller has yet to see it
     waitForSomething();
