@@ -209,11 +209,6 @@ void RecordFolder::close()
         // If this fails, the marker names a process that has ended, and nobody looks there.
         [[maybe_unused]] const int result = ftruncate(marker.get(), linesStart);
     }
-    closeInChild();
-}
-
-void RecordFolder::closeInChild()
-{
     marker = Descriptor();
     folder = Descriptor();
 }

@@ -49,9 +49,6 @@ public:
     /// Gives up the lock.
     void close();
 
-    /// Closes everything, but leaves the lock to the process that this one was forked from.
-    void closeInChild();
-
 private:
     State attempt(QString &problem);
     State openFolder(QString &problem);

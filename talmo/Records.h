@@ -62,10 +62,6 @@ public:
     /// Gives up the lock.
     void close() { folder.close(); }
 
-    /// For a forked child: closes what the parent goes on to use. Otherwise a program that the
-    /// child leaves running would keep the lock.
-    void closeInChild() { folder.closeInChild(); }
-
 private:
     bool saveInvocation(const RunResults &invocation, QByteArray &name, QString &problem);
     bool saveLatest(const RunResults &invocation, const QByteArray &name, QString &problem);

@@ -467,36 +467,6 @@ TEST_F(RecordsTest, WhoHasNotSaidItsNameYetIsAnotherProcess)
     }
 }
 
-TEST_F(RecordsTest, AChildThatClosesItsCopyDoesNotKeepTheLock)
-{
-    for (const bool isClosed : {false, true}) {
-        SCOPED_TRACE(isClosed);
-        Pipe goOn;
-        Pipe ready;
-        Records records;
-        ASSERT_EQ(records.open(suite(), problem), Records::Opening::Opened);
-        const pid_t child = inChild([&] {
-            if (isClosed)
-                records.closeInChild();
-            close(goOn.ends[1]);
-            char byte = 'x';
-            return write(ready.ends[1], &byte, 1) == 1 && read(goOn.ends[0], &byte, 1) == 0;
-        });
-        char byte = 0;
-        EXPECT_EQ(read(ready.ends[0], &byte, 1), 1);
-        // The parent still has it, whatever the child did.
-        EXPECT_TRUE(problemOfOpening(Records::Opening::Refused)
-                        .endsWith(QStringLiteral("process %1 on %2")
-                                      .arg(getpid())
-                                      .arg(QSysInfo::machineHostName())));
-        records.close();
-        problemOfOpening(isClosed ? Records::Opening::Opened : Records::Opening::Refused);
-        close(goOn.ends[1]);
-        goOn.ends[1] = -1;
-        EXPECT_TRUE(succeeded(child));
-    }
-}
-
 TEST_F(RecordsTest, AProgramThatIsStartedDoesNotKeepTheLock)
 {
     Pipe goOn;
