@@ -3,6 +3,9 @@
 // closed, also those of children, and drops it when the process ends, in whatever way. On a file
 // system without locks we go on without one.
 //
+// The disk may be full when the marker is written. So half a marker is ours, too; and where there
+// is nothing else, it is removed again, with the folder if that was made for it.
+//
 // The folder may be removed at any time, and made again by another process. So a lock counts only
 // if the file that was locked still has its name.
 
@@ -36,7 +39,8 @@ constexpr qint64 mostOfMarker = 1000;            ///< bytes that are read
 constexpr mode_t allMayUse = 0777;               // the umask of the process removes some of them
 constexpr mode_t allMayReadAndWrite = 0666;
 
-bool isEmpty(int folder)
+/// Whether there is nothing in \a folder but what is called \a allowed.
+bool holdsNothingBut(int folder, std::string_view allowed)
 {
     const int copy = openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const Directory directory(copy < 0 ? nullptr : fdopendir(copy));
@@ -44,7 +48,7 @@ bool isEmpty(int folder)
         return false;
     while (const dirent *const entry = readdir(directory.get())) {
         const std::string_view name = entry->d_name;
-        if (name != "." && name != "..")
+        if (name != "." && name != ".." && name != allowed)
             return false;
     }
     return true;
@@ -62,6 +66,24 @@ bool writeAtStart(int file, const QByteArray &text)
         done += count;
     }
     return true;
+}
+
+/// Whether \a text, that of a marker, is ours. One that could not be written has only a part of it,
+/// or has NULs in the place of what the disk did not take.
+bool isOurs(QByteArray text)
+{
+    while (text.endsWith('\0'))
+        text.chop(1);
+    return text.startsWith(firstLine) || QByteArray(firstLine).startsWith(text);
+}
+
+/// Shortens \a file to \a size, if it is longer. To truncate alone could make it longer.
+bool shorten(int file, off_t size)
+{
+    struct stat status = {};
+    if (fstat(file, &status) != 0)
+        return false;
+    return status.st_size <= size || ftruncate(file, size) == 0;
 }
 
 /// What a message calls something that is no directory.
@@ -86,6 +108,7 @@ RecordFolder::State RecordFolder::lock(const QByteArray &suiteDirectory, QString
 {
     close();
     path = suiteDirectory + '/' + folderName;
+    isFolderNew = false;
     // Somebody may remove the folder whenever we have just made it, but hardly this often.
     constexpr int mostAttempts = 100;
     State state = Absent;
@@ -93,8 +116,11 @@ RecordFolder::State RecordFolder::lock(const QByteArray &suiteDirectory, QString
         state = attempt(problem);
     if (state == Absent)
         problem = QStringLiteral("'%1' is removed again and again").arg(pathOf({}));
-    if (state != Ours)
-        close();
+    if (state == Ours)
+        return state;
+    close();
+    if (isFolderNew)
+        rmdir(path); // unless there is something in it
     return state;
 }
 
@@ -112,9 +138,10 @@ RecordFolder::State RecordFolder::attempt(QString &problem)
 }
 
 /// Makes the folder. Returns Absent, since it still must be opened.
-RecordFolder::State RecordFolder::make(QString &problem) const
+RecordFolder::State RecordFolder::make(QString &problem)
 {
-    return mkdir(path, allMayUse) == 0 || errno == EEXIST ? Absent : failed("make", {}, problem);
+    isFolderNew = mkdir(path, allMayUse) == 0;
+    return isFolderNew || errno == EEXIST ? Absent : failed("make", {}, problem);
 }
 
 RecordFolder::State RecordFolder::openFolder(QString &problem)
@@ -140,7 +167,7 @@ bool RecordFolder::isMarked() const
 RecordFolder::State RecordFolder::readMarker(QString &problem) const
 {
     if (!isMarked()) {
-        if (isEmpty(folder.get()))
+        if (holdsNothingBut(folder.get(), {}))
             return Ours;
         if (!isMarked()) // nor was it made meanwhile, as the first file of all
             return notOurs(QStringLiteral("it has no marker"), problem);
@@ -152,7 +179,7 @@ RecordFolder::State RecordFolder::readMarker(QString &problem) const
         return failed("read", markerName, problem);
     }
     const QByteArray text = file.read(mostOfMarker);
-    if (text.isEmpty() || text.startsWith(firstLine))
+    if (isOurs(text))
         return Ours;
     return notOurs(QStringLiteral("its marker is of another kind or version"), problem);
 }
@@ -172,9 +199,18 @@ RecordFolder::State RecordFolder::lockMarker(QString &problem)
                                             .arg(getpid())
                                             .arg(QSysInfo::machineHostName())
                                             .toUtf8();
-    const bool isWritten =
-        writeAtStart(marker.get(), text) && ftruncate(marker.get(), text.size()) == 0;
-    return isWritten ? Ours : failed("write", markerName, problem);
+    const bool isWritten = writeAtStart(marker.get(), text) && shorten(marker.get(), text.size());
+    return isWritten ? Ours : failedToMark(problem);
+}
+
+/// Says in \a problem why the marker, which is locked, cannot be written. Removes it if there is
+/// nothing else, so nothing that it could mark.
+RecordFolder::State RecordFolder::failedToMark(QString &problem)
+{
+    const State state = failed("write", markerName, problem);
+    if (isStillThere() && holdsNothingBut(folder.get(), markerName))
+        unlinkat(folder.get(), markerName, 0);
+    return state;
 }
 
 /// Who has locked the marker, as far as it tells.
@@ -207,7 +243,7 @@ void RecordFolder::close()
 {
     if (isLocked()) {
         // If this fails, the marker names a process that has ended, and nobody looks there.
-        [[maybe_unused]] const int result = ftruncate(marker.get(), linesStart);
+        shorten(marker.get(), linesStart);
     }
     marker = Descriptor();
     folder = Descriptor();

@@ -54,7 +54,8 @@ private:
     State openFolder(QString &problem);
     State readMarker(QString &problem) const;
     State lockMarker(QString &problem);
-    State make(QString &problem) const;
+    State make(QString &problem);
+    State failedToMark(QString &problem);
     bool isMarked() const;
     QString holder() const;
     State failed(const char *verb, const QByteArray &name, QString &problem) const;
@@ -62,7 +63,8 @@ private:
 
     QByteArray path;
     Descriptor folder;
-    Descriptor marker; ///< locked
+    Descriptor marker;        ///< locked
+    bool isFolderNew = false; ///< this object made it
 };
 
 } // namespace Talmo

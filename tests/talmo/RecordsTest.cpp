@@ -32,6 +32,7 @@ namespace
 {
 
 std::function<void()> beforeLocking; ///< what happens before a file is locked
+int roomOnDisk = -1;                 ///< bytes that pwrite still takes; -1: any number
 
 } // namespace
 
@@ -42,6 +43,24 @@ extern "C" int flock(int descriptor, int operation) noexcept
     if (beforeLocking)
         beforeLocking();
     return next(descriptor, operation);
+}
+
+/// Takes the place of the system's call. Unlike a limit on the sizes of files, a full disk lets one
+/// make a file longer by truncating it.
+extern "C" ssize_t pwrite(int descriptor, const void *bytes, size_t count, off_t offset)
+{
+    static auto *const next = reinterpret_cast<ssize_t (*)(int, const void *, size_t, off_t)>(
+        dlsym(RTLD_NEXT, "pwrite64"));
+    if (roomOnDisk < 0)
+        return next(descriptor, bytes, count, offset);
+    if (roomOnDisk == 0) {
+        errno = ENOSPC;
+        return -1;
+    }
+    const ssize_t done =
+        next(descriptor, bytes, std::min(count, static_cast<size_t>(roomOnDisk)), offset);
+    roomOnDisk -= static_cast<int>(done);
+    return done;
 }
 
 namespace
@@ -417,19 +436,26 @@ TEST_F(RecordsTest, AFolderThatIsNotOursIsRefused)
 TEST_F(RecordsTest, AMarkerTellsItsVersion)
 {
     const struct {
-        const char *content;
+        QByteArray content;
         Records::Opening opening;
     } rows[] = {
-        {"", Records::Opening::Opened}, // somebody is about to write it
+        {"", Records::Opening::Opened},                   // somebody is about to write it
+        {QByteArray(27, '\0'), Records::Opening::Opened}, // or could not
+        {QByteArray(2000, '\0'), Records::Opening::Opened},
+        {"results of t", Records::Opening::Opened},
+        {QByteArray("results of t") + QByteArray(15, '\0'), Records::Opening::Opened},
+        {"results of talmo, format 1", Records::Opening::Opened},
         {firstLine, Records::Opening::Opened},
         {"results of talmo, format 1\nin use by process 1 on another\n", Records::Opening::Opened},
         {"results of talmo, format 2\n", Records::Opening::Refused},
         {"results of talmo, format 10\n", Records::Opening::Refused},
-        {"results of talmo, format 1", Records::Opening::Refused},
+        {QByteArray("results of talmo, format 1\0 ", 28), Records::Opening::Refused},
+        {"results of mine", Records::Opening::Refused},
+        {QByteArray("\0results", 8), Records::Opening::Refused},
         {"\n", Records::Opening::Refused},
     };
     for (const auto &row : rows) {
-        SCOPED_TRACE(row.content);
+        SCOPED_TRACE(row.content.toStdString());
         QDir(folder.path()).mkpath("suite/.talmo");
         writeTo(pathOf(".talmo/marker"), row.content);
         problemOfOpening(row.opening);
@@ -500,6 +526,12 @@ TEST_F(RecordsTest, ADirectoryThatCannotBeWrittenToIsToldApart)
     ASSERT_EQ(chmod(suite(), 0555), 0);
     EXPECT_TRUE(
         asNobody([&] { return isNotWritable("cannot make 'SUITE/.talmo': Permission denied"); }));
+    ASSERT_EQ(chmod(suite(), 0777), 0);
+    EXPECT_TRUE(asNobody([&] {
+        umask(0777);
+        return isNotWritable("cannot open 'SUITE/.talmo': Permission denied");
+    }));
+    EXPECT_FALSE(QFile::exists(pathOf(".talmo"))); // it is not left there, where it is in the way
     ASSERT_EQ(chmod(suite(), 0755), 0);
     save(resultsOf({runOf("test1")}));
     const QByteArray marker = QFile::encodeName(pathOf(".talmo/marker"));
@@ -723,6 +755,51 @@ TEST_F(RecordsTest, AFullDiskIsReportedAndLeavesWhatWasThere)
         const SmallDisk disk(10);
         EXPECT_EQ(problemOfOpening(Records::Opening::Refused),
             inSuite("cannot write 'SUITE/.talmo/marker': File too large"));
+    }
+}
+
+TEST_F(RecordsTest, AFullDiskLeavesNothingThatIsInTheWayLater)
+{
+    // before: what is there, and what the disk takes; afterwards: what is still there
+    const struct {
+        const char *title;
+        bool isFolder;
+        const char *marker; ///< null: there is none
+        bool hasOther;      ///< another file in the folder
+        QStringList left;   ///< of the folder, if it stays
+    } rows[] = {
+        {"nothing", false, nullptr, false, {}},
+        {"a folder", true, nullptr, false, {}},
+        {"an empty marker", true, "", false, {}},
+        {"half a marker", true, "results of t", false, {}},
+        {"half a marker and more", true, "results of t", true, {"marker", "other"}},
+        {"a marker", true, firstLine, false, {}},
+        {"a marker and more", true, firstLine, true, {"marker", "other"}},
+    };
+    const auto isEndOfRoom = [this](int room) {
+        roomOnDisk = room;
+        const QString reason = problemOfOpening(Records::Opening::Refused);
+        roomOnDisk = -1;
+        EXPECT_EQ(reason, inSuite("cannot write 'SUITE/.talmo/marker': No space left on device"));
+    };
+    for (const auto &row : rows) {
+        for (const int room : {0, 10, 27, 40}) {
+            SCOPED_TRACE(row.title + std::to_string(room));
+            if (row.isFolder)
+                put(Place::EmptyDirectory, pathOf(".talmo"));
+            if (row.marker != nullptr)
+                writeTo(pathOf(".talmo/marker"), row.marker);
+            if (row.hasOther)
+                writeTo(pathOf(".talmo/other"), "x");
+            isEndOfRoom(room);
+            EXPECT_EQ(QFile::exists(pathOf(".talmo")), row.isFolder);
+            EXPECT_EQ(entries(), row.left);
+            if (row.hasOther) {
+                EXPECT_TRUE(QByteArray(firstLine).startsWith(contentOf(pathOf(".talmo/marker"))));
+            }
+            problemOfOpening(Records::Opening::Opened);
+            QDir(pathOf(".talmo")).removeRecursively();
+        }
     }
 }
 
