@@ -30,6 +30,7 @@ namespace
 {
 
 constexpr char latestName[] = "latest.xml";
+constexpr char damagedName[] = "latest.xml.damaged";
 constexpr char runsName[] = "runs";
 constexpr size_t keptInvocations = 10;
 
@@ -130,9 +131,10 @@ void ignoreInGit(int folder)
             folder, ".gitignore", [](QIODevice &file) { return file.write("*\n") == 2; }, reason);
 }
 
-/// Reads the latest results in \a folder, which is open.
-Records::Reading readLatestIn(
-    const RecordFolder &folder, SystemOut systemOut, RunResults &latest, QString &problem)
+/// Reads the latest results in \a folder, which is open. \a systemOut is what readJUnit takes.
+template <typename SystemOutOrIsKept>
+Records::Reading readLatestIn(const RecordFolder &folder, const SystemOutOrIsKept &systemOut,
+    RunResults &latest, QString &problem)
 {
     QFile file;
     const QString name = folder.pathOf(latestName);
@@ -199,7 +201,27 @@ bool Records::saveInvocation(const RunResults &invocation, QByteArray &name, QSt
 /// Saves the latest results. The last one of them is \a invocation, in the file \a name.
 bool Records::saveLatest(const RunResults &invocation, const QByteArray &name, QString &problem)
 {
-    const RunResults before = readKept(invocation);
+    RunResults before;
+    QString damage;
+    if (readKept(invocation, before, damage))
+        return writeLatest(invocation, name, before, problem);
+    const int place = folder.descriptor();
+    if (renameat(place, latestName, place, damagedName) != 0)
+        return fails(damagedName, reasonOf(errno), problem);
+    if (!writeLatest(invocation, name, {}, problem)) {
+        renameat(place, damagedName, place, latestName); // so that it will be said next time
+        return false;
+    }
+    problem = QStringLiteral("the earlier results are kept as '%1', but do not count any more: %2")
+                  .arg(folder.pathOf(damagedName), damage);
+    return false;
+}
+
+/// Writes what the latest results are when \a invocation, in the file \a name, comes in addition
+/// to those \a before.
+bool Records::writeLatest(const RunResults &invocation, const QByteArray &name,
+    const RunResults &before, QString &problem)
+{
     ScriptsOnDisk scripts(suite);
     const auto latest = latestAfter(
         before, invocation, [&scripts](const QString &script) { return scripts.contains(script); });
@@ -212,25 +234,20 @@ bool Records::saveLatest(const RunResults &invocation, const QByteArray &name, Q
            fails(latestName, reason, problem);
 }
 
-/// The latest results before \a invocation; the output only of runs that are not part of it.
-RunResults Records::readKept(const RunResults &invocation) const
+/// Reads the latest results before \a invocation; the output only of runs that are not part of it.
+/// False if they are damaged; \a problem then says how.
+bool Records::readKept(const RunResults &invocation, RunResults &before, QString &problem) const
 {
     QSet<QString> names;
     for (const RunRecord &run : invocation.runs)
         names += run.name;
     const auto isReplaced = [&names](const QString &run) { return names.contains(run); };
-    RunResults before;
     // A run that was not made keeps its time.
     if (knownRuns && std::all_of(knownRuns->begin(), knownRuns->end(), isReplaced) &&
         std::none_of(invocation.runs.begin(), invocation.runs.end(), isNotRun))
-        return before;
-    QFile file;
-    QString problem; // was told when the suite began
-    if (openRegular(file, latestName, folder.descriptor(), O_NOFOLLOW))
-        readJUnit(
-            file, latestName, [&isReplaced](const QString &run) { return !isReplaced(run); },
-            before, problem);
-    return before;
+        return true;
+    const auto isKept = [&isReplaced](const QString &run) { return !isReplaced(run); };
+    return readLatestIn(folder, isKept, before, problem) != Reading::Damaged;
 }
 
 bool Records::fails(const QByteArray &name, const QString &reason, QString &problem) const
@@ -243,6 +260,9 @@ Records::Reading Records::readLatest(SystemOut systemOut, RunResults &latest, QS
 {
     latest = RunResults();
     const Reading reading = readLatestIn(folder, systemOut, latest, problem);
+    knownRuns.reset();
+    if (reading == Reading::Damaged) // so save tells it
+        return reading;
     knownRuns = QStringList();
     for (const RunRecord &run : latest.runs)
         *knownRuns += run.name;

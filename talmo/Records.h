@@ -55,8 +55,9 @@ public:
     /// Saves \a invocation, and what it means for the latest results. They keep the runs that are
     /// not part of it, as long as a file with the name of the script exists in the suite's
     /// directory or among the distribution's scripts (latestResults.h). False if not all of it
-    /// could be saved; \a problem then says why, and what was not saved is as it was. Of latest
-    /// results that are damaged nothing is kept.
+    /// could be saved; \a problem then says why, and what was not saved is as it was. So it is if
+    /// the latest results are damaged: then those of \a invocation take their place, and the file
+    /// is kept as latest.xml.damaged.
     bool save(const RunResults &invocation, QString &problem);
 
     /// Gives up the lock.
@@ -65,7 +66,9 @@ public:
 private:
     bool saveInvocation(const RunResults &invocation, QByteArray &name, QString &problem);
     bool saveLatest(const RunResults &invocation, const QByteArray &name, QString &problem);
-    RunResults readKept(const RunResults &invocation) const;
+    bool writeLatest(const RunResults &invocation, const QByteArray &name, const RunResults &before,
+        QString &problem);
+    bool readKept(const RunResults &invocation, RunResults &before, QString &problem) const;
     bool fails(const QByteArray &name, const QString &reason, QString &problem) const;
 
     QByteArray suite; ///< its directory

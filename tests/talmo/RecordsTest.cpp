@@ -124,6 +124,13 @@ protected:
         return QString(text).replace("SUITE", folder.filePath("suite"));
     }
 
+    /// What is said of latest results that cannot be read, before the reason.
+    QString setAside() const
+    {
+        return inSuite("the earlier results are kept as 'SUITE/.talmo/latest.xml.damaged', but do "
+                       "not count any more: ");
+    }
+
     QTemporaryDir folder;
     QString problem; ///< of the last reading
 };
@@ -671,15 +678,14 @@ TEST_F(RecordsTest, NothingIsWrittenThroughWhatHasANameOfOurs)
         const char *name;
         Place place;
         const char *reading; ///< what makes it Damaged; null: it is Absent
-        const char *saving;  ///< null: it is replaced
+        const char *saving; ///< what makes it fail; null: nothing, and what is Damaged is set aside
     } rows[] = {
         {"latest.xml", Place::Link, "cannot read 'SUITE/.talmo/latest.xml': It is no regular file",
             nullptr},
         {"latest.xml", Place::Fifo, "cannot read 'SUITE/.talmo/latest.xml': It is no regular file",
             nullptr},
-        {"latest.xml", Place::EmptyDirectory,
-            "cannot read 'SUITE/.talmo/latest.xml': Is a directory",
-            "cannot write 'SUITE/.talmo/latest.xml': Is a directory"},
+        {"latest.xml", Place::Directory, "cannot read 'SUITE/.talmo/latest.xml': Is a directory",
+            nullptr},
         {"latest.xml", Place::File, "SUITE/.talmo/latest.xml: it is no result file of talmo",
             nullptr},
         {"runs", Place::Link, nullptr, "cannot write 'SUITE/.talmo/runs': Not a directory"},
@@ -699,28 +705,73 @@ TEST_F(RecordsTest, NothingIsWrittenThroughWhatHasANameOfOurs)
         EXPECT_EQ(problem, row.reading == nullptr ? QString() : inSuite(row.reading));
         Records records;
         ASSERT_EQ(records.open(suite(), problem), Records::Opening::Opened);
-        EXPECT_EQ(records.save(resultsOf({runOf("test1")}), problem), row.saving == nullptr);
-        if (row.saving == nullptr)
-            EXPECT_EQ(namesOf(latest()), QStringList("test1"));
-        else
+        problem = QString();
+        EXPECT_EQ(records.save(resultsOf({runOf("test1")}), problem),
+            row.saving == nullptr && row.reading == nullptr);
+        if (row.saving != nullptr) {
             EXPECT_EQ(problem, inSuite(row.saving));
+        } else {
+            EXPECT_EQ(
+                problem, row.reading == nullptr ? QString() : setAside() + inSuite(row.reading));
+            EXPECT_EQ(namesOf(latest()), QStringList("test1"));
+        }
         EXPECT_TRUE(QDir(path + ".target").isEmpty());
         records.close();
         ASSERT_TRUE(QDir(pathOf(".talmo")).removeRecursively());
     }
 }
 
-TEST_F(RecordsTest, DamagedResultsAreToldAndReplaced)
+TEST_F(RecordsTest, DamagedResultsAreToldOnceAndSetAside)
 {
     addScripts({"test1", "test2"});
-    save(resultsOf({runOf("test1")}));
-    const QByteArray whole = contentOf(pathOf(".talmo/latest.xml"));
-    writeTo(pathOf(".talmo/latest.xml"), whole.left(whole.size() / 2));
-    EXPECT_TRUE(latest(Records::Reading::Damaged).runs.empty());
-    EXPECT_TRUE(problem.startsWith(inSuite("SUITE/.talmo/latest.xml:"))) << problem.toStdString();
-    EXPECT_TRUE(problem.contains(": it is damaged: "));
-    save(resultsOf({runOf("test2")}));
-    EXPECT_EQ(namesOf(latest()), QStringList("test2"));
+    const QString path = pathOf(".talmo/latest.xml");
+    for (const bool isReadBefore : {false, true}) {
+        SCOPED_TRACE(isReadBefore);
+        save(resultsOf({runOf("test1"), runOf("test2")}));
+        const QByteArray half = contentOf(path).left(contentOf(path).size() / 2);
+        ASSERT_TRUE(QFile::remove(path)); // the file of the invocation is the same one
+        writeTo(path, half);
+        EXPECT_TRUE(latest(Records::Reading::Damaged).runs.empty());
+        EXPECT_TRUE(problem.startsWith(inSuite("SUITE/.talmo/latest.xml:")));
+        EXPECT_TRUE(problem.contains(": it is damaged: ")) << problem.toStdString();
+        const QString damage = problem;
+        Records records;
+        RunResults results;
+        ASSERT_EQ(records.open(suite(), problem), Records::Opening::Opened);
+        if (isReadBefore) {
+            EXPECT_EQ(records.readLatest(SystemOut::PassedOver, results, problem),
+                Records::Reading::Damaged);
+        }
+        problem.clear();
+        EXPECT_FALSE(records.save(resultsOf({runOf("test2")}), problem));
+        EXPECT_EQ(problem, setAside() + damage);
+        EXPECT_EQ(contentOf(path + ".damaged"), half);
+        EXPECT_EQ(namesOf(latest()), QStringList("test2"));
+        problem.clear();
+        EXPECT_TRUE(records.save(resultsOf({runOf("test1")}), problem)) << problem.toStdString();
+        EXPECT_EQ(namesOf(latest()), QStringList({"test1", "test2"}));
+    }
+}
+
+TEST_F(RecordsTest, DamagedResultsStayWhereTheyAreUntilOthersTakeTheirPlace)
+{
+    const QString path = pathOf(".talmo/latest.xml");
+    // As latest results this is longer than as an invocation, though of two runs one is left.
+    const RunResults invocation = resultsOf({runOf("a"), runOf("a")});
+    Records records;
+    ASSERT_EQ(records.open(suite(), problem), Records::Opening::Opened);
+    writeTo(path, "x");
+    {
+        const SmallDisk disk(static_cast<rlim_t>(documentOf(invocation).size()) + 10);
+        EXPECT_FALSE(records.save(invocation, problem));
+    }
+    EXPECT_EQ(problem, inSuite("cannot write 'SUITE/.talmo/latest.xml': File too large"));
+    EXPECT_EQ(contentOf(path), "x");
+    EXPECT_EQ(entries(), QStringList({".gitignore", "latest.xml", "marker", "runs"}));
+    put(Place::Directory, path + ".damaged");
+    EXPECT_FALSE(records.save(invocation, problem));
+    EXPECT_EQ(problem, inSuite("cannot write 'SUITE/.talmo/latest.xml.damaged': Is a directory"));
+    EXPECT_EQ(contentOf(path), "x");
 }
 
 TEST_F(RecordsTest, AFullDiskIsReportedAndLeavesWhatWasThere)
