@@ -5,17 +5,26 @@
 
 #include "JUnit.h"
 
+#include "DiskFile.h"
+#include "Known.h"
 #include "counts.h"
 #include "outputText.h"
+#include "regularFile.h"
+#include "removeDir.h"
 #include "resultProperties.h"
 #include "saving.h"
 #include "xmlText.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QIODevice>
 #include <QXmlStreamWriter>
 
+#include <cerrno>
 #include <cmath>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Talmo
 {
@@ -178,7 +187,52 @@ void JUnitWriter::writeRun(const RunRecord &run)
     xml.writeEndElement();
 }
 
+/// Whether \a name or the name of what it links to is that of the list of known failures.
+bool isListOfKnown(const QString &name)
+{
+    const QFileInfo file(name);
+    const QFileInfo target(file.isSymLink() ? file.symLinkTarget() : name);
+    const QString known = QLatin1String(knownFileName);
+    return file.fileName() == known || target.fileName() == known;
+}
+
+/// Whether we print into the file that is open as \a file.
+bool isPrintedTo(int file)
+{
+    struct stat status = {};
+    struct stat printed = {};
+    if (fstat(file, &status) != 0)
+        return false;
+    return (fstat(STDOUT_FILENO, &printed) == 0 && isSameFile(status, printed)) ||
+           (fstat(STDERR_FILENO, &printed) == 0 && isSameFile(status, printed));
+}
+
+/// Why what is in the file \a name must stay; null if it need not.
+QString objectionTo(const QString &name)
+{
+    if (isListOfKnown(name))
+        return QStringLiteral("It is the list of known failures");
+    QFile file;
+    if (!openRegular(file, systemName(name)))
+        return errno == ENOENT ? QString() : reasonOf(errno);
+    if (isPrintedTo(file.handle()))
+        return QStringLiteral("It is what we print into");
+    const QByteArray head = file.read(resultFileHead);
+    const std::string_view text(head.constData(), static_cast<size_t>(head.size()));
+    return file.size() == 0 || isResultFile(text)
+               ? QString()
+               : QStringLiteral("It holds something else than results of talmo");
+}
+
 } // namespace
+
+bool isResultFile(std::string_view text)
+{
+    constexpr std::string_view declaration = R"(<?xml version="1.0" encoding="UTF-8"?>)";
+    const std::string_view head = text.substr(0, resultFileHead);
+    return head.substr(0, declaration.size()) == declaration &&
+           head.find(R"(<testsuites name="talmo")") != std::string_view::npos;
+}
 
 bool writeJUnit(const RunResults &results, QIODevice &device)
 {
@@ -187,13 +241,17 @@ bool writeJUnit(const RunResults &results, QIODevice &device)
 
 bool writeJUnitFile(const RunResults &results, const QString &name, QString &problem)
 {
-    return saveFile(
-        name, [&results](QIODevice &file) { return writeJUnit(results, file); }, problem);
+    problem = problemOfResultFile(name); // once more, since somebody may have made it meanwhile
+    return problem.isNull() &&
+           saveFile(
+               name, [&results](QIODevice &file) { return writeJUnit(results, file); }, problem);
 }
 
 QString problemOfResultFile(const QString &name)
 {
-    return problemOfSaving(name);
+    const QString problem = problemOfSaving(name);
+    const QString objection = problem.isNull() ? objectionTo(name) : QString();
+    return objection.isNull() ? problem : cannotWrite(name, objection);
 }
 
 } // namespace Talmo

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <functional>
+#include <string_view>
 
 class QIODevice;
 
@@ -17,8 +18,8 @@ namespace Talmo
 
 /// How much of what one run printed a result file holds: the beginning and the end, in bytes. Of
 /// what is longer, the middle is left out, and a line says how many bytes that are.
-constexpr qint64 outputBeginning = 16 * 1024;
-constexpr qint64 outputEnd = 48 * 1024;
+constexpr qint64 outputBeginning = qint64{16} * 1024;
+constexpr qint64 outputEnd = qint64{48} * 1024;
 
 /// Writes \a results to \a device, which is open. The text of RunRecord::output and of the captures
 /// is read from their files now, for runs that failed or are known to fail; a record that has a
@@ -26,12 +27,19 @@ constexpr qint64 outputEnd = 48 * 1024;
 /// that XML cannot carry are replaced. False if \a device does not take it all.
 bool writeJUnit(const RunResults &results, QIODevice &device);
 
-/// Writes \a results to the file \a name, whole or not at all. False if that fails; \a problem then
-/// says why.
+/// Whether a file is a report that writeJUnit wrote, also if it was damaged later: \a text is all
+/// of it, or its beginning, at least resultFileHead bytes.
+bool isResultFile(std::string_view text);
+constexpr size_t resultFileHead = 1000;
+
+/// Writes \a results to the file \a name, whole or not at all. False if that fails, or if
+/// problemOfResultFile has an objection; \a problem then says why.
 bool writeJUnitFile(const RunResults &results, const QString &name, QString &problem);
 
 /// Why no result file \a name could be written, as a sentence, before there is a result; null if it
-/// could. Nothing is written.
+/// could. So that nothing is lost, it may take the place of an empty file or a report of ours only,
+/// not of what standard output or standard error go to, and not of the list of known failures.
+/// Nothing is written.
 QString problemOfResultFile(const QString &name);
 
 /// What a reader wants of the text in "system-out".

@@ -20,8 +20,6 @@ namespace Talmo
 namespace
 {
 
-constexpr char fileName[] = "talmo.known";
-
 /// The longest message of which a pattern is made. To compile one takes time that grows with the
 /// square of its length.
 constexpr int longestMessage = 2000;
@@ -86,7 +84,7 @@ QString takeName(QString &line)
 
 bool Known::read(const QByteArray &suiteDirectory, QStringList &problems)
 {
-    path = suiteDirectory + '/' + fileName;
+    path = suiteDirectory + '/' + knownFileName;
     patterns.clear();
     QByteArray content;
     QString problem;
@@ -100,8 +98,10 @@ bool Known::read(const QByteArray &suiteDirectory, QStringList &problems)
     for (const QByteArray &line : content.replace('\r', QByteArray()).split('\n')) {
         ++number;
         if (!readLine(line, problem))
-            problems +=
-                QStringLiteral("%1:%2: %3").arg(QLatin1String(fileName)).arg(number).arg(problem);
+            problems += QStringLiteral("%1:%2: %3")
+                            .arg(QLatin1String(knownFileName))
+                            .arg(number)
+                            .arg(problem);
     }
     return problems.size() == before;
 }
@@ -121,7 +121,7 @@ bool Known::readContent(QByteArray &content, QString &problem) const
     } else {
         problem = reasonOf(error);
     }
-    problem = QStringLiteral("cannot read '%1': %2").arg(QLatin1String(fileName), problem);
+    problem = QStringLiteral("cannot read '%1': %2").arg(QLatin1String(knownFileName), problem);
     return false;
 }
 

@@ -10,6 +10,9 @@
 namespace Talmo
 {
 
+/// The name of the file of the known failures of a suite.
+constexpr char knownFileName[] = "talmo.known";
+
 /// The known failures of a suite, from the file "talmo.known" in its directory. Each line names a
 /// run, and behind blanks a pattern as "=ignore" takes it. In the name, a backslash stands before
 /// blanks, tabs, backslashes, and a "#" at the front; "\n" is a newline, "\r" a carriage return.

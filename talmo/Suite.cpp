@@ -5,6 +5,8 @@
 
 #include "Suite.h"
 
+#include "JUnit.h"
+#include "Known.h"
 #include "Run.h"
 #include "Script.h"
 #include "ScriptFolder.h"
@@ -68,12 +70,7 @@ QString shown(const QByteArray &name)
 /// known failures, or a report that it wrote.
 bool isOwnFile(const QString &name, std::string_view text)
 {
-    constexpr size_t headLength = 1000;
-    constexpr std::string_view declaration = R"(<?xml version="1.0" encoding="UTF-8"?>)";
-    const std::string_view head = text.substr(0, headLength);
-    const bool isReport = head.substr(0, declaration.size()) == declaration &&
-                          head.find(R"(<testsuites name="talmo")") != std::string_view::npos;
-    return isReport || name == QLatin1String("talmo.known");
+    return isResultFile(text) || name == QLatin1String(knownFileName);
 }
 
 /// Whether a command line of \a script is a "=run", or may become one when the name of a program

@@ -19,11 +19,6 @@ namespace Talmo
 namespace
 {
 
-QString cannotWrite(const QString &name, const QString &reason)
-{
-    return QStringLiteral("cannot write '%1': %2").arg(name, reason);
-}
-
 /// Has \a write write all of \a file. False if that fails, for the \a reason.
 bool fill(QFileDevice &file, const std::function<bool(QIODevice &)> &write, QString &reason)
 {
@@ -37,6 +32,11 @@ bool fill(QFileDevice &file, const std::function<bool(QIODevice &)> &write, QStr
 }
 
 } // namespace
+
+QString cannotWrite(const QString &name, const QString &reason)
+{
+    return QStringLiteral("cannot write '%1': %2").arg(name, reason);
+}
 
 bool saveFile(const QString &name, const std::function<bool(QIODevice &)> &write, QString &problem)
 {

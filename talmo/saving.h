@@ -10,6 +10,9 @@ class QIODevice;
 namespace Talmo
 {
 
+/// That the file \a name cannot be written, and the \a reason, as a sentence.
+QString cannotWrite(const QString &name, const QString &reason);
+
 /// Writes the file \a name, whole or not at all, with what \a write puts into the device. A link is
 /// followed, and a file that is there keeps its permissions. False if that fails; \a problem then
 /// says why, and the file is as it was.

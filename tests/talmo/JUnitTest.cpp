@@ -12,6 +12,7 @@
 
 #include <limits>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -577,6 +578,15 @@ TEST_F(JUnitTest, AFileThatCannotBeWrittenIsKnownBefore)
     ASSERT_EQ(mkfifo(QFile::encodeName(pathOf("fifo")), 0600), 0);
     ASSERT_TRUE(QDir(folder.path()).mkdir("directory"));
     writeTo(pathOf("file"), "x");
+    writeTo(pathOf("empty"), "");
+    writeTo(pathOf("report"), documentOf(fullResults()));
+    writeTo(pathOf("damaged"), documentOf(fullResults()).left(200));
+    writeTo(pathOf("other"), documentOf(fullResults()).replace("\"talmo\"", "\"other\""));
+    writeTo(pathOf("blank"), "\n");
+    ASSERT_TRUE(QDir(folder.path()).mkdir("suite"));
+    writeTo(pathOf("suite/talmo.known"), "");
+    ASSERT_TRUE(QFile::link("file", pathOf("toFile")));
+    ASSERT_TRUE(QFile::link("suite/talmo.known", pathOf("toKnown")));
     ASSERT_TRUE(QFile::link("none/x", pathOf("astray")));
     ASSERT_TRUE(QFile::link("directory", pathOf("toDirectory")));
     ASSERT_TRUE(QFile::link("loop", pathOf("loop")));
@@ -585,7 +595,16 @@ TEST_F(JUnitTest, AFileThatCannotBeWrittenIsKnownBefore)
         const char *reason; ///< null: it can be written
     } rows[] = {
         {pathOf("new.xml"), nullptr},
-        {pathOf("file"), nullptr},
+        {pathOf("empty"), nullptr},
+        {pathOf("report"), nullptr},
+        {pathOf("damaged"), nullptr},
+        {pathOf("file"), "It holds something else than results of talmo"},
+        {pathOf("toFile"), "It holds something else than results of talmo"},
+        {pathOf("other"), "It holds something else than results of talmo"},
+        {pathOf("blank"), "It holds something else than results of talmo"},
+        {pathOf("suite/talmo.known"), "It is the list of known failures"},
+        {pathOf("directory/talmo.known"), "It is the list of known failures"},
+        {pathOf("toKnown"), "It is the list of known failures"},
         {pathOf("directory/new.xml"), nullptr},
         {pathOf("none/new.xml"), "No such file or directory"},
         {pathOf("file/new.xml"), "Not a directory"},
@@ -612,6 +631,29 @@ TEST_F(JUnitTest, AFileThatCannotBeWrittenIsKnownBefore)
     }
 }
 
+TEST_F(JUnitTest, WhatIsInTheWayIsNotLost)
+{
+    QString problem;
+    writeTo(pathOf("script"), "=heading\n");
+    EXPECT_FALSE(writeJUnitFile(fullResults(), pathOf("script"), problem));
+    EXPECT_EQ(contentOf(pathOf("script")), "=heading\n");
+}
+
+TEST_F(JUnitTest, WhatWePrintIntoIsNotReplaced)
+{
+    for (const int printed : {STDOUT_FILENO, STDERR_FILENO}) {
+        EXPECT_TRUE(succeeded(inChild([&] {
+            const QByteArray path = QFile::encodeName(pathOf("printed"));
+            const int file = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+            const QString link = QStringLiteral("/dev/fd/%1").arg(printed);
+            const QString refused = "cannot write '%1': It is what we print into";
+            return dup2(file, printed) == printed &&
+                   problemOfResultFile(pathOf("printed")) == refused.arg(pathOf("printed")) &&
+                   problemOfResultFile(link) == refused.arg(link);
+        })));
+    }
+}
+
 TEST_F(JUnitTest, PermissionsAreAskedForBefore)
 {
     ASSERT_EQ(chmod(QFile::encodeName(folder.path()), 0755), 0);
@@ -621,11 +663,14 @@ TEST_F(JUnitTest, PermissionsAreAskedForBefore)
     ASSERT_EQ(chmod(QFile::encodeName(pathOf("open")), 0777), 0);
     writeTo(pathOf("open/file"), "x");
     ASSERT_EQ(chmod(QFile::encodeName(pathOf("open/file")), 0444), 0);
+    writeTo(pathOf("open/unread"), "");
+    ASSERT_EQ(chmod(QFile::encodeName(pathOf("open/unread")), 0222), 0);
     const QString refused = "cannot write '%1': Permission denied";
     EXPECT_TRUE(asNobody([&] {
         return problemOfResultFile(pathOf("open/new.xml")).isNull() &&
                problemOfResultFile(pathOf("mine/new.xml")) == refused.arg(pathOf("mine/new.xml")) &&
-               problemOfResultFile(pathOf("open/file")) == refused.arg(pathOf("open/file"));
+               problemOfResultFile(pathOf("open/file")) == refused.arg(pathOf("open/file")) &&
+               problemOfResultFile(pathOf("open/unread")) == refused.arg(pathOf("open/unread"));
     }));
 }
 

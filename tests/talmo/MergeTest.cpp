@@ -148,7 +148,10 @@ TEST_F(MergeTest, ItLastsFromTheFirstBeginningToTheLastEnd)
     EXPECT_EQ(merged.suite, "/home/node1/suite");
     second.host = "node1";
     save("2.xml", second);
-    EXPECT_EQ(merge({"1.xml", "2.xml"}, "10 runs: 10 passed\n", "", 0).host, "node1");
+    EXPECT_EQ(merge({"1.xml", "2.xml"},
+                  "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n", "", 0)
+                  .host,
+        "node1");
 }
 
 TEST_F(MergeTest, WithoutAFileTheDocumentIsPrinted)
@@ -352,6 +355,11 @@ TEST_F(MergeTest, AWrongCallWritesNothing)
         << outcome.errors.toStdString();
     expectWrongCall({"merge", "-o", "none/all.xml", "1.xml"},
         "talmo: merge: cannot write 'none/all.xml': No such file or directory\n");
+    write("test2", "=A script\n");
+    expectWrongCall({"merge", "-o", "test2", "1.xml"},
+        "talmo: merge: cannot write 'test2': It holds something else than results of talmo\n");
+    expectWrongCall({"merge", "-o", "talmo.known", "1.xml"},
+        "talmo: merge: cannot write 'talmo.known': It is the list of known failures\n");
     expectWrongCall({"merge", "-o", "directory", "1.xml"},
         "talmo: merge: cannot write 'directory': Is a directory\n");
     expectWrongCall(
