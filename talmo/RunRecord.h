@@ -73,13 +73,14 @@ struct RunRecord {
 struct RunResults {
     QString suite; ///< the suite's directory, absolute
     QString host;
-    QString started;       ///< local time as ISO 8601 has it, with the offset from UTC
-    double seconds = 0;    ///< from the beginning to the end
-    QString interruption;  ///< the name of the signal that stopped the suite; null if none did
-    int shard = 0;         ///< which shard this is, from 1; 0 if the suite was not divided
-    int shards = 0;        ///< out of how many
-    qint64 runsInAll = 0;  ///< of all shards
-    QByteArray listDigest; ///< hexadecimal digest of the names of the runs of all shards, in order
+    QString started;        ///< local time as ISO 8601 has it, with the offset from UTC
+    double seconds = 0;     ///< from the beginning to the end
+    QString interruption;   ///< the name of the signal that stopped the suite; null if none did
+    int shard = 0;          ///< which shard this is, from 1; 0 if the suite was not divided
+    int shards = 0;         ///< out of how many
+    qint64 runsInAll = 0;   ///< of all shards
+    QByteArray listDigest;  ///< hexadecimal digest of the names of the runs of all shards, in order
+    QByteArray suiteDigest; ///< of a shard: that of the names and the texts of all scripts
     std::vector<RunRecord> runs; ///< in the order of the list
 };
 

@@ -3,6 +3,7 @@
 #include "Descriptor.h"
 #include "DiskFile.h"
 #include "Script.h"
+#include "Suite.h"
 #include "mountOf.h"
 #include "regularFile.h"
 
@@ -175,6 +176,16 @@ QByteArray digestOfScript(const Script &script)
     const std::string_view text = script.text();
     hash.addData(QByteArray::fromRawData(text.data(), static_cast<int>(text.size())));
     return hash.result().toHex();
+}
+
+QByteArray digestOfScripts(const std::vector<SuiteScript> &scripts)
+{
+    Digest digest;
+    for (const SuiteScript &script : scripts) {
+        digest.add(script.name.toUtf8());
+        digest.add(digestOfFile(script.path));
+    }
+    return digest.result();
 }
 
 QByteArray digestOfReferences(

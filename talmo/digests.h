@@ -4,15 +4,22 @@
 #include <QString>
 #include <QStringList>
 
+#include <vector>
+
 namespace Talmo
 {
 
 class Script;
+struct SuiteScript;
 
 // SHA-256, in hexadecimal digits: by them we later know what has changed.
 
 /// Of the text of \a script, which is open.
 QByteArray digestOfScript(const Script &script);
+
+/// Of the names of \a scripts, in their order, and of what is in their files. What cannot be read,
+/// or is no regular file, counts as a file without a text.
+QByteArray digestOfScripts(const std::vector<SuiteScript> &scripts);
 
 /// Of the files outside \a runDirectory that \a script compares with when it runs there with
 /// \a program: of the names in its "=compare" lines, and what the files hold. The directory need

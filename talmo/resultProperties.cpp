@@ -128,6 +128,7 @@ const std::vector<Property<RunResults>> &propertiesOfResults()
         {"shard", shardOf, takeShard},
         number<R, &R::runsInAll>("runsInAll"),
         digest<R, &R::listDigest>("listDigest"),
+        digest<R, &R::suiteDigest>("suiteDigest"),
         text<R, &R::interruption>("interruption"),
     };
     return rows;

@@ -230,6 +230,7 @@ bool RunCommand::prepare(QStringList &problems)
     results.shards = request.shards;
     results.runsInAll = static_cast<qint64>(suite.runs.size());
     results.listDigest = digestOfNames(namesOf(suite));
+    results.suiteDigest = request.shard > 0 ? digestOfScripts(suite.scripts) : QByteArray();
     isAllSkipped = std::all_of(
         suite.runs.begin(), suite.runs.end(), [](const PlannedRun &run) { return run.isSkipped; });
     if (request.shard > 0)

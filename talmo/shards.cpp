@@ -51,6 +51,7 @@ public:
 private:
     QString partName(int shard) const;
     bool areOfOneList();
+    void compareSuites();
     void sortShards();
     void findMissingShards();
     void findMissingRuns();
@@ -73,6 +74,7 @@ QString Merger::partName(int shard) const
 MergedResults Merger::merge()
 {
     if (areOfOneList()) {
+        compareSuites();
         sortShards();
         findMissingShards();
         findMissingRuns();
@@ -103,6 +105,17 @@ bool Merger::areOfOneList()
                                    .arg(files[0].name, file.name);
     }
     return merged.problems.isEmpty();
+}
+
+/// Says in which files the scripts are others than in the first one.
+void Merger::compareSuites()
+{
+    for (const ShardFile &file : files) {
+        if (file.results.suiteDigest != first.suiteDigest)
+            merged.problems +=
+                QStringLiteral("the suites differ: '%1' and '%2' are of other scripts")
+                    .arg(files[0].name, file.name);
+    }
 }
 
 void Merger::sortShards()

@@ -23,8 +23,7 @@ struct MergedResults {
 };
 
 /// Joins \a files, of which there is at least one. Results that were not divided are the only shard
-/// of their list. Where a shard is
-/// there twice, its first file counts.
+/// of their list. Where a shard is there twice, its first file counts.
 MergedResults joinShards(const std::vector<ShardFile> &files);
 
 } // namespace Talmo

@@ -3,6 +3,7 @@
 #include "inChild.h"
 
 #include "Script.h"
+#include "Suite.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -74,6 +75,32 @@ TEST_F(DigestsTest, OfNamesIsThatOfTheirLines)
     EXPECT_NE(digestOfNames({"a", "b"}), digestOfNames({"b", "a"}));
     EXPECT_NE(digestOfNames({"a", "b"}), digestOfNames({"ab"}));
     EXPECT_FALSE(digestOfNames({}).isEmpty());
+}
+
+TEST_F(DigestsTest, OfScriptsChangesWithEachNameAndText)
+{
+    const auto digestOf = [this](const QStringList &names) {
+        std::vector<SuiteScript> scripts;
+        for (const QString &name : names)
+            scripts.push_back({name, bytesOf(name), {}, {}});
+        return digestOfScripts(scripts);
+    };
+    writeTo(pathOf("a"), "=a\n");
+    writeTo(pathOf("b"), "=b\n");
+    writeTo(pathOf("c"), "=b\n");
+    ASSERT_EQ(mkfifo(bytesOf("fifo"), 0600), 0);
+    const std::vector<QStringList> lists = {
+        {}, {"a"}, {"b"}, {"a", "b"}, {"b", "a"}, {"a", "c"}, {"none"}, {"fifo"}, {"a", "fifo"}};
+    std::set<QByteArray> digests;
+    for (const QStringList &names : lists) {
+        EXPECT_EQ(digestOf(names).size(), 64);
+        digests.insert(digestOf(names));
+    }
+    EXPECT_EQ(digests.size(), lists.size());
+    const QByteArray before = digestOf({"a", "b"});
+    EXPECT_EQ(digestOf({"a", "b"}), before);
+    writeTo(pathOf("b"), "=b\n=echo\n");
+    EXPECT_NE(digestOf({"a", "b"}), before);
 }
 
 TEST_F(DigestsTest, OfReferencesIsEmptyWithoutAny)

@@ -52,6 +52,7 @@ RunResults fullResults()
     results.shards = 5;
     results.runsInAll = 9;
     results.listDigest = "3d";
+    results.suiteDigest = "4e";
     return results;
 }
 

@@ -34,6 +34,7 @@ protected:
         results.shards = shards;
         results.runsInAll = static_cast<qint64>(list.size());
         results.listDigest = digestOfNames(names);
+        results.suiteDigest = "0a";
         return results;
     }
 
@@ -318,6 +319,41 @@ TEST_F(MergeTest, SuitesThatDifferAreTold)
         "talmo: merge: the run 'test8' is there twice, in '2.xml' and in 'other.xml'\n",
         1);
     EXPECT_EQ(complaintsIn(merged).size(), 4);
+}
+
+TEST_F(MergeTest, ScriptsThatDifferAreTold)
+{
+    saveShards(3, tenRuns());
+    RunResults results = shardOf(2, 3, tenRuns());
+    for (const char *digest : {"0b", ""}) {
+        results.suiteDigest = digest;
+        save("2.xml", results);
+        const RunResults merged = merge({"1.xml", "2.xml", "3.xml"},
+            "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n",
+            "talmo: merge: the suites differ: '1.xml' and '2.xml' are of other scripts\n", 1);
+        EXPECT_EQ(complaintsIn(merged).size(), 1);
+        EXPECT_EQ(namesOf(merged).mid(0, 10), namesOf(tenRuns()));
+    }
+}
+
+TEST_F(MergeTest, ShardsOfSuitesWithTheSameRunsDoNotPassForOne)
+{
+    const auto makeShard = [this](const char *shard, const QByteArray &script) {
+        write("test1", "=heading\n=echo a\n");
+        write("test2", "=heading\n" + script);
+        const QString file = QString(shard).at(0) + QStringLiteral(".xml");
+        EXPECT_EQ(run({"run", "--shard", shard, "--junit", file}).status, 0);
+    };
+    const QByteArray counts =
+        "2 runs: 2 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n";
+    makeShard("1/2", "=echo a\n");
+    makeShard("2/2", "=echo a\n");
+    EXPECT_EQ(merge({"1.xml", "2.xml"}, counts, "", 0).suiteDigest.size(), 64);
+    makeShard("2/2", "=echo b\n");
+    merge({"1.xml", "2.xml"}, counts,
+        "talmo: merge: the suites differ: '1.xml' and '2.xml' are of other scripts\n", 1);
+    EXPECT_EQ(run({"run", "--junit", "whole.xml"}).status, 0);
+    EXPECT_EQ(resultsIn(read("whole.xml")).suiteDigest, "");
 }
 
 TEST_F(MergeTest, AnInterruptedShardIsTold)

@@ -55,7 +55,8 @@ inline QStringList toldHead(const Talmo::RunResults &results)
         "seconds " + QString::number(results.seconds, 'g', 17),
         "interruption " + results.interruption,
         QStringLiteral("shard %1 of %2").arg(results.shard).arg(results.shards),
-        QStringLiteral("runsInAll %1").arg(results.runsInAll), "listDigest " + results.listDigest};
+        QStringLiteral("runsInAll %1").arg(results.runsInAll), "listDigest " + results.listDigest,
+        "suiteDigest " + results.suiteDigest};
 }
 
 inline QStringList namesOf(const Talmo::RunResults &results)
