@@ -11,6 +11,7 @@
 #include "Script.h"
 #include "ScriptFolder.h"
 #include "messages.h"
+#include "xmlText.h"
 
 #include <QFile>
 
@@ -42,12 +43,13 @@ bool isSpecial(QChar character)
     return character == '*' || character == '?' || character == '[';
 }
 
-/// True if \a name can be one line of a list, and the system has the same name.
+/// True if \a name can be one line of a list, and the system and a report have the same name.
 bool isUsable(const QString &name)
 {
     const bool isControlled = std::any_of(name.begin(), name.end(),
         [](QChar character) { return character.category() == QChar::Other_Control; });
-    return !isControlled && QFile::decodeName(QFile::encodeName(name)) == name;
+    return !isControlled && QFile::decodeName(QFile::encodeName(name)) == name &&
+           xmlText(name) == name;
 }
 
 /// \a name, of a file, as text; bytes that are no text as \xHH.
@@ -184,8 +186,10 @@ Finder::Kind Finder::kindOf(const QString &name, bool isNamed)
 Finder::Kind Finder::open(const QString &name, bool isNamed)
 {
     if (!isUsable(name)) {
-        problems +=
-            QStringLiteral("%1: a name with control characters cannot be handled").arg(name);
+        problems += QStringLiteral(
+            "%1: a name with control characters, or with others that XML cannot carry, "
+            "cannot be handled")
+                        .arg(name);
         return Kind::Wrong;
     }
     const QByteArray folder = suite.folder == "/" ? QByteArray() : suite.folder;

@@ -528,6 +528,17 @@ TEST_F(JUnitTest, WhatIsNotOursOrDamagedIsRefused)
         EXPECT_EQ(problemIn(other), "results.xml: it is no result file of talmo");
 }
 
+TEST_F(JUnitTest, NamesThatXmlCanCarryComeBack)
+{
+    for (const char32_t code : {U'\u00E9', U'\u2028', U'\uE000', char32_t{0xFDD0}, U'\uFFFD',
+             char32_t{0x1FFFE}, char32_t{0x10FFFF}}) {
+        SCOPED_TRACE(static_cast<unsigned>(code));
+        const QString name = "test" + QString::fromUcs4(&code, 1);
+        EXPECT_EQ(xmlText(name), name);
+        EXPECT_EQ(namesOf(resultsIn(documentOf(resultsOf({runOf(name)})))), QStringList(name));
+    }
+}
+
 TEST_F(JUnitTest, AnEntityThatWouldGrowIsNotExpanded)
 {
     QByteArray bomb = "<?xml version=\"1.0\"?>\n<!DOCTYPE testsuites [<!ENTITY a0 \"0123456789\">";

@@ -187,7 +187,8 @@ TEST_F(ListTest, AllThatIsWrongIsToldAtOnce)
         "talmo: list: the shell has a command 'if' of its own, so it would not start the program "
         "of "
         "that name\n"
-        "talmo: list: te\\x0ast: a name with control characters cannot be handled\n"
+        "talmo: list: te\\x0ast: a name with control characters, or with others that XML cannot "
+        "carry, cannot be handled\n"
         "talmo: list: test1:2: unknown word 'nonsense' behind 'talmo:'\n"
         "talmo: list: test2: Invalid test file\n"
         "talmo: list: the filter 'x\\x0ay' matches nothing in '" +

@@ -267,14 +267,18 @@ TEST_F(SuiteTest, AllProblemsWithScriptsAreTold)
     write("test5", "=heading\n# talmo: labels\n=echo\n# talmo: nonsense\n");
     write("te\nst", "=heading\n");
     write("te\x7Fst", "=heading\n");
-    write("te\xC2\x80st", "=heading\n"); // U+0080
+    write("te\xC2\x80st", "=heading\n");     // U+0080
+    write("te\xEF\xBF\xBEst", "=heading\n"); // U+FFFE
+    write("te\xEF\xBF\xBFst", "=heading\n"); // U+FFFF
     ASSERT_EQ(symlink("nowhere", "test6"), 0);
     ASSERT_EQ(symlink("/dev/null", "test7"), 0);
     ASSERT_EQ(mkfifo("fifo", 0600), 0);
     ASSERT_EQ(symlink("fifo", "test8"), 0);
     ASSERT_EQ(mknod("test\xFF", S_IFREG | 0600, 0), 0);
+    const QString cannotBeHandled =
+        ": a name with control characters, or with others that XML cannot carry, cannot be handled";
     const QStringList all = {
-        "te\nst: a name with control characters cannot be handled",
+        "te\nst" + cannotBeHandled,
         "test2: Invalid test file",
         "test3: Invalid test file",
         "test4: Invalid =simprogram pattern",
@@ -282,8 +286,10 @@ TEST_F(SuiteTest, AllProblemsWithScriptsAreTold)
         "test5:4: unknown word 'nonsense' behind 'talmo:'",
         "test7: it is no regular file",
         "test8: it is no regular file",
-        "te\x7Fst: a name with control characters cannot be handled",
-        QString("te") + QChar(0x80) + "st: a name with control characters cannot be handled",
+        "te\x7Fst" + cannotBeHandled,
+        QString("te") + QChar(0x80) + "st" + cannotBeHandled,
+        QString("te") + QChar(0xFFFE) + "st" + cannotBeHandled,
+        QString("te") + QChar(0xFFFF) + "st" + cannotBeHandled,
         "test6: No such file or directory",
         "test\\xff: its name is no valid text",
     };
@@ -340,9 +346,10 @@ TEST_F(SuiteTest, ANameOfAProgramMayNotBreakALine)
 {
     write("test1", "=heading\n=simprogram *\n");
     write("test2", "=heading\n");
-    EXPECT_EQ(problemsWith({"a\nb", QString(QChar(0xD800))}),
+    EXPECT_EQ(problemsWith({"a\nb", QString(QChar(0xD800)), QString(QChar(0xFFFF))}),
         QStringList({"test1: the name of its run 'test1(a\nb)' cannot be handled",
-            "test1: the name of its run 'test1(" + QString(QChar(0xD800)) +
+            "test1: the name of its run 'test1(" + QString(QChar(0xD800)) + ")' cannot be handled",
+            "test1: the name of its run 'test1(" + QString(QChar(0xFFFF)) +
                 ")' cannot be handled"}));
     selection.filters = QStringList("test2");
     EXPECT_EQ(runs({"a\nb"}), QStringList("test2")); // no run has it in its name
