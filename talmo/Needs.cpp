@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <string_view>
 
 namespace Talmo
 {
@@ -36,16 +37,47 @@ QString withoutBlanksInFront(const QString &text)
     return text.mid(static_cast<int>(start - text.begin()));
 }
 
+/// What stands behind the first "#" of \a line, a comment.
+QString behindMark(const ScriptLine &line)
+{
+    return withoutBlanksInFront(line.text).mid(1);
+}
+
 /// What \a line, a comment, says to us; none if it is for people.
 std::optional<Statement> statementOf(const ScriptLine &line)
 {
     const QString mark = QStringLiteral("talmo:");
-    const QString comment = withoutBlanksInFront(withoutBlanksInFront(line.text).mid(1));
+    const QString comment = withoutBlanksInFront(behindMark(line));
     if (!comment.startsWith(mark))
         return {};
     const QString said = withoutBlanksInFront(comment.mid(mark.size()));
     const QStringList words = said.simplified().split(QLatin1Char(' '));
     return Statement{words, said.mid(words[0].size())};
+}
+
+/// Whether \a line, a comment that says nothing to us, looks as if it were meant to: with another
+/// number of "#", with capitals, or with blanks before the colon.
+bool isAlmostStatement(const ScriptLine &line)
+{
+    const QString name = QStringLiteral("talmo");
+    QString comment = behindMark(line);
+    while (comment.startsWith(QLatin1Char('#')))
+        comment.remove(0, 1);
+    comment = withoutBlanksInFront(comment);
+    return comment.startsWith(name, Qt::CaseInsensitive) &&
+           withoutBlanksInFront(comment.mid(name.size())).startsWith(QLatin1Char(':'));
+}
+
+/// Whether "talmo" stands anywhere in \a text, in capitals or not.
+bool mentionsTalmo(std::string_view text)
+{
+    constexpr std::string_view name = "talmo";
+    constexpr unsigned lowerCase = 0x20; // of a letter, and no letter of the name has it otherwise
+    const auto isSame = [](char character, char letter) {
+        return (static_cast<unsigned char>(character) | lowerCase) ==
+               static_cast<unsigned char>(letter);
+    };
+    return std::search(text.begin(), text.end(), name.begin(), name.end(), isSame) != text.end();
 }
 
 /// Adds the arguments of \a statement to \a names, each once. False if there are none.
@@ -168,16 +200,20 @@ private:
 
 bool readNeeds(const Script &script, Needs &needs, QStringList &problems)
 {
-    if (script.text().find("talmo:") == std::string_view::npos)
+    if (!mentionsTalmo(script.text()))
         return true; // as most scripts; so these are not walked through
     const auto before = problems.size();
     NeedsReader reader(needs);
     bool isBehindCommand = false;
     for (const ScriptLine &line : script.lines()) {
         isBehindCommand = isBehindCommand || line.isCommand();
-        const std::optional<Statement> statement =
-            line.isComment() ? statementOf(line) : std::nullopt;
-        const QString problem = statement ? reader.take(*statement, isBehindCommand) : QString();
+        if (!line.isComment())
+            continue;
+        QString problem;
+        if (const std::optional<Statement> statement = statementOf(line))
+            problem = reader.take(*statement, isBehindCommand);
+        else if (isAlmostStatement(line))
+            problem = QStringLiteral("a comment for talmo begins with '# talmo:'");
         if (!problem.isNull())
             problems += QStringLiteral("%1:%2: %3")
                             .arg(script.name(), QString::number(line.number), problem);

@@ -49,9 +49,9 @@ protected:
 
 TEST_F(NeedsTest, AScriptThatSaysNothingNeedsNothing)
 {
-    for (const char *const content :
-        {"=heading", "=talmo: serial\n", "=heading\n# Talmo: serial\n## talmo: serial\n",
-            "=heading\n# not talmo: serial\n# talmo serial\n=echo talmo: serial\n"}) {
+    for (const char *const content : {"=heading", "=talmo: serial\n",
+             "=heading\n=echo # Talmo: serial\n=file f\n## talmo: serial\n",
+             "=heading\n# not talmo: serial\n# talmo serial\n=echo talmo: serial\n"}) {
         SCOPED_TRACE(content);
         EXPECT_TRUE(read(content));
         EXPECT_EQ(needs.processors, 1);
@@ -173,6 +173,23 @@ TEST_F(NeedsTest, WhatIsWrongIsToldWithItsLine)
         const QString problem = row.problem.isNull() ? QString() : "test3:2: " + row.problem;
         EXPECT_EQ(problemOf(row.comment), problem) << row.comment.toStdString();
     }
+}
+
+TEST_F(NeedsTest, ACommentThatIsAlmostOneOfOursIsAnError)
+{
+    for (const char *const comment :
+        {"# Talmo: serial", "## talmo: serial", "# talmo : serial", "#TALMO:serial",
+            " \t###\tTalMo \t:serial", "##talmo:", "# Talmo: allow a", "#\xC2\xA0tALMO: serial"}) {
+        EXPECT_EQ(problemOf(comment), "test3:2: a comment for talmo begins with '# talmo:'")
+            << comment;
+        EXPECT_FALSE(needs.isSerial);
+    }
+    for (const char *const comment : {"# Talmo serial", "## talmo, serial", "# talmos: serial",
+             "# # talmo: serial", "# a talmo: serial", "# 'Talmo:'", "#Talmo", "#"})
+        EXPECT_EQ(problemOf(comment), QString()) << comment;
+    // Also where one of ours would be wrong.
+    EXPECT_FALSE(read("=heading\n=echo\n# Talmo: serial"));
+    EXPECT_EQ(problems, QStringList("test3:3: a comment for talmo begins with '# talmo:'"));
 }
 
 TEST_F(NeedsTest, SomeWordsAreThereOnce)
