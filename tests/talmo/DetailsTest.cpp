@@ -39,7 +39,7 @@ protected:
         Talmo::Run run(script, {});
         Result result = run.make();
         EXPECT_FALSE(result.passed());
-        const QStringList details = detailsOf(result, script);
+        QStringList details = detailsOf(result, script);
         run.finish(result);
         return details;
     }
@@ -65,7 +65,7 @@ protected:
     {
         write("one", content1);
         write("two", content2);
-        const QStringList details = furtherDetails("=compare ../one ../two " + tolerances + "\n");
+        QStringList details = furtherDetails("=compare ../one ../two " + tolerances + "\n");
         EXPECT_LE(details.size(), 1);
         return details;
     }
