@@ -81,18 +81,12 @@ bool Crew::start(const std::vector<size_t> &job)
     worker->isLight = std::none_of(job.begin(), job.end(),
         [this](size_t run) { return suite.scripts[suite.runs[run].script].startsPrograms; });
     worker->output = takeOutput();
-    if (!worker->output->isOpen()) {
-        reason = QStringLiteral("cannot make a file for the output in '%1': ")
-                     .arg(QFile::decodeName(temporaryFolder())) +
-                 QString::fromLocal8Bit(std::strerror(errno));
-        return false;
-    }
+    if (!worker->output->isOpen())
+        return fail(QStringLiteral("cannot make a file for the output in '%1'")
+                        .arg(QFile::decodeName(temporaryFolder())));
     int ends[2] = {-1, -1};
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        reason = QStringLiteral("cannot start a process: ") +
-                 QString::fromLocal8Bit(std::strerror(errno));
-        return false;
-    }
+    if (pipe2(ends, O_CLOEXEC) != 0)
+        return fail(QStringLiteral("cannot start a process"));
     worker->reports = Descriptor(ends[0]);
     const Descriptor writing(ends[1]);
     std::fflush(stdout); // or the child would print it once more
@@ -103,15 +97,19 @@ bool Crew::start(const std::vector<size_t> &job)
         closeFiles(); // or many children at once would have no descriptors left for themselves
         makeRuns(suite, {job, worker->output->get(), writing.get(), keepsAll}, parent);
     }
-    if (worker->process < 0) {
-        reason = QStringLiteral("cannot start a process: ") +
-                 QString::fromLocal8Bit(std::strerror(errno));
-        return false;
-    }
+    if (worker->process < 0)
+        return fail(QStringLiteral("cannot start a process"));
     fcntl(worker->reports.get(), F_SETFL, O_NONBLOCK);
     worker->began = Clock::now();
     workers.push_back(std::move(worker));
     return true;
+}
+
+/// Says that \a what is not possible, and why. Returns false.
+bool Crew::fail(const QString &what)
+{
+    reason = what + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errno));
+    return false;
 }
 
 /// In a child: closes what the parent has open for other children.

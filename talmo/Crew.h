@@ -88,6 +88,7 @@ private:
         bool isAsked() const { return !cause.isNull(); }
     };
 
+    bool fail(const QString &what);
     void closeFiles() const;
     std::shared_ptr<Descriptor> takeOutput();
     bool ask(Worker &worker, const QString &cause);

@@ -26,21 +26,11 @@ constexpr char indentation[] = "    ";
 /// Prints the bytes of \a part, and a newline if they do not end with one.
 void print(const FilePart &part)
 {
-    const Descriptor file(open(part.path, O_RDONLY | O_CLOEXEC));
-    char block[65536];
     char last = '\n';
-    for (qint64 done = 0; part.length < 0 || done < part.length;) {
-        const size_t most =
-            part.length < 0
-                ? sizeof block
-                : static_cast<size_t>(std::min<qint64>(sizeof block, part.length - done));
-        const ssize_t count = pread(file.get(), block, most, part.offset + done);
-        if (count <= 0)
-            break;
-        std::fwrite(block, 1, static_cast<size_t>(count), stdout);
-        last = block[count - 1];
-        done += count;
-    }
+    forEachBlock(part, [&last](const char *bytes, size_t count) {
+        last = bytes[count - 1];
+        return std::fwrite(bytes, 1, count, stdout) == count;
+    });
     if (last != '\n')
         std::putchar('\n');
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "FilePart.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -19,13 +21,6 @@ enum class RunState {
     Skipped, ///< the script applies to none of the programs; the record's name is that of the
              ///< script
     NotRun,  ///< something stopped the suite before
-};
-
-/// A part of a file.
-struct FilePart {
-    QByteArray path; ///< as the system takes it
-    qint64 offset = 0;
-    qint64 length = 0; ///< bytes; -1: up to the end
 };
 
 /// A file in the directory of a run that has what a program printed.

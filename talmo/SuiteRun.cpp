@@ -75,20 +75,13 @@ std::vector<double> timeoutsOf(const Suite &suite, double usual)
 /// Appends the bytes of \a part to \a spool, as far as there is room; returns where they are there.
 FilePart spooled(const FilePart &part, const Descriptor &spool)
 {
-    const Descriptor file(open(part.path, O_RDONLY | O_CLOEXEC));
     FilePart copy = {
         "/proc/self/fd/" + QByteArray::number(spool.get()), lseek(spool.get(), 0, SEEK_END), 0};
-    char block[65536];
-    while (part.length < 0 || copy.length < part.length) {
-        const size_t most =
-            part.length < 0
-                ? sizeof block
-                : static_cast<size_t>(std::min<qint64>(sizeof block, part.length - copy.length));
-        const ssize_t count = pread(file.get(), block, most, part.offset + copy.length);
-        if (count <= 0 || write(spool.get(), block, static_cast<size_t>(count)) != count)
-            break;
-        copy.length += count;
-    }
+    forEachBlock(part, [&](const char *bytes, size_t count) {
+        const ssize_t written = write(spool.get(), bytes, count);
+        copy.length += std::max<ssize_t>(written, 0);
+        return written == static_cast<ssize_t>(count);
+    });
     return copy;
 }
 
