@@ -24,8 +24,10 @@ const Interruption interruptions[] = {
 volatile std::sig_atomic_t noted = 0;    ///< the first signal that came
 volatile std::sig_atomic_t toPassOn = 0; ///< the latest one that programs may not have received
 volatile std::sig_atomic_t insists = 0;  ///< a second signal does not end the process
-time_t notedAt = 0;                      ///< in seconds; only the handler uses it
-bool sizeLimitEndsPrograms = false;      ///< this process alone ignores SIGXFSZ
+volatile std::sig_atomic_t hurries = 0;  ///< the second signal does not end the process yet
+volatile std::sig_atomic_t notedAgain = 0;
+time_t notedAt = 0;                 ///< in seconds; only the handler uses it
+bool sizeLimitEndsPrograms = false; ///< this process alone ignores SIGXFSZ
 
 time_t now()
 {
@@ -49,7 +51,10 @@ void note(int number)
         noted = number;
         notedAt = now();
     } else if (insists == 0 && now() > notedAt + 1) {
-        end(number);
+        if (hurries == 0 || notedAgain != 0)
+            end(number);
+        notedAgain = 1;
+        notedAt = now();
     }
     // Ctrl-C reaches all that runs in the terminal, and a closed pipe concerns this process alone.
     if (number != SIGINT && number != SIGPIPE)
@@ -83,6 +88,16 @@ void noteClosedPipes()
 {
     const struct sigaction action = noting();
     sigaction(SIGPIPE, &action, nullptr);
+}
+
+void hurryWhenInterruptedAgain()
+{
+    hurries = 1;
+}
+
+bool isInterruptedAgain()
+{
+    return notedAgain != 0;
 }
 
 void insistOnNoting()

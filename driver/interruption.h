@@ -13,6 +13,11 @@ void noteInterruptions();
 /// as SIGPIPE.
 void noteClosedPipes();
 
+/// For a process that can hurry: from here on another signal, which would end the process, does so
+/// only the second time. The first time, isInterruptedAgain becomes true.
+void hurryWhenInterruptedAgain();
+bool isInterruptedAgain();
+
 /// For a process whose end would leave programs running: from here on SIGTERM is noted even if the
 /// process was started with it ignored or blocked, and no signal that is noted ends the process,
 /// however often it comes.

@@ -59,6 +59,7 @@ Crew::Crew(const Suite &itsSuite, std::vector<double> itsSeconds, bool keepsAllD
     , seconds(std::move(itsSeconds))
     , keepsAll(keepsAllDirectories)
 {
+    hurryWhenInterruptedAgain();
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     inherited = childrenOf(getpid()); // of what this process was before
     struct sigaction waking = {};
@@ -170,13 +171,13 @@ bool Crew::ask(Worker &worker, const QString &cause)
 void Crew::press(Worker &worker, Clock::time_point now)
 {
     if (worker.isAsked()) {
-        if (now < worker.asked + grace)
+        const bool isUrgent = isInterruptedAgain();
+        if (now < worker.asked + grace && !isUrgent)
             return;
-        // Without programs the child has nothing left to do but to report.
-        const bool isStuck = now > worker.asked + grace + std::chrono::seconds(1);
         for (const pid_t process : descendantsOf(worker.process))
             kill(process, SIGKILL);
-        if (isStuck)
+        // Without programs the child has nothing left to do but to report.
+        if (isUrgent || now > worker.asked + grace + std::chrono::seconds(1))
             kill(worker.process, SIGKILL);
         return;
     }
