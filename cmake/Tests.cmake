@@ -7,7 +7,8 @@ find_package(GTest REQUIRED)
 function(talmo_add_test name)
   add_executable(${name} ${name}.cpp)
   target_link_libraries(${name} PRIVATE ${ARGN} tests_main talmo_compilation)
-  target_compile_options(${name} PRIVATE -O0) # the compiler takes longer than the tests do
+  # The compiler takes longer than the tests do, and a third of that for what only a debugger reads.
+  target_compile_options(${name} PRIVATE -O0 -g1)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${name} COMMAND ${name})
   talmo_test_home(${name})
