@@ -226,20 +226,22 @@ TEST_F(RunFaultsTest, ARunWhoseProcessIsAskedToEndFailsAndIsNeitherKnownNorTried
 {
     write("test2", "=two\n");
     for (const QByteArray signal : {"TERM", "INT", "HUP"}) {
-        SCOPED_TRACE(signal.toStdString());
-        write("test1", "=one\n# talmo: known .*\n# talmo: retry 2\n=ignore .*\n"
-                       "=run echo x >>../lines; kill -" +
-                           signal + " $PPID; sleep 0.1\n=echo after\n");
-        const Outcome outcome = make({"-j1", "--no-record"});
-        const QByteArray message = "interrupted by SIG" + signal;
-        EXPECT_TRUE(outcome.output.startsWith("test1: ***ERROR: " + message + "\n"))
-            << outcome.output.toStdString();
-        EXPECT_TRUE(outcome.output.contains("\ntest2: two\n"));
-        EXPECT_TRUE(outcome.output.endsWith(
-            "\nFailed:\n  test1: " + message + " [test1.dir]\n" + counts(1, 1)));
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_EQ(read("lines"), "x\n");
-        QFile::remove(work + "/lines");
+        for (const QByteArray ignoring : {"", "=ignore .*\n"}) {
+            SCOPED_TRACE(signal.toStdString() + ignoring.toStdString());
+            write("test1", "=one\n# talmo: known .*\n# talmo: retry 2\n" + ignoring +
+                               "=run echo x >>../lines; kill -" + signal +
+                               " $PPID; sleep 0.1; false\n=echo after\n");
+            const Outcome outcome = make({"-j1", "--no-record"});
+            const QByteArray message = "interrupted by SIG" + signal;
+            EXPECT_TRUE(outcome.output.startsWith("test1: ***ERROR: " + message + "\n"))
+                << outcome.output.toStdString();
+            EXPECT_TRUE(outcome.output.contains("\ntest2: two\n"));
+            EXPECT_TRUE(outcome.output.endsWith(
+                "\nFailed:\n  test1: " + message + " [test1.dir]\n" + counts(1, 1)));
+            EXPECT_EQ(outcome.status, 1);
+            EXPECT_EQ(read("lines"), "x\n");
+            QFile::remove(work + "/lines");
+        }
     }
 }
 

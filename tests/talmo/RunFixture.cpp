@@ -107,11 +107,6 @@ QList<pid_t> RunFixture::childrenOfTalmo() const
     return children;
 }
 
-bool RunFixture::hasEndedWithin(int milliseconds)
-{
-    return process.state() == QProcess::NotRunning || process.waitForFinished(milliseconds);
-}
-
 Outcome RunFixture::end()
 {
     return foreseeable(outcomeOf(process));

@@ -43,9 +43,6 @@ protected:
     /// The processes that talmo has started or adopted.
     QList<pid_t> childrenOfTalmo() const;
 
-    /// Whether talmo ends before \a milliseconds are over.
-    bool hasEndedWithin(int milliseconds);
-
     /// Waits for the end of the talmo that was started, and returns what make() would.
     Outcome end();
 
