@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include <string>
@@ -22,6 +23,12 @@ inline size_t byteOrderMarkLength(std::string_view start)
 inline QString decoded(std::string_view line)
 {
     return QString::fromStdString('x' + std::string(line)).mid(1);
+}
+
+/// \a bytes, UTF-8, as a string, also what is behind a NUL, where Qt 5 would end.
+inline QString decodedBytes(const QByteArray &bytes)
+{
+    return QString::fromUtf8(bytes.constData(), bytes.size());
 }
 
 } // namespace Talmo

@@ -8,6 +8,7 @@
 #include "LineReader.h"
 #include "Programs.h"
 #include "talmo/Numbers.h"
+#include "utf8.h"
 
 #include <QStandardPaths>
 
@@ -221,7 +222,7 @@ QString shown(const QString &text)
 QString shown(const QByteArray &bytes)
 {
     constexpr int enough = 2000; // for a line that is cut, whatever the characters
-    return shown(QString::fromUtf8(bytes.left(enough)));
+    return shown(decodedBytes(bytes.left(enough)));
 }
 
 QStringList detailsOf(const Result &result, const Script &script)

@@ -6,6 +6,7 @@
 
 #include "JUnit.h"
 #include "regularFile.h"
+#include "utf8.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -116,10 +117,10 @@ void appendEnds(QString &text, QFile &file, const Piece &piece)
     const qint64 last = piece.share - first;
     QByteArray end = bytesAt(file, piece.part.offset + piece.size - last, last);
     end.remove(0, static_cast<int>(brokenFront(end)));
-    text += QString::fromUtf8(beginning);
+    text += decodedBytes(beginning);
     appendLine(text, QStringLiteral("==== %1 bytes are left out")
                          .arg(piece.size - beginning.size() - end.size()));
-    text += QString::fromUtf8(end);
+    text += decodedBytes(end);
 }
 
 void appendPiece(QString &text, const Piece &piece)
@@ -134,7 +135,7 @@ void appendPiece(QString &text, const Piece &piece)
     if (piece.share < piece.size)
         appendEnds(text, file, piece);
     else
-        text += QString::fromUtf8(bytesAt(file, piece.part.offset, piece.size));
+        text += decodedBytes(bytesAt(file, piece.part.offset, piece.size));
 }
 
 } // namespace

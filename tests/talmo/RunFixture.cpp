@@ -12,7 +12,8 @@ namespace
 /// \a outcome without what no test can foresee.
 Outcome foreseeable(Outcome outcome)
 {
-    QString text = QString::fromLatin1(outcome.output); // byte by byte
+    // Byte by byte, also behind a NUL.
+    QString text = QString::fromLatin1(outcome.output.constData(), outcome.output.size());
     text.replace(QRegularExpression(QStringLiteral("\nSlowest:\n( +[0-9.]+ s  .*\n){2,5}")), {});
     text.replace(QRegularExpression(QStringLiteral("\n([0-9]+ runs?) in [0-9]+\\.[0-9]+ s: ")),
         QStringLiteral("\n\\1: "));
