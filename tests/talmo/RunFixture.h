@@ -40,7 +40,10 @@ protected:
     void sendToTalmo(int signal);
     void sendToGroup(int signal);
 
-    /// The processes that talmo has started or adopted.
+    /// The process that talmo has started or adopted; waits until there is no other one.
+    pid_t onlyChildOfTalmo() const;
+
+    /// The processes that talmo has started or adopted, and that have not ended.
     QList<pid_t> childrenOfTalmo() const;
 
     /// Waits for the end of the talmo that was started, and returns what make() would.
