@@ -217,7 +217,9 @@ TEST_F(RunFaultsTest, ARunWhoseProcessIsKilledFailsAndIsNeitherKnownNorTriedAgai
         EXPECT_TRUE(outcome.output.startsWith("before\ntest1: ***ERROR: " + message))
             << outcome.output.toStdString();
         EXPECT_TRUE(outcome.output.contains("\ntest2: two\n\nFailed:\n  test1: " + message));
-        EXPECT_TRUE(outcome.output.endsWith(" [test1.dir]\n" + counts(1, 1)));
+        // The shell that sent the signal may still be there, and is named then.
+        EXPECT_TRUE(outcome.output.contains(" [test1.dir]\n"));
+        EXPECT_TRUE(outcome.output.endsWith(counts(1, 1)));
         EXPECT_EQ(outcome.status, 1);
         EXPECT_EQ(read("lines"), "x\n");
         QFile::remove(work + "/lines");
