@@ -4,11 +4,13 @@
 # a test program while building.
 find_package(GTest REQUIRED)
 
+# The compiler takes longer than the tests do, and a third of that for what only a debugger reads.
+set(talmo_test_options -O0 -g1)
 function(talmo_add_test name)
   add_executable(${name} ${name}.cpp)
   target_link_libraries(${name} PRIVATE ${ARGN} tests_main talmo_compilation)
-  # The compiler takes longer than the tests do, and a third of that for what only a debugger reads.
-  target_compile_options(${name} PRIVATE -O0 -g1)
+  target_compile_options(${name} PRIVATE ${talmo_test_options})
+  target_precompile_headers(${name} REUSE_FROM tests_main)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${name} COMMAND ${name})
   talmo_test_home(${name})
