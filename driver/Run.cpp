@@ -1,13 +1,11 @@
 // A run is a walk over the script's lines. A line's command reports failure by leaving an error
-// message in its Invocation, and the first message that stands ends the run. "=ignore" turns that
-// around for one command: its pattern is pending while the "=ignore" line itself is judged, and
-// active for the next command.
+// message in its Invocation, and the first message that stands ends the run.
 
 #include "Run.h"
 
+#include "CommandWalk.h"
 #include "commands.h"
 #include "interruption.h"
-#include "messages.h"
 
 #include <cstdio>
 #include <new>
@@ -19,18 +17,6 @@ namespace Talmo
 namespace
 {
 
-/// Applies =ignore: clears \a error if it is the failure that was expected, and sets one if nothing
-/// failed although a failure was expected.
-void applyExpectation(QString &error, const std::optional<QString> &expectedFailure)
-{
-    if (!expectedFailure)
-        return;
-    if (matchesMessage(*expectedFailure, error))
-        error = QString();
-    else if (error.isNull())
-        error = QStringLiteral("Command should have failed");
-}
-
 /// Adds to \a error that \a signal came, if one did: then the command has failed, whatever was
 /// expected of it.
 void addInterruption(QString &error, const QString &signal)
@@ -41,50 +27,36 @@ void addInterruption(QString &error, const QString &signal)
     error = error.isNull() ? interrupted : error + QStringLiteral(", ") + interrupted;
 }
 
-/// Runs the lines of \a script from its position on for \a program, in the current directory, and
-/// writes into \a result why the run failed, if it did. \a lineStart is where the line at hand
-/// begins.
-void runLines(ScriptReader &script, const QString &program, Result &result, size_t &lineStart)
+/// Performs the commands on \a walk in the current directory, and writes into \a result why the run
+/// failed, if it did.
+void performAll(CommandWalk &walk, Result &result)
 {
-    std::optional<QString> expectedFailure;
-    for (QString line = script.readLine(); !line.isNull(); line = script.readLine()) {
-        // Not QString::replace, which moves the rest of the line again and again.
-        if (line.contains(QLatin1String("$simProgram")))
-            line = line.split(QStringLiteral("$simProgram")).join(program);
+    while (std::optional<Invocation> command = walk.next()) {
+        perform(*command);
+        walk.settle(*command);
+        addInterruption(command->error, interruption());
+        if (command->error.isNull())
+            continue;
         if (Debug > 0)
-            std::printf("==== line='%s'\n", qPrintable(line));
-        const QStringList words = line.simplified().split(QLatin1Char(' '));
-        const bool isCommand = !words[0].isEmpty() && !words[0].startsWith(QLatin1Char('#'));
-        if (isCommand) {
-            Invocation invocation = {words, line, script};
-            perform(invocation);
-            applyExpectation(invocation.error, expectedFailure);
-            addInterruption(invocation.error, interruption());
-            if (!invocation.error.isNull()) {
-                if (Debug > 0)
-                    std::printf("***errorMsg=%s\n", qPrintable(invocation.error));
-                result.message = invocation.error;
-                result.findings = invocation.findings;
-                return;
-            }
-            expectedFailure = invocation.expectedFailure;
-        }
-        lineStart = script.position();
+            std::printf("***errorMsg=%s\n", qPrintable(command->error));
+        result.message = command->error;
+        result.findings = command->findings;
+        return;
     }
 }
 
-/// Does what runLines does, and finds the number of the line that failed. A run that needs more
-/// memory than there is has failed.
-void runLinesInMemory(ScriptReader &script, const QString &program, Result &result)
+/// Runs the lines of \a script from its position on for \a program, and finds the number of the
+/// line that failed. A run that needs more memory than there is has failed.
+void runLines(ScriptReader &script, const QString &program, Result &result)
 {
-    size_t lineStart = script.position();
+    CommandWalk walk(script, program);
     try {
-        runLines(script, program, result, lineStart);
+        performAll(walk, result);
     } catch (const std::bad_alloc &) {
         result.message = QStringLiteral("Out of memory");
     }
     if (!result.passed())
-        result.line = 1 + script.linesBetween(0, lineStart);
+        result.line = walk.line();
 }
 
 } // namespace
@@ -114,7 +86,7 @@ Result Run::make()
     }
     result.directory = directoryName;
     result.hasLeftover = directory.hasLeftover();
-    runLinesInMemory(script.linesToRun(), program, result);
+    runLines(script.linesToRun(), program, result);
     if (Debug > 0)
         std::printf("==== end test %s\n", qPrintable(ownName));
     directory.leave();
