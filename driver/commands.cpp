@@ -161,28 +161,28 @@ constexpr int any = Command::unlimited;
 } // namespace
 
 // name, least and most words, what is said of another number, what becomes of the lines that
-// follow, usage, handler
+// follow, effect, usage, handler
 // clang-format off
 const Command commands[10] = {
-    { "=file", 2, any, "Invalid =file command", FollowingLines::AreBody,
+    { "=file", 2, any, "Invalid =file command", FollowingLines::AreBody, Effect::Acts,
       "=file NAME", fileCommand },
-    { "=run", 2, any, "Invalid =run command", FollowingLines::AreNext,
+    { "=run", 2, any, "Invalid =run command", FollowingLines::AreNext, Effect::Acts,
       "=run PROGRAM [ARGUMENT ...]", runCommand },
-    { "=compare", 3, any, "Invalid =compare command", FollowingLines::AreNext,
+    { "=compare", 3, any, "Invalid =compare command", FollowingLines::AreNext, Effect::None,
       "=compare FILE1 FILE2\n=compare FILE1 FILE2 TOLERANCE1 [TOLERANCE2 ...]", compareCommand },
-    { "=exists", 2, 2, "Invalid =exists command", FollowingLines::AreNext,
+    { "=exists", 2, 2, "Invalid =exists command", FollowingLines::AreNext, Effect::None,
       "=exists FILE", existsCommand },
-    { "=testbeam", 11, any, "=testbeam too few arguments", FollowingLines::AreNext,
+    { "=testbeam", 11, any, "=testbeam too few arguments", FollowingLines::AreNext, Effect::Acts,
       "=testbeam FILE X0 X1 NX Y0 Y1 NY Z PDGID PZ", testbeamCommand },
-    { "=ignore", 1, any, nullptr, FollowingLines::AreNext,
+    { "=ignore", 1, any, nullptr, FollowingLines::AreNext, Effect::None,
       "=ignore PATTERN", ignoreCommand },
-    { "=platform", 1, any, nullptr, FollowingLines::MayBeSkipped,
+    { "=platform", 1, any, nullptr, FollowingLines::MayBeSkipped, Effect::None,
       "=platform [PLATFORM ...]", platformCommand },
-    { "=echo", 1, any, nullptr, FollowingLines::AreNext,
+    { "=echo", 1, any, nullptr, FollowingLines::AreNext, Effect::Acts,
       "=echo [WORD ...]", echoCommand },
-    { "=debug", 1, any, nullptr, FollowingLines::AreNext,
+    { "=debug", 1, any, nullptr, FollowingLines::AreNext, Effect::Acts,
       "=debug", debugCommand },
-    { "=meanandsigma", 1, any, nullptr, FollowingLines::AreNext,
+    { "=meanandsigma", 1, any, nullptr, FollowingLines::AreNext, Effect::None,
       "=meanandsigma", meanAndSigmaCommand },
 };
 // clang-format on
@@ -210,14 +210,21 @@ const Command *commandOf(const QString &name)
     return found == std::end(commands) ? nullptr : found;
 }
 
-void perform(Invocation &invocation)
+const Command *commandToPerform(Invocation &invocation)
 {
     const QStringList &words = invocation.words;
     const Command *const command = commandOf(words[0]);
+    const bool isCounted = command != nullptr && words.size() >= command->leastWords &&
+                           words.size() <= command->mostWords;
     if (command == nullptr)
         invocation.error = QStringLiteral("Unknown test command '%1'").arg(words[0]);
-    else if (words.size() < command->leastWords || words.size() > command->mostWords)
+    else if (!isCounted)
         invocation.error = QString::fromLatin1(command->wrongCount);
-    else
+    return isCounted ? command : nullptr;
+}
+
+void perform(Invocation &invocation)
+{
+    if (const Command *const command = commandToPerform(invocation))
         command->handler(invocation);
 }

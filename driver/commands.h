@@ -32,6 +32,12 @@ enum class FollowingLines {
     MayBeSkipped, ///< may pass over them, up to the next line that begins with "=platform"
 };
 
+/// What a command does beside judging what is there.
+enum class Effect {
+    None, ///< nothing: it may be asked again about what a run has left
+    Acts, ///< it makes files, starts programs, prints or traces
+};
+
 /// A command of the script language.
 struct Command {
     static constexpr int unlimited = INT_MAX;
@@ -41,6 +47,7 @@ struct Command {
     int mostWords;          ///< and how many it may have
     const char *wrongCount; ///< the message if that is not so; null where no number is wrong
     FollowingLines following;
+    Effect effect;
     const char *usage; ///< as the manual shows it; lines are alternatives
     Handler handler;
 };
@@ -50,6 +57,9 @@ extern const Command commands[10];
 /// The command \a name, "=" included; null if there is none.
 const Command *commandOf(const QString &name);
 
-/// Has the command that \a invocation begins with do its work. A command that does not exist, and
-/// one with a wrong number of words, fail.
+/// The command that \a invocation begins with. A command that does not exist, and one with a wrong
+/// number of words, fail: then it is null.
+const Command *commandToPerform(Invocation &invocation);
+
+/// Has that command do its work.
 void perform(Invocation &invocation);
