@@ -23,9 +23,25 @@ QString platformName;
 namespace
 {
 
+/// What "=file" and "=testbeam" say if they cannot write, before a remark about the file.
+QString cannotWrite(const QString &fileName)
+{
+    return QStringLiteral("Cannot write file '%1'").arg(fileName);
+}
+
 QString cannotWrite(const QString &fileName, const DiskFile &file)
 {
-    return QStringLiteral("Cannot write file '%1'").arg(fileName) + file.remark();
+    return cannotWrite(fileName) + file.remark();
+}
+
+QString runningFailed(const QString &program)
+{
+    return QStringLiteral("running '%1' failed").arg(program);
+}
+
+QString syntaxError()
+{
+    return QStringLiteral("Syntax error");
 }
 
 /// \a words from index \a first on, joined by single blanks.
@@ -101,7 +117,7 @@ void runCommand(Invocation &invocation)
     const ShellEnd end = isRunnable ? runInShell(line.toLocal8Bit().toStdString()) : ShellEnd();
     invocation.findings.program = ProgramRun{program, end, capture};
     if (!end.isSuccess())
-        invocation.error = QStringLiteral("running '%1' failed").arg(program);
+        invocation.error = runningFailed(program);
 }
 
 /// =exists FILE: fails unless a file or directory of that name exists.
@@ -130,7 +146,7 @@ void testbeamCommand(Invocation &invocation)
     const QStringList &words = invocation.words;
     TestBeam beam;
     if (!beam.parse(words, 2)) {
-        invocation.error = QStringLiteral("Syntax error");
+        invocation.error = syntaxError();
         return;
     }
     DiskFile file;
@@ -227,4 +243,15 @@ void perform(Invocation &invocation)
 {
     if (const Command *const command = commandToPerform(invocation))
         command->handler(invocation);
+}
+
+bool mayFailWith(const Invocation &invocation, const QString &message)
+{
+    const QStringList &words = invocation.words;
+    if (words[0] == QLatin1String("=run"))
+        return message == runningFailed(words[1]);
+    const bool isBeam = words[0] == QLatin1String("=testbeam");
+    const bool writes = isBeam || words[0] == QLatin1String("=file");
+    return (isBeam && message == syntaxError()) ||
+           (writes && message.startsWith(cannotWrite(words[1])));
 }

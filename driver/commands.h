@@ -63,3 +63,6 @@ const Command *commandToPerform(Invocation &invocation);
 
 /// Has that command do its work.
 void perform(Invocation &invocation);
+
+/// Whether \a invocation, of a command with an effect, may fail with \a message.
+bool mayFailWith(const Invocation &invocation, const QString &message);

@@ -19,18 +19,6 @@ QString cannotRead(const QString &fileName, const LineReader &file)
     return QStringLiteral("Cannot read file '%1'").arg(fileName) + file.remark();
 }
 
-/// The words of \a words after the file names as numbers; false if one is not.
-bool readTolerances(const QStringList &words, std::vector<double> &tolerances)
-{
-    for (int index = 3; index < words.size(); ++index) {
-        double tolerance = 0;
-        if (!Talmo::toNumber(words[index].toStdString(), tolerance))
-            return false;
-        tolerances.push_back(tolerance);
-    }
-    return true;
-}
-
 /// The first bytes of \a word, which may be as long as a file.
 QByteArray beginningOf(std::string_view word)
 {
@@ -58,6 +46,17 @@ std::optional<Comparison> firstDifference(
 }
 
 } // namespace
+
+bool readTolerances(const QStringList &words, std::vector<double> &tolerances)
+{
+    for (int index = 3; index < words.size(); ++index) {
+        double tolerance = 0;
+        if (!Talmo::toNumber(words[index].toStdString(), tolerance))
+            return false;
+        tolerances.push_back(tolerance);
+    }
+    return true;
+}
 
 void compareCommand(Invocation &invocation)
 {

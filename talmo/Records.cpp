@@ -5,10 +5,10 @@
 
 #include "Records.h"
 
-#include "ScriptFolder.h"
 #include "latestResults.h"
 #include "regularFile.h"
 #include "saving.h"
+#include "scriptPlaces.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -39,8 +40,8 @@ constexpr size_t keptInvocations = 10;
 class ScriptsOnDisk
 {
 public:
-    explicit ScriptsOnDisk(const QByteArray &suiteDirectory)
-        : folders{suiteDirectory, distributionDirectory()}
+    explicit ScriptsOnDisk(QByteArray suiteDirectory)
+        : suite(std::move(suiteDirectory))
     {
     }
 
@@ -48,19 +49,12 @@ public:
     {
         auto known = answers.find(script);
         if (known == answers.end())
-            known = answers.insert(script, isOnDisk(script));
+            known = answers.insert(script, !scriptPlaces(suite, script).empty());
         return *known;
     }
 
 private:
-    bool isOnDisk(const QString &script) const
-    {
-        return std::any_of(folders.begin(), folders.end(), [&script](const QByteArray &folder) {
-            return access(folder + '/' + QFile::encodeName(script), F_OK) == 0;
-        });
-    }
-
-    const std::vector<QByteArray> folders;
+    const QByteArray suite;
     QHash<QString, bool> answers;
 };
 
