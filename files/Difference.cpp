@@ -59,11 +59,12 @@ class PairWalk
 {
 public:
     PairWalk(LineReader &reader1, LineReader &reader2, const std::vector<double> &limits,
-        const OnDifference &callBack)
+        const OnDifference &callBack, const Lengths &passed)
         : file1(reader1)
         , file2(reader2)
         , tolerances(limits)
         , onDifference(callBack)
+        , lengths(passed)
     {
     }
 
@@ -192,9 +193,9 @@ Difference judgeColumns(
 }
 
 Lengths forEachDifference(LineReader &file1, LineReader &file2,
-    const std::vector<double> &tolerances, const OnDifference &onDifference)
+    const std::vector<double> &tolerances, const OnDifference &onDifference, const Lengths &passed)
 {
-    return PairWalk(file1, file2, tolerances, onDifference).go();
+    return PairWalk(file1, file2, tolerances, onDifference, passed).go();
 }
 
 QString describe(const Difference &difference, const QString &name1, const QString &name2)

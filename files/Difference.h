@@ -75,9 +75,10 @@ using OnDifference = std::function<Walk(const Difference &difference, const Line
 /// lines and columns. Without tolerances, lines are compared byte by byte. Length comes last, with
 /// the first line that is missing in the other file; a walk that goes on then counts the rest.
 /// Ask the readers afterwards whether they failed: the walk ends there, and the lengths mean
-/// nothing.
+/// nothing. If lines were read before, \a passed says how many, so that the walk counts on.
 Lengths forEachDifference(LineReader &file1, LineReader &file2,
-    const std::vector<double> &tolerances, const OnDifference &onDifference);
+    const std::vector<double> &tolerances, const OnDifference &onDifference,
+    const Lengths &passed = {});
 
 /// The sentence that tells users of \a difference between files of these names.
 QString describe(const Difference &difference, const QString &name1, const QString &name2);

@@ -1,5 +1,6 @@
 #include "LineReader.h"
 
+#include "DiskFile.h"
 #include "utf8.h"
 
 #include <algorithm>
@@ -17,25 +18,49 @@ constexpr size_t smallestBlock = 1 << 12;
 // A larger block would leave the processor's cache before it is looked at.
 constexpr size_t largestBlock = 1 << 18;
 
+/// A file on disk, as it is.
+class FileText : public TextSource
+{
+public:
+    qint64 readText(char *target, qint64 size) override { return file.readText(target, size); }
+    qint64 sizeAtOpening() const override { return file.sizeAtOpening(); }
+    bool failed() const override { return file.failed(); }
+    QString remark() const override { return file.remark(); }
+
+    DiskFile file;
+};
+
 } // namespace
 
 bool LineReader::open(const QString &fileName)
 {
-    return file.openToRead(fileName);
+    auto text = std::make_unique<FileText>();
+    const bool isOpen = text->file.openToRead(fileName);
+    readFrom(std::move(text), /*mayBeMarked=*/true);
+    return isOpen;
+}
+
+void LineReader::readFrom(std::unique_ptr<TextSource> prepared, bool mayBeMarked)
+{
+    source = std::move(prepared);
+    begun = !mayBeMarked;
 }
 
 bool LineReader::readLine(std::string_view &line)
 {
-    const std::string_view lines = window();
-    if (!lines.empty()) {
-        line = lines.substr(0, lines.find('\n'));
-        next += line.size() + 1;
-        return true;
-    }
-    if (next == end)
+    if (!peekLine(line))
         return false;
-    line = std::string_view(buffer.get() + next, end - next); // the last line needs no newline
-    next = end;
+    next = std::min(next + line.size() + 1, end); // the last line needs no newline
+    return true;
+}
+
+bool LineReader::peekLine(std::string_view &line)
+{
+    const std::string_view lines = window();
+    if (lines.empty() && next == end)
+        return false;
+    line = lines.empty() ? std::string_view(buffer.get() + next, end - next)
+                         : lines.substr(0, lines.find('\n'));
     return true;
 }
 
@@ -65,7 +90,8 @@ void LineReader::readBlock()
         ended = outOfMemory = true;
         return;
     }
-    const qint64 count = file.readText(buffer.get() + kept, static_cast<qint64>(capacity - kept));
+    const qint64 count =
+        source->readText(buffer.get() + kept, static_cast<qint64>(capacity - kept));
     next = 0;
     end = kept + static_cast<size_t>(count);
     const size_t newline = std::string_view(buffer.get() + kept, end - kept).rfind('\n');
@@ -85,7 +111,7 @@ bool LineReader::makeRoom()
             std::memmove(buffer.get(), buffer.get() + next, kept);
         return true;
     }
-    const auto wholeFile = static_cast<size_t>(file.sizeAtOpening()) + 1; // 1 more finds the end
+    const auto wholeFile = static_cast<size_t>(source->sizeAtOpening()) + 1; // 1 more finds the end
     capacity = std::max(std::clamp(wholeFile, smallestBlock, largestBlock), 2 * kept);
     std::unique_ptr<char[]> larger(new (std::nothrow) char[capacity + padding]);
     if (!larger)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DiskFile.h"
+#include "TextSource.h"
 
 #include <QString>
 
@@ -10,9 +10,10 @@
 namespace Talmo
 {
 
-/// The lines of a file in text mode: a line ends at a newline, carriage returns are dropped, a last
-/// line without a newline counts, and a UTF-8 byte order mark at the start of the file is skipped.
-/// The file is read in blocks, so memory grows with its longest line only.
+/// The lines of a file, or of another source of text, in text mode: a line ends at a newline,
+/// carriage returns are dropped, a last line without a newline counts, and a UTF-8 byte order mark
+/// at the start of the file is skipped. The file is read in blocks, so memory grows with its
+/// longest line only.
 class LineReader
 {
 public:
@@ -20,12 +21,23 @@ public:
     /// once need not ask where the last one is. What these bytes hold means nothing.
     static constexpr size_t padding = 64;
 
+    LineReader() = default;
+    LineReader(const LineReader &) = delete;
+    LineReader &operator=(const LineReader &) = delete;
+
     /// Opens \a fileName. Returns false if it cannot be read.
     bool open(const QString &fileName);
+
+    /// Reads from \a prepared instead of a file. A byte order mark at its front is text like any
+    /// other, unless \a mayBeMarked.
+    void readFrom(std::unique_ptr<TextSource> prepared, bool mayBeMarked = false);
 
     /// Moves to the next line. Returns false at the end of the file, or if reading failed. \a line
     /// comes without its newline and is valid until the next call.
     bool readLine(std::string_view &line);
+
+    /// Tells the next line as readLine does, but does not move.
+    bool peekLine(std::string_view &line);
 
     /// The lines that come next, as many as are in memory, with their newlines: at least one,
     /// unless the file holds nothing more or only a last line without a newline. Valid until the
@@ -36,17 +48,21 @@ public:
     void skip(size_t length) { next += length; }
 
     /// True if the lines ended because reading failed, or because one is too long for memory.
-    bool failed() const { return file.failed() || outOfMemory; }
+    bool failed() const { return (source && source->failed()) || outOfMemory; }
 
     /// Text to append to a message about that; usually empty.
-    QString remark() const { return file.remark(); }
+    QString remark() const { return source ? source->remark() : QString(); }
+
+    /// Which line of the file the line \a number is, one of those that are in memory; both are
+    /// counted from 1. They differ if the source leaves lines out.
+    qint64 numberInFile(qint64 number) const { return source->numberInFile(number); }
 
 private:
     void readWholeLine();
     void readBlock();
     bool makeRoom();
 
-    DiskFile file;
+    std::unique_ptr<TextSource> source;
     std::unique_ptr<char[]> buffer; // what was read, in text mode; the padding is beyond capacity
     size_t capacity = 0;
     size_t next = 0;     // where the lines begin that the caller does not have yet
