@@ -30,6 +30,7 @@ int performCommand(const QStringList &arguments);
 
 // The commands, each in a file of its own.
 int cleanCommand(const QStringList &arguments);
+int diffCommand(const QStringList &arguments);
 int listCommand(const QStringList &arguments);
 int runCommand(const QStringList &arguments);
 int mergeCommand(const QStringList &arguments);

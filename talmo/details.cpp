@@ -7,14 +7,13 @@
 #include "DiskFile.h"
 #include "LineReader.h"
 #include "Programs.h"
-#include "talmo/Numbers.h"
 #include "utf8.h"
+#include "wording.h"
 
 #include <QStandardPaths>
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <cmath>
 #include <csignal>
 #include <cstring>
@@ -31,28 +30,6 @@ namespace
 
 constexpr int shellCannotRun = 126;
 constexpr int shellCannotFind = 127;
-
-/// \a number with as many digits as it takes to read the same number again.
-QString exactly(double number)
-{
-    char text[40];
-    const auto end = std::to_chars(std::begin(text), std::end(text), number).ptr;
-    return QString::fromLatin1(text, static_cast<int>(end - text));
-}
-
-/// \a number with a few digits.
-QString roughly(double number)
-{
-    std::string text;
-    appendNumber(text, number, 4);
-    return QString::fromStdString(text);
-}
-
-QString counted(qint64 count, const char *what)
-{
-    return QStringLiteral("%1 %2%3").arg(
-        QString::number(count), QLatin1String(what), count == 1 ? QString() : QStringLiteral("s"));
-}
 
 QString aboutValues(const Difference &difference)
 {

@@ -1,0 +1,129 @@
+#include "ComparedFile.h"
+
+#include "PreparedText.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <utility>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// Standard input, in whatever state it was inherited.
+class StandardInput : public TextSource
+{
+public:
+    qint64 readText(char *target, qint64 size) override
+    {
+        for (;;) {
+            const ssize_t got = read(STDIN_FILENO, target, static_cast<size_t>(size));
+            if (got < 0 && isLater(errno))
+                continue;
+            hasFailed = got < 0;
+            if (got <= 0)
+                return 0;
+            const auto left = std::remove(target, target + got, '\r') - target;
+            if (left > 0)
+                return left;
+        }
+    }
+
+    bool failed() const override { return hasFailed; }
+
+private:
+    /// Whether reading again may help. Waits until it does.
+    static bool isLater(int error)
+    {
+        pollfd input = {STDIN_FILENO, POLLIN, 0};
+        if (error == EAGAIN || error == EWOULDBLOCK)
+            poll(&input, 1, -1);
+        return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
+    }
+
+    bool hasFailed = false;
+};
+
+bool openPlain(LineReader &lines, const QString &name)
+{
+    if (name != QLatin1String("-"))
+        return lines.open(name);
+    lines.readFrom(std::make_unique<StandardInput>(), /*mayBeMarked=*/true);
+    return true;
+}
+
+} // namespace
+
+size_t columnOf(const QString &text, const QStringList &names, size_t count, QString &problem)
+{
+    bool isNumber = false;
+    const uint number = text.toUInt(&isNumber);
+    if (!isNumber) {
+        if (names.count(text) == 1)
+            return static_cast<size_t>(names.indexOf(text)) + 1;
+        problem = names.contains(text) ? QStringLiteral("two columns are named '%1'").arg(text)
+                  : !names.isEmpty()   ? QStringLiteral("there is no column '%1'").arg(text)
+                                       : QStringLiteral("there is no column '%1'; the columns have "
+                                                          "no names")
+                                           .arg(text);
+        return 0;
+    }
+    if (number < 1 || number > count) {
+        problem = QStringLiteral("there is no column %1; the first line with data has %2")
+                      .arg(text, QString::number(count));
+        return 0;
+    }
+    return number;
+}
+
+bool ComparedFile::open(const QString &name, const Preparation &preparation)
+{
+    fileName = name;
+    if (preparation.isNone()) {
+        isOpen = openPlain(lines, name);
+        return isOpen;
+    }
+    auto text = std::make_unique<LineReader>();
+    isOpen = openPlain(*text, name);
+    if (!isOpen)
+        return false;
+    std::unique_ptr<PreparedText> prepared = filteredText(std::move(text), preparation);
+    filtered = prepared.get();
+    if (!preparation.sort.isNull()) {
+        auto unsorted = std::make_unique<LineReader>();
+        unsorted->readFrom(std::move(prepared));
+        prepared = sortedText(std::move(unsorted), preparation.sort);
+        sorted = prepared.get();
+    }
+    lines.readFrom(std::move(prepared));
+    return true;
+}
+
+QString ComparedFile::failure() const
+{
+    if (sorted != nullptr && !sorted->problem().isNull())
+        return QStringLiteral("'%1' %2").arg(calledName(), sorted->problem());
+    if (!isOpen || lines.failed())
+        return QStringLiteral("cannot read '%1'").arg(calledName()) + lines.remark();
+    return {};
+}
+
+QString ComparedFile::objection() const
+{
+    if (filtered == nullptr || filtered->problem().isNull())
+        return {};
+    return QStringLiteral("'%1' %2").arg(calledName(), filtered->problem());
+}
+
+QString ComparedFile::calledName() const
+{
+    return fileName == QLatin1String("-") ? QStringLiteral("standard input") : fileName;
+}
+
+} // namespace Talmo

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "LineReader.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <vector>
+
+namespace Talmo
+{
+
+class PreparedText;
+
+/// What is made of both files before they are compared.
+struct Preparation {
+    QString from; ///< patterns; null if there is none
+    QString to;
+    QStringList skip;
+    std::vector<size_t> widths; ///< of the fields at the front of a line; none for words
+    QString sort;               ///< the column, by number or name; null if there is none
+
+    bool isNone() const
+    {
+        return from.isNull() && to.isNull() && skip.isEmpty() && widths.empty() && sort.isNull();
+    }
+};
+
+/// Finds the column \a text, a number from 1 on or one of \a names. Returns 0, and puts a sentence
+/// into \a problem, if there is none among \a count columns.
+size_t columnOf(const QString &text, const QStringList &names, size_t count, QString &problem);
+
+/// One of the two files, as it is compared.
+class ComparedFile
+{
+public:
+    /// Opens \a name; "-" is standard input. Returns false if it cannot be read.
+    bool open(const QString &name, const Preparation &preparation);
+
+    LineReader lines;
+
+    /// Why the lines cannot be read to their end, as a sentence; null if they can.
+    QString failure() const;
+
+    /// Why a comparison with the lines, which were read to their end, is worthless: a heading was
+    /// not found. A sentence; null if all is well.
+    QString objection() const;
+
+private:
+    QString calledName() const;
+
+    QString fileName;
+    bool isOpen = false;
+    const PreparedText *filtered = nullptr; // inside of lines; null if the file is not prepared
+    const PreparedText *sorted = nullptr;   // null if it is not sorted
+};
+
+} // namespace Talmo

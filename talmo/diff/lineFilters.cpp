@@ -1,0 +1,207 @@
+#include "lineFilters.h"
+
+#include "talmo/RegExp.h"
+#include "utf8.h"
+
+#include <QByteArray>
+
+#include <algorithm>
+#include <string>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// A pattern of a user, which matches as that of "=ignore" does, for any number of lines.
+class LinePattern
+{
+public:
+    explicit LinePattern(const QString &text)
+        : pattern(text)
+        , bytes(text.toStdString())
+    {
+        static const QString special = QStringLiteral("\\^$.|?*+()[]{}");
+        // In UTF-8, ASCII characters are found byte by byte, also in a line that is damaged.
+        isPlain = std::all_of(pattern.begin(), pattern.end(), [](QChar character) {
+            return character < QChar(0x80) && !special.contains(character);
+        });
+    }
+
+    bool matches(std::string_view line) const
+    {
+        if (isPlain)
+            return line.find(bytes) != std::string_view::npos;
+        return RE.match(pattern, decoded(line));
+    }
+
+    const QString &text() const { return pattern; }
+
+private:
+    QString pattern;
+    std::string bytes;
+    bool isPlain;
+};
+
+QString matchesNothing(const char *option, const LinePattern &pattern)
+{
+    return QStringLiteral("has no line that matches the '%1' of --%2")
+        .arg(pattern.text(), QLatin1String(option));
+}
+
+class BlockFilter : public LineFilter
+{
+public:
+    BlockFilter(const QString &begin, const QString &end)
+        : from(begin)
+        , to(end)
+        , hasFrom(!begin.isNull())
+        , hasTo(!end.isNull())
+        , isInside(!hasFrom)
+    {
+    }
+
+    bool keeps(std::string_view &line) override
+    {
+        if (!isInside) {
+            const bool begins = hasFrom && from.matches(line);
+            fromWasFound = fromWasFound || begins;
+            // One line may be both headings. Then the block is empty.
+            isInside = begins && !ends(line);
+            return false;
+        }
+        isInside = !ends(line);
+        return isInside;
+    }
+
+    QString problem() const override
+    {
+        if (hasFrom && !fromWasFound)
+            return matchesNothing("from", from);
+        if (hasTo && !toWasFound)
+            return matchesNothing("to", to) +
+                   (hasFrom ? QStringLiteral(" behind one that matches --from") : QString());
+        return {};
+    }
+
+private:
+    bool ends(std::string_view line)
+    {
+        const bool isEnd = hasTo && to.matches(line);
+        toWasFound = toWasFound || isEnd;
+        return isEnd;
+    }
+
+    LinePattern from;
+    LinePattern to;
+    bool hasFrom;
+    bool hasTo;
+    bool isInside;
+    bool fromWasFound = false;
+    bool toWasFound = false;
+};
+
+class SkipFilter : public LineFilter
+{
+public:
+    explicit SkipFilter(const QStringList &texts)
+        : patterns(texts.begin(), texts.end())
+    {
+    }
+
+    bool keeps(std::string_view &line) override
+    {
+        return std::none_of(patterns.begin(), patterns.end(),
+            [line](const LinePattern &pattern) { return pattern.matches(line); });
+    }
+
+private:
+    std::vector<LinePattern> patterns;
+};
+
+bool isBlank(char character)
+{
+    return character == ' ' || (character >= '\t' && character <= '\r');
+}
+
+/// Whether a character of UTF-8 goes on with \a byte.
+bool continues(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+/// How many bytes the first \a characters characters of \a text take.
+size_t bytesOf(std::string_view text, size_t characters)
+{
+    size_t length = 0;
+    while (length < text.size() && (characters > 0 || continues(text[length]))) {
+        if (!continues(text[length]))
+            --characters;
+        ++length;
+    }
+    return length;
+}
+
+/// \a field without the blanks around it, with "_" for those in it; "_" if nothing is left.
+std::string wordOf(std::string_view field)
+{
+    QString text = decoded(field).trimmed(); // there are more blanks than those of ASCII
+    for (QChar &character : text) {
+        if (character.isSpace())
+            character = QLatin1Char('_');
+    }
+    return text.isEmpty() ? std::string(1, '_') : text.toStdString();
+}
+
+class FieldFilter : public LineFilter
+{
+public:
+    explicit FieldFilter(const std::vector<size_t> &widthsOfFields)
+        : widths(widthsOfFields)
+    {
+    }
+
+    bool keeps(std::string_view &line) override
+    {
+        const auto *const first = std::find_if_not(line.begin(), line.end(), isBlank);
+        if (first == line.end() || *first == '#')
+            return true;
+        text.clear();
+        std::string_view rest = line;
+        for (const size_t width : widths) {
+            if (rest.empty())
+                break;
+            const size_t length = bytesOf(rest, width);
+            text += wordOf(rest.substr(0, length));
+            text += ' ';
+            rest.remove_prefix(length);
+        }
+        text += rest;
+        line = text;
+        return true;
+    }
+
+private:
+    std::vector<size_t> widths;
+    std::string text;
+};
+
+} // namespace
+
+std::unique_ptr<LineFilter> blockFilter(const QString &from, const QString &to)
+{
+    return std::make_unique<BlockFilter>(from, to);
+}
+
+std::unique_ptr<LineFilter> skipFilter(const QStringList &patterns)
+{
+    return std::make_unique<SkipFilter>(patterns);
+}
+
+std::unique_ptr<LineFilter> fieldFilter(const std::vector<size_t> &widths)
+{
+    return std::make_unique<FieldFilter>(widths);
+}
+
+} // namespace Talmo

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace Talmo
+{
+
+/// Decides, line by line from the first one on, what of a file is compared, and how it reads.
+class LineFilter
+{
+public:
+    LineFilter() = default;
+    LineFilter(const LineFilter &) = delete;
+    LineFilter &operator=(const LineFilter &) = delete;
+    virtual ~LineFilter() = default;
+
+    /// Whether \a line stays. What it then reads may be another text, which is valid until the
+    /// next call.
+    virtual bool keeps(std::string_view &line) = 0;
+
+    /// Why a file that was passed to its end is not what the filter is for, as a sentence that
+    /// goes on behind the file's name; null if all is well.
+    virtual QString problem() const { return {}; }
+};
+
+/// Keeps the lines between a line that matches \a from and the next one that matches \a to, without
+/// these two, as often as there are any. Without \a from (null) the first block begins with the
+/// file, and there is no other; without \a to a block ends with the file.
+std::unique_ptr<LineFilter> blockFilter(const QString &from, const QString &to);
+
+/// Leaves out the lines that match one of \a patterns.
+std::unique_ptr<LineFilter> skipFilter(const QStringList &patterns);
+
+/// Cuts lines into fields of \a widths characters and makes each field one word. A blank in a field
+/// becomes "_", and so does an empty field, so that neither is a number. What follows the last
+/// field stays as it is, and so do comments.
+std::unique_ptr<LineFilter> fieldFilter(const std::vector<size_t> &widths);
+
+} // namespace Talmo

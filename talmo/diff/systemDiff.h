@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+namespace Talmo
+{
+
+/// What "diff -u" prints about two files.
+struct SystemDiff {
+    std::vector<QByteArray> lines; ///< the first ones
+    bool isCut = false;            ///< there are more
+    QString problem;               ///< why there are none, as a sentence; null if there are
+};
+
+/// Has the system's diff compare the regular files \a name1 and \a name2. At most \a mostLines
+/// lines are taken. Large files, for which diff needs much memory and time, are refused.
+SystemDiff systemDiff(const QString &name1, const QString &name2, size_t mostLines);
+
+} // namespace Talmo
