@@ -1,0 +1,66 @@
+#include "pageText.h"
+
+#include "xmlText.h"
+
+#include <QVector>
+
+#include <algorithm>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// Whether \a character changes what is around it, and is not seen itself.
+bool isHidden(char32_t character)
+{
+    if (character < 0x7F)
+        return false; // those that are hidden here are left to xmlText
+    switch (QChar::category(static_cast<uint>(character))) {
+    case QChar::Other_Control:
+    case QChar::Other_Format:
+    case QChar::Separator_Line:
+    case QChar::Separator_Paragraph:
+        return true;
+    default:
+        return false;
+    }
+}
+
+QString escaped(char32_t character)
+{
+    constexpr int hexadecimal = 16;
+    const int digits = character > 0xFFFF ? 8 : 4;
+    return QLatin1String(digits == 4 ? "\\u" : "\\U") +
+           QStringLiteral("%1").arg(
+               static_cast<uint>(character), digits, hexadecimal, QLatin1Char('0'));
+}
+
+bool isAscii(QChar character)
+{
+    return character.unicode() < 0x7F;
+}
+
+} // namespace
+
+QString pageText(const QString &text)
+{
+    const QString possible = xmlText(text); // so the pairs of surrogates are whole
+    if (std::all_of(possible.begin(), possible.end(), isAscii))
+        return possible;
+    QString readable;
+    readable.reserve(possible.size());
+    for (const char32_t character : possible.toUcs4()) {
+        if (isHidden(character))
+            readable += escaped(character);
+        else if (QChar::requiresSurrogates(static_cast<uint>(character)))
+            readable.append(QChar(QChar::highSurrogate(static_cast<uint>(character))))
+                .append(QChar(QChar::lowSurrogate(static_cast<uint>(character))));
+        else
+            readable += QChar(static_cast<char16_t>(character));
+    }
+    return readable;
+}
+
+} // namespace Talmo
