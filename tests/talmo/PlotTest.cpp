@@ -125,7 +125,7 @@ TEST_F(PlotTest, ShowsBothCurvesTheirDifferenceAndTheBand)
     EXPECT_EQ(picture.paths["curve apart"], QStringList("M88 273.3h0h347l347 54.7"));
     EXPECT_EQ(picture.rectangles["band"], QStringList("245.5 55.7"));
     EXPECT_EQ(picture.numbers,
-        QStringList({"1", "2", "3", "4", "5", "difference; the band is the tolerance 0.5", "-1",
+        QStringList({"1", "2", "3", "4", "5", "difference; the band is the tolerance 0.5", "-1.0",
             "-0.5", "0", "0.5", "2", "3", "4", "line"}));
 }
 
