@@ -91,6 +91,7 @@ class PathData
 public:
     void moveTo(double x, double y)
     {
+        finishLevel();
         set(x, y);
         data += 'M' + text(atX);
         append(text(atY));
@@ -101,22 +102,37 @@ public:
         const long beforeX = atX;
         const long beforeY = atY;
         set(x, y);
-        if (atX != beforeX && atY != beforeY) {
-            data += 'l' + text(atX - beforeX);
-            append(text(atY - beforeY));
-        } else if (atX != beforeX) {
-            data += 'h' + text(atX - beforeX);
-        } else if (atY != beforeY) {
-            data += 'v' + text(atY - beforeY);
+        if (atY == beforeY) {
+            if ((atX > beforeX) != (level > 0))
+                finishLevel(); // it turns back
+            level += atX - beforeX;
+            return;
         }
+        finishLevel();
+        if (atX == beforeX) {
+            data += 'v' + text(atY - beforeY);
+            return;
+        }
+        data += 'l' + text(atX - beforeX);
+        append(text(atY - beforeY));
     }
-    QString result() const { return QString::fromStdString(data); }
+    QString result()
+    {
+        finishLevel();
+        return QString::fromStdString(data);
+    }
 
 private:
     void set(double x, double y)
     {
         atX = std::lround(x * 10);
         atY = std::lround(y * 10);
+    }
+    void finishLevel()
+    {
+        if (level != 0)
+            data += 'h' + text(level);
+        level = 0;
     }
     void append(const std::string &coordinate)
     {
@@ -136,6 +152,7 @@ private:
     std::string data;
     long atX = 0;
     long atY = 0;
+    long level = 0; // a horizontal line that is not in the data yet
 };
 
 /// The values that an axis has to show.

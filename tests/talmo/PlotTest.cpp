@@ -186,6 +186,12 @@ TEST_F(PlotTest, GoesOverAnotherColumn)
     EXPECT_EQ(picture.paths["curve one"].last(), "M88 216h0l694-81l-347-81");
     EXPECT_EQ(picture.paths["curve two"].last(), "M88 216h0l694-81");
     EXPECT_EQ(picture.numbers.last(), "column 1: s");
+    EXPECT_EQ(pictureOf(requestOf("10 1\n20 1\n30 1\n20 1\n", "", {2})).paths["curve one"].last(),
+        "M88 135h0h694");
+    PlotRequest back = requestOf("10 1\n20 1\n30 1\n20 1\n", "", {2});
+    back.x = 1;
+    EXPECT_EQ(pictureOf(back).paths["curve one"].last(), "M88 135h0h694h-347");
+    request = requestOf("10 1\n", "10 1\n", {2});
     request.x = 3; // no line has that
     EXPECT_EQ(pictureOf(request).texts.last(), "There are no numbers in this column.");
 }

@@ -1,0 +1,213 @@
+// A row for each script, a column for each program that occurs, and one for runs without a program.
+// Scripts with a failure come first. The others are folded: there may be thousands.
+
+#include "htmlSections.h"
+
+#include "counts.h"
+
+#include <QHash>
+#include <QStringList>
+
+#include <vector>
+
+namespace Talmo
+{
+
+namespace
+{
+
+struct Row {
+    QString script;
+    QString heading;
+    std::vector<const RunRecord *> runs;
+    bool hasFailed = false;
+};
+
+/// What became of \a run, in a word and a class of the style sheet.
+struct End {
+    const char *word;
+    const char *kind;
+};
+
+End endOf(const RunRecord &run)
+{
+    switch (run.state) {
+    case RunState::Passed:
+        return run.isFlaky() ? End{"flaky", "flaky"} : End{"passed", "passed"};
+    case RunState::Failed:
+        return {"failed", "failed"};
+    case RunState::Known:
+        return {"known", "known"};
+    case RunState::Skipped:
+        return {"skipped", "skipped"};
+    case RunState::NotRun:
+        return {"not run", "notrun"};
+    }
+    return {"", ""};
+}
+
+std::vector<Row> rowsOf(const std::vector<RunRecord> &runs)
+{
+    std::vector<Row> rows;
+    QHash<QString, size_t> indices;
+    for (const RunRecord &run : runs) {
+        const auto known = indices.constFind(run.script);
+        const size_t index = known == indices.constEnd() ? rows.size() : *known;
+        if (index == rows.size()) {
+            indices.insert(run.script, index);
+            rows.push_back({run.script, run.heading, {}, false});
+        }
+        rows[index].runs.push_back(&run);
+        if (run.state == RunState::Failed || run.state == RunState::NotRun)
+            rows[index].hasFailed = true;
+    }
+    return rows;
+}
+
+/// The programs that occur, in the order of the runs. A null one stands for runs without a program.
+QStringList programsOf(const std::vector<RunRecord> &runs)
+{
+    QStringList programs;
+    QHash<QString, bool> known;
+    for (const RunRecord &run : runs) {
+        if (run.state == RunState::Skipped || known.contains(run.program))
+            continue;
+        known.insert(run.program, true);
+        programs += run.program;
+    }
+    return programs;
+}
+
+class Matrix
+{
+public:
+    Matrix(const Report &report, const SectionIds &someSections, HtmlWriter &writer)
+        : rows(rowsOf(report.results.runs))
+        , programs(programsOf(report.results.runs))
+        , sections(someSections)
+        , html(writer)
+    {
+    }
+
+    void write();
+
+private:
+    void writeTable(bool isOfFailures, const char *label);
+    void writeHead();
+    void writeRow(const Row &row);
+    void writeCell(const Row &row, const QString &program);
+    void writeEnd(const RunRecord &run);
+
+    const std::vector<Row> rows;
+    const QStringList programs;
+    const SectionIds &sections;
+    HtmlWriter &html;
+};
+
+void Matrix::write()
+{
+    qint64 failed = 0;
+    for (const Row &row : rows)
+        failed += row.hasFailed;
+    const qint64 others = static_cast<qint64>(rows.size()) - failed;
+    html.open("section", {{"aria-labelledby", "runs"}});
+    html.element("h2", "Scripts and programs", {{"id", "runs"}});
+    html.open("div", {{"id", "filter"}});
+    html.close();
+    if (failed > 0)
+        writeTable(/*isOfFailures=*/true, "Scripts with a failure");
+    if (others > 0) {
+        html.open("details", {{"id", "others"}});
+        html.element("summary", countOf(others, "script") + QStringLiteral(" without a failure"));
+        writeTable(/*isOfFailures=*/false, "Scripts without a failure");
+        html.close();
+    }
+    html.close();
+}
+
+void Matrix::writeTable(bool isOfFailures, const char *label)
+{
+    openScrolling(html, "div", QLatin1String(label));
+    html.open("table", {{"class", "matrix"}});
+    writeHead();
+    html.open("tbody");
+    for (const Row &row : rows) {
+        if (row.hasFailed == isOfFailures)
+            writeRow(row);
+    }
+    html.close();
+    html.close();
+    html.close();
+}
+
+void Matrix::writeHead()
+{
+    html.open("thead");
+    html.open("tr");
+    html.element("th", "Script", {{"scope", "col"}});
+    for (const QString &program : programs) {
+        html.open("th", {{"scope", "col"}});
+        if (program.isEmpty())
+            html.text("no program");
+        else
+            html.element("span", program, {{"class", "name"}});
+        html.close();
+    }
+    html.close();
+    html.close();
+}
+
+void Matrix::writeRow(const Row &row)
+{
+    html.open("tr");
+    html.open("th", {{"scope", "row"}});
+    html.element("span", row.script, {{"class", "name"}});
+    if (!row.heading.isEmpty()) {
+        html.text(" ");
+        html.element("span", row.heading, {{"class", "heading"}});
+    }
+    html.close();
+    if (row.runs[0]->state == RunState::Skipped) {
+        html.element("td", "skipped",
+            {{"class", "skipped"},
+                {"colspan", QString::number(std::max<qint64>(programs.size(), 1))}});
+    } else {
+        for (const QString &program : programs)
+            writeCell(row, program);
+    }
+    html.close();
+}
+
+void Matrix::writeCell(const Row &row, const QString &program)
+{
+    bool isFirst = true;
+    html.open("td");
+    for (const RunRecord *const run : row.runs) {
+        if (run->program != program || run->state == RunState::Skipped)
+            continue;
+        if (!isFirst)
+            html.text(", ");
+        writeEnd(*run);
+        isFirst = false;
+    }
+    html.close();
+}
+
+void Matrix::writeEnd(const RunRecord &run)
+{
+    const End end = endOf(run);
+    const QString id = sections.value(run.name);
+    if (run.state == RunState::Failed && !id.isNull())
+        html.element("a", end.word, {{"class", end.kind}, {"href", QLatin1Char('#') + id}});
+    else
+        html.element("span", end.word, {{"class", end.kind}});
+}
+
+} // namespace
+
+void writeMatrix(const Report &report, const SectionIds &sections, HtmlWriter &html)
+{
+    Matrix(report, sections, html).write();
+}
+
+} // namespace Talmo
