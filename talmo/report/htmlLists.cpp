@@ -19,30 +19,20 @@ namespace
 
 constexpr int mostInSight = 40; ///< names; more of them are folded
 
-void writeNames(const QStringList &names, const SectionIds &sections, HtmlWriter &html)
-{
-    html.open("ul", {{"class", "columns plain"}});
-    for (const QString &name : names) {
-        html.open("li");
-        writeRunName(name, sections, html);
-        html.close();
-    }
-    html.close();
-}
-
-/// \a names below a \a title with their number; folded if they are many. Nothing if there are none.
+/// \a names behind a \a title and their number; folded if they are many. Nothing if there are none.
 void writeGroup(
     const QString &title, const QStringList &names, const SectionIds &sections, HtmlWriter &html)
 {
     if (names.isEmpty())
         return;
-    const QString line = title + QStringLiteral(": ") + grouped(names.size());
-    if (names.size() <= mostInSight)
-        html.open("details", {{"open", ""}});
-    else
-        html.open("details");
-    html.element("summary", line);
-    writeNames(names, sections, html);
+    const bool isFolded = names.size() > mostInSight;
+    html.open(isFolded ? "details" : "p");
+    html.element(isFolded ? "summary" : "strong",
+        QStringLiteral("%1: %2").arg(title, grouped(names.size())));
+    for (const QString &name : names) {
+        html.text(" \n");
+        writeRunName(name, sections, html);
+    }
     html.close();
 }
 

@@ -3,11 +3,10 @@
 
 #include "htmlSections.h"
 
-#include "counts.h"
-
 #include <QHash>
 #include <QStringList>
 
+#include <algorithm>
 #include <vector>
 
 namespace Talmo
@@ -78,6 +77,18 @@ QStringList programsOf(const std::vector<RunRecord> &runs)
     return programs;
 }
 
+/// The message of the first run in \a row that failed; of a long one the beginning.
+QString reasonOf(const Row &row)
+{
+    constexpr int most = 160;
+    for (const RunRecord *const run : row.runs) {
+        if (run->state != RunState::Failed && run->state != RunState::NotRun)
+            continue;
+        return run->message.size() > most ? run->message.left(most) + QChar(0x2026) : run->message;
+    }
+    return {};
+}
+
 class Matrix
 {
 public:
@@ -93,7 +104,7 @@ public:
 
 private:
     void writeTable(bool isOfFailures, const char *label);
-    void writeHead();
+    void writeHead(bool isOfFailures);
     void writeRow(const Row &row);
     void writeCell(const Row &row, const QString &program);
     void writeEnd(const RunRecord &run);
@@ -129,7 +140,7 @@ void Matrix::writeTable(bool isOfFailures, const char *label)
 {
     openScrolling(html, "div", QLatin1String(label));
     html.open("table", {{"class", "matrix"}});
-    writeHead();
+    writeHead(isOfFailures);
     html.open("tbody");
     for (const Row &row : rows) {
         if (row.hasFailed == isOfFailures)
@@ -140,7 +151,7 @@ void Matrix::writeTable(bool isOfFailures, const char *label)
     html.close();
 }
 
-void Matrix::writeHead()
+void Matrix::writeHead(bool isOfFailures)
 {
     html.open("thead");
     html.open("tr");
@@ -153,6 +164,8 @@ void Matrix::writeHead()
             html.element("span", program, {{"class", "name"}});
         html.close();
     }
+    if (isOfFailures)
+        html.element("th", "Reason", {{"scope", "col"}});
     html.close();
     html.close();
 }
@@ -175,6 +188,8 @@ void Matrix::writeRow(const Row &row)
         for (const QString &program : programs)
             writeCell(row, program);
     }
+    if (row.hasFailed)
+        html.element("td", reasonOf(row), {{"class", "why"}});
     html.close();
 }
 

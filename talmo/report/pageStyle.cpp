@@ -59,6 +59,7 @@ td.number, th.number { text-align: right; font-variant-numeric: tabular-nums;
 table.matrix td, table.matrix thead th { white-space: nowrap; overflow-wrap: normal; }
 table.matrix tbody th { min-width: 9rem; max-width: 34rem; }
 table.matrix .heading { color: var(--pale); margin-left: .6rem; }
+table.matrix td.why { color: var(--pale); white-space: normal; min-width: 12rem; }
 summary { cursor: pointer; padding: .15rem 0; }
 #filter label { margin-right: .5rem; font-size: .9rem; }
 #filter input { font: inherit; padding: .15rem .4rem; width: 16rem; max-width: 100%;
@@ -74,9 +75,6 @@ pre.script .at .pale { color: inherit; }
 pre.lines { line-height: 1.5; }
 figure { margin: .4rem 0; }
 figure.scroll svg { display: block; }
-.columns { columns: 22rem; }
-.columns li { break-inside: avoid; }
-ul.plain { list-style: none; padding: 0; }
 [hidden] { display: none; }
 @media (max-width: 40rem) {
   body { padding: .7rem .8rem 3rem; }

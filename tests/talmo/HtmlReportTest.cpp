@@ -126,8 +126,10 @@ TEST_F(HtmlReportTest, ShowsFailuresFirst)
     ASSERT_EQ(tables.size(), 2);
     EXPECT_EQ(tables[0],
         "Scripttrackertracker" // the programs and, between them, the runs without one
-        "Kickno programring0001 optics of a ring with ring0001failedfailedring0002 optics of a "
-        "ring with ring0002failedpassedbeam6not runbeam7failed");
+        "Kickno programReasonring0001 optics of a ring with ring0001failedfailedFiles 'out.dat' "
+        "and 'ref.dat' differ on line 148, column 3ring0002 optics of a ring with "
+        "ring0002failedpassedFiles 'out.dat' and 'ref.dat' differ on line 148, column "
+        "3beam6not runthe suite was interruptedbeam7failedrunning 'sim' failed");
     EXPECT_TRUE(tables[1].startsWith(
         "ScripttrackertrackerKickno programring0003 a ringpassedpassedring0004"));
     EXPECT_TRUE(tables[1].endsWith("beam1 a script without a programpassedbeam2skippedbeam3skipped"
@@ -195,8 +197,8 @@ TEST_F(HtmlReportTest, WhatTheDirectoryCannotTellIsSaid)
 TEST_F(HtmlReportTest, ListsWhatElseHappened)
 {
     const QString text = pageOf(richReport(folder.path())).text;
-    for (const char *const part : {"Slowest runs", "No applicable SimPrograms: 2", "beam2beam3",
-             "Known failures", "beam4(tracker)'sim' failed'sim' failed",
+    for (const char *const part : {"Slowest runs", "No applicable SimPrograms: 2 \nbeam2 \nbeam3",
+             "beam2 \nbeam3", "Known failures", "beam4(tracker)'sim' failed'sim' failed",
              "Passed after being repeated", "beam5(tracker)3", "the suite was interrupted: 1",
              "ring0010(tracker)0.50 s1.50 s", "Newly failing: 2", "Gone: 1"})
         EXPECT_TRUE(text.contains(part)) << part;
