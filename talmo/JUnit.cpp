@@ -5,12 +5,10 @@
 
 #include "JUnit.h"
 
-#include "DiskFile.h"
-#include "Known.h"
 #include "counts.h"
 #include "outputText.h"
 #include "regularFile.h"
-#include "removeDir.h"
+#include "replacing.h"
 #include "resultProperties.h"
 #include "saving.h"
 #include "xmlText.h"
@@ -22,9 +20,6 @@
 
 #include <cerrno>
 #include <cmath>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace Talmo
 {
@@ -187,43 +182,6 @@ void JUnitWriter::writeRun(const RunRecord &run)
     xml.writeEndElement();
 }
 
-/// Whether \a name or the name of what it links to is that of the list of known failures.
-bool isListOfKnown(const QString &name)
-{
-    const QFileInfo file(name);
-    const QFileInfo target(file.isSymLink() ? file.symLinkTarget() : name);
-    const QString known = QLatin1String(knownFileName);
-    return file.fileName() == known || target.fileName() == known;
-}
-
-/// Whether we print into the file that is open as \a file.
-bool isPrintedTo(int file)
-{
-    struct stat status = {};
-    struct stat printed = {};
-    if (fstat(file, &status) != 0)
-        return false;
-    return (fstat(STDOUT_FILENO, &printed) == 0 && isSameFile(status, printed)) ||
-           (fstat(STDERR_FILENO, &printed) == 0 && isSameFile(status, printed));
-}
-
-/// Why what is in the file \a name must stay; null if it need not.
-QString objectionTo(const QString &name)
-{
-    if (isListOfKnown(name))
-        return QStringLiteral("It is the list of known failures");
-    QFile file;
-    if (!openRegular(file, systemName(name)))
-        return errno == ENOENT ? QString() : reasonOf(errno);
-    if (isPrintedTo(file.handle()))
-        return QStringLiteral("It is what we print into");
-    const QByteArray head = file.read(resultFileHead);
-    const std::string_view text(head.constData(), static_cast<size_t>(head.size()));
-    return file.size() == 0 || isResultFile(text)
-               ? QString()
-               : QStringLiteral("It holds something else than results of talmo");
-}
-
 } // namespace
 
 bool isResultFile(std::string_view text)
@@ -249,9 +207,7 @@ bool writeJUnitFile(const RunResults &results, const QString &name, QString &pro
 
 QString problemOfResultFile(const QString &name)
 {
-    const QString problem = problemOfSaving(name);
-    const QString objection = problem.isNull() ? objectionTo(name) : QString();
-    return objection.isNull() ? problem : cannotWrite(name, objection);
+    return problemOfReplacing(name, isResultFile, QStringLiteral("results"));
 }
 
 } // namespace Talmo

@@ -33,6 +33,7 @@ namespace
 constexpr char latestName[] = "latest.xml";
 constexpr char damagedName[] = "latest.xml.damaged";
 constexpr char runsName[] = "runs";
+constexpr int runsAccess = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 constexpr size_t keptInvocations = 10;
 
 /// Tells by the name of a script whether it is there, in the directory of the suite or among the
@@ -102,7 +103,7 @@ Descriptor openRuns(int folder)
 {
     constexpr mode_t allMayUse = 0777; // the umask of the process removes some of them
     mkdirat(folder, runsName, allMayUse);
-    return Descriptor(openat(folder, runsName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return Descriptor(openat(folder, runsName, runsAccess));
 }
 
 /// Makes the invocation \a name the latest results of \a folder, without a second copy of it. False
@@ -272,6 +273,45 @@ Records::Reading Records::readLatest(
     if (state != RecordFolder::Ours)
         return state == RecordFolder::Absent ? Reading::Absent : Reading::Damaged;
     return readLatestIn(folder, systemOut, latest, problem);
+}
+
+Records::Reading Records::invocations(
+    const QByteArray &suiteDirectory, std::vector<QByteArray> &names, QString &problem)
+{
+    names.clear();
+    RecordFolder folder;
+    const RecordFolder::State state = folder.open(suiteDirectory, problem);
+    if (state != RecordFolder::Ours)
+        return state == RecordFolder::Absent ? Reading::Absent : Reading::Damaged;
+    const Descriptor runs(openat(folder.descriptor(), runsName, runsAccess));
+    if (!runs.isOpen() && errno != ENOENT) {
+        problem =
+            QStringLiteral("cannot read '%1': %2").arg(folder.pathOf(runsName), reasonOf(errno));
+        return Reading::Damaged;
+    }
+    if (runs.isOpen())
+        names = invocationsIn(runs.get());
+    std::reverse(names.begin(), names.end());
+    return names.empty() ? Reading::Absent : Reading::Read;
+}
+
+Records::Reading Records::readInvocation(const QByteArray &suiteDirectory, const QByteArray &name,
+    SystemOut systemOut, RunResults &invocation, QString &problem)
+{
+    RecordFolder folder;
+    const RecordFolder::State state = folder.open(suiteDirectory, problem);
+    if (state != RecordFolder::Ours)
+        return state == RecordFolder::Absent ? Reading::Absent : Reading::Damaged;
+    const QString path = folder.pathOf(runsName + QByteArray("/") + name);
+    const Descriptor runs(openat(folder.descriptor(), runsName, runsAccess));
+    QFile file;
+    if (runs.isOpen() && openRegular(file, name, runs.get(), O_NOFOLLOW))
+        return readJUnit(file, path, systemOut, invocation, problem) ? Reading::Read
+                                                                     : Reading::Damaged;
+    if (errno == ENOENT)
+        return Reading::Absent;
+    problem = QStringLiteral("cannot read '%1': %2").arg(path, reasonOf(errno));
+    return Reading::Damaged;
 }
 
 } // namespace Talmo

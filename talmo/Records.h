@@ -52,6 +52,15 @@ public:
     static Reading readLatest(const QByteArray &suiteDirectory, SystemOut systemOut,
         RunResults &latest, QString &problem);
 
+    /// The names of the invocations that the suite in \a suiteDirectory keeps, the newest one
+    /// first; Read if there is one. \a problem says what is Damaged.
+    static Reading invocations(
+        const QByteArray &suiteDirectory, std::vector<QByteArray> &names, QString &problem);
+
+    /// Reads the one with the \a name.
+    static Reading readInvocation(const QByteArray &suiteDirectory, const QByteArray &name,
+        SystemOut systemOut, RunResults &invocation, QString &problem);
+
     /// Saves \a invocation, and what it means for the latest results. They keep the runs that are
     /// not part of it, as long as a file with the name of the script exists in the suite's
     /// directory or among the distribution's scripts (latestResults.h). False if not all of it

@@ -37,21 +37,6 @@ QString oneLine(const QString &sentence)
     return line;
 }
 
-/// Goes to the directory that the user wants to be in. False, with a reason in \a problem, if that
-/// fails.
-bool enterFolder(const CommandLine &line, QString &problem)
-{
-    const QStringList folders = line.values(folderOption); // each is seen from the one before it
-    for (const QString &folder : folders) {
-        if (chdir(QFile::encodeName(folder)) != 0) {
-            problem = QStringLiteral("cannot go to the directory '%1': %2")
-                          .arg(folder, QString::fromLocal8Bit(std::strerror(errno)));
-            return false;
-        }
-    }
-    return true;
-}
-
 /// The names of the programs for which runs are made: those that the user gives, or else those that
 /// are configured.
 QStringList chosenPrograms(const CommandLine &line, GivenPrograms &given, QStringList &problems)
@@ -84,11 +69,29 @@ Selection selectionOf(const CommandLine &line)
 
 } // namespace
 
+void addFolderOption(CommandLine &line)
+{
+    line.addOption({folderOption, QStringLiteral("Works as if it were started in DIR."),
+        QStringLiteral("DIR")});
+}
+
+bool enterFolder(const CommandLine &line, QString &problem)
+{
+    const QStringList folders = line.values(folderOption); // each is seen from the one before it
+    for (const QString &folder : folders) {
+        if (chdir(QFile::encodeName(folder)) != 0) {
+            problem = QStringLiteral("cannot go to the directory '%1': %2")
+                          .arg(folder, QString::fromLocal8Bit(std::strerror(errno)));
+            return false;
+        }
+    }
+    return true;
+}
+
 void addSuiteOptions(CommandLine &line)
 {
+    addFolderOption(line);
     line.addOptions({
-        {folderOption, QStringLiteral("Works as if it were started in DIR."),
-            QStringLiteral("DIR")},
         {programOption,
             QStringLiteral("Makes the runs for the program NAME, instead of the configured ones. "
                            "PATH is an executable, or a folder with NAME in it; otherwise NAME is "

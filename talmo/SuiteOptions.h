@@ -12,6 +12,12 @@ namespace Talmo
 /// Adds -C, --program, --run, --label, --exclude-label, --distribution and FILTER to \a line.
 void addSuiteOptions(CommandLine &line);
 
+/// Adds -C alone, for commands that need the directory of a suite only.
+void addFolderOption(CommandLine &line);
+
+/// Goes to the directory of -C. False, with a reason in \a problem, if that fails.
+bool enterFolder(const CommandLine &line, QString &problem);
+
 /// What a suite is found for.
 enum class SuitePurpose {
     ToRun,  ///< the programs that were given come first in the PATH

@@ -61,6 +61,7 @@ const std::vector<CommandRow> &commandTable()
         {"run", "makes the runs of a suite and reports", runCommand},
         {"merge", "joins the results of the shards of a suite", mergeCommand},
         {"diff", "compares two files to their ends and tells how they differ", diffCommand},
+        {"report", "tells what failed, why, and what has changed", reportCommand},
         {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},
     };

@@ -34,5 +34,6 @@ int diffCommand(const QStringList &arguments);
 int listCommand(const QStringList &arguments);
 int runCommand(const QStringList &arguments);
 int mergeCommand(const QStringList &arguments);
+int reportCommand(const QStringList &arguments);
 
 } // namespace Talmo
