@@ -1,7 +1,11 @@
 // What the driver has printed: first where it works, with which programs and scripts, then a line
 // for each run, and the numbers. What scripts and programs print stands between, and may look like
-// a line of the driver. The driver prints its own line when all others of that run were printed, so
-// the last one counts; and its numbers tell whether something is missing.
+// a line of the driver.
+//
+// The driver goes through the scripts in their order, and prints the line of a run when that has
+// printed all of its own. So a line counts only if there is a way through all scripts over it; of
+// several for one run the last one counts; a script either runs for programs or does not, as its
+// last line tells; and the driver's numbers tell whether something is missing.
 
 #include "Source.h"
 
@@ -10,7 +14,8 @@
 #include <QHash>
 #include <QRegularExpression>
 
-#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace Talmo
 {
@@ -36,7 +41,8 @@ private:
     void take(const QString &line);
     bool takeSummary(const QString &line);
     bool isRun(const QString &word, RunRecord &run) const;
-    void add(RunRecord run);
+    void keepPossible();
+    void keepLatest();
     QString objection() const;
 
     QIODevice &file;
@@ -45,9 +51,8 @@ private:
     QString folder;  ///< of the scripts
     QString scripts; ///< their names, each between blanks
     QStringList programs;
-    QHash<QString, int> indexOf; ///< of runs
-    QHash<QString, int> lines;   ///< how many name a run
-    qint64 failedScripts = -1;   ///< as the summary says
+    std::vector<RunRecord> lines; ///< that may be the driver's, in their order
+    qint64 failedScripts = -1;    ///< as the summary says
 };
 
 /// The next line; false at the end. Of a long one the beginning.
@@ -122,19 +127,6 @@ bool DriverOutput::isRun(const QString &word, RunRecord &run) const
     return false;
 }
 
-void DriverOutput::add(RunRecord run)
-{
-    ++lines[run.name];
-    std::vector<RunRecord> &runs = source.results.runs;
-    const auto known = indexOf.constFind(run.name);
-    if (known != indexOf.constEnd()) {
-        runs[static_cast<size_t>(*known)] = std::move(run);
-        return;
-    }
-    indexOf.insert(run.name, static_cast<int>(runs.size()));
-    runs.push_back(std::move(run));
-}
-
 void DriverOutput::take(const QString &line)
 {
     static const QString error = QStringLiteral("***ERROR: ");
@@ -162,7 +154,60 @@ void DriverOutput::take(const QString &line)
         run.state = RunState::Passed;
         run.heading = rest;
     }
-    add(std::move(run));
+    lines.push_back(std::move(run));
+}
+
+/// Leaves the lines over which a way leads through all scripts, if there is one.
+void DriverOutput::keepPossible()
+{
+    const QStringList names = scripts.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const size_t count = static_cast<size_t>(names.size());
+    QHash<QString, size_t> numberOf;
+    for (const QString &script : names)
+        numberOf.insert(script, static_cast<size_t>(numberOf.size()));
+    // The scripts up to this one can all have had a line, and those from this one on.
+    std::vector<size_t> reached(lines.size());
+    std::vector<size_t> ahead(lines.size());
+    size_t next = 0;
+    for (size_t index = 0; index < lines.size(); ++index) {
+        next += numberOf.value(lines[index].script, count) == next ? 1 : 0;
+        reached[index] = next;
+    }
+    if (next < count || static_cast<size_t>(numberOf.size()) < count)
+        return;
+    size_t last = count;
+    for (size_t index = lines.size(); index > 0; --index) {
+        last -= numberOf.value(lines[index - 1].script, count) + 1 == last ? 1 : 0;
+        ahead[index - 1] = last;
+    }
+    std::vector<RunRecord> possible;
+    for (size_t index = 0; index < lines.size(); ++index) {
+        const size_t script = numberOf.value(lines[index].script, count);
+        if (script < reached[index] && script >= ahead[index])
+            possible.push_back(std::move(lines[index]));
+    }
+    lines = std::move(possible);
+}
+
+/// Makes the results of the lines: of those for one run the last one.
+void DriverOutput::keepLatest()
+{
+    QHash<QString, bool> hasProgram; // of scripts, by their last lines
+    QHash<QString, int> count;       // of the lines of a run
+    for (const RunRecord &run : lines) {
+        hasProgram[run.script] = !run.program.isEmpty();
+        ++count[run.name];
+    }
+    QHash<QString, int> seen;
+    for (RunRecord &run : lines) {
+        if (hasProgram.value(run.script) == run.program.isEmpty() ||
+            ++seen[run.name] < count.value(run.name))
+            continue;
+        if (count.value(run.name) > 1)
+            run.remarks += QStringLiteral("%1 lines begin with its name; the last one counts")
+                               .arg(count.value(run.name));
+        source.results.runs.push_back(std::move(run));
+    }
 }
 
 /// Takes the numbers of the last line; false if \a line has none.
@@ -208,11 +253,8 @@ bool DriverOutput::read(QString &problem)
         if (!takeSummary(line))
             take(line);
     }
-    for (RunRecord &run : source.results.runs) {
-        if (lines.value(run.name) > 1)
-            run.remarks += QStringLiteral("%1 lines begin with its name; the last one counts")
-                               .arg(lines.value(run.name));
-    }
+    keepPossible();
+    keepLatest();
     source.description =
         QStringLiteral("What talmo_test has printed, in '%1'%2").arg(name, objection());
     return true;
