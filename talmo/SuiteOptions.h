@@ -12,10 +12,11 @@ namespace Talmo
 /// Adds -C, --program, --run, --label, --exclude-label, --distribution and FILTER to \a line.
 void addSuiteOptions(CommandLine &line);
 
-/// Adds -C alone, for commands that need the directory of a suite only.
+/// Adds -C alone to \a line, for a command that does not choose runs.
 void addFolderOption(CommandLine &line);
 
-/// Goes to the directory of -C. False, with a reason in \a problem, if that fails.
+/// Goes to the directory of -C, if \a line, which was read, has one. False, with a reason in
+/// \a problem, if that fails.
 bool enterFolder(const CommandLine &line, QString &problem);
 
 /// What a suite is found for.

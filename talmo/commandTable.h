@@ -32,6 +32,7 @@ int performCommand(const QStringList &arguments);
 int cleanCommand(const QStringList &arguments);
 int diffCommand(const QStringList &arguments);
 int listCommand(const QStringList &arguments);
+int newCommand(const QStringList &arguments);
 int runCommand(const QStringList &arguments);
 int mergeCommand(const QStringList &arguments);
 int reportCommand(const QStringList &arguments);
