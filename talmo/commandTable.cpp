@@ -62,6 +62,7 @@ const std::vector<CommandRow> &commandTable()
         {"merge", "joins the results of the shards of a suite", mergeCommand},
         {"diff", "compares two files to their ends and tells how they differ", diffCommand},
         {"report", "tells what failed, why, and what has changed", reportCommand},
+        {"bless", "makes new references of what failed", blessCommand},
         {"new", "writes a script that tests what a command does", newCommand},
         {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},

@@ -29,6 +29,7 @@ const std::vector<CommandRow> &commandTable();
 int performCommand(const QStringList &arguments);
 
 // The commands, each in a file of its own.
+int blessCommand(const QStringList &arguments);
 int cleanCommand(const QStringList &arguments);
 int diffCommand(const QStringList &arguments);
 int listCommand(const QStringList &arguments);

@@ -1,0 +1,391 @@
+// Each failing comparison proposes its output for its reference. Several may do so for one: then
+// one of the outputs must satisfy all comparisons with this reference, also those that agree now.
+// Of a run that passed nobody knows the output any more; so if it uses the reference for another
+// program, the user has to choose.
+
+#include "Proposal.h"
+
+#include "DiskFile.h"
+#include "Script.h"
+#include "carrying.h"
+#include "saving.h"
+#include "scriptPlaces.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <map>
+
+#include <sys/stat.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// One comparison that fails, and what it proposes.
+struct Candidate {
+    const RunView *view;
+    const RunComparison *comparison;
+    const ComparedFile *reference;
+    const ComparedFile *output;
+    bool isWanted; ///< the user asks for it
+
+    const RunRecord &run() const { return *view->run; }
+
+    /// What the reference would hold.
+    QByteArray text() const
+    {
+        return reference->reference->line > 0 ? bodyOf(output->text) : output->text;
+    }
+};
+
+QString placeOf(const RunRecord &run, qint64 line)
+{
+    return QStringLiteral("%1, line %2").arg(run.name, QString::number(line));
+}
+
+/// Why the file \a path cannot be replaced, in a few words; null if it can.
+QString problemOfTarget(const QByteArray &path, const BlessRequest &request)
+{
+    struct stat status = {};
+    if (lstat(path, &status) != 0)
+        return QStringLiteral("its file has gone");
+    if (S_ISLNK(status.st_mode))
+        return QStringLiteral("its file is a symbolic link");
+    if (status.st_nlink > 1)
+        return QStringLiteral("its file has other names, which would keep the old text");
+    const QString real = QFileInfo(QFile::decodeName(path)).canonicalFilePath();
+    const QString suite = QFileInfo(QFile::decodeName(request.suite)).canonicalFilePath();
+    const QString inside = suite.endsWith(QLatin1Char('/')) ? suite : suite + QLatin1Char('/');
+    if (!real.startsWith(inside) && !request.allowsOutside)
+        return QStringLiteral("'%1' lies outside of the suite's directory; --outside allows it")
+            .arg(real);
+    return problemOfSaving(QFile::decodeName(path));
+}
+
+/// Why the output of \a candidate cannot stand in the script, in a few words; null if it can.
+QString problemOfText(const Candidate &candidate)
+{
+    if (candidate.reference->reference->line == 0)
+        return {};
+    QByteArray text = candidate.output->text;
+    if (!text.isEmpty() && !text.endsWith('\n')) // the script adds it, and "=compare" sees no more
+        text += '\n';
+    return problemOfBody(text, Sameness::OfBytes);
+}
+
+/// Which references a run uses, also if it has left nothing.
+bool uses(const RunRecord &run, const Reference &reference, const QByteArray &suite)
+{
+    const std::vector<QByteArray> places = scriptPlaces(suite, run.script);
+    Script script;
+    if (places.empty() || (reference.line > 0 && places[0] != reference.path) ||
+        !script.open(places[0]))
+        return false;
+    const auto named = [&run](const QString &text) {
+        return QDir::cleanPath(text.split(QStringLiteral("$simProgram")).join(run.program));
+    };
+    QStringList names; // by which the run would know the reference
+    for (const FileBody &body : script.bodies()) {
+        if (body.line == reference.line)
+            names += named(body.name);
+    }
+    const QString folder = QFile::decodeName(suite) + QLatin1Char('/') + run.name;
+    for (const ScriptLine &line : script.lines()) {
+        if (line.words.value(0) != QLatin1String("=compare"))
+            continue;
+        for (const QString &word : line.words.mid(1, 2)) {
+            const QString name = named(word);
+            const QString path = QDir::cleanPath(
+                QDir::isAbsolutePath(name) ? name : folder + QLatin1Char('/') + name);
+            const QString real = QFileInfo(path).canonicalFilePath();
+            if (reference.line > 0 ? names.contains(name)
+                                   : QFile::encodeName(real) == reference.path)
+                return true;
+        }
+    }
+    return false;
+}
+
+class Judge
+{
+public:
+    Judge(const std::vector<RunRecord> &itsRuns, const BlessRequest &itsRequest)
+        : runs(itsRuns)
+        , request(itsRequest)
+    {
+    }
+
+    Proposals judge();
+
+private:
+    using Group = std::vector<Candidate>;
+
+    void look();
+    void collect(const RunView &view);
+    void collect(const RunView &view, const RunComparison &comparison);
+    void refuse(const RunRecord &run, qint64 line, const QString &reason);
+    void refuseAll(const Group &group, const QString &reason);
+    void decide(const Group &group);
+    bool choose(const Group &group, Group &chosen);
+    QString problemOfOthers(const Group &group, QStringList &remarks) const;
+    QString problemOf(const Candidate &candidate, const Group &group, QStringList &remarks) const;
+    void accept(const Candidate &candidate, const QStringList &remarks);
+    bool isOnly(const ComparedFile &file) const;
+
+    const std::vector<RunRecord> &runs;
+    const BlessRequest &request;
+    std::vector<RunView> views;
+    std::map<Reference, Group> groups;
+    std::vector<Reference> order; ///< of the groups
+    Proposals result;
+};
+
+void Judge::refuse(const RunRecord &run, qint64 line, const QString &reason)
+{
+    if (request.wants(run))
+        result.refused +=
+            QStringLiteral("%1: %2").arg(line > 0 ? placeOf(run, line) : run.name, reason);
+}
+
+/// Looks at all runs that failed, also those that the user does not ask for: they may use the same
+/// references.
+void Judge::look()
+{
+    views.reserve(runs.size()); // candidates point into them
+    for (const RunRecord &run : runs) {
+        if (run.state == RunState::Failed)
+            views.push_back(viewOf(run, request.suite));
+    }
+}
+
+bool Judge::isOnly(const ComparedFile &file) const
+{
+    if (request.only.isNull() || file.name == request.only)
+        return true;
+    if (!file.reference || file.reference->line > 0)
+        return false;
+    const QString path = QFileInfo(QFile::decodeName(file.reference->path)).canonicalFilePath();
+    return path == QFileInfo(request.only).canonicalFilePath();
+}
+
+void Judge::collect(const RunView &view, const RunComparison &comparison)
+{
+    const ComparedFile &file1 = comparison.file1;
+    const ComparedFile &file2 = comparison.file2;
+    if (!isOnly(file1) && !isOnly(file2))
+        return;
+    if (comparison.expectedFailure) {
+        refuse(*view.run, comparison.line,
+            QStringLiteral(
+                "the script expects the comparison to fail, so that no output is right"));
+        return;
+    }
+    if (bool(file1.reference) == bool(file2.reference)) {
+        const QString both = QStringLiteral("both '%1' and '%2' are provided by the script or the "
+                                            "suite, so neither was made by the run");
+        const QString none = QStringLiteral("neither '%1' nor '%2' is provided by the script or "
+                                            "the suite, so nobody knows which is the reference");
+        refuse(*view.run, comparison.line,
+            (file1.reference ? both : none).arg(file1.name, file2.name));
+        return;
+    }
+    const bool isFirst = bool(file1.reference);
+    const Candidate candidate = {&view, &comparison, isFirst ? &file1 : &file2,
+        isFirst ? &file2 : &file1, request.wants(*view.run) && isOnly(isFirst ? file1 : file2)};
+    QString obstacle = candidate.reference->obstacle;
+    if (obstacle.isNull())
+        obstacle = problemOfTarget(candidate.reference->reference->path, request);
+    if (!obstacle.isNull())
+        obstacle =
+            QStringLiteral("'%1' cannot be replaced: %2").arg(candidate.reference->name, obstacle);
+    QString problem = candidate.output->obstacle;
+    if (problem.isNull())
+        problem = problemOfText(candidate);
+    if (obstacle.isNull() && !problem.isNull())
+        obstacle = QStringLiteral("'%1' cannot become the reference '%2': %3")
+                       .arg(candidate.output->name, candidate.reference->name, problem);
+    if (!obstacle.isNull()) {
+        refuse(*view.run, comparison.line, obstacle);
+        return;
+    }
+    Group &group = groups[*candidate.reference->reference];
+    if (group.empty())
+        order.push_back(*candidate.reference->reference);
+    group.push_back(candidate);
+}
+
+void Judge::collect(const RunView &view)
+{
+    if (!view.obstacle.isNull()) {
+        refuse(*view.run, 0, view.obstacle);
+        return;
+    }
+    for (const RunComparison &comparison : view.comparisons) {
+        const bool holds = comparison.holdsWith({}, {});
+        if (comparison.mayBeBlessed && !holds)
+            collect(view, comparison);
+    }
+}
+
+void Judge::refuseAll(const Group &group, const QString &reason)
+{
+    for (const Candidate &candidate : group) {
+        if (candidate.isWanted)
+            refuse(candidate.run(), candidate.comparison->line,
+                QStringLiteral("'%1' cannot be replaced: %2")
+                    .arg(candidate.reference->name, reason));
+    }
+}
+
+/// The candidates of \a group out of which one may be taken. False if there is none.
+bool Judge::choose(const Group &group, Group &chosen)
+{
+    const auto isAlone = [](const Candidate &candidate) {
+        return candidate.run().program.isEmpty();
+    };
+    const bool isChoice =
+        !request.from.isNull() && !std::all_of(group.begin(), group.end(), isAlone);
+    std::copy_if(
+        group.begin(), group.end(), std::back_inserter(chosen), [&](const Candidate &candidate) {
+            return candidate.isWanted && (!isChoice || candidate.run().program == request.from);
+        });
+    const auto isWanted = [](const Candidate &candidate) { return candidate.isWanted; };
+    if (chosen.empty() && std::any_of(group.begin(), group.end(), isWanted))
+        refuseAll(
+            group, QStringLiteral("no run of '%1' that was asked for has another output for it")
+                       .arg(request.from));
+    return !chosen.empty();
+}
+
+/// Why runs that propose nothing for the reference of \a group are in the way; null if they are
+/// not. Adds to \a remarks what the user should know of them.
+QString Judge::problemOfOthers(const Group &group, QStringList &remarks) const
+{
+    const Candidate &first = group[0];
+    for (const RunRecord &run : runs) {
+        const auto isOf = [&run](const Candidate &candidate) { return &candidate.run() == &run; };
+        const bool counts = run.state == RunState::Passed || run.state == RunState::NotRun ||
+                            run.state == RunState::Failed;
+        if (!counts || std::any_of(group.begin(), group.end(), isOf) ||
+            !uses(run, *first.reference->reference, request.suite))
+            continue;
+        const QString did = run.state == RunState::Passed   ? QStringLiteral("passed with it")
+                            : run.state == RunState::Failed ? QStringLiteral("failed otherwise")
+                                                            : QStringLiteral("was not run");
+        const bool isSameScript = run.script == first.run().script;
+        if (isSameScript && request.from.isNull())
+            return QStringLiteral("'%1' %2, so nobody knows whether both programs agree; choose "
+                                  "one by --from PROGRAM")
+                .arg(run.name, did);
+        remarks += QStringLiteral("'%1' uses it, too, and %2").arg(run.name, did);
+    }
+    return {};
+}
+
+/// Why the output of \a candidate does not satisfy all comparisons with its reference; null if it
+/// does. Adds to \a remarks what is not satisfied, but does not matter.
+QString Judge::problemOf(const Candidate &candidate, const Group &group, QStringList &remarks) const
+{
+    const Reference &reference = *candidate.reference->reference;
+    const QByteArray text = candidate.text();
+    for (const RunView &view : views) {
+        for (const RunComparison &other : view.comparisons) {
+            const auto isIt = [&other](const Candidate &its) { return its.comparison == &other; };
+            const auto its = std::find_if(group.begin(), group.end(), isIt);
+            // One that does not hold now, and proposes nothing, was satisfied in the run, before
+            // its files were written once more.
+            if ((its == group.end() && !other.holdsWith({}, {})) ||
+                other.holdsWith(reference, text))
+                continue;
+            const QString place = placeOf(*view.run, other.line);
+            const bool isSameScript = view.run->script == candidate.run().script;
+            const bool isOtherProgram =
+                isSameScript && view.run->program != candidate.run().program;
+            const bool isChosen = isOtherProgram && !request.from.isNull();
+            if (isChosen || (!isSameScript && !request.wants(*view.run)))
+                remarks += QStringLiteral("%1 will not agree with it").arg(place);
+            else if (isOtherProgram)
+                return QStringLiteral("'%1' and '%2' give different outputs; choose one by --from "
+                                      "PROGRAM")
+                    .arg(candidate.run().program, view.run->program);
+            else
+                return QStringLiteral("the comparison of %1 would fail with '%2' instead")
+                    .arg(place, candidate.output->name);
+        }
+    }
+    return {};
+}
+
+void Judge::accept(const Candidate &candidate, const QStringList &remarks)
+{
+    Proposal proposal;
+    proposal.reference = *candidate.reference->reference;
+    proposal.name = candidate.reference->name;
+    proposal.run = candidate.run().name;
+    proposal.script = candidate.run().script;
+    proposal.output = candidate.output->name;
+    proposal.before = candidate.reference->text;
+    proposal.after = candidate.text();
+    proposal.tolerances = candidate.comparison->tolerances;
+    proposal.isOutputFirst = candidate.output == &candidate.comparison->file1;
+    proposal.remarks = remarks;
+    if (candidate.view->notReached > 0)
+        proposal.remarks += QStringLiteral("the run did not come to line %1, so comparisons behind "
+                                           "it may still fail")
+                                .arg(candidate.view->notReached);
+    result.accepted.push_back(proposal);
+}
+
+/// Accepts one candidate of \a group, or refuses them all.
+void Judge::decide(const Group &group)
+{
+    Group chosen;
+    if (!choose(group, chosen))
+        return;
+    QStringList remarks;
+    QString reason = problemOfOthers(group, remarks);
+    if (!reason.isNull()) {
+        refuseAll(chosen, reason);
+        return;
+    }
+    for (const Candidate &candidate : chosen) {
+        QStringList own = remarks;
+        const QString problem = problemOf(candidate, group, own);
+        if (problem.isNull()) {
+            accept(candidate, own);
+            return;
+        }
+        if (reason.isNull())
+            reason = problem;
+    }
+    refuseAll(chosen, reason);
+}
+
+Proposals Judge::judge()
+{
+    look();
+    for (const RunView &view : views)
+        collect(view);
+    for (const Reference &reference : order)
+        decide(groups[reference]);
+    return std::move(result);
+}
+
+} // namespace
+
+bool BlessRequest::wants(const RunRecord &run) const
+{
+    return runs.isEmpty() || runs.contains(run.name) || runs.contains(run.script);
+}
+
+Proposals proposalsOf(const std::vector<RunRecord> &runs, const BlessRequest &request)
+{
+    return Judge(runs, request).judge();
+}
+
+} // namespace Talmo
