@@ -197,7 +197,7 @@ void Viewer::findOutside(const QString &name, ComparedFile &file) const
         file.reference = Reference{isLink(path) ? path : QFile::encodeName(real), 0};
 }
 
-/// Whether \a text has \a name as a word; path separators before it do not matter.
+/// Whether \a text has \a name as a word; what is before a path separator does not matter.
 bool mentions(const QByteArray &text, const QByteArray &name)
 {
     const auto isOfName = [](char character) {
@@ -207,7 +207,7 @@ bool mentions(const QByteArray &text, const QByteArray &name)
     };
     for (auto found = text.indexOf(name); found >= 0; found = text.indexOf(name, found + 1)) {
         const auto end = found + name.size();
-        if ((found == 0 || !isOfName(text[found - 1])) &&
+        if ((name.startsWith('/') || found == 0 || !isOfName(text[found - 1])) &&
             (end == text.size() || !isOfName(text[end])))
             return true;
     }
@@ -218,7 +218,11 @@ bool mentions(const QByteArray &text, const QByteArray &name)
 /// may be an input of the programs, too: then the next run would be another one.
 QString Viewer::problemOfInput(const QString &name, qint64 line) const
 {
-    const QByteArray base = name.section(QLatin1Char('/'), -1).toUtf8();
+    // A file outside is only found through a folder, so a program of the same name is not meant.
+    const auto above = name.lastIndexOf(QLatin1String("../"));
+    const bool isInside = line > 0;
+    const QByteArray base = isInside ? name.section(QLatin1Char('/'), -1).toUtf8()
+                                     : name.mid(above < 0 ? 0 : above + 2).toUtf8();
     qint64 lastRun = 0;
     qint64 mentioning = 0;
     for (const ScriptLine &other : script.lines()) {

@@ -45,7 +45,11 @@ struct RunComparison {
     std::optional<QString> expectedFailure; ///< the pattern of the "=ignore" before it
     bool mayBeBlessed = false; ///< it is the one that ended the run, or comes behind it
 
-    bool fails() const;
+    /// Whether \a reference is one of the two files.
+    bool involves(const Reference &reference) const;
+
+    /// Whether the script is content with the comparison as it is.
+    bool holds() const { return holdsWith({}, {}); }
 
     /// Whether the script is content with the comparison if \a reference holds \a text.
     bool holdsWith(const Reference &reference, const QByteArray &text) const;
