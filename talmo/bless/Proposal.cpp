@@ -26,6 +26,12 @@ namespace Talmo
 namespace
 {
 
+/// Where a suite and one of its scripts are.
+struct BlessPlace {
+    QByteArray suite;
+    QByteArray script;
+};
+
 /// One comparison that fails, and what it proposes.
 struct Candidate {
     const RunView *view;
@@ -78,37 +84,48 @@ QString problemOfText(const Candidate &candidate)
     return problemOfBody(text, Sameness::OfBytes);
 }
 
-/// Which references a run uses, also if it has left nothing.
-bool uses(const RunRecord &run, const Reference &reference, const QByteArray &suite)
+/// \a text, of a line of the script of \a run, as the run has it.
+QString named(const RunRecord &run, const QString &text)
+{
+    return QDir::cleanPath(text.split(QStringLiteral("$simProgram")).join(run.program));
+}
+
+/// What a "=compare" of \a run means by \a name: a text in its \a script, or a file that is there.
+std::vector<Reference> meantBy(
+    const QString &name, const RunRecord &run, const Script &script, const BlessPlace &place)
+{
+    std::vector<Reference> references;
+    for (const FileBody &body : script.bodies()) {
+        if (named(run, body.name) == name)
+            references.push_back({place.script, body.line});
+    }
+    const QString folder = QFile::decodeName(place.suite) + QLatin1Char('/') + run.name;
+    const QString path =
+        QDir::isAbsolutePath(name) ? name : QDir::cleanPath(folder + QLatin1Char('/') + name);
+    const QString real = QFileInfo(path).canonicalFilePath();
+    if (!real.isEmpty())
+        references.push_back({QFile::encodeName(real), 0});
+    return references;
+}
+
+/// What \a run compares with, by its script and whether it has left anything or not.
+std::vector<Reference> referencesOf(const RunRecord &run, const QByteArray &suite)
 {
     const std::vector<QByteArray> places = scriptPlaces(suite, run.script);
     Script script;
-    if (places.empty() || (reference.line > 0 && places[0] != reference.path) ||
-        !script.open(places[0]))
-        return false;
-    const auto named = [&run](const QString &text) {
-        return QDir::cleanPath(text.split(QStringLiteral("$simProgram")).join(run.program));
-    };
-    QStringList names; // by which the run would know the reference
-    for (const FileBody &body : script.bodies()) {
-        if (body.line == reference.line)
-            names += named(body.name);
-    }
-    const QString folder = QFile::decodeName(suite) + QLatin1Char('/') + run.name;
+    if (places.empty() || !script.open(places[0]))
+        return {};
+    std::vector<Reference> references;
     for (const ScriptLine &line : script.lines()) {
         if (line.words.value(0) != QLatin1String("=compare"))
             continue;
         for (const QString &word : line.words.mid(1, 2)) {
-            const QString name = named(word);
-            const QString path = QDir::cleanPath(
-                QDir::isAbsolutePath(name) ? name : folder + QLatin1Char('/') + name);
-            const QString real = QFileInfo(path).canonicalFilePath();
-            if (reference.line > 0 ? names.contains(name)
-                                   : QFile::encodeName(real) == reference.path)
-                return true;
+            for (const Reference &meant :
+                meantBy(named(run, word), run, script, {suite, places[0]}))
+                references.push_back(meant);
         }
     }
-    return false;
+    return references;
 }
 
 class Judge
@@ -126,13 +143,14 @@ private:
     using Group = std::vector<Candidate>;
 
     void look();
+    bool uses(const RunRecord &run, const Candidate &candidate);
     void collect(const RunView &view);
     void collect(const RunView &view, const RunComparison &comparison);
     void refuse(const RunRecord &run, qint64 line, const QString &reason);
     void refuseAll(const Group &group, const QString &reason);
     void decide(const Group &group);
     bool choose(const Group &group, Group &chosen);
-    QString problemOfOthers(const Group &group, QStringList &remarks) const;
+    QString problemOfOthers(const Group &group, QStringList &remarks);
     QString problemOf(const Candidate &candidate, const Group &group, QStringList &remarks) const;
     void accept(const Candidate &candidate, const QStringList &remarks);
     bool isOnly(const ComparedFile &file) const;
@@ -140,6 +158,7 @@ private:
     const std::vector<RunRecord> &runs;
     const BlessRequest &request;
     std::vector<RunView> views;
+    std::map<const RunRecord *, std::vector<Reference>> used; ///< as far as it was asked for
     std::map<Reference, Group> groups;
     std::vector<Reference> order; ///< of the groups
     Proposals result;
@@ -161,6 +180,20 @@ void Judge::look()
         if (run.state == RunState::Failed)
             views.push_back(viewOf(run, request.suite));
     }
+}
+
+/// Whether \a run compares with the reference of \a candidate. A text in a script is for that
+/// script alone.
+bool Judge::uses(const RunRecord &run, const Candidate &candidate)
+{
+    const Reference &reference = *candidate.reference->reference;
+    if (reference.line > 0 && run.script != candidate.run().script)
+        return false;
+    auto found = used.find(&run);
+    if (found == used.end())
+        found = used.emplace(&run, referencesOf(run, request.suite)).first;
+    const std::vector<Reference> &all = found->second;
+    return std::find(all.begin(), all.end(), reference) != all.end();
 }
 
 bool Judge::isOnly(const ComparedFile &file) const
@@ -226,8 +259,7 @@ void Judge::collect(const RunView &view)
         return;
     }
     for (const RunComparison &comparison : view.comparisons) {
-        const bool holds = comparison.holdsWith({}, {});
-        if (comparison.mayBeBlessed && !holds)
+        if (comparison.mayBeBlessed && !comparison.holds())
             collect(view, comparison);
     }
 }
@@ -264,15 +296,14 @@ bool Judge::choose(const Group &group, Group &chosen)
 
 /// Why runs that propose nothing for the reference of \a group are in the way; null if they are
 /// not. Adds to \a remarks what the user should know of them.
-QString Judge::problemOfOthers(const Group &group, QStringList &remarks) const
+QString Judge::problemOfOthers(const Group &group, QStringList &remarks)
 {
     const Candidate &first = group[0];
     for (const RunRecord &run : runs) {
         const auto isOf = [&run](const Candidate &candidate) { return &candidate.run() == &run; };
         const bool counts = run.state == RunState::Passed || run.state == RunState::NotRun ||
                             run.state == RunState::Failed;
-        if (!counts || std::any_of(group.begin(), group.end(), isOf) ||
-            !uses(run, *first.reference->reference, request.suite))
+        if (!counts || std::any_of(group.begin(), group.end(), isOf) || !uses(run, first))
             continue;
         const QString did = run.state == RunState::Passed   ? QStringLiteral("passed with it")
                             : run.state == RunState::Failed ? QStringLiteral("failed otherwise")
@@ -295,12 +326,13 @@ QString Judge::problemOf(const Candidate &candidate, const Group &group, QString
     const QByteArray text = candidate.text();
     for (const RunView &view : views) {
         for (const RunComparison &other : view.comparisons) {
+            if (!other.involves(reference))
+                continue;
             const auto isIt = [&other](const Candidate &its) { return its.comparison == &other; };
             const auto its = std::find_if(group.begin(), group.end(), isIt);
             // One that does not hold now, and proposes nothing, was satisfied in the run, before
             // its files were written once more.
-            if ((its == group.end() && !other.holdsWith({}, {})) ||
-                other.holdsWith(reference, text))
+            if ((its == group.end() && !other.holds()) || other.holdsWith(reference, text))
                 continue;
             const QString place = placeOf(*view.run, other.line);
             const bool isSameScript = view.run->script == candidate.run().script;
