@@ -80,15 +80,15 @@ QByteArray latestIn(int place)
     return names.empty() ? QByteArray() : names.back();
 }
 
-/// Makes a folder in \a folder, and opens it. Its name comes behind those that are there.
-Descriptor makeMoment(int folder)
+/// Makes a folder in \a folder, which gets the \a name, and opens it. The name comes behind those
+/// that are there.
+Descriptor makeMoment(int folder, QByteArray &name)
 {
     constexpr int most = 1000;
     const std::vector<QByteArray> names = momentsIn(folder);
     QDateTime moment = QDateTime::currentDateTimeUtc();
     for (int attempt = 0; attempt < most; ++attempt, moment = moment.addMSecs(1)) {
-        const QByteArray name =
-            moment.toString(QStringLiteral("yyyy-MM-dd'T'HH-mm-ss.zzz'Z'")).toLatin1();
+        name = moment.toString(QStringLiteral("yyyy-MM-dd'T'HH-mm-ss.zzz'Z'")).toLatin1();
         const bool isLast = names.empty() || names.back() < name;
         if (isLast && mkdirat(folder, name, allMayUse) == 0)
             return openIn(folder, name);
@@ -227,10 +227,13 @@ bool replaceFiles(const RecordFolder &folder, const QByteArray &suite,
 {
     mkdirat(folder.descriptor(), folderName, allMayUse);
     const Descriptor place = openIn(folder.descriptor(), folderName);
-    const Descriptor moment = place.isOpen() ? makeMoment(place.get()) : Descriptor();
+    QByteArray name;
+    const Descriptor moment = place.isOpen() ? makeMoment(place.get(), name) : Descriptor();
     QString reason = moment.isOpen() ? QString() : reasonOf(errno);
     if (!moment.isOpen() || !keep(moment.get(), changes, reason)) {
         problem = cannotWrite(folder.pathOf(folderName), reason);
+        if (moment.isOpen())
+            removeDir(QFile::encodeName(folder.pathOf(folderName + QByteArray("/") + name)));
         return false;
     }
     for (const FileChange &change : changes) {

@@ -12,6 +12,7 @@
 #include "commandTable.h"
 #include "interruption.h"
 #include "replaceBodies.h"
+#include "talmo/Numbers.h"
 #include "texts.h"
 #include "uncommitted.h"
 
@@ -21,6 +22,7 @@
 #include <cstdio>
 #include <map>
 #include <optional>
+#include <string>
 
 namespace Talmo
 {
@@ -102,6 +104,13 @@ QString placeOf(const Proposal &proposal, const QByteArray &suite)
                      .arg(file, QString::number(proposal.reference.line), proposal.name);
 }
 
+std::string numberAsText(double number)
+{
+    std::string text;
+    appendNumber(text, number); // printf's would depend on the locale
+    return text;
+}
+
 /// Prints how far the new text of \a proposal is from the old one.
 void printDifference(const Proposal &proposal)
 {
@@ -121,10 +130,11 @@ void printDifference(const Proposal &proposal)
         if (column.lines == 0)
             continue;
         const QString name = survey.names.value(static_cast<int>(index));
-        std::printf("    column %zu%s: %s, at most by %g (line %lld), relatively %g\n", index + 1,
+        std::printf("    column %zu%s: %s, at most by %s (line %lld), relatively %s\n", index + 1,
             name.isEmpty() ? "" : qPrintable(QStringLiteral(" (%1)").arg(name)),
-            qPrintable(counted(column.lines, "line differs", "lines differ")), column.largest,
-            static_cast<long long>(column.largestLine), column.largestRelative);
+            qPrintable(counted(column.lines, "line differs", "lines differ")),
+            numberAsText(column.largest).c_str(), static_cast<long long>(column.largestLine),
+            numberAsText(column.largestRelative).c_str());
     }
 }
 
