@@ -2,7 +2,8 @@
 
 #include "utf8.h"
 
-#include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace Talmo
 {
@@ -11,14 +12,24 @@ namespace
 {
 
 /// The ASCII characters that count as white space for QString.
-bool isBlank(char character)
+inline bool isBlank(char character)
 {
-    return character == ' ' || (character >= '\t' && character <= '\r');
+    return character <= ' ' && (character == ' ' || (character >= '\t' && character <= '\r'));
 }
 
-bool isAscii(char character)
+/// Eight characters at once: the highest bit of each tells.
+bool isAscii(std::string_view text)
 {
-    return static_cast<signed char>(character) >= 0;
+    constexpr std::uint64_t highest = 0x8080808080808080;
+    std::uint64_t found = 0;
+    for (; text.size() >= sizeof found; text.remove_prefix(sizeof found)) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, text.data(), sizeof eight);
+        found |= eight & highest;
+    }
+    for (const char character : text)
+        found |= static_cast<unsigned char>(character) & highest;
+    return found == 0;
 }
 
 } // namespace
@@ -26,15 +37,20 @@ bool isAscii(char character)
 void Words::split(std::string_view line)
 {
     words.clear();
-    if (!std::all_of(line.begin(), line.end(), isAscii)) { // Unicode has more kinds of blanks
+    if (!isAscii(line)) { // Unicode has more kinds of blanks
         simplified = decoded(line).simplified().toStdString();
         line = simplified;
     }
-    for (auto next = line.begin(); next != line.end();) {
-        const auto begin = std::find_if_not(next, line.end(), isBlank);
-        next = std::find_if(begin, line.end(), isBlank);
+    // Plain loops: a compiler does not put a predicate of std::find_if into its place.
+    const char *const end = line.data() + line.size();
+    for (const char *next = line.data(); next != end;) {
+        while (next != end && isBlank(*next))
+            ++next;
+        const char *const begin = next;
+        while (next != end && !isBlank(*next))
+            ++next;
         if (begin != next)
-            words.emplace_back(&*begin, static_cast<size_t>(next - begin));
+            words.emplace_back(begin, static_cast<size_t>(next - begin));
     }
     if (words.empty())
         words.emplace_back();
