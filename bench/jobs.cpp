@@ -1,7 +1,10 @@
-// What a program asks of the library, for whole files: evaluate, convert and expand. The results go
+// What a program asks of the library, for whole files: evaluate, convert, expand, and walk over two
+// files. The results go
 // to standard output.
 
+#include "Difference.h"
 #include "talmo/Macro.h"
+#include "talmo/Numbers.h"
 #include "talmo/StartupGuard.h"
 #include "talmo/Units.h"
 
@@ -11,6 +14,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using Talmo::Macro;
 using Talmo::Units;
@@ -85,13 +89,34 @@ void expand(char *arguments[])
         arguments[1], [](std::string_view line) { print(Macro::expand(toText(line)) + '\n'); });
 }
 
+/// FILE1 FILE2 TOLERANCE COLUMNS: walks the files to their ends, all columns with one tolerance,
+/// and counts the differences.
+void walk(char *arguments[])
+{
+    double tolerance = 0;
+    Talmo::toNumber(arguments[2], tolerance);
+    Talmo::LineReader file1;
+    Talmo::LineReader file2;
+    long count = 0;
+    if (file1.open(arguments[0]) && file2.open(arguments[1])) {
+        Talmo::forEachDifference(file1, file2,
+            std::vector<double>(std::stoul(arguments[3]), tolerance),
+            [&count](const Talmo::Difference &, const Talmo::LinePair &) {
+                ++count;
+                return Talmo::Walk::GoesOn;
+            });
+    }
+    std::printf("%ld\n", count);
+}
+
 struct Job {
     const char *name;
     int argumentCount;
     void (*function)(char *arguments[]);
 };
 
-const Job jobs[] = {{"evaluate", 1, evaluate}, {"convert", 2, convert}, {"expand", 2, expand}};
+const Job jobs[] = {
+    {"evaluate", 1, evaluate}, {"convert", 2, convert}, {"expand", 2, expand}, {"walk", 4, walk}};
 
 } // namespace
 
@@ -104,6 +129,8 @@ int main(int argc, char *argv[])
             return 0;
         }
     }
-    std::fputs("usage: jobs evaluate FILE | convert FILE SIZE | expand MACROS FILE\n", stderr);
+    std::fputs("usage: jobs evaluate FILE | convert FILE SIZE | expand MACROS FILE | "
+               "walk FILE1 FILE2 TOLERANCE COLUMNS\n",
+        stderr);
     return 2;
 }

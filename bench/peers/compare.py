@@ -36,10 +36,25 @@ def awk(name, bar=0):
                 " -f {peers}/compare.awk agree.dat", bar)
 
 
+JOBS = "{bench}/jobs"
+
+
+def diff(name, make):
+    """All differences to the end: how many, where, and how large. Numdiff tells that with -S only;
+    the bar is for what takes it less time, the verdict alone."""
+    files = "first.dat agree.dat"
+    zeros = " 0" * workloads.COLUMNS
+    return Workload(
+        name, 1_000_000, make, nothing,
+        Side("ours", "{peers}/differs {talmo} diff " + files + zeros),
+        (Side("numdiff", "{peers}/differs numdiff -q -a 0 " + files, 40, once=True),
+         Side("numdiff -S", "{peers}/differs numdiff -q -S -a 0 " + files, once=True),
+         Side("walk", JOBS + " walk " + files + " 0 {columns}", 1 / 2)))
+
+
 # The floor: programs that only read or write the same files, or only start.
 CAT = Side("cat", "cat first.dat agree.dat", result="-")
 GRID = "-10 10 1000 -10 10 {count} 0 -13 200"
-JOBS = "{bench}/jobs"
 BC = {"BC_LINE_LENGTH": "0"}
 LIT = "/usr/lib/llvm-14/build/utils/lit/lit.py"
 
@@ -57,6 +72,8 @@ WORKLOADS = (
         Side("ours", "{driver} agree"),
         (Side("cmp", "cmp first.dat agree.dat", 1),
          Side("diff", "diff -q first.dat agree.dat"))),
+    diff("diff-some", workloads.tolerant),
+    diff("diff-every", workloads.digits),
     Workload(
         "testbeam", 1000, workloads.beam, same_particles,
         Side("ours", "{driver} grid", result="ours.dat"),

@@ -78,7 +78,8 @@ def words_of(side, count):
 
 def is_installed(side):
     words, _ = words_of(side, 100)
-    program = words[2] if words[0].endswith("/repeat") else words[0]
+    wrapper = Path(words[0]).name  # the program stands behind it
+    program = words[{"repeat": 2, "differs": 1}.get(wrapper, 0)]
     return side.name == "ours" or shutil.which(program) is not None
 
 
