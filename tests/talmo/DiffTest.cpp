@@ -664,6 +664,49 @@ TEST_F(DiffTest, NeedsNoMemoryForLargeFiles)
     EXPECT_EQ(outcome.status, 2);
 }
 
+TEST_F(DiffTest, TheSessionsOfTheManualAreTrue)
+{
+    QFile manual(MANUAL_OF_DIFF);
+    ASSERT_TRUE(manual.open(QIODevice::ReadOnly));
+    int sessions = 0;
+    for (const QByteArray &part : manual.readAll().replace("\n```\n", "\n```end\n").split('`')) {
+        const auto firstEnd = part.indexOf('\n');
+        const QByteArray first = part.left(firstEnd);
+        const QByteArray rest = part.mid(firstEnd + 1);
+        if (first.startsWith("file "))
+            write(first.mid(5), rest);
+        if (first != "session")
+            continue;
+        ++sessions;
+        const auto end = rest.indexOf('\n');
+        ASSERT_TRUE(rest.startsWith("$ talmo diff "));
+        const QStringList words = QString(rest.mid(8, end - 8)).split(' ');
+        const Outcome outcome = run(words);
+        EXPECT_EQ(outcome.output, rest.mid(end + 1));
+        EXPECT_EQ(outcome.errors, "");
+    }
+    EXPECT_EQ(sessions, 3);
+}
+
+TEST_F(DiffTest, KnowsTheNumbersOfLinesInLargeFiles)
+{
+    QByteArray one;
+    QByteArray other;
+    for (int line = 1; line <= 200000; ++line) { // several blocks
+        one += QByteArray::number(line) + "\n#\n";
+        other += (line % 3 == 0 ? "# out\n" : "") + QByteArray::number(line) + "\n";
+    }
+    write("c", one + "1\n");
+    write("d", other + "2\n");
+    expectReason({"c", "d", "0", "--skip", "^#"},
+        "1 of 200001 lines differs; column 1 is the worst, by 1 on lines 400001 and 266667 with "
+        "the tolerance 0");
+    write("c", "7\n" + one);
+    write("d", "8\n" + other);
+    expectReason({"c", "d", "0", "--skip", "^#"},
+        "1 of 200001 lines differs; column 1 is the worst, by 1 on line 1 with the tolerance 0");
+}
+
 TEST_F(DiffTest, ScriptsCanUseIt)
 {
     addProgram("talmo", "exec '" + driver.toUtf8() + "' \"$@\"\n");
