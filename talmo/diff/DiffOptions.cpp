@@ -72,9 +72,12 @@ QStringList sorted(const QStringList &arguments)
         }
         options += *next;
         const OptionRow *const row = rowOf(next->mid(2));
-        const bool takesNext = row != nullptr && row->value != nullptr;
-        if (takesNext && next->startsWith(QLatin1String("--")) && next + 1 != arguments.end())
-            options += *++next;
+        const bool isLong = next->startsWith(QLatin1String("--"));
+        if (!isLong || row == nullptr || row->value == nullptr)
+            continue;
+        if (next + 1 == arguments.end())
+            return options; // its value is missing, which is said; "--" would be taken for it
+        options += *++next;
     }
     return options + QStringList(QStringLiteral("--")) + others;
 }

@@ -666,7 +666,7 @@ TEST_F(DiffTest, NeedsNoMemoryForLargeFiles)
 
 TEST_F(DiffTest, TheSessionsOfTheManualAreTrue)
 {
-    QFile manual(MANUAL_OF_DIFF);
+    QFile manual(QStringLiteral(MANUAL_OF_DIFF));
     ASSERT_TRUE(manual.open(QIODevice::ReadOnly));
     int sessions = 0;
     for (const QByteArray &part : manual.readAll().replace("\n```\n", "\n```end\n").split('`')) {
