@@ -82,12 +82,19 @@ void writeCounts(const Counts &counts, HtmlWriter &html)
     html.close();
 }
 
+/// \a text, but so much of a long one that what fails is still in sight.
+QString cut(const QString &text)
+{
+    constexpr int most = 200;
+    return text.size() > most ? text.left(most) + QChar(0x2026) : text;
+}
+
 void writeFact(const char *name, const QString &value, HtmlWriter &html)
 {
     if (value.isEmpty())
         return;
     html.element("dt", name);
-    html.element("dd", value);
+    html.element("dd", cut(value));
 }
 
 /// How the runs differ from the earlier ones, in a line.
@@ -140,16 +147,16 @@ void writeFacts(const Report &report, HtmlWriter &html)
     writeFact("Taken from", report.source, html);
     for (const ProgramVersion &version : report.versions) {
         html.open("dt");
-        html.element("span", version.program, {{"class", "name"}});
+        html.element("span", cut(version.program), {{"class", "name"}});
         html.close();
-        html.element("dd", version.version);
+        html.element("dd", cut(version.version));
     }
     if (report.changes) {
         html.open("dt");
         html.element("a", "Changes", {{"href", "#changes"}});
         html.close();
         html.element("dd", QStringLiteral("%1, compared with %2")
-                               .arg(summaryOf(*report.changes), report.changes->old));
+                               .arg(summaryOf(*report.changes), cut(report.changes->old)));
     }
     html.close();
 }

@@ -43,7 +43,7 @@ mark { background: var(--mark); color: var(--mark-ink); border-radius: 2px; }
 .counts { display: flex; flex-wrap: wrap; gap: .2rem 1.2rem; padding: 0; margin: .2rem 0 .5rem;
   list-style: none; }
 .counts .none { color: var(--pale); font-weight: normal; }
-dl.facts { display: grid; grid-template-columns: max-content 1fr; gap: .05rem .9rem;
+dl.facts { display: grid; grid-template-columns: fit-content(12rem) minmax(0, 1fr); gap: .05rem .9rem;
   font-size: .9rem; }
 dl.facts dt { color: var(--pale); }
 dl.facts dd { margin: 0; }
@@ -78,7 +78,7 @@ figure.scroll svg { display: block; }
 [hidden] { display: none; }
 @media (max-width: 40rem) {
   body { padding: .7rem .8rem 3rem; }
-  dl.facts { grid-template-columns: 1fr; }
+  dl.facts { grid-template-columns: minmax(0, 1fr); }
   table.matrix .heading { display: block; margin: 0; }
   table.matrix tbody th { min-width: 7rem; } }
 @media print {

@@ -1,8 +1,12 @@
-// Writes pages to look at and to test in a browser: usage: sampleReports DIRECTORY
+// Writes pages to look at and to test in a browser, each within a time. usage: sampleReports
+// DIRECTORY
 
 #include "ReportForTests.h"
 #include "htmlReport.h"
 #include "talmo/StartupGuard.h"
+
+#include <QElapsedTimer>
+#include <QFileInfo>
 
 #include <cstdio>
 
@@ -13,11 +17,18 @@ bool writePage(const QString &name, const Talmo::Report &report)
 {
     QFile file(name);
     QString problem;
+    QElapsedTimer timer;
+    timer.start();
     const bool isWritten =
         file.open(QIODevice::WriteOnly) && Talmo::writeHtml(report, file, problem) && file.flush();
     if (!isWritten)
         std::fprintf(stderr, "sampleReports: cannot write '%s'\n", qPrintable(name));
-    return isWritten;
+    constexpr qint64 most = 5000;
+    const qint64 took = timer.elapsed();
+    if (isWritten)
+        std::printf("%s took %lld ms\n", qPrintable(QFileInfo(name).fileName()),
+            static_cast<long long>(took));
+    return isWritten && took <= most;
 }
 
 } // namespace
