@@ -65,7 +65,8 @@ summary { cursor: pointer; padding: .15rem 0; }
 #filter input { font: inherit; padding: .15rem .4rem; width: 16rem; max-width: 100%;
   color: inherit; background: var(--paper); border: 1px solid var(--pale); border-radius: 4px; }
 #filter output { margin-left: .8rem; font-size: .9rem; color: var(--pale); }
-section.failure { border-top: 3px solid var(--bad); padding: .7rem 0 0; margin: 1.6rem 0 0; }
+section.failure { border-top: 3px solid var(--bad); padding: .7rem 0 0; margin: 1.6rem 0 0;
+  content-visibility: auto; contain-intrinsic-height: auto 60rem; }
 .reason { background: var(--bad-paper); padding: .35rem .7rem; border-radius: 4px;
   font-family: ui-monospace, monospace; font-size: .87em; white-space: pre-wrap; }
 .note { border-left: 3px solid var(--odd); padding-left: .6rem; }
@@ -92,6 +93,7 @@ figure.scroll svg { display: block; }
   #filter, nav { display: none; }
   pre { white-space: pre-wrap; overflow-wrap: anywhere; }
   pre.output { max-height: none; }
+  section.failure { content-visibility: visible; }
   .scroll { overflow: visible; }
   svg { max-width: 100%; height: auto; }
   figure, tr { break-inside: avoid; }
@@ -129,7 +131,12 @@ const char pageScript[] = R"js(
     });
     return count;
   }
+  var waiting;
   input.addEventListener('input', function () {
+    clearTimeout(waiting);
+    waiting = setTimeout(filter, 100); // not for each letter of a word
+  });
+  function filter() {
     var wanted = input.value.trim().toLowerCase();
     var scripts = show(rows, wanted);
     var failures = show(sections, wanted);
@@ -139,7 +146,7 @@ const char pageScript[] = R"js(
     if (folded) {
       if (wanted !== '') { folded.open = true; } else if (!wasOpen) { folded.open = false; }
     }
-  });
+  }
   if (folded) {
     folded.querySelector('summary').addEventListener('click', function () {
       wasOpen = !folded.open;
