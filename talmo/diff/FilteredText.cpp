@@ -116,7 +116,7 @@ qint64 FilteredText::numberInFile(qint64 number) const
 QString FilteredText::problem() const
 {
     for (const auto &filter : filters) {
-        if (const QString problem = filter->problem(); !problem.isNull())
+        if (QString problem = filter->problem(); !problem.isNull())
             return problem;
     }
     return {};

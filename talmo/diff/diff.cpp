@@ -72,7 +72,7 @@ QString readMagnitudes(const DiffRequest &request, Rules &rules)
                 .arg(name);
     }
     FilePair files;
-    const QString problem = files.open(request);
+    QString problem = files.open(request);
     if (!problem.isNull())
         return problem;
     rules.magnitudes = magnitudesOf(files.file1.lines, files.file2.lines, rules.tolerances.size());

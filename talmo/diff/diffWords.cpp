@@ -131,7 +131,7 @@ QString lineText(const LinePlaces &places)
 
 QString columnText(const Survey &survey, size_t index)
 {
-    const QString text = QStringLiteral("column %1").arg(index + 1);
+    QString text = QStringLiteral("column %1").arg(index + 1);
     if (index >= static_cast<size_t>(survey.names.size()))
         return text;
     return text + QStringLiteral(" (%1)").arg(shown(survey.names[static_cast<int>(index)]));
@@ -165,7 +165,7 @@ QString messageOf(const DiffResult &result, const QString &name1, const QString 
     if (difference.line == 0)
         return describe(difference, name1, name2);
     difference.line = places.line1;
-    const QString message = describe(difference, name1, name2);
+    QString message = describe(difference, name1, name2);
     if (places.line1 == places.line2)
         return message;
     return message + QStringLiteral(" (line %1 of '%2')").arg(QString::number(places.line2), name2);
