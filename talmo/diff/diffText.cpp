@@ -229,9 +229,10 @@ void appendSection(QStringList &lines, const QStringList &section)
 
 OutputStyle styleOfOutput()
 {
+    const QByteArray terminal = qgetenv("TERM");
     const bool mayHaveColours = isatty(STDOUT_FILENO) == 1 &&
-                                qEnvironmentVariableIsEmpty("NO_COLOR") &&
-                                qgetenv("TERM") != "dumb";
+                                qEnvironmentVariableIsEmpty("NO_COLOR") && !terminal.isEmpty() &&
+                                terminal != "dumb";
     return mayHaveColours ? OutputStyle::Coloured : OutputStyle::Plain;
 }
 

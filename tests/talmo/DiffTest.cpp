@@ -255,6 +255,7 @@ TEST_F(DiffTest, UsesColoursOnlyOnATerminal)
     EXPECT_TRUE(onTerminal("TERM=xterm").contains(colour + "5\x1B[0m"));
     EXPECT_FALSE(onTerminal("TERM=xterm NO_COLOR=1").contains(colour));
     EXPECT_FALSE(onTerminal("TERM=dumb").contains(colour));
+    EXPECT_FALSE(onTerminal("unset TERM;").contains(colour));
     EXPECT_FALSE(shell("TERM=xterm \"$TALMO\" diff a b 0 0").output.contains(colour));
 }
 
