@@ -74,8 +74,7 @@ void writeScript(
     constexpr int atTheBeginning = 3;
     if (failure.scriptText.isNull())
         return;
-    const auto failing =
-        static_cast<int>(failure.inspection.line > 0 ? failure.inspection.line : run.line);
+    const auto failing = static_cast<int>(failure.inspection.line); // 0: not certain
     const QList<QByteArray> lines = failure.scriptText.split('\n');
     const auto count = static_cast<int>(lines.size()) - (lines.last().isEmpty() ? 1 : 0);
     const int from = std::max(failing > 0 ? failing - before : 1, 1);
@@ -136,7 +135,10 @@ void writeFailure(const FailedRun &failure, const RunResults &results, const QSt
         {{"class", "reason"}});
     writeSentences(run.details + run.remarks, html);
     if (!failure.inspection.obstacle.isEmpty())
-        html.element("p", failure.inspection.obstacle, {{"class", "note"}});
+        html.element("p",
+            QStringLiteral("The directory of the run cannot tell more: %1.")
+                .arg(failure.inspection.obstacle),
+            {{"class", "note"}});
     const QString facts = factsOf(run);
     if (!facts.isEmpty())
         html.element("p", facts, {{"class", "pale"}});

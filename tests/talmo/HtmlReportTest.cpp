@@ -186,10 +186,10 @@ TEST_F(HtmlReportTest, WhatTheDirectoryCannotTellIsSaid)
 {
     Report report = reportOf(folder.path(), 1, 1, 30);
     ASSERT_TRUE(QFile::remove(report.results.suite + "/ring0001.dir/out.dat"));
-    report.failures[0].inspection.obstacle = "The directory was changed since.";
+    report.failures[0].inspection.obstacle = "it was changed since";
     const Page page = pageOf(report);
     EXPECT_EQ(page.texts["note"],
-        QStringList({"The directory was changed since.",
+        QStringList({"The directory of the run cannot tell more: it was changed since.",
             "There is no picture: '" + report.results.suite +
                 "/ring0001.dir/out.dat' cannot be read: No such file or directory"}));
 }

@@ -126,7 +126,7 @@ inline Talmo::Report richReport(const QString &folder)
     add("beam6", RunState::NotRun, "the suite was interrupted");
     Talmo::FailedRun failure;
     failure.run = report.results.runs.size();
-    failure.inspection.obstacle = "The directory 'beam7.dir' was removed since.";
+    failure.inspection.obstacle = "'beam7.dir' was removed since";
     failure.rerun = "talmo run beam7";
     add("beam7", RunState::Failed, "running 'sim' failed")->remarks =
         QStringList("a process was left behind");
