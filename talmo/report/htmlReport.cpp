@@ -45,6 +45,7 @@ void writeHead(const QString &title, HtmlWriter &html)
     const QByteArray style = QByteArray(pageRules) + plotRules;
     html.open("head");
     html.voidElement("meta", {{"charset", "utf-8"}});
+    html.voidElement("meta", {{"name", "generator"}, {"content", "talmo report"}});
     html.voidElement("meta",
         {{"http-equiv", "Content-Security-Policy"},
             {"content", QStringLiteral("default-src 'none'; base-uri 'none'; form-action 'none'; "
@@ -249,6 +250,13 @@ void writeRunName(const QString &name, const SectionIds &sections, HtmlWriter &h
         html.element("span", name, {{"class", "name"}});
     else
         html.element("a", name, {{"class", "name"}, {"href", QLatin1Char('#') + id}});
+}
+
+bool isHtmlReport(std::string_view head)
+{
+    constexpr size_t enough = 500;
+    return head.substr(0, enough).find(R"(<meta name="generator" content="talmo report")") !=
+           std::string_view::npos;
 }
 
 bool writeHtml(const Report &report, QIODevice &device, QString &problem)

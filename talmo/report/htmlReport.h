@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <string_view>
+
 class QIODevice;
 
 namespace Talmo
@@ -13,5 +15,8 @@ namespace Talmo
 /// It reads the files that failing comparisons were about, for their pictures. False, with a
 /// null \a problem, if \a device cannot be written: whoever opened it knows why.
 bool writeHtml(const Report &report, QIODevice &device, QString &problem);
+
+/// Whether the file that begins with \a head is such a page.
+bool isHtmlReport(std::string_view head);
 
 } // namespace Talmo

@@ -256,6 +256,14 @@ TEST_F(HtmlReportTest, AnEmptyReportIsAPage)
     EXPECT_TRUE(pageOf(reportOf(folder.path(), 2, 0, 0)).bytes.contains("<h1>No run failed</h1>"));
 }
 
+TEST_F(HtmlReportTest, APageIsKnownByItsBeginning)
+{
+    const QByteArray page = bytesOf({});
+    EXPECT_TRUE(isHtmlReport(std::string_view(page.constData(), 500)));
+    EXPECT_FALSE(isHtmlReport("<!DOCTYPE html><html lang=\"en\"><head><title>talmo</title>"));
+    EXPECT_FALSE(isHtmlReport(""));
+}
+
 TEST_F(HtmlReportTest, WhatIsLargeIsCut)
 {
     Report report = reportOf(folder.path(), 1, 1, 300);
