@@ -47,6 +47,13 @@ std::optional<Invocation> CommandWalk::next()
     }
 }
 
+qint64 CommandWalk::line()
+{
+    lineNumber += script.linesBetween(counted, lineStart);
+    counted = lineStart;
+    return lineNumber;
+}
+
 void CommandWalk::settle(Invocation &command)
 {
     applyExpectation(command.error, expectedFailure);

@@ -36,13 +36,15 @@ public:
     void settle(Invocation &command);
 
     /// The number, from 1, of the line that was reached, also if there was no memory for it.
-    qint64 line() const { return 1 + script.linesBetween(0, lineStart); }
+    qint64 line();
 
 private:
     ScriptReader &script;
     QString program;
     std::optional<QString> expectedFailure;
-    size_t lineStart; ///< of the line that was reached
+    size_t lineStart;      ///< of the line that was reached
+    size_t counted = 0;    ///< up to where lines were counted
+    qint64 lineNumber = 1; ///< of the line there
 };
 
 } // namespace Talmo

@@ -13,6 +13,9 @@
 #include "commands.h"
 #include "compare.h"
 
+#include <QDir>
+#include <QHash>
+
 #include <algorithm>
 #include <new>
 #include <optional>
@@ -33,6 +36,8 @@ struct Step {
     QString message;
     std::optional<FailedComparison> comparison; ///< without its survey
     bool hasTolerances = false;                 ///< of the comparison: they are numbers
+    /// The last line before the comparison that writes one of its files; 0 if none does.
+    qint64 written = 0;
 };
 
 /// Whether a comparison can read \a name without harm. What a device or a FIFO gives depends on the
@@ -85,12 +90,14 @@ public:
 private:
     void ask(Invocation &invocation);
     void judge(const Command *command, Invocation &invocation);
+    void noteFile(const Invocation &invocation);
     bool mayHaveEnded(const Invocation &invocation) const;
 
     const RunRecord &run;
     ScriptReader &lines;
     CommandWalk walk;
     std::vector<Step> found;
+    QHash<QString, qint64> written; ///< the last line that writes a file, by its path
 };
 
 std::vector<Step> Inspector::steps()
@@ -111,9 +118,18 @@ void Inspector::ask(Invocation &invocation)
     }
     if (mayHaveEnded(invocation))
         found.push_back({walk.line(), false, run.message, {}});
+    noteFile(invocation);
     if (command->following == FollowingLines::AreBody)
         lines.readUntil("=");
     walk.settle(invocation); // what it says of the command means nothing
+}
+
+/// Notes which file \a invocation would write, if it says so.
+void Inspector::noteFile(const Invocation &invocation)
+{
+    const QString &name = invocation.words[0];
+    if (name == QLatin1String("=file") || name == QLatin1String("=testbeam"))
+        written[QDir::cleanPath(invocation.words[1])] = walk.line();
 }
 
 /// Has \a command judge what is there. If it is null, its line is wrong.
@@ -127,6 +143,9 @@ void Inspector::judge(const Command *command, Invocation &invocation)
     Step step = {walk.line(), true, invocation.error, {}};
     if (command != nullptr && command->handler == compareCommand)
         addComparison(invocation, step);
+    for (int word = 1; step.comparison && word <= 2; ++word)
+        step.written =
+            std::max(step.written, written.value(QDir::cleanPath(invocation.words[word]), 0));
     found.push_back(step);
 }
 
@@ -157,10 +176,12 @@ const Step *endOf(const RunRecord &run, const std::vector<Step> &steps)
     return isCertain ? &*first : nullptr;
 }
 
-/// Whether both files of \a comparison are there.
-bool areThere(const FailedComparison &comparison)
+/// Whether both files of the comparison \a step are there as it would find them: no command from
+/// the line \a end on writes them, which was not performed.
+bool areThere(const Step &step, qint64 end)
 {
-    return existsOnDisk(comparison.file1) && existsOnDisk(comparison.file2);
+    return existsOnDisk(step.comparison->file1) && existsOnDisk(step.comparison->file2) &&
+           (end == 0 || step.written < end);
 }
 
 /// Compares the files of \a comparison to their ends. Empty if one cannot be read.
@@ -184,8 +205,7 @@ std::vector<FailedComparison> comparisonsOf(
     const qint64 begin = end == 0 && mayBeEnd != steps.end() ? mayBeEnd->line : end;
     std::vector<FailedComparison> comparisons;
     for (const Step &step : steps) {
-        if (!step.comparison || step.line < begin ||
-            (step.line != end && !areThere(*step.comparison)))
+        if (!step.comparison || step.line < begin || (step.line != end && !areThere(step, begin)))
             continue;
         comparisons.push_back(*step.comparison);
         FailedComparison &comparison = comparisons.back();

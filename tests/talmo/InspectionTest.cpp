@@ -129,11 +129,20 @@ TEST_F(InspectionTest, ComparisonsBeforeTheReportedLineAgreedInTheRun)
                                         "=compare a b 1\n");
     EXPECT_EQ(told(run), "line 16\n16: a, b 1: Files 'a' and 'b' differ on line 2, column 1; "
                          "1 differ, by 2; reported\n");
-    // Both comparisons say the same now, and nobody knows which one did in the run.
+    // Both comparisons say the same now; without proof the first one counts.
     EXPECT_EQ(told(withoutProof(run)),
         "line 12\n12: a, b 1: Files 'a' and 'b' differ on line 2, column 1; 1 differ, by 2; "
-        "reported\n"
-        "16: a, b 1: Files 'a' and 'b' differ on line 2, column 1; 1 differ, by 2\n");
+        "reported\n");
+}
+
+TEST_F(InspectionTest, FilesThatTheRunDidNotWriteAnyMoreAreNotCompared)
+{
+    EXPECT_EQ(told(runOf(files + "=exists none\n=compare a c\n=file ./c\n1\n2\n=compare a c\n"
+                                 "=compare c a\n=compare a b\n=testbeam b 0 1 2 0 1 2 0 13 100\n"
+                                 "=compare a b\n")),
+        "line 11\n12: a, c: Files 'a' and 'c' differ at line 1; 2 differ\n"
+        "18: a, b: Files 'a' and 'b' differ at line 2; 1 differ\n");
+    EXPECT_EQ(told(runOf("=run mkdir c\n" + files + "=compare a c\n")), "line 9\n");
 }
 
 TEST_F(InspectionTest, NothingIsRunWrittenOrPrinted)
