@@ -19,7 +19,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <optional>
+#include <vector>
 
 namespace Talmo
 {
@@ -74,6 +76,42 @@ bool isOurs(std::string_view head)
         rows.begin(), rows.end(), [head](const ReportFormat &row) { return row.isOurs(head); });
 }
 
+/// Tells which scripts are still there.
+class Scripts
+{
+public:
+    /// Looks for them in \a suite and where the runs of \a now and \a old were made.
+    Scripts(const QByteArray &suite, const Source &now, const Source &old)
+        : folders{suite}
+    {
+        for (const Source *const source : {&now, &old})
+            std::copy_if(source->places.begin(), source->places.end(), std::back_inserter(folders),
+                [](const QByteArray &place) { return !place.isNull(); });
+        std::sort(folders.begin(), folders.end());
+        folders.erase(std::unique(folders.begin(), folders.end()), folders.end());
+        const std::vector<RunRecord> &runs = now.results.runs;
+        isSuiteHere = std::any_of(
+            runs.begin(), runs.end(), [this](const RunRecord &run) { return isFound(run.script); });
+    }
+
+    /// Whether \a script is there, as far as anybody knows: the suite may be on another machine,
+    /// and a test of somebody else has none.
+    bool mayBeThere(const QString &script) const
+    {
+        return script.isEmpty() || !isSuiteHere || isFound(script);
+    }
+
+private:
+    bool isFound(const QString &script) const
+    {
+        return std::any_of(folders.begin(), folders.end(),
+            [&script](const QByteArray &folder) { return !scriptPlaces(folder, script).empty(); });
+    }
+
+    std::vector<QByteArray> folders;
+    bool isSuiteHere = false;
+};
+
 /// "talmo report" from its options to its exit status.
 class ReportCommand
 {
@@ -96,8 +134,7 @@ private:
     const ReportFormat *format = nullptr;
     QByteArray suite; ///< the directory that is looked at
     Source now;
-    std::optional<RunResults> before;
-    QString nameOfBefore;
+    std::optional<Source> old;
 };
 
 int ReportCommand::perform()
@@ -107,13 +144,15 @@ int ReportCommand::perform()
         return line.refuse(problem);
     if (line.isSet(outputOption))
         say(now.description);
-    Report report = makeReport(std::move(now), suite);
-    const QByteArray &folder = suite;
-    if (before) {
-        report.changes = changesBetween(*before, report.results,
-            [&folder](const QString &script) { return !scriptPlaces(folder, script).empty(); });
-        report.changes->old = nameOfBefore;
+    std::optional<Changes> changes;
+    if (old) {
+        const Scripts scripts(suite, now, *old);
+        changes = changesBetween(old->results, now.results,
+            [&scripts](const QString &script) { return scripts.mayBeThere(script); });
+        changes->old = old->description;
     }
+    Report report = makeReport(std::move(now), suite);
+    report.changes = std::move(changes);
     if (line.isSet(versionOption))
         report.versions = versionsOf(report.results);
     return write(report) ? AllIsWell : AtFault;
@@ -171,24 +210,20 @@ bool ReportCommand::readLastRun(QString &problem)
 /// Reads the results to compare with, if there are any.
 bool ReportCommand::readOld(QString &problem)
 {
-    RunResults old;
+    Source source;
     if (line.isSet(compareOption)) {
-        Source source;
-        const QString name = line.value(compareOption);
-        if (!readSource(name, SystemOut::PassedOver, source, problem))
+        if (!readSource(line.value(compareOption), SystemOut::PassedOver, source, problem))
             return false;
-        nameOfBefore = source.description;
-        old = std::move(source.results);
-    } else if (!line.positionalArguments().isEmpty() ||
-               !readBefore(now.results, suite, old, problem)) {
+    } else if (line.positionalArguments().isEmpty() &&
+               readBefore(now.results, suite, source.results, problem)) {
+        source.description = QStringLiteral("the run of ") + source.results.started;
+    } else {
         if (!problem.isNull()) // nobody asked for it
             say(QStringLiteral("nothing is compared: ") + problem);
         problem = QString();
         return true;
-    } else {
-        nameOfBefore = QStringLiteral("the run of %1").arg(old.started);
     }
-    before = std::move(old);
+    old = std::move(source);
     return true;
 }
 
