@@ -58,6 +58,33 @@ bool openPlain(LineReader &lines, const QString &name)
     return true;
 }
 
+/// What a prepared file goes through; null where nothing is done.
+struct Steps {
+    const PreparedText *filtered = nullptr;
+    const PreparedText *sorted = nullptr;
+};
+
+/// Opens \a name as \a preparation makes it read; none if it cannot be read.
+std::optional<Steps> open(LineReader &lines, const QString &name, const Preparation &preparation)
+{
+    Steps steps;
+    if (preparation.isNone())
+        return openPlain(lines, name) ? std::make_optional(steps) : std::nullopt;
+    auto text = std::make_unique<LineReader>();
+    if (!openPlain(*text, name))
+        return {};
+    std::unique_ptr<PreparedText> prepared = filteredText(std::move(text), preparation);
+    steps.filtered = prepared.get();
+    if (!preparation.sort.isNull()) {
+        auto unsorted = std::make_unique<LineReader>();
+        unsorted->readFrom(std::move(prepared));
+        prepared = sortedText(std::move(unsorted), preparation.sort);
+        steps.sorted = prepared.get();
+    }
+    lines.readFrom(std::move(prepared));
+    return steps;
+}
+
 } // namespace
 
 size_t columnOf(const QString &text, const QStringList &names, size_t count, QString &problem)
@@ -82,27 +109,21 @@ size_t columnOf(const QString &text, const QStringList &names, size_t count, QSt
     return number;
 }
 
+bool openPrepared(LineReader &lines, const QString &name, const Preparation &preparation)
+{
+    return open(lines, name, preparation).has_value();
+}
+
 bool ComparedFile::open(const QString &name, const Preparation &preparation)
 {
     fileName = name;
-    if (preparation.isNone()) {
-        isOpen = openPlain(lines, name);
-        return isOpen;
+    const std::optional<Steps> steps = Talmo::open(lines, name, preparation);
+    isOpen = steps.has_value();
+    if (isOpen) {
+        filtered = steps->filtered;
+        sorted = steps->sorted;
     }
-    auto text = std::make_unique<LineReader>();
-    isOpen = openPlain(*text, name);
-    if (!isOpen)
-        return false;
-    std::unique_ptr<PreparedText> prepared = filteredText(std::move(text), preparation);
-    filtered = prepared.get();
-    if (!preparation.sort.isNull()) {
-        auto unsorted = std::make_unique<LineReader>();
-        unsorted->readFrom(std::move(prepared));
-        prepared = sortedText(std::move(unsorted), preparation.sort);
-        sorted = prepared.get();
-    }
-    lines.readFrom(std::move(prepared));
-    return true;
+    return isOpen;
 }
 
 QString ComparedFile::failure() const

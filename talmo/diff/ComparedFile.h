@@ -30,6 +30,10 @@ struct Preparation {
 /// into \a problem, if there is none among \a count columns.
 size_t columnOf(const QString &text, const QStringList &names, size_t count, QString &problem);
 
+/// Opens \a name as \a preparation makes it read; "-" is standard input. Returns false if it cannot
+/// be read.
+bool openPrepared(LineReader &lines, const QString &name, const Preparation &preparation);
+
 /// One of the two files, as it is compared.
 class ComparedFile
 {

@@ -3,6 +3,8 @@
 #include "CommandLine.h"
 #include "Needs.h"
 #include "commandTable.h"
+#include "plot.h"
+#include "replacing.h"
 #include "talmo/Numbers.h"
 
 #include <algorithm>
@@ -40,6 +42,9 @@ const OptionRow optionRows[] = {
     {"ignore-extra-lines", nullptr, false, "One file may have more lines than the other."},
     {"lines", "N", false, "Shows the first N lines that differ; the default is 10."},
     {"json", nullptr, false, "Prints everything as one JSON document."},
+    {"plot", "FILE.svg", false,
+        "Draws the columns that differ as a picture, for which both files are read again."},
+    {"x", "COLUMN", false, "Draws them over this column instead of the line number."},
 };
 
 const OptionRow *rowOf(const QString &name)
@@ -118,6 +123,7 @@ private:
     QString pattern(const char *option);
     void readPreparation(DiffRequest &target);
     void readRest(DiffRequest &target);
+    void readPlot(DiffRequest &target);
 
     const CommandLine &line;
     QString problem;
@@ -226,10 +232,31 @@ void Reading::readRest(DiffRequest &target)
     target.comparesNumbers = !target.tolerances.isEmpty() || has("relative") ||
                              has("relative-to-column") || has("tolerance") || has("columns") ||
                              has("widths") || has("sort");
-    const bool readsTwice = has("relative-to-column");
-    if (readsTwice && (target.file1 == QLatin1String("-") || target.file2 == QLatin1String("-")))
-        object(QStringLiteral("--relative-to-column reads the files twice, and standard input can "
-                              "be read only once"));
+    readPlot(target);
+    for (const char *const option : {"relative-to-column", "plot"}) {
+        const bool isInput =
+            target.file1 == QLatin1String("-") || target.file2 == QLatin1String("-");
+        if (has(option) && isInput)
+            object(QStringLiteral("--%1 reads the files again, and standard input can be read "
+                                  "only once")
+                       .arg(QLatin1String(option)));
+    }
+}
+
+void Reading::readPlot(DiffRequest &target)
+{
+    if (has("x") && !has("plot"))
+        object(QStringLiteral("--x is about the picture of --plot, which is missing"));
+    if (has("plot") && !target.comparesNumbers)
+        object(QStringLiteral("--plot draws numbers, and without tolerances text is compared"));
+    if (has("x"))
+        target.plotX = valueOf("x");
+    if (!has("plot"))
+        return;
+    target.plot = valueOf("plot");
+    const QString obstacle = problemOfReplacing(target.plot, isPlot, QStringLiteral("a picture"));
+    if (!obstacle.isNull())
+        object(obstacle);
 }
 
 void describeOptions(CommandLine &line)

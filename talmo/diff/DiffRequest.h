@@ -26,6 +26,8 @@ struct DiffRequest {
     bool comparesNumbers = false; ///< column by column, and not byte by byte
     bool isJson = false;
     size_t keptLines = 10;
+    QString plot;  ///< the file for a picture; null if there is to be none
+    QString plotX; ///< the column over which the picture is drawn; null for the line number
 
     /// True if the files are compared as "=compare" would compare them with some tolerances.
     bool isPlain() const { return preparation.isNone() && !ignoresExtraLines; }
@@ -47,6 +49,7 @@ struct DiffResult {
     DiffRequest request;
     Tolerances tolerances;
     Survey survey;
+    size_t plotX = 0; ///< the column over which a picture is drawn, from 1; 0 for the line number
     bool mayReadAgain = false; ///< both files are regular files and are compared as they are
 };
 

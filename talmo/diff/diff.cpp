@@ -6,6 +6,7 @@
 #include "DiskFile.h"
 #include "commandTable.h"
 #include "diffOutput.h"
+#include "diffPlot.h"
 
 #include <cstdio>
 #include <new>
@@ -62,15 +63,23 @@ struct FilePair {
     }
 };
 
+/// Why what \a request asks for is not possible with files like these; null if it is.
+QString problemOfReadingAgain(const DiffRequest &request)
+{
+    const char *const option = request.relativeToColumn > 0 ? "relative-to-column" : "plot";
+    if (request.relativeToColumn == 0 && request.plot.isNull())
+        return {};
+    for (const QString &name : {request.file1, request.file2}) {
+        if (!mayReadAgain(name))
+            return QStringLiteral("--%1 reads the files again, and '%2' can be read only once")
+                .arg(QLatin1String(option), name);
+    }
+    return {};
+}
+
 /// Reads both files for the largest magnitudes in \a rules. Returns what is wrong, or null.
 QString readMagnitudes(const DiffRequest &request, Rules &rules)
 {
-    for (const QString &name : {request.file1, request.file2}) {
-        if (!mayReadAgain(name))
-            return QStringLiteral(
-                "--relative-to-column reads the files twice, and '%1' can be read only once")
-                .arg(name);
-    }
     FilePair files;
     QString problem = files.open(request);
     if (!problem.isNull())
@@ -97,6 +106,8 @@ QString compare(DiffResult &result)
     const DiffRequest &request = result.request;
     FilePair files;
     QString problem = files.open(request);
+    if (problem.isNull())
+        problem = problemOfReadingAgain(request);
     if (!problem.isNull())
         return problem;
     LineReader &lines1 = files.file1.lines;
@@ -110,6 +121,11 @@ QString compare(DiffResult &result)
         return objection.isNull() ? problem : objection;
     }
     result.tolerances = *tolerances;
+    if (!request.plotX.isNull()) {
+        result.plotX = columnOf(request.plotX, head.names, head.columns, problem);
+        if (result.plotX == 0)
+            return QStringLiteral("--x: ") + problem;
+    }
     Rules rules;
     rules.tolerances = tolerances->values;
     rules.relative = request.relative;
@@ -137,6 +153,9 @@ int perform(const DiffRequest &request)
                           mayReadAgain(request.file1) && mayReadAgain(request.file2);
     const QByteArray output = request.isJson ? jsonOf(result) : textOf(result, styleOfOutput());
     std::fwrite(output.constData(), 1, static_cast<size_t>(output.size()), stdout);
+    QString obstacle;
+    if (!request.plot.isNull() && !savePlot(result, obstacle))
+        std::fprintf(stderr, "talmo: diff: %s\n", qPrintable(obstacle));
     return result.survey.agree() ? AllIsWell : AtFault;
 }
 

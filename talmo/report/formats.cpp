@@ -1,6 +1,7 @@
 #include "formats.h"
 
 #include "JUnit.h"
+#include "htmlReport.h"
 #include "jsonReport.h"
 #include "junitReport.h"
 #include "markdown.h"
@@ -13,6 +14,7 @@ namespace Talmo
 const std::vector<ReportFormat> &reportFormats()
 {
     static const std::vector<ReportFormat> rows = {
+        {"html", ".html", writeHtml, isHtmlReport},
         {"markdown", ".md", writeMarkdown, isMarkdownReport},
         {"junit", ".xml", writeJUnitReport, isResultFile},
         {"json", ".json", writeJson, isJsonReport},

@@ -51,6 +51,8 @@ public:
     bool open(const PlotRequest &request)
     {
         hashMark.split("#");
+        if (request.open)
+            return request.open(reader1, request.file1) && request.open(reader2, request.file2);
         return reader1.open(request.file1) && reader2.open(request.file2);
     }
 
@@ -249,6 +251,13 @@ bool writePlot(const PlotRequest &request, QIODevice &device, QString &problem)
     plotter.plot.label1 = request.file1;
     plotter.plot.label2 = request.file2;
     return plotter.read(problem) && write(plotter.plot, /*isAlone=*/true, device);
+}
+
+bool isPlot(std::string_view head)
+{
+    constexpr std::string_view beginning =
+        R"(<svg xmlns="http://www.w3.org/2000/svg" class="talmo-plot")";
+    return head.substr(0, beginning.size()) == beginning;
 }
 
 bool writePlotElement(const PlotRequest &request, const QString &label1, const QString &label2,

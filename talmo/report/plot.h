@@ -1,9 +1,13 @@
 #pragma once
 
+#include "LineReader.h"
+
 #include <QString>
 #include <QStringList>
 
 #include <cstddef>
+#include <functional>
+#include <string_view>
 #include <vector>
 
 class QIODevice;
@@ -19,6 +23,8 @@ struct PlotRequest {
     QStringList names;              ///< of the columns, from the first on; may be empty
     size_t x = 0;                   ///< 0: over the line number, else over this column, from 1
     int width = 800;                ///< of the picture, in pixels
+    /// Opens file1 or file2 as it is to be read. None: as it is.
+    std::function<bool(LineReader &lines, const QString &name)> open = {};
 };
 
 /// Writes a picture as a document of SVG: for each column the curves of both files and, below them,
@@ -28,6 +34,9 @@ struct PlotRequest {
 /// False if a file cannot be read; \a problem then says why. Also false, with no problem, if \a
 /// device cannot be written: whoever opened it knows the reason, as saveFile does.
 bool writePlot(const PlotRequest &request, QIODevice &device, QString &problem);
+
+/// Whether a file is a picture that writePlot wrote: \a head is its beginning.
+bool isPlot(std::string_view head);
 
 /// Writes the same as an element for a page that has plotRules in its style sheet and gives the
 /// variables in them values. In it, the files are called \a label1 and \a label2.

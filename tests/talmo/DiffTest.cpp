@@ -590,16 +590,63 @@ TEST_F(DiffTest, ReadsStandardInputAndPipes)
         0);
     expectRefused({"-", "-"}, "only one of the files can be '-', standard input");
     expectRefused({"-", "a", "--relative-to-column", "1"},
-        "--relative-to-column reads the files twice, and standard input can be read only once");
+        "--relative-to-column reads the files again, and standard input can be read only once");
     const Outcome pipe = shell("\"$TALMO\" diff a <(cat b) --relative-to-column 1");
     EXPECT_TRUE(pipe.errors.startsWith(
-        "talmo: diff: --relative-to-column reads the files twice, and '/dev/fd/"));
+        "talmo: diff: --relative-to-column reads the files again, and '/dev/fd/"));
     EXPECT_EQ(pipe.status, 2);
     const Outcome closed = shell("\"$TALMO\" diff - a 0 <&-");
     EXPECT_EQ(closed.status, 1);
     const Outcome directory = shell("\"$TALMO\" diff - a 0 <.");
     EXPECT_EQ(directory.errors, "talmo: diff: cannot read 'standard input'\n");
     EXPECT_EQ(directory.status, 2);
+}
+
+TEST_F(DiffTest, DrawsTheColumnsThatDiffer)
+{
+    write("a", "# x y z\n1 2 3\n2 4 5\nskip\n3 6 7\n");
+    write("b", "# x y z\n1 2 3\nskip\n2 4.5 5\n3 6 7\n");
+    const QStringList call = {"diff", "a", "b", "0", "0", "0", "--skip", "skip", "--plot", "p.svg"};
+    EXPECT_EQ(run(call).status, 1);
+    const QByteArray picture = read("p.svg");
+    EXPECT_EQ(picture.count("<title>"), 1);
+    EXPECT_TRUE(picture.contains("<title>Column 2: y of 'a' and 'b'</title>"))
+        << picture.toStdString();
+    EXPECT_TRUE(picture.contains("over line,"));
+    EXPECT_EQ(run(call + QStringList({"--x", "z"})).status, 1); // it may be replaced
+    EXPECT_TRUE(read("p.svg").contains("over column 3: z,"));
+
+    const Outcome same = run({"diff", "a", "a", "0", "--skip", "skip", "--plot", "q.svg"});
+    EXPECT_EQ(
+        same.errors, "talmo: diff: no column of numbers differs, so 'q.svg' was not written\n");
+    EXPECT_EQ(same.status, 0);
+    EXPECT_FALSE(exists("q.svg"));
+}
+
+TEST_F(DiffTest, RefusesPicturesThatItCannotMake)
+{
+    write("a", "1 2\n");
+    write("b", "1 3\n");
+    write("notes.svg", "<svg>mine</svg>\n");
+    QDir(work).mkdir("folder");
+    const struct {
+        QStringList arguments;
+        QByteArray reason;
+    } rows[] = {
+        {{"--plot", "p.svg"}, "--plot draws numbers, and without tolerances text is compared"},
+        {{"0", "0", "--x", "1"}, "--x is about the picture of --plot, which is missing"},
+        {{"0", "0", "--plot", "p.svg", "--x", "3"},
+            "--x: there is no column 3; the first line with data has 2"},
+        {{"0", "0", "--plot", "notes.svg"},
+            "cannot write 'notes.svg': It holds something else than a picture of talmo"},
+        {{"0", "0", "--plot", "folder"}, "cannot write 'folder': Is a directory"},
+        {{"0", "0", "--plot", "none/p.svg"},
+            "cannot write 'none/p.svg': No such file or directory"},
+    };
+    for (const auto &row : rows)
+        expectRefused(QStringList({"a", "b"}) + row.arguments, row.reason);
+    expectRefused({"-", "a", "0", "--plot", "p.svg"},
+        "--plot reads the files again, and standard input can be read only once");
 }
 
 TEST_F(DiffTest, SaysWhatIsNoComparison)
