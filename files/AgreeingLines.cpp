@@ -237,6 +237,20 @@ size_t equalLines(std::string_view text1, std::string_view text2)
 
 } // namespace
 
+bool readColumns(
+    std::string_view line, const std::vector<double> &tolerances, std::vector<double> &values)
+{
+    values.resize(tolerances.size());
+    const char *text = line.data();
+    for (size_t column = 0; column < tolerances.size(); ++column) {
+        const char *const word = skipBlanks(text);
+        text = tolerances[column] < 0 ? passWord(word) : readNumber(word, values[column]);
+        if (text == nullptr)
+            return false;
+    }
+    return true;
+}
+
 qint64 passEqualLines(LineReader &file1, LineReader &file2)
 {
     qint64 count = 0;

@@ -17,4 +17,11 @@ qint64 passEqualLines(LineReader &file1, LineReader &file2);
 qint64 passAgreeingLines(
     LineReader &file1, LineReader &file2, const std::vector<double> &tolerances);
 
+/// Reads the columns of \a line into \a values, one for each of \a tolerances; that of a column
+/// with a negative tolerance means nothing. False only says that the caller must look closer, as a
+/// line of numbers between usual blanks that a LineReader gives never needs. Reads up to
+/// LineReader::padding bytes beyond the line.
+bool readColumns(
+    std::string_view line, const std::vector<double> &tolerances, std::vector<double> &values);
+
 } // namespace Talmo

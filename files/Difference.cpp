@@ -79,6 +79,7 @@ private:
     bool readPair();
     Walk judgePair();
     Walk judgeBytes() const;
+    Walk judgeNumbers();
     Walk judgeEachColumn();
     Walk judgeLengths();
 
@@ -90,6 +91,8 @@ private:
     LinePair lines;
     Words words1; // kept from pair to pair with their memory
     Words words2;
+    std::vector<double> values1; // as well
+    std::vector<double> values2;
 };
 
 /// Passes what surely agrees, and reads the next line of each file; false if neither has one, or if
@@ -110,7 +113,11 @@ Walk PairWalk::judgePair()
 {
     if (lengths.lines1 != lengths.lines2)
         return judgeLengths();
-    return tolerances.empty() ? judgeBytes() : judgeEachColumn();
+    if (tolerances.empty())
+        return judgeBytes();
+    const bool areNumbers = readColumns(lines.line1, tolerances, values1) &&
+                            readColumns(lines.line2, tolerances, values2);
+    return areNumbers ? judgeNumbers() : judgeEachColumn();
 }
 
 Walk PairWalk::judgeBytes() const
@@ -118,6 +125,22 @@ Walk PairWalk::judgeBytes() const
     if (lines.line1 == lines.line2)
         return Walk::GoesOn;
     return onDifference({Difference::Text, lengths.lines1}, lines);
+}
+
+/// Judges a pair of lines whose columns are surely numbers, which were read the quick way.
+Walk PairWalk::judgeNumbers()
+{
+    for (size_t column = 0; column < tolerances.size(); ++column) {
+        if (tolerances[column] < 0 ||
+            !(std::fabs(values1[column] - values2[column]) > tolerances[column]))
+            continue;
+        Difference difference =
+            tooFarApart(column + 1, values1[column], values2[column], tolerances[column]);
+        difference.line = lengths.lines1;
+        if (onDifference(difference, lines) == Walk::Stops)
+            return Walk::Stops;
+    }
+    return Walk::GoesOn;
 }
 
 Walk PairWalk::judgeEachColumn()
