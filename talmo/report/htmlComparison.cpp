@@ -55,15 +55,15 @@ QString sufficientOf(const ColumnSurvey &column)
     return column.sufficient ? exactly(*column.sufficient) : QStringLiteral("none");
 }
 
-/// The words for what is wrong with lines, in the order of Difference::Kind.
+/// The words for what is wrong, in the order of Difference::Kind.
 const char *const kindWords[] = {
     nullptr,
-    "missing in one file",
-    "differ as text",
-    "a comment in one file only",
-    "with too few columns",
-    "with a word that is no number",
-    "with numbers too far apart",
+    "lines that only one file has",
+    "lines that differ as text",
+    "lines with a comment in one file only",
+    "lines with too few columns",
+    "words that are no number",
+    "pairs of numbers too far apart",
 };
 static_assert(std::size(kindWords) == Difference::Value + 1);
 

@@ -1,9 +1,10 @@
-// A row for each script, a column for each program that occurs, and one for runs without a program.
+// A row for each script, a column for each program of these, and one for runs without a program.
 // Scripts with a failure come first. The others are folded: there may be thousands.
 
 #include "htmlSections.h"
 
 #include <QHash>
+#include <QSet>
 #include <QStringList>
 
 #include <algorithm>
@@ -63,16 +64,19 @@ std::vector<Row> rowsOf(const std::vector<RunRecord> &runs)
     return rows;
 }
 
-/// The programs that occur, in the order of the runs. A null one stands for runs without a program.
-QStringList programsOf(const std::vector<RunRecord> &runs)
+/// The programs that occur in \a rows, in the order of the runs. A null one stands for runs without
+/// a program.
+QStringList programsOf(const std::vector<Row> &rows)
 {
     QStringList programs;
-    QHash<QString, bool> known;
-    for (const RunRecord &run : runs) {
-        if (run.state == RunState::Skipped || known.contains(run.program))
-            continue;
-        known.insert(run.program, true);
-        programs += run.program;
+    QSet<QString> known;
+    for (const Row &row : rows) {
+        for (const RunRecord *const run : row.runs) {
+            if (run->state == RunState::Skipped || known.contains(run->program))
+                continue;
+            known.insert(run->program);
+            programs += run->program;
+        }
     }
     return programs;
 }
@@ -89,63 +93,40 @@ QString reasonOf(const Row &row)
     return {};
 }
 
+/// A table of some of the scripts.
 class Matrix
 {
 public:
-    Matrix(const Report &report, const SectionIds &someSections, HtmlWriter &writer)
-        : rows(rowsOf(report.results.runs))
-        , programs(programsOf(report.results.runs))
+    Matrix(const std::vector<Row> &someRows, const SectionIds &someSections, HtmlWriter &writer)
+        : rows(someRows)
+        , programs(programsOf(someRows))
         , sections(someSections)
         , html(writer)
     {
     }
 
-    void write();
+    void write(const char *label, bool isOfFailures);
 
 private:
-    void writeTable(bool isOfFailures, const char *label);
     void writeHead(bool isOfFailures);
     void writeRow(const Row &row);
     void writeCell(const Row &row, const QString &program);
     void writeEnd(const RunRecord &run);
 
-    const std::vector<Row> rows;
+    const std::vector<Row> &rows;
     const QStringList programs;
     const SectionIds &sections;
     HtmlWriter &html;
 };
 
-void Matrix::write()
-{
-    qint64 failed = 0;
-    for (const Row &row : rows)
-        failed += row.hasFailed;
-    const qint64 others = static_cast<qint64>(rows.size()) - failed;
-    html.open("section", {{"aria-labelledby", "runs"}});
-    html.element("h2", "Scripts and programs", {{"id", "runs"}});
-    html.open("div", {{"id", "filter"}});
-    html.close();
-    if (failed > 0)
-        writeTable(/*isOfFailures=*/true, "Scripts with a failure");
-    if (others > 0) {
-        html.open("details", {{"id", "others"}});
-        html.element("summary", countOf(others, "script") + QStringLiteral(" without a failure"));
-        writeTable(/*isOfFailures=*/false, "Scripts without a failure");
-        html.close();
-    }
-    html.close();
-}
-
-void Matrix::writeTable(bool isOfFailures, const char *label)
+void Matrix::write(const char *label, bool isOfFailures)
 {
     openScrolling(html, "div", QLatin1String(label));
     html.open("table", {{"class", "matrix"}});
     writeHead(isOfFailures);
     html.open("tbody");
-    for (const Row &row : rows) {
-        if (row.hasFailed == isOfFailures)
-            writeRow(row);
-    }
+    for (const Row &row : rows)
+        writeRow(row);
     html.close();
     html.close();
     html.close();
@@ -222,7 +203,25 @@ void Matrix::writeEnd(const RunRecord &run)
 
 void writeMatrix(const Report &report, const SectionIds &sections, HtmlWriter &html)
 {
-    Matrix(report, sections, html).write();
+    std::vector<Row> failed = rowsOf(report.results.runs);
+    const auto middle = std::stable_partition(
+        failed.begin(), failed.end(), [](const Row &row) { return row.hasFailed; });
+    const std::vector<Row> others(middle, failed.end());
+    failed.erase(middle, failed.end());
+    html.open("section", {{"aria-labelledby", "runs"}});
+    html.element("h2", "Scripts and programs", {{"id", "runs"}});
+    html.open("div", {{"id", "filter"}});
+    html.close();
+    if (!failed.empty())
+        Matrix(failed, sections, html).write("Scripts with a failure", /*isOfFailures=*/true);
+    if (!others.empty()) {
+        html.open("details", {{"id", "others"}});
+        html.element("summary", countOf(static_cast<qint64>(others.size()), "script") +
+                                    QStringLiteral(" without a failure"));
+        Matrix(others, sections, html).write("Scripts without a failure", /*isOfFailures=*/false);
+        html.close();
+    }
+    html.close();
 }
 
 } // namespace Talmo

@@ -163,7 +163,7 @@ TEST_F(HtmlReportTest, AFailureHasAllThatIsKnown)
         "   14  =compare out.dat ref.dat 0 1e-9 1e-6   \u2190 failed",
         "2 comparisons that fail",
         "=compare out.dat ref.dat 0 1e-09 1e-06 on line 14, which ended the run",
-        "with numbers too far apart, the first on line",
+        "pairs of numbers too far apart, the first on line",
         "This would pass: =compare out.dat ref.dat 0 1e-09 2e-04",
         "=compare other.dat ref.dat 0 1e-09 1e-09 on line 15",
         "Column 3: y",
