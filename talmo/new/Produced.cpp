@@ -42,7 +42,8 @@ QString readText(const QByteArray &path, QByteArray &text)
         return reasonOf(errno);
     if (file.size() > largestText)
         return QStringLiteral("it is larger than 10 MB");
-    text = file.read(largestText + 1);
+    text = file.read(file.size() + 1); // one more, in case that it is growing
+    text.squeeze();
     if (file.error() != QFileDevice::NoError)
         return file.errorString();
     return text.size() > largestText ? QStringLiteral("it is larger than 10 MB") : QString();

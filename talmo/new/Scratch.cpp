@@ -8,6 +8,7 @@
 #include <QFile>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 
 #include <sys/stat.h>
@@ -24,18 +25,44 @@ Scratch::~Scratch()
     removeDir(path);
 }
 
-bool Scratch::enter(QString &problem)
+/// Makes a directory with a path of its own, which becomes \a made.
+bool Scratch::make(QByteArray &made, QString &problem) const
 {
     const QByteArray usual = temporaryFolder();
     const QByteArray place = usual.startsWith('/') ? usual : workingDirectory() + '/' + usual;
-    before = openDirectory(".", asPlace);
-    QByteArray made = place + "/talmo-new-XXXXXX";
-    if (before.isOpen() && mkdtemp(made.data()) != nullptr)
-        path = made;
-    if (!path.isNull() && chdir(path) == 0)
+    made = path.isNull() ? place + "/talmo-new-XXXXXX" : path.left(path.size() - 6) + "XXXXXX";
+    if (mkdtemp(made.data()) != nullptr)
         return true;
     problem = QStringLiteral("cannot make a directory in '%1': %2")
                   .arg(QFile::decodeName(place), reasonOf(errno));
+    return false;
+}
+
+bool Scratch::enter(QString &problem)
+{
+    before = openDirectory(".", asPlace);
+    QByteArray made;
+    if (!make(made, problem))
+        return false;
+    path = made;
+    if (before.isOpen() && chdir(path) == 0)
+        return true;
+    problem = QStringLiteral("cannot enter '%1': %2").arg(QFile::decodeName(path), reasonOf(errno));
+    return false;
+}
+
+bool Scratch::move(QString &problem)
+{
+    QByteArray other;
+    if (!make(other, problem))
+        return false;
+    if (rename(path, other) == 0) { // it takes the place of the empty one
+        path = other;
+        return true;
+    }
+    problem =
+        QStringLiteral("cannot rename '%1': %2").arg(QFile::decodeName(path), reasonOf(errno));
+    rmdir(other);
     return false;
 }
 

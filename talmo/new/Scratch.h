@@ -22,7 +22,13 @@ public:
     /// Makes and enters the directory. False if that is not possible; \a problem then says why.
     bool enter(QString &problem);
 
+    /// Gives the directory, which stays the current one, another path. False if that is not
+    /// possible; \a problem then says why.
+    bool move(QString &problem);
+
 private:
+    bool make(QByteArray &made, QString &problem) const;
+
     QByteArray path;
     Descriptor before;
 };

@@ -1,5 +1,7 @@
 #include "Trial.h"
 
+#include "DiskFile.h"
+#include "ScriptFolder.h"
 #include "commands.h"
 #include "interruption.h"
 #include "saving.h"
@@ -29,11 +31,14 @@ bool Trial::write(const QByteArray &text)
 }
 
 /// Finds the one run of the script, in the way of all commands. The suite is the same at later
-/// runs: only the text of the script differs, and that is read by the run.
+/// runs: only the text of the script differs, which the run reads, and perhaps where it lies.
 bool Trial::findSuite()
 {
-    if (crew)
+    if (crew) {
+        suite.folder = suite.work = workingDirectory();
+        suite.scripts[0].path = suite.folder + '/' + systemName(script);
         return true;
+    }
     Selection selection;
     selection.filters = QStringList(filterFor(script));
     QStringList problems;

@@ -32,7 +32,7 @@ public:
     const QString &problem() const { return reason; }
     const QStringList &details() const { return record.details; }
 
-    /// The number of the script's line that failed, from 1; 0 if none did.
+    /// The number of the script's line that failed, from 1; 0 if none did, or the run was not made.
     qint64 line() const { return record.line; }
 
     /// What stays of the run for its user: programs that are still at work.

@@ -99,6 +99,10 @@ QString problemOfName(const QString &name)
     const auto isWild = [](QChar character) { return QStringLiteral("*?[]").contains(character); };
     if (std::any_of(name.begin(), name.end(), isWild))
         return is + QStringLiteral("the driver would take the name for a pattern");
+    constexpr int longestName = 255;
+    if (QFile::encodeName(name).size() > longestName - 100)
+        return is + QStringLiteral("with the programs behind it, the name is too long for the "
+                                   "directory of a run");
     struct stat status = {};
     if (lstat(systemName(name), &status) == 0)
         return QStringLiteral("'%1' is there already, and is not overwritten").arg(name);
@@ -133,10 +137,10 @@ private:
     bool writeCommand();
     int failed(const QString &sentence, const QStringList &details = {}) const;
     bool linkOutside();
-    int make(Trial &trial);
+    int make(Scratch &scratch, Trial &trial);
     void addOutputs(const QString &directory);
     void addOutput(const Produced &file, const QStringList &taken);
-    bool settle(Trial &trial, QString &problem);
+    bool settle(Scratch &scratch, Trial &trial, QString &problem);
     bool takeOut(const QString &directory);
     bool save(QString &problem) const;
     void report(const Trial &trial) const;
@@ -399,16 +403,19 @@ bool NewCommand::takeOut(const QString &directory)
 
 /// Runs the script until it passes, and takes out what differs. False if it does not come to pass;
 /// \a problem then says why.
-bool NewCommand::settle(Trial &trial, QString &problem)
+bool NewCommand::settle(Scratch &scratch, Trial &trial, QString &problem)
 {
     constexpr int mostRounds = 5;
     const auto linesBefore = draft.head().count('\n'); // up to the command, with it
     for (int round = 0; round < mostRounds; ++round) {
-        if (!trial.waitForLaterTime())
+        if (!trial.waitForLaterTime() || !scratch.move(problem))
             return false;
         const bool passed = trial.make(draft.text());
-        const bool isOfCommand = !passed && trial.line() <= linesBefore;
-        if (isOfCommand) {
+        if (!passed && trial.line() == 0) {
+            problem = QStringLiteral("no script was written: %1").arg(trial.problem());
+            return false;
+        }
+        if (!passed && trial.line() <= linesBefore) {
             problem = QStringLiteral("no script was written, since COMMAND does not always "
                                      "succeed: %1")
                           .arg(trial.problem());
@@ -471,14 +478,14 @@ void NewCommand::report(const Trial &trial) const
         std::puts(qPrintable(remark));
 }
 
-int NewCommand::make(Trial &trial)
+int NewCommand::make(Scratch &scratch, Trial &trial)
 {
     if (!trial.make(draft.head()))
         return failed(
             QStringLiteral("no script was written: %1").arg(trial.problem()), trial.details());
     addOutputs(trial.directory());
     QString problem;
-    if (!settle(trial, problem))
+    if (!settle(scratch, trial, problem))
         return failed(problem, trial.details());
     if (!interruption().isNull())
         return AtFault;
@@ -497,7 +504,7 @@ int NewCommand::perform()
     if (!scratch.enter(problem) || !linkOutside())
         return failed(problem.isNull() ? reasonOf(errno) : problem);
     Trial trial(name, draft.program, timeout);
-    return make(trial);
+    return make(scratch, trial);
 }
 
 } // namespace

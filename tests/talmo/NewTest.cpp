@@ -223,6 +223,23 @@ TEST_F(NewTest, NamesWhatDiffersFromRunToRun)
     EXPECT_TRUE(passes("test1"));
 }
 
+TEST_F(NewTest, NamesWhatDependsOnTheDirectory)
+{
+    const Outcome outcome = run({"new", "test1", "--", "pwd"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(outcome.output.contains("\n    pwd.out:1: '" + temporary.toUtf8() + '/'))
+        << outcome.output.toStdString();
+    EXPECT_EQ(read("test1"), "=pwd\n=run pwd\n=exists pwd.out\n");
+    EXPECT_TRUE(passes("test1"));
+}
+
+TEST_F(NewTest, TakesManyFiles)
+{
+    addProgram("model", "for i in $(seq 1500); do echo $i >f$i; done\n");
+    expectSuccess({"new", "test1", "--", "model"}, "wrote 'test1': 0 inputs, 1500 comparisons\n");
+    EXPECT_TRUE(passes("test1"));
+}
+
 TEST_F(NewTest, WritesNothingIfTheCommandFails)
 {
     addProgram("model", "echo before\necho 'no field map'\nexit 3\n");
@@ -329,6 +346,10 @@ TEST_F(NewTest, RefusesWrongCalls)
         {{"test*", "--", "true"},
             "'test*' can be no script: the driver would take the name for a pattern"},
         {{"a\nb", "--", "true"}, "'a\\x0ab' can be no script: the name has control characters"},
+        {{QString(200, 'a'), "--", "true"},
+            "'" + QByteArray(200, 'a') +
+                "' can be no script: with the programs behind it, the name is too long for the "
+                "directory of a run"},
         {{"test1", "--relative", "x", "--", "true"},
             "--relative takes a number from 0 to 1, not 'x'"},
         {{"test1", "--relative=-1", "--", "true"},
@@ -377,7 +398,10 @@ TEST_F(NewTest, LeavesNothingIfItIsInterrupted)
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         QFile::remove(work + "/pid");
         QProcess talmo;
-        startProcess(talmo, driver, {"new", "test1", "--", "stay", "pid"}, environment, work);
+        // Whoever runs this test may ignore the signal, as nohup does.
+        startProcess(talmo, "/usr/bin/env",
+            {"--default-signal=INT,TERM,HUP", driver, "new", "test1", "--", "stay", "pid"},
+            environment, work);
         while (!exists("pid") && talmo.state() != QProcess::NotRunning)
             talmo.waitForFinished(5);
         ASSERT_TRUE(exists("pid"));
