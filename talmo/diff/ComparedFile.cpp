@@ -68,7 +68,7 @@ struct Steps {
 std::optional<Steps> open(LineReader &lines, const QString &name, const Preparation &preparation)
 {
     Steps steps;
-    if (preparation.isNone())
+    if (preparation.isNone() && !preparation.hasFixedColumns)
         return openPlain(lines, name) ? std::make_optional(steps) : std::nullopt;
     auto text = std::make_unique<LineReader>();
     if (!openPlain(*text, name))

@@ -18,8 +18,11 @@ struct Preparation {
     QString to;
     QStringList skip;
     std::vector<size_t> widths; ///< of the fields at the front of a line; none for words
-    QString sort;               ///< the column, by number or name; null if there is none
+    /// No line may have more columns than the first one, because nobody said which to compare.
+    bool hasFixedColumns = false;
+    QString sort; ///< the column, by number or name; null if there is none
 
+    /// Whether the files are compared as they are.
     bool isNone() const
     {
         return from.isNull() && to.isNull() && skip.isEmpty() && widths.empty() && sort.isNull();

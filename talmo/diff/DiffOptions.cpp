@@ -76,9 +76,9 @@ QStringList sorted(const QStringList &arguments)
             continue;
         }
         options += *next;
-        const OptionRow *const row = rowOf(next->mid(2));
         const bool isLong = next->startsWith(QLatin1String("--"));
-        if (!isLong || row == nullptr || row->value == nullptr)
+        const OptionRow *const row = rowOf(next->mid(isLong ? 2 : 1)); // also "-x"
+        if (row == nullptr || row->value == nullptr)
             continue;
         if (next + 1 == arguments.end())
             return options; // its value is missing, which is said; "--" would be taken for it
@@ -232,6 +232,8 @@ void Reading::readRest(DiffRequest &target)
     target.comparesNumbers = !target.tolerances.isEmpty() || has("relative") ||
                              has("relative-to-column") || has("tolerance") || has("columns") ||
                              has("widths") || has("sort");
+    target.preparation.hasFixedColumns =
+        target.comparesNumbers && target.tolerances.isEmpty() && !has("columns");
     readPlot(target);
     for (const char *const option : {"relative-to-column", "plot"}) {
         const bool isInput =

@@ -76,7 +76,7 @@ bool FilteredText::readLine()
     while (text->readLine(next)) {
         ++linesRead;
         const bool stays = std::all_of(filters.begin(), filters.end(),
-            [&next](const auto &filter) { return filter->keeps(next); });
+            [this, &next](const auto &filter) { return filter->keeps(next, linesRead); });
         if (!stays)
             continue;
         note(++linesKept);
@@ -134,6 +134,8 @@ std::unique_ptr<PreparedText> filteredText(
         filters.push_back(skipFilter(preparation.skip));
     if (!preparation.widths.empty())
         filters.push_back(fieldFilter(preparation.widths));
+    if (preparation.hasFixedColumns)
+        filters.push_back(columnFilter());
     return std::make_unique<FilteredText>(std::move(text), std::move(filters));
 }
 

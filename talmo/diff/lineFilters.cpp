@@ -1,5 +1,6 @@
 #include "lineFilters.h"
 
+#include "Words.h"
 #include "talmo/RegExp.h"
 #include "utf8.h"
 
@@ -62,17 +63,15 @@ public:
     {
     }
 
-    bool keeps(std::string_view &line) override
+    bool keeps(std::string_view &line, qint64 /*number*/) override
     {
-        if (!isInside) {
-            const bool begins = hasFrom && from.matches(line);
-            fromWasFound = fromWasFound || begins;
-            // One line may be both headings. Then the block is empty.
-            isInside = begins && !ends(line);
-            return false;
-        }
-        isInside = !ends(line);
-        return isInside;
+        if (isInside && !ends(line))
+            return true;
+        // The end of a block may be the heading of the next one, but a heading is never the end of
+        // its own block: more is compared than if it were.
+        isInside = hasFrom && from.matches(line);
+        fromWasFound = fromWasFound || isInside;
+        return false;
     }
 
     QString problem() const override
@@ -110,7 +109,7 @@ public:
     {
     }
 
-    bool keeps(std::string_view &line) override
+    bool keeps(std::string_view &line, qint64 /*number*/) override
     {
         return std::none_of(patterns.begin(), patterns.end(),
             [line](const LinePattern &pattern) { return pattern.matches(line); });
@@ -162,7 +161,7 @@ public:
     {
     }
 
-    bool keeps(std::string_view &line) override
+    bool keeps(std::string_view &line, qint64 /*number*/) override
     {
         const auto *const first = std::find_if_not(line.begin(), line.end(), isBlank);
         if (first == line.end() || *first == '#')
@@ -187,7 +186,38 @@ private:
     std::string text;
 };
 
+class ColumnFilter : public LineFilter
+{
+public:
+    bool keeps(std::string_view &line, qint64 number) override
+    {
+        words.split(line);
+        if (words[0].substr(0, 1) == "#")
+            return true;
+        if (columns == 0)
+            columns = words.count();
+        if (words.count() > columns && sentence.isNull())
+            sentence = QStringLiteral("has %1 columns on line %2, and %3 on the first line with "
+                                      "data; choose what to compare by --columns, --from or --skip")
+                           .arg(QString::number(words.count()), QString::number(number),
+                               QString::number(columns));
+        return true;
+    }
+
+    QString problem() const override { return sentence; }
+
+private:
+    Words words;
+    size_t columns = 0;
+    QString sentence;
+};
+
 } // namespace
+
+std::unique_ptr<LineFilter> columnFilter()
+{
+    return std::make_unique<ColumnFilter>();
+}
 
 std::unique_ptr<LineFilter> blockFilter(const QString &from, const QString &to)
 {

@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QtGlobal>
 
 #include <memory>
 #include <string_view>
@@ -19,9 +20,9 @@ public:
     LineFilter &operator=(const LineFilter &) = delete;
     virtual ~LineFilter() = default;
 
-    /// Whether \a line stays. What it then reads may be another text, which is valid until the
-    /// next call.
-    virtual bool keeps(std::string_view &line) = 0;
+    /// Whether \a line, which has this \a number in its text, stays. What it then reads may be
+    /// another text, which is valid until the next call.
+    virtual bool keeps(std::string_view &line, qint64 number) = 0;
 
     /// Why a file that was passed to its end is not what the filter is for, as a sentence that
     /// goes on behind the file's name; null if all is well.
@@ -29,8 +30,9 @@ public:
 };
 
 /// Keeps the lines between a line that matches \a from and the next one that matches \a to, without
-/// these two, as often as there are any. Without \a from (null) the first block begins with the
-/// file, and there is no other; without \a to a block ends with the file.
+/// these two, as often as there are any. One line may end a block and begin the next one. Without
+/// \a from (null) the first block begins with the file, and there is no other; without \a to a
+/// block ends with the file.
 std::unique_ptr<LineFilter> blockFilter(const QString &from, const QString &to);
 
 /// Leaves out the lines that match one of \a patterns.
@@ -40,5 +42,9 @@ std::unique_ptr<LineFilter> skipFilter(const QStringList &patterns);
 /// becomes "_", and so does an empty field, so that neither is a number. What follows the last
 /// field stays as it is, and so do comments.
 std::unique_ptr<LineFilter> fieldFilter(const std::vector<size_t> &widths);
+
+/// Keeps all lines. It is a problem if a line has more columns than the first one that is no
+/// comment: whoever compares the columns of that one would not look at the others.
+std::unique_ptr<LineFilter> columnFilter();
 
 } // namespace Talmo

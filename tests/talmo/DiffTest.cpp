@@ -110,7 +110,7 @@ TEST_F(DiffTest, TakesNegativeNumbersForTolerances)
         expectAgreement({"a", "b", "0", number, number}, "3 lines, 1 column");
     expectAgreement({"a", "b", "-1", "-1", "1"}, "3 lines, 1 column");
     expectAgreement({"a", "b", "--", "0", "-1", "1"}, "3 lines, 2 columns");
-    expectRefused({"a", "b", "0", "-x"}, "unknown option 'x'");
+    expectRefused({"a", "b", "0", "-q"}, "unknown option 'q'");
     expectRefused({"a", "b", "--relative", "-1"}, "--relative takes a number from 0 on, not '-1'");
     write("-1", "1\n");
     write("--json", "1\n");
@@ -602,6 +602,29 @@ TEST_F(DiffTest, ReadsStandardInputAndPipes)
     EXPECT_EQ(directory.status, 2);
 }
 
+TEST_F(DiffTest, TakesALineForTheEndOfABlockAndTheBeginningOfTheNext)
+{
+    write("a", "head\n1\nhead\n2\nend\n3\n");
+    write("b", "head\n1\nhead\n2.5\nend\n4\n");
+    const Outcome outcome =
+        run({"diff", "a", "b", "0", "--from", "head", "--to", "head|end", "--lines", "0"});
+    EXPECT_TRUE(outcome.output.endsWith("\n1 of 2 lines differs; column 1 is the worst, by 0.5 on "
+                                        "line 4 with the tolerance 0\n"))
+        << outcome.output.toStdString();
+    EXPECT_EQ(outcome.status, 1);
+}
+
+TEST_F(DiffTest, ComparesNoLessThanAllColumnsIfNobodyChoosesAny)
+{
+    write("a", "# x\n\t1 2\n# a longer comment\n3 4 5\n");
+    write("b", "# x\n\t1 2\n# a longer comment\n3 4 6\n");
+    expectRefused({"a", "b", "--relative", "1e-9"},
+        "'a' has 3 columns on line 4, and 2 on the first line with data; choose what to compare by "
+        "--columns, --from or --skip");
+    expectAgreement({"a", "b", "--relative", "1e-9", "--columns", "1,2"}, "4 lines, 2 columns");
+    expectAgreement({"a", "b", "0", "0", "--relative", "1e-9"}, "4 lines, 2 columns");
+}
+
 TEST_F(DiffTest, DrawsTheColumnsThatDiffer)
 {
     write("a", "# x y z\n1 2 3\n2 4 5\nskip\n3 6 7\n");
@@ -613,7 +636,7 @@ TEST_F(DiffTest, DrawsTheColumnsThatDiffer)
     EXPECT_TRUE(picture.contains("<title>Column 2: y of 'a' and 'b'</title>"))
         << picture.toStdString();
     EXPECT_TRUE(picture.contains("over line,"));
-    EXPECT_EQ(run(call + QStringList({"--x", "z"})).status, 1); // it may be replaced
+    EXPECT_EQ(run(call + QStringList({"-x", "z"})).status, 1); // it may be replaced
     EXPECT_TRUE(read("p.svg").contains("over column 3: z,"));
 
     const Outcome same = run({"diff", "a", "a", "0", "--skip", "skip", "--plot", "q.svg"});
