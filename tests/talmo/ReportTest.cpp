@@ -268,6 +268,18 @@ TEST_F(ReportTest, TakesAJUnitFileOfCTest)
     EXPECT_EQ(failures[2].toObject()["obstacle"].toString(), "It is no run of talmo");
 }
 
+TEST_F(ReportTest, WhatCTestSaysOfATestCounts)
+{
+    write("f",
+        "<testsuite disabled=\"0\" skipped=\"0\" time=\"1\">\n"
+        "<testcase name=\"s.test1\" time=\"1\" status=\"run\"><system-out>test1: ***ERROR: x\n"
+        "\nFailed:\n  test1: x [test1.dir]\n\n1 run in 0.01 s: 0 passed, 1 failed, 0 known, "
+        "0 flaky, 0 skipped, 0 not run\n</system-out></testcase></testsuite>\n");
+    EXPECT_EQ(runsOf({"f"}), QStringList("s.test1: passed")); // as with the property WILL_FAIL
+    EXPECT_EQ(jsonReport({"f"})["runs"].toArray()[0].toObject()["remarks"].toArray(),
+        QJsonArray({"ctest says 'run' of it"}));
+}
+
 TEST_F(ReportTest, RefusesWhatIsNoResult)
 {
     expectRefused({}, "no talmo run was recorded in '" + work.toUtf8() + "'");
