@@ -1,6 +1,7 @@
 // talmo diff
 
 #include "RunFixture.h"
+#include "Sessions.h"
 
 #include <QDir>
 #include <QJsonArray>
@@ -737,26 +738,8 @@ TEST_F(DiffTest, NeedsNoMemoryForLargeFiles)
 
 TEST_F(DiffTest, TheSessionsOfTheManualAreTrue)
 {
-    QFile manual(QStringLiteral(MANUAL_OF_DIFF));
-    ASSERT_TRUE(manual.open(QIODevice::ReadOnly));
-    int sessions = 0;
-    for (const QByteArray &part : manual.readAll().replace("\n```\n", "\n```end\n").split('`')) {
-        const auto firstEnd = part.indexOf('\n');
-        const QByteArray first = part.left(firstEnd);
-        const QByteArray rest = part.mid(firstEnd + 1);
-        if (first.startsWith("file "))
-            write(first.mid(5), rest);
-        if (first != "session")
-            continue;
-        ++sessions;
-        const auto end = rest.indexOf('\n');
-        ASSERT_TRUE(rest.startsWith("$ talmo diff "));
-        const QStringList words = QString(rest.mid(8, end - 8)).split(' ');
-        const Outcome outcome = run(words);
-        EXPECT_EQ(outcome.output, rest.mid(end + 1));
-        EXPECT_EQ(outcome.errors, "");
-    }
-    EXPECT_EQ(sessions, 3);
+    addProgram("talmo", "exec '" + driver.toUtf8() + "' \"$@\"\n");
+    EXPECT_EQ(expectSessions(MANUAL_OF_DIFF, environment, work, folder.path()), 3);
 }
 
 TEST_F(DiffTest, KnowsTheNumbersOfLinesInLargeFiles)
