@@ -516,11 +516,11 @@ int newCommand(const QStringList &arguments)
                        "empty directory with the inputs, and must succeed."));
     addOptions(line);
     const auto separator = arguments.indexOf(QStringLiteral("--"));
-    if (const std::optional<int> status =
-            line.read(separator < 0 ? arguments : arguments.mid(0, separator)))
+    const QStringList own = separator < 0 ? arguments : QStringList(arguments.mid(0, separator));
+    if (const std::optional<int> status = line.read(own))
         return *status;
     noteInterruptions();
-    return NewCommand(line, separator < 0 ? QStringList() : arguments.mid(separator + 1)).perform();
+    return NewCommand(line, arguments.mid(own.size() + 1)).perform(); // behind the separator
 }
 
 } // namespace Talmo
