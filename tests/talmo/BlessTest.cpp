@@ -501,6 +501,38 @@ TEST_F(BlessTest, AsksGitWhetherSomethingWouldBeLost)
     expectBless({"--apply"}, "", refusal("git cannot tell whether it has uncommitted changes"), 1);
 }
 
+TEST_F(BlessTest, TakesNoSilenceOfGitForItsConsent)
+{
+    if (!QFile::exists("/usr/bin/git"))
+        GTEST_SKIP() << "there is no git";
+    addModels({"model"}, "1 2\n3 5\n");
+    write("test1", simple);
+    git({"init", "-q", "."});
+    write(".git/info/exclude", "test1\n");
+    EXPECT_EQ(make().status, 1);
+    const auto expectRefusal = [this](const QByteArray &reason) {
+        expectBless({"--apply"}, "",
+            "talmo: bless: test1: 'test1' cannot be replaced: " + reason +
+                "; --force replaces it all the same\n",
+            1);
+    };
+    expectRefusal("it was never committed to git"); // and is ignored
+    git({"add", "-f", "test1"});
+    git({"commit", "-q", "-m", "subject"});
+    git({"update-index", "--assume-unchanged", "test1"});
+    write("test1", simple + "#\n");
+    EXPECT_EQ(make().status, 1);
+    const QByteArray silence = "git cannot tell whether it has uncommitted changes";
+    expectRefusal(silence);
+    // As below a hook of git, whose repository is relative to another folder.
+    environment["GIT_DIR"] = "elsewhere/.git";
+    expectRefusal(silence);
+    environment.remove("GIT_DIR");
+    ASSERT_TRUE(QFile::rename(work + "/.git", work + "/kept"));
+    write(".git", "gitdir: /nowhere\n");
+    expectRefusal(silence);
+}
+
 TEST_F(BlessTest, WritesNothingWhileARunIsAtWork)
 {
     addModels({"model"}, "1 2\n3 5\n");
