@@ -15,6 +15,8 @@ namespace Talmo
 namespace
 {
 
+const char *const largestNumber = "1.7976931348623157e308";
+
 /// What the numbers of a column have in common.
 struct Column {
     double largest = 0; ///< magnitude
@@ -74,7 +76,10 @@ std::optional<std::vector<std::string>> tolerancesFor(const QString &name, doubl
     for (const Column &column : columns) {
         // The product may have been rounded up: 1e-9 times 1.5 shall be 1.5e-9, and not 1.6e-9.
         const double tolerance = std::nextafter(relative * column.largest, 0);
-        tolerances.push_back(column.isInteger ? "0" : toleranceFor(tolerance));
+        const std::string text = toleranceFor(tolerance);
+        // Two digits may be too large for a number. Without a word, the tolerances behind it would
+        // belong to other columns.
+        tolerances.push_back(column.isInteger ? "0" : text.empty() ? largestNumber : text);
     }
     return tolerances;
 }

@@ -56,6 +56,15 @@ protected:
 
 } // namespace
 
+TEST_F(NewTest, LeavesOutNoToleranceBeforeAnother)
+{
+    addProgram("model", "echo 1.79e308 2.5 >table\n");
+    expectScript({"test1", "--relative", "1", "--", "model"},
+        "wrote 'test1': 0 inputs, 1 comparison\n",
+        "=model\n=run model\n=file table.ref\n1.79e308 2.5\n"
+        "=compare table table.ref 1.7976931348623157e308 2.5\n");
+}
+
 TEST_F(NewTest, RecordsWhatACommandWritesAndPrints)
 {
     addProgram("model", "echo \"reading $1\"\n"
