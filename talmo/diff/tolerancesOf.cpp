@@ -143,6 +143,12 @@ std::optional<Tolerances> tolerancesOf(
         toNumber(text.toStdString(), value); // it was checked with the call
         tolerances.values.push_back(value);
     }
+    const auto isCompared = [](double value) { return value >= 0; };
+    if (!isAsCompare &&
+        std::none_of(tolerances.values.begin(), tolerances.values.end(), isCompared)) {
+        problem = QStringLiteral("all tolerances are negative, so no column is compared");
+        return {};
+    }
     return tolerances;
 }
 

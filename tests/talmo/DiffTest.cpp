@@ -296,6 +296,17 @@ TEST_F(DiffTest, BoundsWhatDiffPrints)
     EXPECT_EQ(lines.value(204), "5000 of 5000 lines differ, first line 1");
 }
 
+TEST_F(DiffTest, FindsNoAgreementInNoColumn)
+{
+    const QByteArray reason = "all tolerances are negative, so no column is compared";
+    expectRefused({"a", "b", "--columns", "2", "-1"}, reason);
+    expectRefused(
+        {"a", "b", "--tolerance", "1=-1", "--tolerance", "y=-1", "--tolerance", "3=-1"}, reason);
+    expectRefused({"a", "b", "-1", "--skip", "#"}, reason);
+    expectAgreement({"a", "b", "-1"}, "3 lines, 0 columns"); // as "=compare"
+    expectAgreement({"a", "b", "--columns", "1,2", "0", "-1"}, "3 lines, 1 column");
+}
+
 TEST_F(DiffTest, DoesWithoutDiff)
 {
     const QByteArray own =
