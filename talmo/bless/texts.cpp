@@ -1,6 +1,7 @@
 #include "texts.h"
 
 #include "anonymousFile.h"
+#include "systemDiff.h"
 
 #include <QProcess>
 
@@ -44,7 +45,6 @@ Survey surveyOfTexts(const QByteArray &text1, const QByteArray &text2,
 bool unifiedDiff(const QByteArray &before, const QString &labelBefore, const QByteArray &after,
     const QString &labelAfter, QByteArray &difference, QString &problem)
 {
-    constexpr int differ = 1;
     const TextFile file1(before);
     const TextFile file2(after);
     if (!file1.isWritten() || !file2.isWritten()) {
@@ -53,12 +53,10 @@ bool unifiedDiff(const QByteArray &before, const QString &labelBefore, const QBy
     }
     QProcess diff;
     diff.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    diff.start(QStringLiteral("diff"),
-        {QStringLiteral("-u"), QStringLiteral("--label"), labelBefore, QStringLiteral("--label"),
-            labelAfter, QStringLiteral("--"), file1.path(), file2.path()});
+    startSystemDiff(diff, {file1.path(), labelBefore}, {file2.path(), labelAfter});
     const bool hasEnded = diff.waitForStarted(-1) && diff.waitForFinished(-1);
     difference = diff.readAllStandardOutput();
-    if (hasEnded && diff.exitStatus() == QProcess::NormalExit && diff.exitCode() <= differ)
+    if (hasEnded && hasCompared(diff))
         return true;
     problem = QStringLiteral("the program 'diff' does not work");
     return false;

@@ -11,6 +11,8 @@ namespace Talmo
 namespace
 {
 
+const QString programName = QStringLiteral("diff");
+
 // Diff holds both files in memory, and may take a time that grows with the square of their lengths.
 constexpr qint64 mostBytes = 1 << 25;
 constexpr int mostMilliseconds = 10000;
@@ -40,11 +42,26 @@ bool takeLines(QProcess &process, SystemDiff &diff, size_t mostLines)
 
 } // namespace
 
+void startSystemDiff(QProcess &process, const DiffSide &side1, const DiffSide &side2,
+    const QStringList &furtherOptions)
+{
+    const QString label = QStringLiteral("--label");
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.start(programName, QStringList(QStringLiteral("-u")) + furtherOptions +
+                                   QStringList({label, side1.label, label, side2.label,
+                                       QStringLiteral("--"), side1.path, side2.path}));
+}
+
+bool hasCompared(const QProcess &process)
+{
+    constexpr int filesDiffer = 1;
+    return process.exitStatus() == QProcess::NormalExit && process.exitCode() <= filesDiffer;
+}
+
 SystemDiff systemDiff(const QString &name1, const QString &name2, size_t mostLines)
 {
     SystemDiff diff;
-    const QString program = QStandardPaths::findExecutable(QStringLiteral("diff"));
-    if (program.isEmpty()) {
+    if (QStandardPaths::findExecutable(programName).isEmpty()) {
         diff.problem = QStringLiteral("there is no 'diff' in the PATH");
         return diff;
     }
@@ -53,18 +70,14 @@ SystemDiff systemDiff(const QString &name1, const QString &name2, size_t mostLin
         return diff;
     }
     QProcess process;
-    process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(program,
-        {QStringLiteral("-u"), QStringLiteral("--strip-trailing-cr"), QStringLiteral("--label"),
-            name1, QStringLiteral("--label"), name2, QStringLiteral("--"), name1, name2});
+    startSystemDiff(
+        process, {name1, name1}, {name2, name2}, {QStringLiteral("--strip-trailing-cr")});
     const bool isInTime = process.waitForStarted() && takeLines(process, diff, mostLines);
     if (!isInTime || diff.isCut)
         process.kill();
     process.waitForFinished();
-    constexpr int filesDiffer = 1;
-    const bool isWell = diff.isCut || (process.exitStatus() == QProcess::NormalExit &&
-                                          process.exitCode() <= filesDiffer);
+    const bool isWell = diff.isCut || hasCompared(process);
     if (!isInTime)
         diff.problem = QStringLiteral("'diff' takes too long");
     else if (!isWell || diff.lines.empty())

@@ -2,11 +2,27 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <vector>
 
+class QProcess;
+
 namespace Talmo
 {
+
+/// A file for the system's diff, and what it is called there.
+struct DiffSide {
+    QString path;
+    QString label;
+};
+
+/// Starts the system's "diff -u" with \a furtherOptions about two files.
+void startSystemDiff(QProcess &process, const DiffSide &side1, const DiffSide &side2,
+    const QStringList &furtherOptions = {});
+
+/// Whether a diff that has ended could compare its files.
+bool hasCompared(const QProcess &process);
 
 /// What "diff -u" prints about two files.
 struct SystemDiff {
