@@ -36,8 +36,8 @@ struct BlessPlace {
 struct Candidate {
     const RunView *view;
     const RunComparison *comparison;
-    const ComparedFile *reference;
-    const ComparedFile *output;
+    const ComparedText *reference;
+    const ComparedText *output;
     bool isWanted; ///< the user asks for it
 
     const RunRecord &run() const { return *view->run; }
@@ -153,7 +153,7 @@ private:
     QString problemOfOthers(const Group &group, QStringList &remarks);
     QString problemOf(const Candidate &candidate, const Group &group, QStringList &remarks) const;
     void accept(const Candidate &candidate, const QStringList &remarks);
-    bool isOnly(const ComparedFile &file) const;
+    bool isOnly(const ComparedText &file) const;
 
     const std::vector<RunRecord> &runs;
     const BlessRequest &request;
@@ -196,7 +196,7 @@ bool Judge::uses(const RunRecord &run, const Candidate &candidate)
     return std::find(all.begin(), all.end(), reference) != all.end();
 }
 
-bool Judge::isOnly(const ComparedFile &file) const
+bool Judge::isOnly(const ComparedText &file) const
 {
     if (request.only.isNull() || file.name == request.only)
         return true;
@@ -208,8 +208,8 @@ bool Judge::isOnly(const ComparedFile &file) const
 
 void Judge::collect(const RunView &view, const RunComparison &comparison)
 {
-    const ComparedFile &file1 = comparison.file1;
-    const ComparedFile &file2 = comparison.file2;
+    const ComparedText &file1 = comparison.file1;
+    const ComparedText &file2 = comparison.file2;
     if (!isOnly(file1) && !isOnly(file2))
         return;
     if (comparison.expectedFailure) {

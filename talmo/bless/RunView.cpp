@@ -82,9 +82,9 @@ public:
 
 private:
     void add(const Invocation &invocation, qint64 end, RunView &view);
-    ComparedFile compared(const QString &name) const;
-    void findInside(const QString &name, ComparedFile &file) const;
-    void findOutside(const QString &name, ComparedFile &file) const;
+    ComparedText compared(const QString &name) const;
+    void findInside(const QString &name, ComparedText &file) const;
+    void findOutside(const QString &name, ComparedText &file) const;
     QString problemOfInput(const QString &name, qint64 line) const;
     QString withProgram(const QString &text) const;
 
@@ -135,9 +135,9 @@ void Viewer::add(const Invocation &invocation, qint64 end, RunView &view)
         view.comparisons.push_back(comparison);
 }
 
-ComparedFile Viewer::compared(const QString &name) const
+ComparedText Viewer::compared(const QString &name) const
 {
-    ComparedFile file;
+    ComparedText file;
     file.name = name;
     const QString clean = QDir::cleanPath(name);
     const bool isOutside =
@@ -158,7 +158,7 @@ QString Viewer::withProgram(const QString &text) const
 
 /// Finds out about the file \a name in the directory of the run. It is a reference if it is still
 /// as the script has written it. If it is not, something in the run has.
-void Viewer::findInside(const QString &name, ComparedFile &file) const
+void Viewer::findInside(const QString &name, ComparedText &file) const
 {
     const QString unread = read(systemName(name), file.text);
     int count = 0;
@@ -185,7 +185,7 @@ void Viewer::findInside(const QString &name, ComparedFile &file) const
 
 /// Finds out about the file \a name outside of the directory of the run. It is found from the
 /// directory of the suite, where the run was made.
-void Viewer::findOutside(const QString &name, ComparedFile &file) const
+void Viewer::findOutside(const QString &name, ComparedText &file) const
 {
     const bool isAbsolute = name.startsWith(QLatin1Char('/'));
     const QByteArray path =

@@ -26,7 +26,7 @@ struct Reference {
 };
 
 /// One of the two files of a "=compare".
-struct ComparedFile {
+struct ComparedText {
     QString name;                       ///< as the script has it, "$simProgram" replaced
     std::optional<Reference> reference; ///< if the script or the suite provides it
     QByteArray text;                    ///< what it holds
@@ -39,8 +39,8 @@ struct ComparedFile {
 /// not done matters.
 struct RunComparison {
     qint64 line = 0; ///< of the script, from 1
-    ComparedFile file1;
-    ComparedFile file2;
+    ComparedText file1;
+    ComparedText file2;
     std::vector<double> tolerances;
     std::optional<QString> expectedFailure; ///< the pattern of the "=ignore" before it
     bool mayBeBlessed = false; ///< it is the one that ended the run, or comes behind it
