@@ -319,6 +319,9 @@ int BlessCommand::apply()
 
 int BlessCommand::bless()
 {
+    // Otherwise each comparison would seem to fail.
+    if (!TextFile("room").isWritten())
+        return line.refuse(QStringLiteral("there is no room for temporary files"));
     proposals = proposalsOf(latest.runs, request);
     if (line.isSet(applyOption) && !line.isSet(forceOption))
         checkGit();

@@ -501,6 +501,18 @@ TEST_F(BlessTest, AsksGitWhetherSomethingWouldBeLost)
     expectBless({"--apply"}, "", refusal("git cannot tell whether it has uncommitted changes"), 1);
 }
 
+TEST_F(BlessTest, NeedsRoomForTemporaryFiles)
+{
+    addModels({"model"}, "1 2\n3 5\n");
+    write("test1", simple);
+    EXPECT_EQ(make().status, 1);
+    environment["TMPDIR"] = work + "/none";
+    const QByteArray errors = "talmo: bless: there is no room for temporary files\n";
+    expectBless({}, "", errors, 2);
+    expectBless({"--apply"}, "", errors, 2);
+    EXPECT_EQ(read("test1"), simple);
+}
+
 TEST_F(BlessTest, TakesNoSilenceOfGitForItsConsent)
 {
     if (!QFile::exists("/usr/bin/git"))
