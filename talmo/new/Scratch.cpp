@@ -22,7 +22,8 @@ Scratch::~Scratch()
     if (path.isNull())
         return;
     [[maybe_unused]] const bool isBack = fchdir(before.get()) == 0;
-    removeDir(path);
+    if (!removeDir(path))
+        std::fprintf(stderr, "talmo: new: cannot remove all of '%s'\n", path.constData());
 }
 
 /// Makes a directory with a path of its own, which becomes \a made.

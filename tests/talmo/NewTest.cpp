@@ -56,6 +56,22 @@ protected:
 
 } // namespace
 
+TEST_F(NewTest, SaysWhatItCannotRemove)
+{
+    if (!obeyPermissions())
+        GTEST_SKIP() << "permissions do not bind this user";
+    addProgram("model", "mkdir sub\n: >sub/file\nchmod 0 sub\n");
+    const Outcome outcome = run({"new", "test1", "--", "model"});
+    EXPECT_EQ(outcome.status, 1);
+    const QStringList left = filesFor(temporary);
+    ASSERT_EQ(left.size(), 1);
+    const QString path = temporary + '/' + left[0];
+    EXPECT_TRUE(
+        outcome.errors.endsWith("talmo: new: cannot remove all of '" + path.toUtf8() + "'\n"))
+        << outcome.errors.toStdString();
+    EXPECT_EQ(chmod(QFile::encodeName(path + "/test1.dir/sub"), 0700), 0);
+}
+
 TEST_F(NewTest, LeavesOutNoToleranceBeforeAnother)
 {
     addProgram("model", "echo 1.79e308 2.5 >table\n");
