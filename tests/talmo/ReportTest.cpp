@@ -34,6 +34,12 @@ protected:
         return foreseeable(outcome.output);
     }
 
+    /// The same as Markdown.
+    QByteArray markdown(const QStringList &arguments = {})
+    {
+        return report(QStringList({"--format", "markdown"}) + arguments);
+    }
+
     QByteArray foreseeable(const QByteArray &output) const
     {
         QString text = QString::fromUtf8(output);
@@ -90,7 +96,7 @@ TEST_F(ReportTest, TellsWhatFailedInTheLastRun)
 {
     writeSuite();
     EXPECT_EQ(make({"-j1"}).status, 1);
-    EXPECT_EQ(report(),
+    EXPECT_EQ(markdown(),
         "<!-- talmo report -->\n"
         "**4 runs: 1 passed, 1 failed, 1 known, 0 flaky, 1 skipped, 0 not run**\n\n"
         "<code>The last talmo run in 'WORK'</code>\n"
@@ -159,14 +165,14 @@ TEST_F(ReportTest, ComparesWithTheRunBefore)
         "newlyPassing": ["test3"], "slower": [], "stillFailing": ["test4", "test5"]})";
     EXPECT_EQ(QJsonDocument(changes).toJson(),
         QJsonDocument(QJsonDocument::fromJson(expected).object()).toJson());
-    EXPECT_TRUE(report().contains(
+    EXPECT_TRUE(markdown().contains(
         "\n### Changes\n\nCompared with <code>the run of MOMENT</code>\n\n| | runs | which "
         "|\n|---|---|---|\n"
         "| newly passing | 1 | <code>test3</code> |\n"
         "| still failing | 2 | <code>test4</code>, <code>test5</code> |\n"
         "| new | 1 | <code>test6</code> |\n"
         "| gone | 1 | <code>test2</code> |\n"))
-        << report().toStdString();
+        << markdown().toStdString();
 }
 
 TEST_F(ReportTest, ComparesWithAFile)
@@ -209,7 +215,7 @@ TEST_F(ReportTest, TakesWhatTheDriverHasPrinted)
     EXPECT_EQ(failures[2].toObject()["line"].toInt(), 6);
     EXPECT_EQ(failures[2].toObject()["comparisons"].toArray().size(), 2);
     EXPECT_EQ(failures[2].toObject()["rerun"].toString(), "cd " + work + " && talmo_test test5");
-    EXPECT_TRUE(report({"out.txt"}).contains("What talmo&#95;test has printed, in 'out.txt'"));
+    EXPECT_TRUE(markdown({"out.txt"}).contains("What talmo&#95;test has printed, in 'out.txt'"));
 }
 
 TEST_F(ReportTest, SaysWhatIsNotCertainOfAPrintedOutput)
@@ -327,7 +333,7 @@ TEST_F(ReportTest, RefusesWrongCalls)
     writeSuite();
     EXPECT_EQ(make({"-j1"}).status, 1);
     expectRefused({"a", "b"}, "it takes one RESULT");
-    expectRefused({"--format", "pdf"}, "there is no format 'pdf', but markdown, junit, json");
+    expectRefused({"--format", "pdf"}, "there is no format 'pdf', but html, markdown, junit, json");
     expectRefused({"-C", "none"}, "cannot go to the directory 'none': No such file or directory");
     expectRefused({"-o", "."}, "cannot write '.': Is a directory");
     expectRefused(
@@ -372,7 +378,8 @@ TEST_F(ReportTest, TheEndingOfTheFileTellsTheFormat)
         {"a.xml", {}, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"talmo\""},
         {"a.json", {}, "{\n    \"about\": \"talmo report 1\",\n"},
         {"a.JSON", {}, "{\n    \"about\": \"talmo report 1\",\n"},
-        {"a", {}, "<!-- talmo report -->\n"},
+        {"a", {}, "<!DOCTYPE html><html lang=\"en\">"},
+        {"a.html", {}, "<!DOCTYPE html><html lang=\"en\">"},
         {"a", {"--format", "json"}, "{\n    \"about\": \"talmo report 1\",\n"},
         {"a.json", {"--format", "markdown"}, "<!-- talmo report -->\n"},
         {"a.json", {"--format", "junit"}, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"},
