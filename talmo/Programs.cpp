@@ -193,6 +193,16 @@ QStringList GivenPrograms::names() const
     return all;
 }
 
+QStringList GivenPrograms::texts() const
+{
+    QStringList all;
+    for (const Program &program : programs)
+        all += program.path.isNull()
+                   ? program.name
+                   : program.name + QLatin1Char('=') + QFile::decodeName(program.path);
+    return all;
+}
+
 /// Puts \a program into the folder. False, with the reason in \a problem, if that fails.
 bool GivenPrograms::place(const Program &program, QString &problem) const
 {

@@ -34,6 +34,10 @@ public:
     /// The names, in the order in which they were added.
     QStringList names() const;
 
+    /// What add() takes to give them again from any directory: "NAME", or "NAME=PATH" with an
+    /// absolute PATH.
+    QStringList texts() const;
+
     /// Makes a folder with the programs that were given by a path, and nothing else, and puts it
     /// before the PATH of this process. False if that is not possible; \a problem then says why.
     bool enterPath(QString &problem);

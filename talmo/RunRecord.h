@@ -68,6 +68,9 @@ struct RunRecord {
 struct RunResults {
     QString suite; ///< the suite's directory, absolute
     QString host;
+    /// What --program was given, in its order: "NAME", or "NAME=PATH" with an absolute PATH. Empty
+    /// if the runs were made for the configured programs.
+    QStringList programs;
     QString started;        ///< local time as ISO 8601 has it, with the offset from UTC
     double seconds = 0;     ///< from the beginning to the end
     QString interruption;   ///< the name of the signal that stopped the suite; null if none did

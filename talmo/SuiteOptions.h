@@ -33,6 +33,9 @@ public:
     /// False if that is not possible; the reasons were printed.
     bool find(const CommandLine &line, SuitePurpose purpose = SuitePurpose::ToRun);
 
+    /// The programs that were given, as GivenPrograms::texts().
+    QStringList givenPrograms() const { return programs.texts(); }
+
     Suite suite;
 
 private:

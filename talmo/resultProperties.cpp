@@ -125,6 +125,7 @@ const std::vector<Property<RunResults>> &propertiesOfResults()
     static const std::vector<Property<R>> rows = {
         {"format", formatOf, takeFormat},
         text<R, &R::suite>("suite"),
+        list<R, &R::programs>("program"),
         {"shard", shardOf, takeShard},
         number<R, &R::runsInAll>("runsInAll"),
         digest<R, &R::listDigest>("listDigest"),

@@ -226,6 +226,7 @@ bool RunCommand::prepare(QStringList &problems)
     readKnown(problems);
     results.suite = QString::fromLocal8Bit(suite.work);
     results.host = QSysInfo::machineHostName();
+    results.programs = chosen.givenPrograms();
     results.shard = request.shard;
     results.shards = request.shards;
     results.runsInAll = static_cast<qint64>(suite.runs.size());

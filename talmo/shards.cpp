@@ -209,6 +209,8 @@ void Merger::joinHeads()
     for (const auto &[shard, file] : shards) {
         const RunResults &results = file->results;
         hosts += results.host;
+        if (results.programs != merged.results.programs)
+            merged.results.programs.clear(); // their machines have them in different places
         const QDateTime begun = QDateTime::fromString(results.started, Qt::ISODate);
         const QDateTime ended = begun.addMSecs(static_cast<qint64>(results.seconds * 1000));
         if (begun < QDateTime::fromString(merged.results.started, Qt::ISODate))

@@ -38,8 +38,18 @@ QString argumentOf(const QString &name)
     return (isLikeOption ? QStringLiteral("-- ") : QString()) + shellWord(name);
 }
 
-/// The command by which \a run of a source of this \a kind is made again.
-QString rerunOf(const RunRecord &run, SourceKind kind, const QByteArray &place)
+/// The options that give \a programs again, each with a blank before it.
+QString optionsFor(const QStringList &programs)
+{
+    QString options;
+    for (const QString &program : programs)
+        options += QStringLiteral(" --program ") + shellWord(program);
+    return options;
+}
+
+/// The command by which \a run of a source of this \a kind is made again, for \a programs.
+QString rerunOf(
+    const RunRecord &run, SourceKind kind, const QByteArray &place, const QStringList &programs)
 {
     const QString folder = shellWord(QFile::decodeName(place));
     const QString filter = argumentOf(filterFor(run.script));
@@ -53,10 +63,11 @@ QString rerunOf(const RunRecord &run, SourceKind kind, const QByteArray &place)
     }
     const std::vector<QByteArray> places = scriptPlaces(place, run.script);
     const bool isOfSuite = places.empty() || places[0].startsWith(place + '/');
-    const QString option = isOfSuite ? QString() : QStringLiteral(" --distribution");
+    const QString options =
+        (isOfSuite ? QString() : QStringLiteral(" --distribution")) + optionsFor(programs);
     // As one substitution: a name may hold a "%1".
     return QStringLiteral("talmo run -C %1%2 --run %3 %4")
-        .arg(folder, option, shellWord(run.name), filter);
+        .arg(folder, options, shellWord(run.name), filter);
 }
 
 /// The text of the script of \a run, in its own bytes; null if it is not there or was changed.
@@ -92,7 +103,7 @@ Report makeReport(Source source, const QByteArray &suiteDirectory)
         else
             failure.inspection = inspect(run, place, keptDifferingLines);
         failure.scriptText = textOf(run, place);
-        failure.rerun = rerunOf(run, source.kind, place);
+        failure.rerun = rerunOf(run, source.kind, place, source.results.programs);
         report.failures.push_back(std::move(failure));
     }
     report.source = source.description;

@@ -11,6 +11,7 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -116,12 +117,26 @@ QString answerOf(pid_t child, int pipe)
     return line.isEmpty() ? QStringLiteral("it printed nothing") : line;
 }
 
-QString versionOf(const QString &program)
+/// Where \a program is: where it was \a given, a list as in RunResults, or else in the PATH. Empty
+/// if it is not there.
+QString pathOf(const QString &program, const QStringList &given)
 {
-    const QString path =
-        isNameOfProgram(program) ? QStandardPaths::findExecutable(program) : QString();
+    const QString start = program + QLatin1Char('=');
+    for (const QString &text : given) {
+        if (!text.startsWith(start))
+            continue;
+        const QFileInfo file(text.mid(start.size()));
+        return file.isAbsolute() && file.isFile() && file.isExecutable() ? file.filePath()
+                                                                         : QString();
+    }
+    return isNameOfProgram(program) ? QStandardPaths::findExecutable(program) : QString();
+}
+
+/// What \a program says that lies at \a path; empty: nowhere.
+QString versionOf(const QString &path)
+{
     if (path.isEmpty())
-        return QStringLiteral("it was not found in the PATH");
+        return QStringLiteral("it was not found");
     const QTemporaryDir folder;
     std::array<int, 2> ends = {-1, -1};
     if (!folder.isValid() || pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
@@ -154,7 +169,7 @@ std::vector<ProgramVersion> versionsOf(const RunResults &results)
     programs.removeDuplicates();
     std::vector<ProgramVersion> versions;
     for (const QString &program : programs)
-        versions.push_back({program, versionOf(program)});
+        versions.push_back({program, versionOf(pathOf(program, results.programs))});
     return versions;
 }
 

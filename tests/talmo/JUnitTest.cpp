@@ -45,6 +45,7 @@ RunResults fullResults()
 {
     RunResults results = resultsOf({fullRun(), runOf("test2")});
     results.host = "node7";
+    results.programs = QStringList({"sim1=/opt/a = b/sim", "sim2"});
     results.started = "2026-03-01T12:00:00+01:00";
     results.seconds = 2.5;
     results.interruption = "SIGTERM";

@@ -250,6 +250,23 @@ TEST_F(MergeTest, AShardThatIsThereTwiceIsTold)
         "talmo: merge: shard 1/1 is there twice: 'a.xml' and 'b.xml'\n", 1);
 }
 
+TEST_F(MergeTest, OnlyProgramsThatAllShardsWereGivenStay)
+{
+    const QByteArray counts =
+        "10 runs: 10 passed, 0 failed, 0 known, 0 flaky, 0 skipped, 0 not run\n";
+    for (const char *const other : {"sim1=/a/sim", "sim1=/b/sim"}) {
+        RunResults results = shardOf(1, 2, tenRuns());
+        results.programs = QStringList("sim1=/a/sim");
+        save("1.xml", results);
+        results = shardOf(2, 2, tenRuns());
+        results.programs = QStringList(other);
+        save("2.xml", results);
+        const QStringList same =
+            QByteArray(other) == "sim1=/a/sim" ? QStringList(other) : QStringList();
+        EXPECT_EQ(merge({"1.xml", "2.xml"}, counts, "", 0).programs, same);
+    }
+}
+
 TEST_F(MergeTest, AMissingRunIsTold)
 {
     RunResults results = shardOf(2, 2, tenRuns());

@@ -147,6 +147,34 @@ TEST_F(ReportTest, TheCommandMakesTheRunAgain)
     EXPECT_FALSE(exists("made"));
 }
 
+TEST_F(ReportTest, TheCommandGivesTheProgramsAgain)
+{
+    configure({"sim9"});
+    addProgram("sim2", "exit 1");
+    ASSERT_TRUE(QDir(work).mkpath("it's built"));
+    write("it's built/simulate", "#!/bin/sh\necho version 7\nexit 3\n");
+    ASSERT_TRUE(
+        QFile::setPermissions(work + "/it's built/simulate", QFile::ReadOwner | QFile::ExeOwner));
+    write("test1", "=heading\n=simprogram sim*\n=run $simProgram\n");
+    EXPECT_EQ(
+        make({"-j1", "--program", "sim1=it's built/simulate", "--program", "sim2"}).status, 1);
+    const QJsonObject json = jsonReport({"--version"});
+    const QJsonArray failures = json["failures"].toArray();
+    ASSERT_EQ(failures.size(), 2);
+    const QString given = " --program 'sim1=" + QString(work).replace("'", "'\\''") +
+                          "/it'\\''s built/simulate' --program sim2";
+    for (const int index : {0, 1}) {
+        const QString name = QString("'test1(sim%1)'").arg(index + 1);
+        EXPECT_EQ(failures[index].toObject()["rerun"].toString(),
+            "talmo run -C " + work + given + " --run " + name + " test1");
+    }
+    EXPECT_EQ(
+        json["versions"].toArray()[0].toObject()["version"].toString(), "exit status 3: version 7");
+    ASSERT_TRUE(QFile::remove(work + "/it's built/simulate"));
+    EXPECT_EQ(jsonReport({"--version"})["versions"].toArray()[0].toObject()["version"].toString(),
+        "it was not found");
+}
+
 TEST_F(ReportTest, ComparesWithTheRunBefore)
 {
     for (const char *const name : {"test1", "test2", "test3", "test4", "test5"})
@@ -459,7 +487,7 @@ TEST_F(ReportTest, AsksProgramsForTheirVersions)
             value.toObject()["program"].toString() + ": " + value.toObject()["version"].toString();
     EXPECT_EQ(told, QStringList({"sim1: sim1 --version <b>", "sim2: exit status 7: unknown option",
                         "sim3: it was ended by signal 9", "sim4: it did not end within 5 s",
-                        "sim5: it was not found in the PATH"}));
+                        "sim5: it was not found"}));
     const QString pid = QString::fromLatin1(read(programs + "/pid")).trimmed();
     EXPECT_FALSE(pid.isEmpty());
     EXPECT_EQ(stateOf(pid.toLatin1()), '?') << "what it has started is still there";

@@ -51,7 +51,8 @@ inline QStringList told(const Talmo::RunRecord &run)
 /// All of \a results but the runs.
 inline QStringList toldHead(const Talmo::RunResults &results)
 {
-    return {"suite " + results.suite, "host " + results.host, "started " + results.started,
+    return {"suite " + results.suite, "programs " + results.programs.join('|'),
+        "host " + results.host, "started " + results.started,
         "seconds " + QString::number(results.seconds, 'g', 17),
         "interruption " + results.interruption,
         QStringLiteral("shard %1 of %2").arg(results.shard).arg(results.shards),
