@@ -39,6 +39,7 @@ struct ProgramVersion {
 struct FailedRun {
     size_t run = 0; ///< index into RunResults::runs
     Inspection inspection;
+    QString directory;     ///< of the run, absolute, which was inspected; null if none is known
     QByteArray scriptText; ///< null if there is no such script any more, or if it was changed
     QString rerun;         ///< the command that makes the run again, for a shell
 };

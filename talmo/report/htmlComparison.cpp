@@ -412,8 +412,7 @@ void writeOverview(const std::vector<FailedComparison> &comparisons, HtmlWriter 
 
 } // namespace
 
-void writeComparisons(
-    const FailedRun &failure, const RunResults &results, PageBudget &budget, HtmlWriter &html)
+void writeComparisons(const FailedRun &failure, PageBudget &budget, HtmlWriter &html)
 {
     const std::vector<FailedComparison> &comparisons = failure.inspection.comparisons;
     std::vector<const FailedComparison *> order;
@@ -423,15 +422,13 @@ void writeComparisons(
         [](const FailedComparison *comparison) { return comparison->isReported; });
     if (comparisons.size() > 1)
         writeOverview(comparisons, html);
-    const QString directory =
-        results.suite + QLatin1Char('/') + results.runs[failure.run].directory;
     for (size_t index = 0; index < std::min(order.size(), mostInFull); ++index) {
         if (!budget.take(2000))
             return;
         Comparison comparison(*order[index], budget, html);
         comparison.write();
         if (index < mostPictured)
-            comparison.writePictures(directory);
+            comparison.writePictures(failure.directory);
     }
 }
 

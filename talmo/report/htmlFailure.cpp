@@ -143,7 +143,7 @@ void writeFailure(const FailedRun &failure, const RunResults &results, const QSt
     if (!facts.isEmpty())
         html.element("p", facts, {{"class", "pale"}});
     writeScript(failure, run, budget, html);
-    writeComparisons(failure, results, budget, html);
+    writeComparisons(failure, budget, html);
     writeOutput(run, budget, html);
     if (!failure.rerun.isEmpty()) {
         html.element("h4", "To run it again");

@@ -49,8 +49,7 @@ void writeFailure(const FailedRun &failure, const RunResults &results, const QSt
     PageBudget &budget, HtmlWriter &html);
 
 /// The "=compare" commands of \a failure that fail, with their tables and pictures.
-void writeComparisons(
-    const FailedRun &failure, const RunResults &results, PageBudget &budget, HtmlWriter &html);
+void writeComparisons(const FailedRun &failure, PageBudget &budget, HtmlWriter &html);
 
 /// The slowest runs, and those that were skipped, not run, known to fail or repeated.
 void writeLists(const Report &report, const SectionIds &sections, HtmlWriter &html);

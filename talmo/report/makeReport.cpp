@@ -102,6 +102,8 @@ Report makeReport(Source source, const QByteArray &suiteDirectory)
             failure.inspection.obstacle = QStringLiteral("It is no run of talmo");
         else
             failure.inspection = inspect(run, place, keptDifferingLines);
+        if (!run.directory.isEmpty())
+            failure.directory = QFile::decodeName(place) + QLatin1Char('/') + run.directory;
         failure.scriptText = textOf(run, place);
         failure.rerun = rerunOf(run, source.kind, place, source.results.programs);
         report.failures.push_back(std::move(failure));

@@ -58,6 +58,7 @@ inline void addFailure(Talmo::Report &report, const QString &name, int lines)
     writeTo(directory + "/other.dat", tableOf(lines, 3e-7));
     Talmo::FailedRun failure;
     failure.run = report.results.runs.size();
+    failure.directory = directory;
     failure.inspection.line = 14;
     failure.inspection.comparisons = {
         comparisonOf(14, directory, "out.dat", "ref.dat", {0, 1e-9, 1e-6}, true),

@@ -300,6 +300,9 @@ TEST_F(ReportTest, TakesAJUnitFileOfCTest)
     EXPECT_EQ(failures[0].toObject()["rerun"].toString(),
         "ctest --output-on-failure -R '^physics\\.test1$'");
     EXPECT_EQ(failures[2].toObject()["obstacle"].toString(), "It is no run of talmo");
+    const QByteArray page = report({"ctest.xml"});
+    EXPECT_FALSE(page.contains("There is no picture")) << page.toStdString();
+    EXPECT_TRUE(page.contains("<figure"));
 }
 
 TEST_F(ReportTest, WhatCTestSaysOfATestCounts)
