@@ -1,25 +1,16 @@
 #include "findings.h"
 
 #include "details.h"
-#include "talmo/Numbers.h"
+#include "wording.h"
 
 #include <cmath>
 #include <limits>
-#include <string>
 
 namespace Talmo
 {
 
 namespace
 {
-
-/// \a number with a few digits.
-QString roughly(double number)
-{
-    std::string text;
-    appendNumber(text, number, 4);
-    return QString::fromStdString(text);
-}
 
 /// How many times its tolerance \a column is apart.
 double excessOf(const ColumnSurvey &column)

@@ -4,19 +4,18 @@
 #include "htmlSections.h"
 
 #include "DiskFile.h"
+#include "findings.h"
 #include "plot.h"
 #include "regularFile.h"
-#include "talmo/Numbers.h"
 #include "utf8.h"
+#include "wording.h"
 
 #include <QBuffer>
 #include <QFile>
 #include <QStringList>
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
-#include <string>
 
 namespace Talmo
 {
@@ -35,35 +34,20 @@ constexpr int pictureWidth = 720;
 constexpr int longestWord = 80;
 constexpr int longestLine = 200;
 
-QString exactly(double number)
-{
-    char text[40];
-    const auto end = std::to_chars(std::begin(text), std::end(text), number).ptr;
-    return QString::fromLatin1(text, static_cast<int>(end - text));
-}
-
-QString roughly(double number)
-{
-    constexpr int digits = 6;
-    std::string text;
-    appendNumber(text, number, digits);
-    return QString::fromStdString(text);
-}
-
 QString sufficientOf(const ColumnSurvey &column)
 {
     return column.sufficient ? exactly(*column.sufficient) : QStringLiteral("none");
 }
 
-/// The words for what is wrong, in the order of Difference::Kind.
+/// Which lines are wrong, behind "1 line" or "2 lines", in the order of Difference::Kind.
 const char *const kindWords[] = {
     nullptr,
-    "lines that only one file has",
-    "lines that differ as text",
-    "lines with a comment in one file only",
-    "lines with too few columns",
-    "words that are no number",
-    "pairs of numbers too far apart",
+    "that only one file has",
+    "with different texts",
+    "with a comment in one file only",
+    "with too few columns",
+    "with a word that is no number",
+    "with numbers too far apart",
 };
 static_assert(std::size(kindWords) == Difference::Value + 1);
 
@@ -74,7 +58,7 @@ QString sentenceOf(const Survey &survey)
         const KindSurvey &lines = survey.kinds[kind];
         if (lines.lines > 0)
             parts += QStringLiteral("%1 %2, the first on line %3")
-                         .arg(grouped(lines.lines), QLatin1String(kindWords[kind]),
+                         .arg(countOf(lines.lines, "line"), QLatin1String(kindWords[kind]),
                              grouped(lines.firstLine));
     }
     const QString lengths =
@@ -82,7 +66,9 @@ QString sentenceOf(const Survey &survey)
             ? countOf(survey.lengths.lines1, "line")
             : QStringLiteral("%1 and %2")
                   .arg(grouped(survey.lengths.lines1), countOf(survey.lengths.lines2, "line"));
-    return QStringLiteral("Of %1, %2 differ: ").arg(lengths, grouped(survey.differingLines)) +
+    return QStringLiteral("Of %1, %2 %3: ")
+               .arg(lengths, grouped(survey.differingLines),
+                   QLatin1String(survey.differingLines == 1 ? "differs" : "differ")) +
            parts.join(QStringLiteral("; ")) + QLatin1Char('.');
 }
 
@@ -306,7 +292,7 @@ std::vector<size_t> Comparison::picturedColumns() const
     }
     const auto excess = [this](size_t column) {
         const ColumnSurvey &numbers = survey.columns[column - 1];
-        return numbers.largestRelative / std::max(numbers.tolerance, 1e-300);
+        return numbers.largest / std::max(numbers.tolerance, 1e-300);
     };
     std::stable_sort(columns.begin(), columns.end(),
         [&excess](size_t one, size_t other) { return excess(one) > excess(other); });
@@ -356,25 +342,6 @@ void Comparison::writePictures(const QString &directory)
     html.close();
 }
 
-/// The column that is farthest from its tolerance, in words.
-QString worstOf(const Survey &survey)
-{
-    if (survey.unreadable != 0 || !survey.first)
-        return {};
-    const auto excess = [](const ColumnSurvey &column) {
-        return column.lines > 0 ? column.largest / std::max(column.tolerance, 1e-300) : -1;
-    };
-    const auto worst = std::max_element(survey.columns.begin(), survey.columns.end(),
-        [&excess](const ColumnSurvey &one, const ColumnSurvey &other) {
-            return excess(one) < excess(other);
-        });
-    if (worst == survey.columns.end() || worst->largestLine == 0)
-        return countOf(survey.differingLines, "line") + QStringLiteral(" differ");
-    return QStringLiteral("column %1: %2 on line %3, tolerance %4")
-        .arg(QString::number(worst - survey.columns.begin() + 1), roughly(worst->largest),
-            grouped(worst->largestLine), exactly(worst->tolerance));
-}
-
 /// All comparisons that fail, a row each.
 void writeOverview(const std::vector<FailedComparison> &comparisons, HtmlWriter &html)
 {
@@ -397,7 +364,7 @@ void writeOverview(const std::vector<FailedComparison> &comparisons, HtmlWriter 
             "th", QString::number(comparison.line), {{"scope", "row"}, {"class", "number"}});
         html.element(
             "td", comparison.file1 + QLatin1Char(' ') + comparison.file2, {{"class", "name"}});
-        html.element("td", worstOf(comparison.survey));
+        html.element("td", worstOf(comparison));
         html.element("td",
             comparison.message + QLatin1String(comparison.isReported ? " (ended the run)" : ""));
         html.close();

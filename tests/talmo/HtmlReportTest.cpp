@@ -136,6 +136,43 @@ TEST_F(HtmlReportTest, ShowsFailuresFirst)
                                    "beam4knownbeam5flaky"));
 }
 
+TEST_F(HtmlReportTest, PicturesTheColumnsThatAreFarthestApart)
+{
+    // Of three columns two are drawn. The third is hardly beyond its tolerance, but nearly zero.
+    Report report;
+    report.results = resultsOf({runOf("test1", RunState::Failed, "they differ")});
+    writeTo(folder.filePath("a"), "1000 2000 1e-9\n");
+    writeTo(folder.filePath("b"), "1001 2001 3e-9\n");
+    FailedRun failure;
+    failure.directory = folder.path();
+    failure.inspection.comparisons = {
+        comparisonOf(2, folder.path(), "a", "b", {0.1, 0.1, 1e-9}, true)};
+    report.failures.push_back(failure);
+    const QByteArray page = bytesOf(report);
+    EXPECT_TRUE(page.contains("Column 1: s"));
+    EXPECT_TRUE(page.contains("Column 2: x"));
+    EXPECT_FALSE(page.contains("Column 3: y"));
+}
+
+TEST_F(HtmlReportTest, OneLineDiffers)
+{
+    Report report;
+    report.results = resultsOf({runOf("test1", RunState::Failed, "they differ")});
+    writeTo(folder.filePath("a"), "1\n2\n");
+    writeTo(folder.filePath("b"), "1\n3\n");
+    FailedRun failure;
+    failure.inspection.comparisons = {comparisonOf(2, folder.path(), "a", "b", {}, true),
+        comparisonOf(3, folder.path(), "a", "b", {0.5}, false)};
+    report.failures.push_back(failure);
+    const QString text = pageOf(report).text;
+    EXPECT_TRUE(
+        text.contains("Of 2 lines, 1 differs: 1 line with different texts, the first on line 2."));
+    EXPECT_TRUE(text.contains(
+        "Of 2 lines, 1 differs: 1 line with numbers too far apart, the first on line 2."));
+    EXPECT_TRUE(text.contains("1 line differs; column 1 (s) by up to 1 on line 2, 2 times its "
+                              "tolerance"));
+}
+
 TEST_F(HtmlReportTest, EveryLinkLeadsSomewhere)
 {
     for (const Report &report : {richReport(folder.path()), hostileReport(folder.path())}) {
@@ -163,7 +200,7 @@ TEST_F(HtmlReportTest, AFailureHasAllThatIsKnown)
         "   14  =compare out.dat ref.dat 0 1e-9 1e-6   \u2190 failed",
         "2 comparisons that fail",
         "=compare out.dat ref.dat 0 1e-09 1e-06 on line 14, which ended the run",
-        "pairs of numbers too far apart, the first on line",
+        "lines with numbers too far apart, the first on line",
         "This would pass: =compare out.dat ref.dat 0 1e-09 2e-04",
         "=compare other.dat ref.dat 0 1e-09 1e-09 on line 15",
         "Column 3: y",
