@@ -46,16 +46,26 @@ End endOf(const RunRecord &run)
     return {"", ""};
 }
 
+/// The script of \a run as its name has it: ctest has "suite.test1(sim1)" for "test1", and tests
+/// without a script.
+QString scriptIn(const RunRecord &run)
+{
+    const QString program = QLatin1Char('(') + run.program + QLatin1Char(')');
+    const bool hasProgram = !run.program.isEmpty() && run.name.endsWith(program);
+    return hasProgram ? run.name.left(run.name.size() - program.size()) : run.name;
+}
+
 std::vector<Row> rowsOf(const std::vector<RunRecord> &runs)
 {
     std::vector<Row> rows;
     QHash<QString, size_t> indices;
     for (const RunRecord &run : runs) {
-        const auto known = indices.constFind(run.script);
+        const QString script = scriptIn(run);
+        const auto known = indices.constFind(script);
         const size_t index = known == indices.constEnd() ? rows.size() : *known;
         if (index == rows.size()) {
-            indices.insert(run.script, index);
-            rows.push_back({run.script, run.heading, {}, false});
+            indices.insert(script, index);
+            rows.push_back({script, run.heading, {}, false});
         }
         rows[index].runs.push_back(&run);
         if (run.state == RunState::Failed || run.state == RunState::NotRun)
@@ -161,7 +171,9 @@ void Matrix::writeRow(const Row &row)
         html.element("span", row.heading, {{"class", "heading"}});
     }
     html.close();
-    if (row.runs[0]->state == RunState::Skipped) {
+    const bool isSkipped = std::all_of(row.runs.begin(), row.runs.end(),
+        [](const RunRecord *run) { return run->state == RunState::Skipped; });
+    if (isSkipped) {
         html.element("td", "skipped",
             {{"class", "skipped"},
                 {"colspan", QString::number(std::max<qint64>(programs.size(), 1))}});

@@ -136,6 +136,21 @@ TEST_F(HtmlReportTest, ShowsFailuresFirst)
                                    "beam4knownbeam5flaky"));
 }
 
+TEST_F(HtmlReportTest, EachTestOfCTestHasARow)
+{
+    const QString failure = "ctest does not tell why";
+    Report report;
+    report.results = resultsOf({runOf("off", RunState::Skipped, "disabled"),
+        runOf("other", RunState::Failed, failure), runOf("slow", RunState::Failed, failure),
+        runOf("a.test1(sim1)", RunState::Failed, failure), runOf("b.test1(sim1)")});
+    for (RunRecord &run : report.results.runs)
+        run.script = run.program.isEmpty() ? QString() : QString("test1");
+    const QStringList tables = pageOf(report).texts["matrix"];
+    EXPECT_EQ(tables, QStringList({"Scriptno programsim1Reasonotherfailed" + failure +
+                                       "slowfailed" + failure + "a.test1failed" + failure,
+                          "Scriptsim1offskippedb.test1passed"}));
+}
+
 TEST_F(HtmlReportTest, PicturesTheColumnsThatAreFarthestApart)
 {
     // Of three columns two are drawn. The third is hardly beyond its tolerance, but nearly zero.
