@@ -447,10 +447,11 @@ bool NewCommand::save(QString &problem) const
     }
     const QByteArray text = draft.text();
     QFile file;
+    errno = 0;
     const bool isWritten = file.open(descriptor, QIODevice::WriteOnly) &&
                            file.write(text) == text.size() && file.flush();
-    if (!isWritten)
-        problem = cannotWrite(name, file.errorString());
+    if (!isWritten) // Qt does not know the reason if a part was written before
+        problem = cannotWrite(name, errno == 0 ? file.errorString() : reasonOf(errno));
     file.close();
     if (close(descriptor) == 0 && isWritten)
         return true;

@@ -72,6 +72,27 @@ TEST_F(NewTest, SaysWhatItCannotRemove)
     EXPECT_EQ(chmod(QFile::encodeName(path + "/test1.dir/sub"), 0700), 0);
 }
 
+TEST_F(NewTest, LeavesNoHalfOfAScript)
+{
+    if (!QFile::exists("/usr/bin/prlimit"))
+        GTEST_SKIP() << "there is no prlimit";
+    // In the second run, the first of the processes called talmo may write no larger files any
+    // more.
+    addProgram("model",
+        "test -e \"$TMPDIR/was-here\" || { echo yes >\"$TMPDIR/was-here\"; exit; }\n"
+        "process=$$\n"
+        "while test \"$process\" -gt 1; do\n"
+        "  read name <\"/proc/$process/comm\"\n"
+        "  test \"$name\" = talmo && first=$process\n"
+        "  process=$(sed -n 's/^PPid:\\s*//p' \"/proc/$process/status\")\n"
+        "done\n"
+        "prlimit --pid \"$first\" --fsize=5:unlimited\n");
+    const Outcome outcome = run({"new", "test1", "--", "model"});
+    EXPECT_EQ(outcome.errors, "talmo: new: cannot write 'test1': File too large\n");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_FALSE(exists("test1"));
+}
+
 TEST_F(NewTest, LeavesOutNoToleranceBeforeAnother)
 {
     addProgram("model", "echo 1.79e308 2.5 >table\n");
