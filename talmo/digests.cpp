@@ -10,11 +10,13 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
+#include <QHash>
 
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,6 +81,40 @@ QByteArray digestOfFile(const QByteArray &path)
     QCryptographicHash hash(algorithm);
     const bool isRead = !path.isEmpty() && openRegular(file, path) && hash.addData(&file);
     return isRead ? hash.result() : QByteArray();
+}
+
+/// What tells that the file \a path is still the same; empty if it may have changed within the
+/// grain of its times, or cannot be asked.
+QByteArray identityOf(const QByteArray &path)
+{
+    constexpr time_t grain = 3; // seconds, also of file systems that count in twos
+    struct stat status = {};
+    if (path.isEmpty() || stat(path, &status) != 0 ||
+        std::max(status.st_mtim.tv_sec, status.st_ctim.tv_sec) + grain > time(nullptr))
+        return {};
+    Digest identity;
+    for (const auto number :
+        {static_cast<qint64>(status.st_dev), static_cast<qint64>(status.st_ino),
+            static_cast<qint64>(status.st_size), static_cast<qint64>(status.st_mtim.tv_sec),
+            static_cast<qint64>(status.st_mtim.tv_nsec), static_cast<qint64>(status.st_ctim.tv_sec),
+            static_cast<qint64>(status.st_ctim.tv_nsec)})
+        identity.addNumber(number);
+    return identity.result();
+}
+
+/// The same as digestOfFile. Many runs compare with one file, which is read once as long as it
+/// stays the same.
+QByteArray digestOfReference(const QByteArray &path)
+{
+    static QHash<QByteArray, QByteArray> known; // by what tells that it is the same
+    const QByteArray identity = identityOf(path);
+    const auto found = known.constFind(identity);
+    if (!identity.isEmpty() && found != known.constEnd())
+        return *found;
+    const QByteArray digest = digestOfFile(path);
+    if (!identity.isEmpty() && identityOf(path) == identity)
+        known.insert(identity, digest);
+    return digest;
 }
 
 /// The target of the link \a name in the directory \a folder, as far as it fits.
@@ -194,7 +230,7 @@ QByteArray digestOfReferences(
     Digest digest;
     bool isEmpty = true;
     for (const QString &name : comparedNames(script, program)) {
-        const QByteArray content = digestOfFile(pathOutside(name, runDirectory));
+        const QByteArray content = digestOfReference(pathOutside(name, runDirectory));
         if (content.isEmpty())
             continue;
         digest.add(name.toUtf8());

@@ -151,6 +151,25 @@ TEST_F(DigestsTest, OfReferencesChangesWithThem)
     EXPECT_NE(references("=compare a ../other\n"), "");
 }
 
+TEST_F(DigestsTest, OfAnOldReferenceChangesWithItToo)
+{
+    const auto find = [this] { return references("=compare sim.out ../reference 0.1\n"); };
+    writeTo(pathOf("reference"), "1 2\n");
+    struct stat before = {};
+    ASSERT_EQ(stat(QFile::encodeName(pathOf("reference")), &before), 0);
+    sleep(4); // from then on, it is not read again as long as it stays the same
+    const QByteArray first = find();
+    EXPECT_EQ(find(), first);
+    writeTo(pathOf("reference"), "1 3\n");
+    const timespec times[] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(pathOf("reference")), times, 0), 0);
+    EXPECT_NE(find(), first);
+    sleep(4);
+    const QByteArray second = find();
+    EXPECT_NE(second, first);
+    EXPECT_EQ(find(), second);
+}
+
 TEST_F(DigestsTest, ReferencesAreFoundWhereTheScriptFindsThem)
 {
     ASSERT_TRUE(QDir(folder.path()).mkpath("suite/data"));
