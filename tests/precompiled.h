@@ -1,6 +1,7 @@
 #pragma once
 
-// What most tests include, compiled once for all of them. A test includes what it uses all the same.
+// What most tests include, compiled once for all of them. A test includes what it uses all the
+// same.
 
 #include "Printing.h"
 

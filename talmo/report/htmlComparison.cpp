@@ -29,7 +29,7 @@ constexpr size_t mostCurves = 2;   ///< columns of a comparison
 constexpr size_t mostListed = 500; ///< comparisons of a run
 constexpr size_t mostColumns = 16; ///< rows of a table; of more, only those that differ
 constexpr size_t mostLines = 8;
-constexpr qint64 largestPictured = 64 * 1000 * 1000; ///< bytes of a file
+constexpr qint64 largestPictured = qint64{64} * 1000 * 1000; ///< bytes of a file
 constexpr int pictureWidth = 720;
 constexpr int longestWord = 80;
 constexpr int longestLine = 200;
@@ -235,7 +235,7 @@ void Comparison::writeLine(const QString &label, const QByteArray &text, const D
     if (line.columns.empty())
         html.open("mark");
     for (int index = 0; index < part.words.size(); ++index) {
-        const auto column = static_cast<size_t>(part.first + index + 1);
+        const auto column = static_cast<size_t>(part.first) + static_cast<size_t>(index) + 1;
         const bool differs = std::binary_search(line.columns.begin(), line.columns.end(), column);
         if (index > 0)
             html.text("  ");
@@ -383,6 +383,7 @@ void writeComparisons(const FailedRun &failure, PageBudget &budget, HtmlWriter &
 {
     const std::vector<FailedComparison> &comparisons = failure.inspection.comparisons;
     std::vector<const FailedComparison *> order;
+    order.reserve(comparisons.size());
     for (const FailedComparison &comparison : comparisons)
         order.push_back(&comparison);
     std::stable_partition(order.begin(), order.end(),

@@ -79,7 +79,7 @@ void writeScript(
     const auto count = static_cast<int>(lines.size()) - (lines.last().isEmpty() ? 1 : 0);
     const int from = std::max(failing > 0 ? failing - before : 1, 1);
     const int to = std::min(failing > 0 ? failing + after : before + after, count);
-    if (!budget.take((to - from + 1 + atTheBeginning) * 60))
+    if (!budget.take(qint64{60} * (to - from + 1 + atTheBeginning)))
         return;
     html.element("h4", QStringLiteral("Script ") + run.script);
     html.open("pre", {{"class", "script"}, {"tabindex", "0"}, {"aria-label", "Script"}});

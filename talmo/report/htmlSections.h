@@ -28,7 +28,7 @@ public:
     }
 
 private:
-    qint64 left = 7 * 1000 * 1000;
+    qint64 left = qint64{7} * 1000 * 1000;
 };
 
 /// The names of runs that have a section, and its id.

@@ -46,7 +46,7 @@ bool isAscii(QChar character)
 
 QString pageText(const QString &text)
 {
-    const QString possible = xmlText(text); // so the pairs of surrogates are whole
+    QString possible = xmlText(text); // so the pairs of surrogates are whole
     if (std::all_of(possible.begin(), possible.end(), isAscii))
         return possible;
     QString readable;

@@ -150,7 +150,7 @@ QString versionOf(const QString &path)
     if (child == 0)
         becomeProgram(name, place, input.get());
     input = Descriptor();
-    const QString answer =
+    QString answer =
         child < 0 ? QStringLiteral("it cannot be started") : answerOf(child, output.get());
     killAll();
     return answer;
