@@ -111,7 +111,7 @@ QByteArray digestOfReference(const QByteArray &path)
     const auto found = known.constFind(identity);
     if (!identity.isEmpty() && found != known.constEnd())
         return *found;
-    const QByteArray digest = digestOfFile(path);
+    QByteArray digest = digestOfFile(path);
     if (!identity.isEmpty() && identityOf(path) == identity)
         known.insert(identity, digest);
     return digest;
