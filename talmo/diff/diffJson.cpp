@@ -1,5 +1,6 @@
 #include "diffOutput.h"
 #include "diffWords.h"
+#include "kindRows.h"
 #include "utf8.h"
 
 #include <QJsonArray>
@@ -85,19 +86,8 @@ QJsonArray linesOf(const Survey &survey)
 
 QJsonObject kindsOf(const Survey &survey)
 {
-    static const struct {
-        const char *name;
-        Difference::Kind kind;
-    } rows[] = {
-        {"missing", Difference::Length},
-        {"text", Difference::Text},
-        {"comments", Difference::CommentMismatch},
-        {"tooFewColumns", Difference::TooFewColumns},
-        {"noNumbers", Difference::InvalidData},
-        {"values", Difference::Value},
-    };
     QJsonObject kinds;
-    for (const auto &row : rows) {
+    for (const KindRow &row : kindRows) {
         const KindSurvey &kind = survey.kinds[row.kind];
         kinds[QLatin1String(row.name)] = QJsonObject{
             {QStringLiteral("lines"), kind.lines},
