@@ -6,6 +6,7 @@
 namespace Talmo
 {
 
+std::function<void(const QString &problem)> Error::handler;
 QString Error::line;
 int Error::lineNumber = 0;
 quintptr Error::current = 0;
@@ -36,6 +37,10 @@ qint64 Error::reported()
 void Error::syntax(QString problem, QString inputLine, int number)
 {
     startupGuard();
+    if (handler) {
+        ++reports;
+        return handler(problem);
+    }
     if (inputLine.isEmpty())
         inputLine = line;
     if (number < 0)

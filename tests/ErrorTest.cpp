@@ -117,6 +117,23 @@ TEST_F(ErrorReport, EachReportIsCountedOnce)
     EXPECT_EQ(Error::reported(), before + 5);
 }
 
+TEST_F(ErrorReport, AHandlerGetsTheProblemsOfSyntaxInsteadOfTheConsole)
+{
+    QStringList problems;
+    const qint64 before = Error::reported();
+    Error::line = "x";
+    Error::lineNumber = 12;
+    Error::handler = [&problems](const QString &problem) { problems += problem; };
+    Error::syntax("one %1", "y", 5);
+    Error::syntax("two");
+    Error::message("three"); // is no problem of an input line
+    Error::handler = nullptr;
+    EXPECT_EQ(problems, QStringList({"one %1", "two"}));
+    EXPECT_EQ(Error::reported(), before + 3);
+    Error::syntax("four");
+    EXPECT_EQ(printed(), "Error: three\nError: Syntax Error four, at line 12\n       line: x\n");
+}
+
 TEST_F(ErrorReport, ShowingWhatWasCollectedDoesNothingYet)
 {
     Error::deferredMessages = "later";

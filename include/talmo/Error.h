@@ -4,6 +4,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <functional>
+
 namespace Talmo
 {
 
@@ -30,6 +32,10 @@ public:
     /// Reserved: nothing is deferred or collected yet, so both do nothing.
     static void displayDeferredMessages(QString heading);
     static void display();
+
+    /// Is given the problems that syntax reports, without a line or a number, instead of the
+    /// console, where they are counted all the same. Null for the console.
+    static std::function<void(const QString &problem)> handler;
 
     static QString line;   ///< the input line being processed
     static int lineNumber; ///< its number, from 1; 0 if it has none
