@@ -36,6 +36,9 @@ public:
     /// reading failed.
     qint64 readText(char *target, qint64 size);
 
+    /// Does the same, but keeps the carriage returns.
+    qint64 readBytes(char *target, qint64 size);
+
     /// Reads all that is left of the file, as text. Reading fails if that is too large for memory.
     QByteArray readAllText();
 
@@ -56,7 +59,6 @@ public:
     qint64 sizeAtOpening() const { return size; }
 
 private:
-    qint64 readBytes(char *target, qint64 count);
     qint64 readFromWriter(char *target, size_t count);
 
     int descriptor = -1;

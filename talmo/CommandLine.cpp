@@ -3,7 +3,9 @@
 #include "commandTable.h"
 #include "talmo/Numbers.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 namespace Talmo
 {
@@ -31,7 +33,8 @@ CommandLine::CommandLine(const QString &name, const QString &description)
     : commandName(name)
 {
     setApplicationDescription(description);
-    addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Prints this help.")});
+    QCommandLineParser::addOption(
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Prints this help.")});
 }
 
 std::optional<int> CommandLine::read(const QStringList &arguments)
@@ -50,6 +53,53 @@ std::optional<int> CommandLine::read(const QStringList &arguments)
                    QStringLiteral("Usage: talmo"), QStringLiteral("Usage: talmo ") + commandName)),
         stdout);
     return AllIsWell;
+}
+
+std::optional<int> CommandLine::read(
+    const QStringList &arguments, const std::function<bool(const QString &argument)> &isOperand)
+{
+    return read(sorted(arguments, isOperand));
+}
+
+bool CommandLine::addOption(const QCommandLineOption &option)
+{
+    if (!option.valueName().isEmpty())
+        withValues += option.names();
+    return QCommandLineParser::addOption(option);
+}
+
+bool CommandLine::addOptions(const QList<QCommandLineOption> &options)
+{
+    return std::all_of(options.begin(), options.end(),
+        [this](const QCommandLineOption &option) { return addOption(option); });
+}
+
+/// \a arguments with all options in front and the operands behind "--", where Qt takes none of them
+/// for an option.
+QStringList CommandLine::sorted(const QStringList &arguments,
+    const std::function<bool(const QString &argument)> &isOperand) const
+{
+    QStringList options;
+    QStringList operands;
+    for (auto next = arguments.begin(); next != arguments.end(); ++next) {
+        if (*next == QLatin1String("--")) {
+            std::copy(next + 1, arguments.end(), std::back_inserter(operands));
+            break;
+        }
+        if (!next->startsWith(QLatin1Char('-')) || *next == QLatin1String("-") ||
+            isOperand(*next)) {
+            operands += *next;
+            continue;
+        }
+        options += *next;
+        const bool isLong = next->startsWith(QLatin1String("--"));
+        if (!withValues.contains(next->mid(isLong ? 2 : 1)))
+            continue;
+        if (next + 1 == arguments.end())
+            return options; // its value is missing, which is said; "--" would be taken for it
+        options += *++next;
+    }
+    return options + QStringList(QStringLiteral("--")) + operands;
 }
 
 int CommandLine::refuse(const QString &sentence) const

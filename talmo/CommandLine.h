@@ -1,9 +1,12 @@
 #pragma once
 
+#include <QCommandLineOption>
 #include <QCommandLineParser>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 namespace Talmo
@@ -25,6 +28,14 @@ public:
     /// for and printed, or because the arguments are wrong, which was said.
     std::optional<int> read(const QStringList &arguments);
 
+    /// The same. An argument that begins with "-" is no option if \a isOperand says so.
+    std::optional<int> read(const QStringList &arguments,
+        const std::function<bool(const QString &argument)> &isOperand);
+
+    // As those of the parser, but the names of options that take values are remembered.
+    bool addOption(const QCommandLineOption &option);
+    bool addOptions(const QList<QCommandLineOption> &options);
+
     /// Says that \a sentence, about one of the arguments, makes the call wrong; returns the status.
     int refuse(const QString &sentence) const;
 
@@ -37,7 +48,11 @@ public:
     std::optional<double> seconds(const QString &option, QString &problem) const;
 
 private:
+    QStringList sorted(const QStringList &arguments,
+        const std::function<bool(const QString &argument)> &isOperand) const;
+
     QString commandName;
+    QStringList withValues; // the names of options
 };
 
 /// \a text as a whole number from 1 to a billion; none if it is not one.

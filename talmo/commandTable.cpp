@@ -64,6 +64,8 @@ const std::vector<CommandRow> &commandTable()
         {"report", "tells what failed, why, and what has changed", reportCommand},
         {"bless", "makes new references of what failed", blessCommand},
         {"new", "writes a script that tests what a command does", newCommand},
+        {"eval", "evaluates expressions with units", evalCommand},
+        {"expand", "replaces the references to macros in texts", expandCommand},
         {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},
     };

@@ -32,6 +32,8 @@ int performCommand(const QStringList &arguments);
 int blessCommand(const QStringList &arguments);
 int cleanCommand(const QStringList &arguments);
 int diffCommand(const QStringList &arguments);
+int evalCommand(const QStringList &arguments);
+int expandCommand(const QStringList &arguments);
 int listCommand(const QStringList &arguments);
 int newCommand(const QStringList &arguments);
 int runCommand(const QStringList &arguments);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "FilterLine.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace Talmo
+{
+
+class CommandLine;
+
+/// Adds -D and --definitions to \a line.
+void addDefinitionOptions(CommandLine &line);
+
+/// Defines local macros as \a line, which was read, asks for: those of --definitions first, then
+/// those of -D, which replace them. Returns AllIsWell, or the exit status with which the command
+/// has to end, because something is wrong, which was said.
+int define(const CommandLine &line);
+
+/// Defines a local macro by \a text, "NAME=TEXT". False if it is none; \a problem then says why.
+bool defineByText(const QString &text, QString &problem);
+
+/// Whether \a text, the text of a line, has "define" as its first word.
+bool isDefinition(const QString &text);
+
+/// Performs the line "define NAME TEXT", with references in it replaced: what is wrong with it is
+/// reported, and then nothing is defined.
+void performDefinition(FilterLine &line, const QString &text);
+
+} // namespace Talmo

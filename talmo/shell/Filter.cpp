@@ -1,0 +1,294 @@
+#include "Filter.h"
+
+#include "CommandLine.h"
+#include "DiskFile.h"
+#include "InputLines.h"
+#include "Spool.h"
+#include "commandTable.h"
+#include "interruption.h"
+#include "lineText.h"
+#include "regularFile.h"
+#include "saving.h"
+
+#include <QFileInfo>
+#include <QIODevice>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Talmo
+{
+
+void printProblem(const QString &place, qint64 column, const QString &message, std::FILE *stream)
+{
+    std::string line;
+    appendBytes(line, QStringLiteral("%1:%2: %3\n").arg(place, QString::number(column), message));
+    std::fwrite(line.data(), 1, line.size(), stream);
+}
+
+void FilterLine::report(qint64 column, const QString &message)
+{
+    hasProblem = true;
+    printProblem(
+        QStringLiteral("%1:%2").arg(file, QString::number(number)), column, message, stream);
+}
+
+namespace
+{
+
+const QString outputOption = QStringLiteral("o");
+const QString inPlaceOption = QStringLiteral("in-place");
+const QString followOption = QStringLiteral("follow-links");
+
+QString cannotRead(const QString &name, int error)
+{
+    return QStringLiteral("cannot read '%1': %2").arg(name, reasonOf(error));
+}
+
+/// Why \a name cannot be an input, as a sentence; null if it can.
+QString problemOfInput(const QString &name)
+{
+    struct stat status = {};
+    const QByteArray path = systemName(name);
+    if (name == QLatin1String("-"))
+        return {};
+    if (path.isEmpty())
+        return cannotRead(name, ENOENT);
+    if (stat(path, &status) != 0 || access(path, R_OK) != 0)
+        return cannotRead(name, errno);
+    return S_ISDIR(status.st_mode) ? cannotRead(name, EISDIR) : QString();
+}
+
+/// Why \a name cannot be changed in its place, as a sentence; null if it can.
+QString problemOfPlace(const QString &name, bool followsLinks)
+{
+    if (name == QLatin1String("-"))
+        return QStringLiteral("--in-place changes files, and standard input is none");
+    if (QFileInfo(name).isSymLink() && !followsLinks)
+        return QStringLiteral("'%1' is a symbolic link; --follow-links changes what it leads to")
+            .arg(name);
+    return problemOfSaving(name);
+}
+
+/// A file in a spool, from one byte to another.
+struct SpooledFile {
+    QString name;
+    qint64 begin = 0;
+    qint64 end = 0;
+};
+
+/// Takes results, and puts them where they belong.
+class Results
+{
+public:
+    explicit Results(const FilterFiles &itsFiles)
+        : files(itsFiles)
+        , isSpooled(files.isInPlace || !files.output.isNull())
+    {
+        // Who reads no more wants to hear no more.
+        std::signal(SIGPIPE, SIG_DFL);
+    }
+
+    bool begin() { return !isSpooled || spool.open() || fail(); }
+    bool write(std::string_view bytes);
+    void finishInput(const QString &name);
+    bool save(QString &problem);
+
+    /// Why the latest step failed, as a sentence.
+    QString problem() const { return reason; }
+
+private:
+    bool fail();
+    bool saveOne(const SpooledFile &file, QString &problem);
+
+    const FilterFiles &files;
+    bool isSpooled;
+    Spool spool;
+    std::vector<SpooledFile> spooled;
+    QString reason;
+};
+
+bool Results::fail()
+{
+    reason = QStringLiteral("cannot keep the results in the folder for temporary files: ") +
+             reasonOf(errno);
+    return false;
+}
+
+bool Results::write(std::string_view bytes)
+{
+    if (isSpooled)
+        return spool.append(bytes) || fail();
+    // What is lost is said at the end of the program.
+    return std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
+}
+
+/// All results since the latest call belong to the input \a name.
+void Results::finishInput(const QString &name)
+{
+    if (isSpooled)
+        spooled.push_back({name, spooled.empty() ? 0 : spooled.back().end, spool.size()});
+}
+
+bool Results::saveOne(const SpooledFile &file, QString &problem)
+{
+    return saveFile(
+        file.name,
+        [this, &file](QIODevice &device) {
+            return spool.copy(file.begin, file.end, [&device](std::string_view bytes) {
+                const auto size = static_cast<qint64>(bytes.size());
+                return device.write(bytes.data(), size) == size;
+            });
+        },
+        problem);
+}
+
+/// Writes the files, each whole or not at all.
+bool Results::save(QString &problem)
+{
+    if (!isSpooled)
+        return true;
+    noteInterruptions(); // from here on all or nothing
+    if (!files.isInPlace)
+        return saveOne({files.output, 0, spool.size()}, problem);
+    for (const SpooledFile &file : spooled) {
+        if (!saveOne(file, problem))
+            return false;
+    }
+    return true;
+}
+
+/// Does the work for all lines of \a name. False if that failed, for the reason in \a problem;
+/// \a isWrong becomes true if something is wrong in a line.
+bool filterInput(
+    const QString &name, const LineWork &work, Results &results, bool &isWrong, QString &problem)
+{
+    InputLines lines;
+    lines.open(name);
+    InputLine input;
+    std::string result;
+    while (lines.next(input)) {
+        FilterLine line(name, lines.number(), input.text);
+        result.assign(input.mark);
+        work(line, result);
+        if (line.isWrong())
+            result.assign(input.mark);
+        isWrong = isWrong || line.isWrong();
+        result += input.end;
+        if (!results.write(result)) {
+            problem = results.problem();
+            return false;
+        }
+    }
+    results.finishInput(name);
+    problem = lines.failure();
+    return problem.isNull();
+}
+
+QString problemOfFiles(const FilterFiles &files)
+{
+    for (const QString &name : files.inputs) {
+        QString problem = problemOfInput(name);
+        if (problem.isNull() && files.isInPlace)
+            problem = problemOfPlace(name, files.followsLinks);
+        if (!problem.isNull())
+            return problem;
+    }
+    return files.output.isNull() ? QString() : problemOfSaving(files.output);
+}
+
+} // namespace
+
+void addFilterOptions(CommandLine &line)
+{
+    line.addOption({outputOption,
+        QStringLiteral("Writes FILE instead of standard output, if nothing is wrong."),
+        QStringLiteral("FILE")});
+    line.addPositionalArgument(QStringLiteral("file"),
+        QStringLiteral("What is read; standard input, also called '-', if none is given."),
+        QStringLiteral("[FILE...]"));
+}
+
+void addInPlaceOptions(CommandLine &line)
+{
+    line.addOptions({
+        {inPlaceOption, QStringLiteral("Changes the FILEs themselves; none of them if something is "
+                                       "wrong in any.")},
+        {followOption, QStringLiteral("Changes the files that symbolic links lead to.")},
+    });
+}
+
+FilterFiles filterFilesOf(const CommandLine &line, QString &problem)
+{
+    FilterFiles files;
+    const QStringList options = line.optionNames();
+    files.inputs = line.positionalArguments();
+    if (line.isSet(outputOption))
+        files.output = line.value(outputOption);
+    files.isInPlace = options.contains(inPlaceOption);
+    files.followsLinks = options.contains(followOption);
+    if (files.isInPlace && !files.output.isNull())
+        problem = QStringLiteral("-o and --in-place exclude each other");
+    else if (files.isInPlace && files.inputs.isEmpty())
+        problem = QStringLiteral("--in-place needs the files that it is to change");
+    else if (files.followsLinks && !files.isInPlace)
+        problem = QStringLiteral("--follow-links makes sense with --in-place only");
+    if (files.inputs.isEmpty())
+        files.inputs += QStringLiteral("-");
+    return files;
+}
+
+int runFilter(const CommandLine &line, const FilterFiles &files, const LineWork &work)
+{
+    QString problem = problemOfFiles(files);
+    if (!problem.isNull())
+        return line.refuse(problem);
+    Results results(files);
+    bool isWrong = false;
+    bool isRead = results.begin();
+    if (!isRead)
+        problem = results.problem();
+    for (const QString &name : files.inputs)
+        isRead = isRead && filterInput(name, work, results, isWrong, problem);
+    if (isRead && !isWrong && results.save(problem))
+        return AllIsWell;
+    if (!problem.isNull())
+        line.refuse(problem);
+    return AtFault;
+}
+
+int inspectLines(const CommandLine &line, const QStringList &inputs,
+    const std::function<void(FilterLine &line)> &inspect)
+{
+    bool isWrong = false;
+    QString problem;
+    for (const QString &name : inputs) {
+        if (problem.isNull())
+            problem = problemOfInput(name);
+    }
+    if (!problem.isNull())
+        return line.refuse(problem);
+    for (const QString &name : inputs) {
+        InputLines lines;
+        lines.open(name);
+        InputLine input;
+        while (lines.next(input)) {
+            FilterLine one(name, lines.number(), input.text, stdout);
+            inspect(one);
+            isWrong = isWrong || one.isWrong();
+        }
+        problem = lines.failure();
+        if (!problem.isNull())
+            line.refuse(problem);
+        isWrong = isWrong || !problem.isNull();
+    }
+    return isWrong ? AtFault : AllIsWell;
+}
+
+} // namespace Talmo

@@ -1,0 +1,123 @@
+#include "InputLines.h"
+
+#include "DiskFile.h"
+#include "standardInput.h"
+#include "utf8.h"
+
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include <sys/stat.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// So many bytes are surely possible as one text, also where Qt counts in int.
+constexpr size_t longestLine = 1U << 29U;
+
+/// A file as it is, with its carriage returns and its mark.
+class PlainFile : public TextSource
+{
+public:
+    bool open(const QString &name) { return file.openToRead(name); }
+    qint64 readText(char *target, qint64 size) override
+    {
+        if (file.sizeAtOpening() == 0) // only a regular file surely does not wait
+            std::fflush(stdout);
+        return file.readBytes(target, size);
+    }
+    qint64 sizeAtOpening() const override { return file.sizeAtOpening(); }
+    bool failed() const override { return file.failed(); }
+    QString remark() const override { return file.remark(); }
+
+private:
+    DiskFile file;
+};
+
+class PlainInput : public TextSource
+{
+public:
+    qint64 readText(char *target, qint64 size) override
+    {
+        std::fflush(stdout);
+        const qint64 got = readStandardInput(target, size);
+        hasFailed = got < 0;
+        return hasFailed ? 0 : got;
+    }
+    bool failed() const override { return hasFailed; }
+
+private:
+    bool hasFailed = false;
+};
+
+} // namespace
+
+bool InputLines::open(const QString &name)
+{
+    fileName = name;
+    if (name == QLatin1String("-")) {
+        lines.readFrom(std::make_unique<PlainInput>());
+        isOpen = true;
+        return true;
+    }
+    auto file = std::make_unique<PlainFile>();
+    isOpen = file->open(name);
+    lines.readFrom(std::move(file));
+    return isOpen;
+}
+
+/// Makes the window hold the next whole lines. False if there are none, but perhaps a last one
+/// without a newline.
+bool InputLines::takeWindow()
+{
+    lines.skip(given);
+    given = 0;
+    window = lines.window();
+    return !window.empty();
+}
+
+bool InputLines::next(InputLine &line)
+{
+    if (isTooLong || (given == window.size() && !takeWindow())) {
+        std::string_view last;
+        return !isTooLong && lines.readLine(last) && !lines.failed() && cut(last, line);
+    }
+    const size_t length = window.find('\n', given) + 1 - given;
+    const std::string_view whole = window.substr(given, length);
+    given += length;
+    return cut(whole, line);
+}
+
+/// Takes the line \a whole, with its newline, apart. False if it is too long.
+bool InputLines::cut(std::string_view whole, InputLine &line)
+{
+    ++lineNumber;
+    isTooLong = whole.size() > longestLine;
+    const size_t begin = lineNumber == 1 ? byteOrderMarkLength(whole) : 0;
+    size_t end = whole.size();
+    if (end > begin && whole[end - 1] == '\n')
+        end -= end - begin > 1 && whole[end - 2] == '\r' ? 2 : 1;
+    line = {whole.substr(0, begin), whole.substr(begin, end - begin), whole.substr(end)};
+    return !isTooLong;
+}
+
+QString InputLines::failure() const
+{
+    const QString name =
+        fileName == QLatin1String("-") ? QStringLiteral("standard input") : fileName;
+    if (isTooLong)
+        return QStringLiteral("line %1 of '%2' is longer than 512 MiB")
+            .arg(QString::number(lineNumber), name);
+    if (!isOpen || (lines.failed() && lineNumber == 0))
+        return QStringLiteral("cannot read '%1'").arg(name) + lines.remark();
+    return lines.failed() ? QStringLiteral("cannot read '%1' behind line %2")
+                                    .arg(name, QString::number(lineNumber)) +
+                                lines.remark()
+                          : QString();
+}
+
+} // namespace Talmo

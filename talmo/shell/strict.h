@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+namespace Talmo
+{
+
+struct Flaw;
+
+/// What is wrong in a text.
+struct Problem {
+    QString message;  ///< empty if all is well
+    int position = 0; ///< where it begins, from 0
+};
+
+/// Evaluates and expands without the freedoms that the library takes: what it would report, or take
+/// in silence, is a problem, and there is no result. While there is such an object, nothing that
+/// the library reports is printed.
+class Strict
+{
+public:
+    Strict();
+    Strict(const Strict &) = delete;
+    Strict &operator=(const Strict &) = delete;
+    ~Strict();
+
+    /// Sets \a result to what Units::evaluate gives.
+    Problem evaluate(
+        const QString &format, const QString &expression, const QString &units, QString &result);
+
+    /// Sets \a result to what Macro::expand gives for \a line.
+    Problem expand(const QString &line, QString &result);
+
+private:
+    class Counters;
+
+    int positionOfReport(const QString &line, const Counters &before);
+
+    QStringList reports; ///< of the library, since the latest call began
+};
+
+/// What is wrong in words, with all names of a circle, and with the unit that may have been meant.
+QString messageOf(const Flaw &flaw);
+
+} // namespace Talmo
