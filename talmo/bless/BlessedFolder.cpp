@@ -80,6 +80,19 @@ QByteArray latestIn(int place)
     return names.empty() ? QByteArray() : names.back();
 }
 
+QString pathOfMoment(const RecordFolder &folder, const QByteArray &name)
+{
+    return folder.pathOf(folderName + QByteArray("/") + name);
+}
+
+/// Removes the moment \a name, if it is not null, and the folder of all of them, if it is empty.
+void removeMoment(const RecordFolder &folder, const QByteArray &name)
+{
+    if (!name.isNull())
+        removeDir(QFile::encodeName(pathOfMoment(folder, name)));
+    unlinkat(folder.descriptor(), folderName, AT_REMOVEDIR);
+}
+
 /// Makes a folder in \a folder, which gets the \a name, and opens it. The name comes behind those
 /// that are there.
 Descriptor makeMoment(int folder, QByteArray &name)
@@ -232,13 +245,17 @@ bool replaceFiles(const RecordFolder &folder, const QByteArray &suite,
     QString reason = moment.isOpen() ? QString() : reasonOf(errno);
     if (!moment.isOpen() || !keep(moment.get(), changes, reason)) {
         problem = cannotWrite(folder.pathOf(folderName), reason);
-        if (moment.isOpen())
-            removeDir(QFile::encodeName(folder.pathOf(folderName + QByteArray("/") + name)));
+        removeMoment(folder, moment.isOpen() ? name : QByteArray());
         return false;
     }
+    bool isAnyReplaced = false;
     for (const FileChange &change : changes) {
-        if (!replaceFile(change, problem))
+        if (!replaceFile(change, problem)) {
+            if (!isAnyReplaced) // the next undo is for the time before
+                removeMoment(folder, name);
             return false;
+        }
+        isAnyReplaced = true;
         std::printf("replaced '%s'\n", qPrintable(nameBelow(suite, change.path)));
     }
     return true;
@@ -257,9 +274,9 @@ bool bringBack(
     QString reason;
     const Descriptor moment = openIn(place.get(), name);
     if (!moment.isOpen() || !readManifest(moment.get(), files, reason)) {
-        problems += QStringLiteral("'%1' cannot be used: %2")
-                        .arg(folder.pathOf(folderName + QByteArray("/") + name),
-                            moment.isOpen() ? reason : reasonOf(ENOTDIR));
+        problems +=
+            QStringLiteral("'%1' cannot be used: %2")
+                .arg(pathOfMoment(folder, name), moment.isOpen() ? reason : reasonOf(ENOTDIR));
         return false;
     }
     std::vector<FileChange> changes;
@@ -273,7 +290,7 @@ bool bringBack(
     if (!problem.isNull())
         problems += problem;
     if (problems.isEmpty())
-        removeDir(QFile::encodeName(folder.pathOf(folderName + QByteArray("/") + name)));
+        removeMoment(folder, name);
     return problems.isEmpty();
 }
 

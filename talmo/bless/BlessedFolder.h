@@ -22,13 +22,14 @@ struct FileChange {
 // until it is brought back. \a folder must be locked.
 
 /// Keeps what \a changes replace, and then replaces it. False if that fails; \a problem then says
-/// why. Files that were replaced before stay so, and can be brought back.
+/// why. Files that were replaced before stay so, and can be brought back; if there are none,
+/// nothing is kept.
 bool replaceFiles(const RecordFolder &folder, const QByteArray &suite,
     const std::vector<FileChange> &changes, QString &problem);
 
 /// Brings back what the latest replaceFiles has replaced; \a names are the files, as the user knows
-/// them. False if that is not possible, for the reasons \a problems; unless a disk is full, nothing
-/// was changed then.
+/// them, but for those that are as they were before already. False if that is not possible, for the
+/// reasons \a problems; unless a disk is full, nothing was changed then.
 bool bringBack(
     const RecordFolder &folder, const QByteArray &suite, QStringList &names, QStringList &problems);
 

@@ -217,6 +217,8 @@ int BlessCommand::undo()
         std::printf("brought back '%s'\n", qPrintable(name));
     for (const QString &sentence : std::as_const(problems))
         line.refuse(sentence);
+    if (names.isEmpty() && problems.isEmpty()) // the user has edited them, or git has
+        std::puts("nothing had to be brought back: all is as it was before the latest --apply");
     return problems.isEmpty() ? AllIsWell : AtFault;
 }
 

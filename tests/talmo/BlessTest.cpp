@@ -441,6 +441,51 @@ TEST_F(BlessTest, BringsBackWhatItHasReplaced)
         {"--undo"}, "", "talmo: bless: nothing was blessed that could be brought back\n", 1);
 }
 
+TEST_F(BlessTest, KeepsNothingIfNothingWasReplaced)
+{
+    // The name is so long that the file which shall take its place can have none until it is whole.
+    const QString name = "r/" + QString(250, 'e');
+    addModels({"model"}, "1 2\n3 5\n");
+    write("test1", simple);
+    write("test2", "=heading\n=run model\n=compare out.dat ../" + name.toUtf8() + '\n');
+    write(name, "1\n");
+    EXPECT_EQ(make().status, 1);
+    const QByteArray reason =
+        "talmo: bless: cannot write '" + work.toUtf8() + '/' + name.toUtf8() + "': ";
+    const QByteArray nothing = "talmo: bless: nothing was blessed that could be brought back\n";
+    const auto expectFailure = [&] {
+        const Outcome outcome = run({"bless", "--apply", "test2"});
+        EXPECT_EQ(outcome.output, "");
+        EXPECT_TRUE(outcome.errors.startsWith(reason)) << outcome.errors.toStdString();
+        EXPECT_EQ(outcome.status, 1);
+    };
+    expectFailure();
+    EXPECT_FALSE(exists(".talmo/blessed"));
+    expectBless({"--undo"}, "", nothing, 1);
+    expectBless({"--apply", "test1"}, blessed, "", 0);
+    const QStringList kept = entries().filter(".talmo/blessed/");
+    expectFailure();
+    EXPECT_EQ(entries().filter(".talmo/blessed/"), kept);
+    expectBless({"--undo"}, "brought back 'test1'\n", "", 0);
+    EXPECT_EQ(read("test1"), simple);
+    EXPECT_EQ(read(name), "1\n");
+    EXPECT_FALSE(exists(".talmo/blessed"));
+    expectBless({"--undo"}, "", nothing, 1);
+}
+
+TEST_F(BlessTest, SaysThatNothingHadToBeBroughtBack)
+{
+    addModels({"model"}, "1 2\n3 5\n");
+    write("test1", simple);
+    EXPECT_EQ(make().status, 1);
+    expectBless({"--apply"}, blessed, "", 0);
+    write("test1", simple);
+    expectBless({"--undo"},
+        "nothing had to be brought back: all is as it was before the latest --apply\n", "", 0);
+    expectBless(
+        {"--undo"}, "", "talmo: bless: nothing was blessed that could be brought back\n", 1);
+}
+
 TEST_F(BlessTest, SaysThatWhatItHasKeptIsDamaged)
 {
     addModels({"model"}, "1 2\n3 5\n");
