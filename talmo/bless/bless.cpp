@@ -79,6 +79,7 @@ private:
     bool lock();
     bool readResults();
     bool checkRuns();
+    bool checkFrom();
     int undo();
     int bless();
     void sayRefused() const;
@@ -196,6 +197,22 @@ bool BlessCommand::checkRuns()
         areAll = false;
     }
     return areAll;
+}
+
+/// Whether a run of the program that the user chooses has failed, so that there is an output of it;
+/// otherwise says so.
+bool BlessCommand::checkFrom()
+{
+    const auto isIt = [this](const RunRecord &run) {
+        return run.state == RunState::Failed && request.wants(run) && run.program == request.from;
+    };
+    if (request.from.isNull() || std::any_of(latest.runs.begin(), latest.runs.end(), isIt))
+        return true;
+    const QString ofThese =
+        request.runs.isEmpty() ? QString() : QStringLiteral(" that was asked for");
+    line.refuse(QStringLiteral("no run of '%1'%2 has failed in the latest results")
+                    .arg(request.from, ofThese));
+    return false;
 }
 
 int BlessCommand::undo()
@@ -358,7 +375,7 @@ int BlessCommand::perform()
         request.from = line.value(fromOption);
     if (!readResults() || (line.isSet(applyOption) && !lock()))
         return WrongCall;
-    return checkRuns() ? bless() : WrongCall;
+    return checkRuns() && checkFrom() ? bless() : WrongCall;
 }
 
 } // namespace

@@ -211,16 +211,45 @@ TEST_F(BlessTest, NeedsOneOutputThatSatisfiesAllPrograms)
     expectRefused("test1(sim2), line 6: 'sim2.ref' cannot be replaced: 'sim2' and 'sim1' give "
                   "different outputs; choose one by --from PROGRAM",
         {"test1(sim2)"});
-    expectRefused("test1(sim1), line 6: 'sim1.ref' cannot be replaced: no run of 'sim3' that was "
-                  "asked for has another output for it\ntalmo: bless: test1(sim2), line 6: "
-                  "'sim2.ref' cannot be replaced: no run of 'sim3' that was asked for has another "
-                  "output for it",
-        {"--from", "sim3"});
     expectBless({"--apply", "--from", "sim2"},
         "replaced 'test1'\n'test1:3: sim2.ref' is now 'out.dat' of test1(sim2)\n"
         "    test1(sim1), line 6 will not agree with it\n",
         "", 0);
     expectRun({"--run", "test1(sim2)"}, "test1(sim2): heading\n" + counts(1), 0);
+}
+
+TEST_F(BlessTest, TakesNoOtherProgramThanTheChosenOne)
+{
+    configure({"sim1", "sim2", "sim3"});
+    addModels({"sim1", "sim2"}, "5\n");
+    addModels({"sim3"}, "1\n");
+    const QByteArray body = "=file ref\n1\n=run $simProgram\n=compare out.dat ref 0\n";
+    write("test1", "=heading\n=simprogram sim1\n" + body);
+    write("test2", "=heading\n=simprogram sim2 sim3\n" + body);
+    EXPECT_EQ(make().status, 1);
+    const QByteArray none = "talmo: bless: no run of ";
+    const QByteArray failed = " has failed in the latest results\n";
+    expectWrongCall({"bless", "--from", "sim3"}, none + "'sim3'" + failed);
+    expectWrongCall({"bless", "--apply", "--from", "sim4"}, none + "'sim4'" + failed);
+    expectWrongCall(
+        {"bless", "--from", "sim2", "test1"}, none + "'sim2' that was asked for" + failed);
+    expectBless({"--apply", "--from", "sim2"},
+        "replaced 'test2'\n'test2:3: ref' is now 'out.dat' of test2(sim2)\n"
+        "    'test2(sim3)' uses it, too, and passed with it\n",
+        "talmo: bless: test1(sim1), line 6: 'ref' cannot be replaced: no run of 'sim2' that was "
+        "asked for has another output for it\n",
+        1);
+}
+
+TEST_F(BlessTest, AsksForNoProgramThatNoRunHas)
+{
+    addModels({"model"}, "1 2\n3 5\n");
+    write("test1", simple);
+    EXPECT_EQ(make().status, 1);
+    const QByteArray errors = "talmo: bless: no run of 'model' has failed in the latest results\n";
+    expectWrongCall({"bless", "--from", "model"}, errors);
+    expectBless({"--apply", "--from", "model"}, "", errors, 2);
+    EXPECT_EQ(read("test1"), simple);
 }
 
 TEST_F(BlessTest, AsksWhichProgramIsRightIfOneHasPassed)
