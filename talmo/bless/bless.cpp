@@ -22,6 +22,7 @@
 #include <cstdio>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace Talmo
@@ -248,19 +249,21 @@ void BlessCommand::sayRefused() const
 /// Refuses what would replace changes that git does not have.
 void BlessCommand::checkGit()
 {
-    std::map<QByteArray, QString> problems;
+    std::set<QByteArray> paths;
+    for (const Proposal &proposal : proposals.accepted)
+        paths.insert(proposal.reference.path);
+    const std::map<QByteArray, QString> problems = problemsOfUncommitted(paths);
     std::vector<Proposal> accepted;
     for (const Proposal &proposal : proposals.accepted) {
         const QByteArray &path = proposal.reference.path;
-        if (problems.count(path) == 0)
-            problems[path] = problemOfUncommitted(path);
-        if (problems[path].isNull())
+        const auto problem = problems.find(path);
+        if (problem == problems.end())
             accepted.push_back(proposal);
         else
             proposals.refused +=
                 QStringLiteral("%1: '%2' cannot be replaced: %3; --force replaces "
                                "it all the same")
-                    .arg(proposal.run, nameBelow(request.suite, path), problems[path]);
+                    .arg(proposal.run, nameBelow(request.suite, path), problem->second);
     }
     proposals.accepted = accepted;
 }
