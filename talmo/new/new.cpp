@@ -5,21 +5,15 @@
 
 #include "CommandLine.h"
 #include "DiskFile.h"
-#include "Draft.h"
+#include "NewRequest.h"
 #include "Produced.h"
-#include "Programs.h"
 #include "Scratch.h"
-#include "ScriptFolder.h"
-#include "SimPrograms.h"
-#include "SuiteOptions.h"
 #include "Trial.h"
 #include "carrying.h"
 #include "commandTable.h"
-#include "details.h"
 #include "interruption.h"
 #include "regularFile.h"
 #include "saving.h"
-#include "talmo/Numbers.h"
 #include "tolerances.h"
 #include "variation.h"
 
@@ -33,7 +27,6 @@
 #include <optional>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Talmo
@@ -41,73 +34,6 @@ namespace Talmo
 
 namespace
 {
-
-const QString programOption = QStringLiteral("program");
-const QString inputOption = QStringLiteral("input");
-const QString relativeOption = QStringLiteral("relative");
-const QString headingOption = QStringLiteral("heading");
-const QString timeoutOption = QStringLiteral("timeout");
-
-void addOptions(CommandLine &line)
-{
-    addFolderOption(line);
-    line.addOptions({
-        {programOption,
-            QStringLiteral("Writes a script for the program NAME, which COMMAND names. PATH is an "
-                           "executable, or a folder with NAME in it; otherwise NAME is found in "
-                           "the PATH."),
-            QStringLiteral("NAME[=PATH]")},
-        {inputOption,
-            QStringLiteral("Puts a copy of FILE into the directory where COMMAND runs. "
-                           "Repeatable."),
-            QStringLiteral("FILE")},
-        {relativeOption,
-            QStringLiteral("Compares each column of numbers with a tolerance of R times its "
-                           "largest magnitude; 1e-9, if not given."),
-            QStringLiteral("R"), QStringLiteral("1e-9")},
-        {headingOption, QStringLiteral("The heading of the script; COMMAND, if not given."),
-            QStringLiteral("TEXT")},
-        {timeoutOption, QStringLiteral("Ends COMMAND after <SECONDS>."), QStringLiteral("SECONDS")},
-    });
-    line.addPositionalArgument(QStringLiteral("name"),
-        QStringLiteral("The name of the script, and a command that writes the files to compare."),
-        QStringLiteral("NAME -- COMMAND..."));
-}
-
-bool isControl(QChar character)
-{
-    return character.category() == QChar::Other_Control;
-}
-
-bool hasControls(const QString &text)
-{
-    return std::any_of(text.begin(), text.end(), isControl);
-}
-
-/// Why a script cannot have the name \a name; null if it can.
-QString problemOfName(const QString &name)
-{
-    const QString is = QStringLiteral("'%1' can be no script: ").arg(shown(name));
-    if (name.isEmpty())
-        return is + QStringLiteral("it is no name");
-    if (name.contains(QLatin1Char('/')))
-        return is + QStringLiteral("scripts lie in the suite's directory itself; see -C");
-    if (name.startsWith(QLatin1Char('.')))
-        return is + QStringLiteral("the driver passes over hidden files");
-    if (hasControls(name))
-        return is + QStringLiteral("the name has control characters");
-    const auto isWild = [](QChar character) { return QStringLiteral("*?[]").contains(character); };
-    if (std::any_of(name.begin(), name.end(), isWild))
-        return is + QStringLiteral("the driver would take the name for a pattern");
-    constexpr int longestName = 255;
-    if (QFile::encodeName(name).size() > longestName - 100)
-        return is + QStringLiteral("with the programs behind it, the name is too long for the "
-                                   "directory of a run");
-    struct stat status = {};
-    if (lstat(systemName(name), &status) == 0)
-        return QStringLiteral("'%1' is there already, and is not overwritten").arg(name);
-    return problemOfSaving(name);
-}
 
 QString numberOf(size_t count, const char *one, const char *many)
 {
@@ -127,14 +53,6 @@ public:
     int perform();
 
 private:
-    bool readRequest();
-    void readNumbers();
-    void readHeading();
-    void readProgram();
-    void readInputs();
-    void addInput(const QString &path);
-    void placeOutside(Input &input);
-    bool writeCommand();
     int failed(const QString &sentence, const QStringList &details = {}) const;
     bool linkOutside();
     int make(Scratch &scratch, Trial &trial);
@@ -147,168 +65,8 @@ private:
 
     const CommandLine &line;
     QStringList command;
-    QStringList problems;
-    QString name;
-    double relative = 0;
-    double timeout = 0;
-    GivenPrograms programs;
-    Draft draft;
-    QStringList remarks; ///< what the script does not test, and why
-    Descriptor suite;    ///< the directory for the script
-    QByteArray folder;   ///< its path
+    NewRequest request;
 };
-
-void NewCommand::readNumbers()
-{
-    QString problem;
-    if (line.isSet(timeoutOption))
-        timeout = line.seconds(timeoutOption, problem).value_or(0);
-    if (!problem.isNull())
-        problems += problem;
-    const QString text = line.value(relativeOption);
-    if (!toNumber(text.toStdString(), relative) || relative < 0 || relative > 1)
-        problems += QStringLiteral("--relative takes a number from 0 to 1, not '%1'").arg(text);
-}
-
-void NewCommand::readHeading()
-{
-    constexpr int enough = 100;
-    const bool isGiven = line.isSet(headingOption);
-    const QString text = command.join(QLatin1Char(' '));
-    draft.heading = isGiven ? line.value(headingOption) : shown(text).left(enough);
-    if (hasControls(draft.heading))
-        problems += QStringLiteral("--heading takes one line without control characters");
-}
-
-void NewCommand::readProgram()
-{
-    const QStringList given = line.values(programOption);
-    QString problem;
-    if (given.size() > 1)
-        problems += QStringLiteral("--program is given twice, and a script is made from one run");
-    if (given.size() != 1)
-        return;
-    if (!programs.add(given[0], problem)) {
-        problems += problem;
-        return;
-    }
-    draft.program = programs.names()[0];
-    if (!command.contains(draft.program))
-        problems += QStringLiteral("no word of COMMAND is '%1', the program that the script is for")
-                        .arg(draft.program);
-    const QStringList configured = storedSimPrograms(problem);
-    if (problem.isNull() && !configured.contains(draft.program))
-        remarks += QStringLiteral("'%1' is not configured, so the driver will skip the script; "
-                                  "'talmo run --program %1' makes the run")
-                       .arg(draft.program);
-}
-
-/// Has the script copy \a input, which it cannot carry, if that is in the suite's directory.
-void NewCommand::placeOutside(Input &input)
-{
-    const QString from = QFileInfo(QFile::decodeName(folder)).canonicalFilePath();
-    const QString path = QFileInfo(QFile::decodeName(input.path)).canonicalFilePath();
-    const QString prefix = from.endsWith(QLatin1Char('/')) ? from : from + QLatin1Char('/');
-    RunLine copying;
-    const QString outside = QStringLiteral("../") + path.mid(prefix.size());
-    QString problem;
-    // Only if the shell would take the words as they are.
-    const bool isPlain = writeRunLine({QStringLiteral("cp"), outside, input.name}, {},
-                             QStringLiteral("-"), copying, problem) &&
-                         copying.shellText.isNull();
-    if (path.startsWith(prefix) && isPlain)
-        input.outside = outside;
-}
-
-void NewCommand::addInput(const QString &path)
-{
-    Input input;
-    const QByteArray bytes = systemName(path);
-    input.path = bytes.startsWith('/') ? bytes : folder + '/' + bytes;
-    input.name = path.section(QLatin1Char('/'), -1);
-    const QString is = QStringLiteral("the input '%1': ").arg(shown(path));
-    QString obstacle = problemOfFileName(input.name);
-    if (obstacle.isNull()) {
-        QFile file;
-        if (!openRegular(file, input.path))
-            obstacle = reasonOf(errno);
-    }
-    const auto isNamesake = [&input](const Input &other) { return other.name == input.name; };
-    if (std::any_of(draft.inputs.begin(), draft.inputs.end(), isNamesake))
-        obstacle = QStringLiteral("another one is called '%1', too").arg(input.name);
-    if (!obstacle.isNull()) {
-        problems += is + obstacle;
-        return;
-    }
-    // A link to a file is as good as the file.
-    const QByteArray real =
-        QFile::encodeName(QFileInfo(QFile::decodeName(input.path)).canonicalFilePath());
-    input.reason = readText(real, input.text);
-    if (input.reason.isNull())
-        input.reason = problemOfBody(input.text, Sameness::OfBytes);
-    if (!input.reason.isNull())
-        placeOutside(input);
-    if (!input.reason.isNull() && input.outside.isNull())
-        problems += is + QStringLiteral("no script can carry it (%1), and it is not in the suite's "
-                                        "directory, from where the script could copy it")
-                             .arg(input.reason);
-    draft.inputs.push_back(input);
-}
-
-void NewCommand::readInputs()
-{
-    for (const QString &path : line.values(inputOption))
-        addInput(path);
-    for (const Input &input : draft.inputs) {
-        if (!input.outside.isNull())
-            remarks +=
-                QStringLiteral("the input '%1' stays outside, and the script copies '%2': %3")
-                    .arg(input.name, input.outside, input.reason);
-    }
-}
-
-/// Makes the "=run" line.
-bool NewCommand::writeCommand()
-{
-    draft.shellName = draft.freeName(QStringLiteral("command.sh"), {});
-    QString problem;
-    if (!writeRunLine(command, draft.program, draft.shellName, draft.command, problem))
-        problems += problem;
-    if (draft.command.shellText.isNull())
-        draft.shellName = QString();
-    return problem.isNull();
-}
-
-bool NewCommand::readRequest()
-{
-    QString problem;
-    if (!enterFolder(line, problem)) {
-        line.refuse(problem);
-        return false;
-    }
-    folder = workingDirectory();
-    suite = openDirectory(".", asPlace);
-    const QStringList names = line.positionalArguments();
-    if (names.size() != 1 || command.isEmpty() || command[0].isEmpty()) {
-        line.refuse(QStringLiteral("it takes NAME -- COMMAND..., the name of the new script and a "
-                                   "command"));
-        return false;
-    }
-    name = names[0];
-    problem = problemOfName(name);
-    if (!problem.isNull())
-        problems += problem;
-    readNumbers();
-    readHeading();
-    readProgram();
-    readInputs();
-    writeCommand();
-    if (problems.isEmpty() && !programs.enterPath(problem))
-        problems += problem;
-    for (const QString &sentence : std::as_const(problems))
-        line.refuse(sentence);
-    return problems.isEmpty();
-}
 
 /// Says why there is no script, unless that is a signal. Returns the exit status.
 int NewCommand::failed(const QString &sentence, const QStringList &details) const
@@ -324,7 +82,7 @@ int NewCommand::failed(const QString &sentence, const QStringList &details) cons
 /// Gives the runs in the scratch directory the inputs that lie outside.
 bool NewCommand::linkOutside()
 {
-    for (const Input &input : draft.inputs) {
+    for (const Input &input : request.draft.inputs) {
         if (input.outside.isNull())
             continue;
         const QString place = input.outside.mid(3); // behind "../"
@@ -342,15 +100,15 @@ bool NewCommand::linkOutside()
 void NewCommand::addOutput(const Produced &file, const QStringList &taken)
 {
     if (!file.isNamed) {
-        remarks += QStringLiteral("'%1' is not tested: %2").arg(file.name, file.obstacle);
+        request.remarks += QStringLiteral("'%1' is not tested: %2").arg(file.name, file.obstacle);
         return;
     }
     Output output;
     output.name = file.name;
-    const QString capture =
-        QString(draft.command.capture).replace(QStringLiteral("$simProgram"), draft.program);
+    const QString capture = QString(request.draft.command.capture)
+                                .replace(QStringLiteral("$simProgram"), request.draft.program);
     const bool isCapture = file.name == capture;
-    output.scriptName = isCapture ? draft.command.capture : file.name;
+    output.scriptName = isCapture ? request.draft.command.capture : file.name;
     if (isCapture && file.obstacle.isNull() && file.text.isEmpty())
         return; // it printed nothing
     QString obstacle = file.obstacle;
@@ -358,14 +116,14 @@ void NewCommand::addOutput(const Produced &file, const QStringList &taken)
         obstacle = problemOfBody(file.text, Sameness::ForComparing);
     if (!obstacle.isNull()) {
         output.test = Output::Exists;
-        remarks += QStringLiteral("'%1' is not compared, only that it is there: %2")
-                       .arg(file.name, obstacle);
+        request.remarks += QStringLiteral("'%1' is not compared, only that it is there: %2")
+                               .arg(file.name, obstacle);
     } else {
         const QString base = QString(output.scriptName).replace(QLatin1Char('/'), QLatin1Char('_'));
-        output.reference = draft.freeName(base + QStringLiteral(".ref"), taken);
+        output.reference = request.draft.freeName(base + QStringLiteral(".ref"), taken);
         output.body = bodyOf(file.text);
     }
-    draft.outputs.push_back(output);
+    request.draft.outputs.push_back(output);
 }
 
 /// Makes tests of what the command has left in \a directory.
@@ -379,14 +137,16 @@ void NewCommand::addOutputs(const QString &directory)
         const auto isUnchanged = [&file](const Input &input) {
             return input.name == file.name && file.obstacle.isNull() && input.text == file.text;
         };
-        const bool isInput = std::any_of(draft.inputs.begin(), draft.inputs.end(), isUnchanged);
-        if (!isInput && file.name != draft.shellName)
+        const bool isInput =
+            std::any_of(request.draft.inputs.begin(), request.draft.inputs.end(), isUnchanged);
+        if (!isInput && file.name != request.draft.shellName)
             addOutput(file, taken);
     }
-    for (Output &output : draft.outputs) {
+    for (Output &output : request.draft.outputs) {
         if (output.test != Output::Compares)
             continue;
-        const auto found = tolerancesFor(directory + QLatin1Char('/') + output.name, relative);
+        const auto found =
+            tolerancesFor(directory + QLatin1Char('/') + output.name, request.relative);
         output.tolerances = found.value_or(std::vector<std::string>());
     }
 }
@@ -395,9 +155,9 @@ void NewCommand::addOutputs(const QString &directory)
 bool NewCommand::takeOut(const QString &directory)
 {
     QStringList sentences;
-    for (Output &output : draft.outputs)
-        sentences += takeOutWhatVaries(output, directory, draft.program);
-    remarks += sentences;
+    for (Output &output : request.draft.outputs)
+        sentences += takeOutWhatVaries(output, directory, request.draft.program);
+    request.remarks += sentences;
     return !sentences.isEmpty();
 }
 
@@ -406,11 +166,11 @@ bool NewCommand::takeOut(const QString &directory)
 bool NewCommand::settle(Scratch &scratch, Trial &trial, QString &problem)
 {
     constexpr int mostRounds = 5;
-    const auto linesBefore = draft.head().count('\n'); // up to the command, with it
+    const auto linesBefore = request.draft.head().count('\n'); // up to the command, with it
     for (int round = 0; round < mostRounds; ++round) {
         if (!trial.waitForLaterTime() || !scratch.move(problem))
             return false;
-        const bool passed = trial.make(draft.text());
+        const bool passed = trial.make(request.draft.text());
         if (!passed && trial.line() == 0) {
             problem = QStringLiteral("no script was written: %1").arg(trial.problem());
             return false;
@@ -439,49 +199,50 @@ bool NewCommand::save(QString &problem) const
 {
     constexpr int access = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
     constexpr mode_t allMayReadAndWrite = 0666; // the umask of the process removes some of them
-    const QByteArray path = systemName(name);
-    const int descriptor = openat(suite.get(), path, access, allMayReadAndWrite);
+    const QByteArray path = systemName(request.name);
+    const int descriptor = openat(request.suite.get(), path, access, allMayReadAndWrite);
     if (descriptor < 0) {
-        problem = cannotWrite(name, reasonOf(errno));
+        problem = cannotWrite(request.name, reasonOf(errno));
         return false;
     }
-    const QByteArray text = draft.text();
+    const QByteArray text = request.draft.text();
     QFile file;
     errno = 0;
     const bool isWritten = file.open(descriptor, QIODevice::WriteOnly) &&
                            file.write(text) == text.size() && file.flush();
     if (!isWritten) // Qt does not know the reason if a part was written before
-        problem = cannotWrite(name, errno == 0 ? file.errorString() : reasonOf(errno));
+        problem = cannotWrite(request.name, errno == 0 ? file.errorString() : reasonOf(errno));
     file.close();
     if (close(descriptor) == 0 && isWritten)
         return true;
     if (isWritten)
-        problem = cannotWrite(name, reasonOf(errno));
-    unlinkat(suite.get(), path, 0); // half a script would be worse than none
+        problem = cannotWrite(request.name, reasonOf(errno));
+    unlinkat(request.suite.get(), path, 0); // half a script would be worse than none
     return false;
 }
 
 void NewCommand::report(const Trial &trial) const
 {
     const auto compares = [](const Output &output) { return output.test == Output::Compares; };
-    const auto count = std::count_if(draft.outputs.begin(), draft.outputs.end(), compares);
-    std::printf("wrote '%s': %s, %s\n", qPrintable(name),
-        qPrintable(numberOf(draft.inputs.size(), "input", "inputs")),
+    const auto count =
+        std::count_if(request.draft.outputs.begin(), request.draft.outputs.end(), compares);
+    std::printf("wrote '%s': %s, %s\n", qPrintable(request.name),
+        qPrintable(numberOf(request.draft.inputs.size(), "input", "inputs")),
         qPrintable(numberOf(static_cast<size_t>(count), "comparison", "comparisons")));
-    for (const QString &remark : remarks)
+    for (const QString &remark : request.remarks)
         std::puts(qPrintable(remark));
     if (count == 0)
         std::puts("nothing is compared: the script only tests that COMMAND succeeds");
-    if (!name.startsWith(QLatin1String("test"), Qt::CaseInsensitive))
+    if (!request.name.startsWith(QLatin1String("test"), Qt::CaseInsensitive))
         std::printf("the driver runs '%s' only if it is asked to: its usual filter is test*\n",
-            qPrintable(name));
+            qPrintable(request.name));
     for (const QString &remark : trial.remarks())
         std::puts(qPrintable(remark));
 }
 
 int NewCommand::make(Scratch &scratch, Trial &trial)
 {
-    if (!trial.make(draft.head()))
+    if (!trial.make(request.draft.head()))
         return failed(
             QStringLiteral("no script was written: %1").arg(trial.problem()), trial.details());
     addOutputs(trial.directory());
@@ -498,13 +259,13 @@ int NewCommand::make(Scratch &scratch, Trial &trial)
 
 int NewCommand::perform()
 {
-    if (!readRequest())
+    if (!readRequest(line, command, request))
         return WrongCall;
     Scratch scratch; // before the trial, whose processes may be at work in it
     QString problem;
     if (!scratch.enter(problem) || !linkOutside())
         return failed(problem.isNull() ? reasonOf(errno) : problem);
-    Trial trial(name, draft.program, timeout);
+    Trial trial(request.name, request.draft.program, request.timeout);
     return make(scratch, trial);
 }
 
@@ -515,7 +276,7 @@ int newCommand(const QStringList &arguments)
     CommandLine line(QStringLiteral("new"),
         QStringLiteral("Writes a script that tests what a command does now. COMMAND runs in an "
                        "empty directory with the inputs, and must succeed."));
-    addOptions(line);
+    addNewOptions(line);
     const auto separator = arguments.indexOf(QStringLiteral("--"));
     const QStringList own = separator < 0 ? arguments : QStringList(arguments.mid(0, separator));
     if (const std::optional<int> status = line.read(own))
