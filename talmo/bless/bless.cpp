@@ -15,6 +15,7 @@
 #include "talmo/Numbers.h"
 #include "texts.h"
 #include "uncommitted.h"
+#include "wording.h"
 
 #include <QFile>
 
@@ -59,10 +60,9 @@ void addOptions(CommandLine &line)
         QStringLiteral("[RUN...]"));
 }
 
-QString counted(qint64 count, const char *one, const char *many)
+QString differing(qint64 lines)
 {
-    return QStringLiteral("%1 %2").arg(
-        QString::number(count), QString::fromLatin1(count == 1 ? one : many));
+    return counted(lines, "line") + QLatin1String(lines == 1 ? " differs" : " differ");
 }
 
 class BlessCommand
@@ -119,8 +119,7 @@ void printDifference(const Proposal &proposal)
     const bool isFirst = proposal.isOutputFirst;
     const Survey survey = surveyOfTexts(isFirst ? proposal.after : proposal.before,
         isFirst ? proposal.before : proposal.after, proposal.tolerances);
-    std::printf(
-        "    %s", qPrintable(counted(survey.differingLines, "line differs", "lines differ")));
+    std::printf("    %s", qPrintable(differing(survey.differingLines)));
     const Lengths &lengths = survey.lengths;
     if (lengths.lines1 != lengths.lines2)
         std::printf(", %lld lines become %lld",
@@ -134,8 +133,8 @@ void printDifference(const Proposal &proposal)
         const QString name = survey.names.value(static_cast<int>(index));
         std::printf("    column %zu%s: %s, at most by %s (line %lld), relatively %s\n", index + 1,
             name.isEmpty() ? "" : qPrintable(QStringLiteral(" (%1)").arg(name)),
-            qPrintable(counted(column.lines, "line differs", "lines differ")),
-            numberAsText(column.largest).c_str(), static_cast<long long>(column.largestLine),
+            qPrintable(differing(column.lines)), numberAsText(column.largest).c_str(),
+            static_cast<long long>(column.largestLine),
             numberAsText(column.largestRelative).c_str());
     }
 }
@@ -314,8 +313,8 @@ int BlessCommand::show() const
         std::puts("");
     }
     const auto count = static_cast<qint64>(proposals.accepted.size());
-    std::printf("%s; 'talmo bless --apply' replaces what can be replaced\n",
-        qPrintable(counted(count, "reference would change", "references would change")));
+    std::printf("%s would change; 'talmo bless --apply' replaces what can be replaced\n",
+        qPrintable(counted(count, "reference")));
     return proposals.refused.isEmpty() ? AllIsWell : AtFault;
 }
 

@@ -16,6 +16,7 @@
 #include "saving.h"
 #include "tolerances.h"
 #include "variation.h"
+#include "wording.h"
 
 #include <QDir>
 #include <QFile>
@@ -34,12 +35,6 @@ namespace Talmo
 
 namespace
 {
-
-QString numberOf(size_t count, const char *one, const char *many)
-{
-    return QStringLiteral("%1 %2").arg(
-        QString::number(count), QString::fromLatin1(count == 1 ? one : many));
-}
 
 class NewCommand
 {
@@ -227,8 +222,8 @@ void NewCommand::report(const Trial &trial) const
     const auto count =
         std::count_if(request.draft.outputs.begin(), request.draft.outputs.end(), compares);
     std::printf("wrote '%s': %s, %s\n", qPrintable(request.name),
-        qPrintable(numberOf(request.draft.inputs.size(), "input", "inputs")),
-        qPrintable(numberOf(static_cast<size_t>(count), "comparison", "comparisons")));
+        qPrintable(counted(static_cast<qint64>(request.draft.inputs.size()), "input")),
+        qPrintable(counted(count, "comparison")));
     for (const QString &remark : request.remarks)
         std::puts(qPrintable(remark));
     if (count == 0)
