@@ -5,10 +5,8 @@
 
 #include "Proposal.h"
 
-#include "DiskFile.h"
+#include "Candidates.h"
 #include "Script.h"
-#include "carrying.h"
-#include "saving.h"
 #include "scriptPlaces.h"
 
 #include <QDir>
@@ -17,8 +15,6 @@
 
 #include <algorithm>
 #include <map>
-
-#include <sys/stat.h>
 
 namespace Talmo
 {
@@ -31,58 +27,6 @@ struct BlessPlace {
     QByteArray suite;
     QByteArray script;
 };
-
-/// One comparison that fails, and what it proposes.
-struct Candidate {
-    const RunView *view;
-    const RunComparison *comparison;
-    const ComparedText *reference;
-    const ComparedText *output;
-    bool isWanted; ///< the user asks for it
-
-    const RunRecord &run() const { return *view->run; }
-
-    /// What the reference would hold.
-    QByteArray text() const
-    {
-        return reference->reference->line > 0 ? bodyOf(output->text) : output->text;
-    }
-};
-
-QString placeOf(const RunRecord &run, qint64 line)
-{
-    return QStringLiteral("%1, line %2").arg(run.name, QString::number(line));
-}
-
-/// Why the file \a path cannot be replaced, in a few words; null if it can.
-QString problemOfTarget(const QByteArray &path, const BlessRequest &request)
-{
-    struct stat status = {};
-    if (lstat(path, &status) != 0)
-        return QStringLiteral("its file has gone");
-    if (S_ISLNK(status.st_mode))
-        return QStringLiteral("its file is a symbolic link");
-    if (status.st_nlink > 1)
-        return QStringLiteral("its file has other names, which would keep the old text");
-    const QString real = QFileInfo(QFile::decodeName(path)).canonicalFilePath();
-    const QString suite = QFileInfo(QFile::decodeName(request.suite)).canonicalFilePath();
-    const QString inside = suite.endsWith(QLatin1Char('/')) ? suite : suite + QLatin1Char('/');
-    if (!real.startsWith(inside) && !request.allowsOutside)
-        return QStringLiteral("'%1' lies outside of the suite's directory; --outside allows it")
-            .arg(real);
-    return problemOfSaving(QFile::decodeName(path));
-}
-
-/// Why the output of \a candidate cannot stand in the script, in a few words; null if it can.
-QString problemOfText(const Candidate &candidate)
-{
-    if (candidate.reference->reference->line == 0)
-        return {};
-    QByteArray text = candidate.output->text;
-    if (!text.isEmpty() && !text.endsWith('\n')) // the script adds it, and "=compare" sees no more
-        text += '\n';
-    return problemOfBody(text, Sameness::OfBytes);
-}
 
 /// \a text, of a line of the script of \a run, as the run has it.
 QString named(const RunRecord &run, const QString &text)
@@ -140,36 +84,22 @@ public:
     Proposals judge();
 
 private:
-    using Group = std::vector<Candidate>;
-
     void look();
     bool uses(const RunRecord &run, const Candidate &candidate);
-    void collect(const RunView &view);
-    void collect(const RunView &view, const RunComparison &comparison);
-    void refuse(const RunRecord &run, qint64 line, const QString &reason);
-    void refuseAll(const Group &group, const QString &reason);
-    void decide(const Group &group);
-    bool choose(const Group &group, Group &chosen);
-    QString problemOfOthers(const Group &group, QStringList &remarks);
-    QString problemOf(const Candidate &candidate, const Group &group, QStringList &remarks) const;
+    void refuseAll(const CandidateGroup &group, const QString &reason);
+    void decide(const CandidateGroup &group);
+    bool choose(const CandidateGroup &group, CandidateGroup &chosen);
+    QString problemOfOthers(const CandidateGroup &group, QStringList &remarks);
+    QString problemOf(
+        const Candidate &candidate, const CandidateGroup &group, QStringList &remarks) const;
     void accept(const Candidate &candidate, const QStringList &remarks);
-    bool isOnly(const ComparedText &file) const;
 
     const std::vector<RunRecord> &runs;
     const BlessRequest &request;
     std::vector<RunView> views;
     std::map<const RunRecord *, std::vector<Reference>> used; ///< as far as it was asked for
-    std::map<Reference, Group> groups;
-    std::vector<Reference> order; ///< of the groups
     Proposals result;
 };
-
-void Judge::refuse(const RunRecord &run, qint64 line, const QString &reason)
-{
-    if (request.wants(run))
-        result.refused +=
-            QStringLiteral("%1: %2").arg(line > 0 ? placeOf(run, line) : run.name, reason);
-}
 
 /// Looks at all runs that failed, also those that the user does not ask for: they may use the same
 /// references.
@@ -196,86 +126,18 @@ bool Judge::uses(const RunRecord &run, const Candidate &candidate)
     return std::find(all.begin(), all.end(), reference) != all.end();
 }
 
-bool Judge::isOnly(const ComparedText &file) const
-{
-    if (request.only.isNull() || file.name == request.only)
-        return true;
-    if (!file.reference || file.reference->line > 0)
-        return false;
-    const QString path = QFileInfo(QFile::decodeName(file.reference->path)).canonicalFilePath();
-    return path == QFileInfo(request.only).canonicalFilePath();
-}
-
-void Judge::collect(const RunView &view, const RunComparison &comparison)
-{
-    const ComparedText &file1 = comparison.file1;
-    const ComparedText &file2 = comparison.file2;
-    if (!isOnly(file1) && !isOnly(file2))
-        return;
-    if (comparison.expectedFailure) {
-        refuse(*view.run, comparison.line,
-            QStringLiteral(
-                "the script expects the comparison to fail, so that no output is right"));
-        return;
-    }
-    if (bool(file1.reference) == bool(file2.reference)) {
-        const QString both = QStringLiteral("both '%1' and '%2' are provided by the script or the "
-                                            "suite, so neither was made by the run");
-        const QString none = QStringLiteral("neither '%1' nor '%2' is provided by the script or "
-                                            "the suite, so nobody knows which is the reference");
-        refuse(*view.run, comparison.line,
-            (file1.reference ? both : none).arg(file1.name, file2.name));
-        return;
-    }
-    const bool isFirst = bool(file1.reference);
-    const Candidate candidate = {&view, &comparison, isFirst ? &file1 : &file2,
-        isFirst ? &file2 : &file1, request.wants(*view.run) && isOnly(isFirst ? file1 : file2)};
-    QString obstacle = candidate.reference->obstacle;
-    if (obstacle.isNull())
-        obstacle = problemOfTarget(candidate.reference->reference->path, request);
-    if (!obstacle.isNull())
-        obstacle =
-            QStringLiteral("'%1' cannot be replaced: %2").arg(candidate.reference->name, obstacle);
-    QString problem = candidate.output->obstacle;
-    if (problem.isNull())
-        problem = problemOfText(candidate);
-    if (obstacle.isNull() && !problem.isNull())
-        obstacle = QStringLiteral("'%1' cannot become the reference '%2': %3")
-                       .arg(candidate.output->name, candidate.reference->name, problem);
-    if (!obstacle.isNull()) {
-        refuse(*view.run, comparison.line, obstacle);
-        return;
-    }
-    Group &group = groups[*candidate.reference->reference];
-    if (group.empty())
-        order.push_back(*candidate.reference->reference);
-    group.push_back(candidate);
-}
-
-void Judge::collect(const RunView &view)
-{
-    if (!view.obstacle.isNull()) {
-        refuse(*view.run, 0, view.obstacle);
-        return;
-    }
-    for (const RunComparison &comparison : view.comparisons) {
-        if (comparison.mayBeBlessed && !comparison.holds())
-            collect(view, comparison);
-    }
-}
-
-void Judge::refuseAll(const Group &group, const QString &reason)
+void Judge::refuseAll(const CandidateGroup &group, const QString &reason)
 {
     for (const Candidate &candidate : group) {
         if (candidate.isWanted)
-            refuse(candidate.run(), candidate.comparison->line,
+            result.refused += refusalOf(candidate.run(), candidate.comparison->line,
                 QStringLiteral("'%1' cannot be replaced: %2")
                     .arg(candidate.reference->name, reason));
     }
 }
 
 /// The candidates of \a group out of which one may be taken. False if there is none.
-bool Judge::choose(const Group &group, Group &chosen)
+bool Judge::choose(const CandidateGroup &group, CandidateGroup &chosen)
 {
     const auto isAlone = [](const Candidate &candidate) {
         return candidate.run().program.isEmpty();
@@ -296,7 +158,7 @@ bool Judge::choose(const Group &group, Group &chosen)
 
 /// Why runs that propose nothing for the reference of \a group are in the way; null if they are
 /// not. Adds to \a remarks what the user should know of them.
-QString Judge::problemOfOthers(const Group &group, QStringList &remarks)
+QString Judge::problemOfOthers(const CandidateGroup &group, QStringList &remarks)
 {
     const Candidate &first = group[0];
     for (const RunRecord &run : runs) {
@@ -320,7 +182,8 @@ QString Judge::problemOfOthers(const Group &group, QStringList &remarks)
 
 /// Why the output of \a candidate does not satisfy all comparisons with its reference; null if it
 /// does. Adds to \a remarks what is not satisfied, but does not matter.
-QString Judge::problemOf(const Candidate &candidate, const Group &group, QStringList &remarks) const
+QString Judge::problemOf(
+    const Candidate &candidate, const CandidateGroup &group, QStringList &remarks) const
 {
     const Reference &reference = *candidate.reference->reference;
     const QByteArray text = candidate.text();
@@ -374,9 +237,9 @@ void Judge::accept(const Candidate &candidate, const QStringList &remarks)
 }
 
 /// Accepts one candidate of \a group, or refuses them all.
-void Judge::decide(const Group &group)
+void Judge::decide(const CandidateGroup &group)
 {
-    Group chosen;
+    CandidateGroup chosen;
     if (!choose(group, chosen))
         return;
     QStringList remarks;
@@ -401,10 +264,8 @@ void Judge::decide(const Group &group)
 Proposals Judge::judge()
 {
     look();
-    for (const RunView &view : views)
-        collect(view);
-    for (const Reference &reference : order)
-        decide(groups[reference]);
+    for (const CandidateGroup &group : candidatesOf(views, request, result.refused))
+        decide(group);
     return std::move(result);
 }
 
