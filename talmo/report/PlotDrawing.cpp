@@ -1,12 +1,13 @@
 // A picture from top to bottom: whose curve is which, and for each column a title, a panel with
-// both curves, one with their difference, and the axis that the two share. Colours come from
-// variables, so that a page can have its own.
+// both curves, one with their difference, and the axis that the two share. The colours are in
+// plotStyle.cpp.
 
 #include "PlotDrawing.h"
 
+#include "PathData.h"
 #include "PlotAxis.h"
 #include "pageText.h"
-#include "plot.h"
+#include "plotStyle.h"
 #include "talmo/Numbers.h"
 
 #include <QStringList>
@@ -20,35 +21,8 @@
 namespace Talmo
 {
 
-const char plotRules[] = R"(
-.talmo-plot { font: 12px system-ui, sans-serif; background: var(--plot-paper); }
-.talmo-plot text { fill: var(--plot-ink); }
-.talmo-plot .number { font-size: 11px; fill: var(--plot-pale-ink); }
-.talmo-plot .title { font-weight: 600; font-size: 13px; }
-.talmo-plot .end { text-anchor: end; }
-.talmo-plot .middle { text-anchor: middle; }
-.talmo-plot path, .talmo-plot .frame { fill: none; }
-.talmo-plot .frame, .talmo-plot .grid { stroke: var(--plot-line); stroke-width: 1; }
-.talmo-plot .curve { stroke-linecap: round; stroke-linejoin: round; stroke-width: 1.2; }
-.talmo-plot .one { stroke: var(--plot-one); }
-.talmo-plot .two { stroke: var(--plot-two); stroke-width: 3.5; }
-.talmo-plot .apart { stroke: var(--plot-apart); }
-.talmo-plot .band { fill: var(--plot-band); }
-)";
-
 namespace
 {
-
-constexpr char plotColors[] = R"(
-.talmo-plot { --plot-paper: #ffffff; --plot-ink: #1b1f24; --plot-pale-ink: #57606a;
-  --plot-line: #d8dee4; --plot-one: #0550ae; --plot-two: #f0a94b; --plot-apart: #b3261e;
-  --plot-band: #d3ebd6; }
-@media (prefers-color-scheme: dark) {
-.talmo-plot { --plot-paper: #14181d; --plot-ink: #e6e9ec; --plot-pale-ink: #9da7b1;
-  --plot-line: #30363d; --plot-one: #8cc4ff; --plot-two: #a8690f; --plot-apart: #ff8a80;
-  --plot-band: #1d3b25; }
-}
-)";
 
 constexpr int left = 84; ///< of the panels: room for the longest numbers
 constexpr int right = 14;
@@ -83,77 +57,6 @@ QString shortened(const QString &text, double pixels)
         return text;
     return text.left(most / 3) + QChar(0x2026) + text.right(most - most / 3 - 1);
 }
-
-/// The data of a path, in tenths of a pixel, each step relative to the one before: short, since a
-/// page may have hundreds of curves.
-class PathData
-{
-public:
-    void moveTo(double x, double y)
-    {
-        finishLevel();
-        set(x, y);
-        data += 'M' + text(atX);
-        append(text(atY));
-        data += "h0"; // a point that nothing follows is seen, too
-    }
-    void lineTo(double x, double y)
-    {
-        const long beforeX = atX;
-        const long beforeY = atY;
-        set(x, y);
-        if (atY == beforeY) {
-            if ((atX > beforeX) != (level > 0))
-                finishLevel(); // it turns back
-            level += atX - beforeX;
-            return;
-        }
-        finishLevel();
-        if (atX == beforeX) {
-            data += 'v' + text(atY - beforeY);
-            return;
-        }
-        data += 'l' + text(atX - beforeX);
-        append(text(atY - beforeY));
-    }
-    QString result()
-    {
-        finishLevel();
-        return QString::fromStdString(data);
-    }
-
-private:
-    void set(double x, double y)
-    {
-        atX = std::lround(x * 10);
-        atY = std::lround(y * 10);
-    }
-    void finishLevel()
-    {
-        if (level != 0)
-            data += 'h' + text(level);
-        level = 0;
-    }
-    void append(const std::string &coordinate)
-    {
-        if (coordinate[0] != '-')
-            data += ' ';
-        data += coordinate;
-    }
-    static std::string text(long tenths)
-    {
-        const long size = std::labs(tenths);
-        std::string whole = size < 10 && size > 0 ? "" : std::to_string(size / 10);
-        if (size % 10 != 0)
-            whole += '.' + std::to_string(size % 10);
-        return tenths < 0 ? '-' + whole : whole;
-    }
-
-    std::string data;
-    long atX = 0;
-    long atY = 0;
-    long level = 0; // a horizontal line that is not in the data yet
-};
 
 /// The values that an axis has to show.
 struct Range {

@@ -1,17 +1,12 @@
 // What "=compare" says, and what "talmo diff" would: of the first few comparisons that fail,
-// columns, lines and pictures; of the others, how far they are off.
+// columns, lines (htmlLines.cpp) and pictures (htmlPicture.cpp); of the others, how far they are
+// off.
 
 #include "htmlSections.h"
 
-#include "DiskFile.h"
 #include "findings.h"
-#include "plot.h"
-#include "regularFile.h"
-#include "utf8.h"
 #include "wording.h"
 
-#include <QBuffer>
-#include <QFile>
 #include <QStringList>
 
 #include <algorithm>
@@ -25,14 +20,8 @@ namespace
 
 constexpr size_t mostInFull = 3;   ///< comparisons of a run
 constexpr size_t mostPictured = 2; ///< comparisons of a run
-constexpr size_t mostCurves = 2;   ///< columns of a comparison
 constexpr size_t mostListed = 500; ///< comparisons of a run
 constexpr size_t mostColumns = 16; ///< rows of a table; of more, only those that differ
-constexpr size_t mostLines = 8;
-constexpr qint64 largestPictured = qint64{64} * 1000 * 1000; ///< bytes of a file
-constexpr int pictureWidth = 720;
-constexpr int longestWord = 80;
-constexpr int longestLine = 200;
 
 QString sufficientOf(const ColumnSurvey &column)
 {
@@ -104,15 +93,11 @@ public:
     }
 
     void write();
-    void writePictures(const QString &directory);
 
 private:
     void writeColumns();
     void writeColumn(size_t index);
-    void writeLines();
-    void writeLine(const QString &label, const QByteArray &text, const DifferingLine &line);
     void writeSuggestion();
-    std::vector<size_t> picturedColumns() const;
 
     const FailedComparison &comparison;
     const Survey &survey;
@@ -134,7 +119,7 @@ void Comparison::write()
         return;
     html.element("p", sentenceOf(survey));
     writeColumns();
-    writeLines();
+    writeLines(comparison, budget, html);
     writeSuggestion();
 }
 
@@ -195,78 +180,6 @@ void Comparison::writeColumn(size_t index)
     html.close();
 }
 
-/// A line, or a part of one, whose words are separate.
-struct LinePart {
-    QStringList words;
-    int first = 0; ///< the number of the first word, from 0
-    bool isCut = false;
-};
-
-/// \a text, or of a long one what is around the word \a column, from 1.
-LinePart partOf(const QByteArray &text, size_t column)
-{
-    constexpr int before = 4;
-    constexpr int after = 8;
-    LinePart part;
-    const QString line = decodedBytes(text);
-    part.words = line.simplified().split(QLatin1Char(' '));
-    if (line.size() <= longestLine)
-        return part;
-    part.isCut = true;
-    part.first = std::max(0, static_cast<int>(column) - 1 - before);
-    part.words = part.words.mid(part.first, before + 1 + after);
-    for (QString &word : part.words) {
-        if (word.size() > longestWord)
-            word = word.left(longestWord) + QChar(0x2026);
-    }
-    return part;
-}
-
-void Comparison::writeLine(const QString &label, const QByteArray &text, const DifferingLine &line)
-{
-    html.element("span", label.leftJustified(10), {{"class", "pale"}});
-    if (text.isNull()) {
-        html.element("em", "no such line\n");
-        return;
-    }
-    const LinePart part = partOf(text, line.columns.empty() ? 1 : line.columns.front());
-    if (part.first > 0)
-        html.text(QStringLiteral("\u2026 "));
-    if (line.columns.empty())
-        html.open("mark");
-    for (int index = 0; index < part.words.size(); ++index) {
-        const auto column = static_cast<size_t>(part.first) + static_cast<size_t>(index) + 1;
-        const bool differs = std::binary_search(line.columns.begin(), line.columns.end(), column);
-        if (index > 0)
-            html.text("  ");
-        if (differs)
-            html.element("mark", part.words[index]);
-        else
-            html.text(part.words[index]);
-    }
-    if (line.columns.empty())
-        html.close();
-    html.text(part.isCut ? QStringLiteral(" \u2026\n") : QStringLiteral("\n"));
-}
-
-void Comparison::writeLines()
-{
-    const size_t count = std::min(survey.firstLines.size(), mostLines);
-    if (count == 0 || !budget.take(static_cast<qint64>(count) * 2 * longestLine))
-        return;
-    html.element("p", QStringLiteral("The first lines that differ, of '%1' (1) and '%2' (2):")
-                          .arg(comparison.file1, comparison.file2));
-    html.open("pre", {{"class", "lines"}, {"tabindex", "0"}, {"aria-label", "Lines that differ"}});
-    for (size_t index = 0; index < count; ++index) {
-        const DifferingLine &line = survey.firstLines[index];
-        writeLine(QStringLiteral("%1 (1)").arg(line.line), line.text1, line);
-        writeLine(QStringLiteral("(2)").rightJustified(
-                      static_cast<int>(QString::number(line.line).size()) + 4),
-            line.text2, line);
-    }
-    html.close();
-}
-
 /// The command that would pass.
 void Comparison::writeSuggestion()
 {
@@ -279,66 +192,6 @@ void Comparison::writeSuggestion()
     html.open("p");
     html.text("This would pass: ");
     html.element("code", command);
-    html.close();
-}
-
-/// The columns that exceed their tolerance most, in their order.
-std::vector<size_t> Comparison::picturedColumns() const
-{
-    std::vector<size_t> columns;
-    for (size_t index = 0; index < survey.columns.size(); ++index) {
-        if (survey.columns[index].lines > 0)
-            columns.push_back(index + 1);
-    }
-    const auto excess = [this](size_t column) {
-        const ColumnSurvey &numbers = survey.columns[column - 1];
-        return numbers.largest / std::max(numbers.tolerance, 1e-300);
-    };
-    std::stable_sort(columns.begin(), columns.end(),
-        [&excess](size_t one, size_t other) { return excess(one) > excess(other); });
-    columns.resize(std::min(columns.size(), mostCurves));
-    std::sort(columns.begin(), columns.end());
-    return columns;
-}
-
-/// Whether the file \a name is there and not too large for a picture; what is no regular file is
-/// left to the picture to tell.
-bool isPicturable(const QString &name)
-{
-    QFile file;
-    const QByteArray path = systemName(name);
-    return path.isNull() || !openRegular(file, path) || file.size() <= largestPictured;
-}
-
-QString pathIn(const QString &directory, const QString &file)
-{
-    return file.startsWith(QLatin1Char('/')) ? file : directory + QLatin1Char('/') + file;
-}
-
-void Comparison::writePictures(const QString &directory)
-{
-    PlotRequest request;
-    request.file1 = pathIn(directory, comparison.file1);
-    request.file2 = pathIn(directory, comparison.file2);
-    request.columns = picturedColumns();
-    request.tolerances = comparison.tolerances;
-    request.names = survey.names;
-    request.width = pictureWidth;
-    if (request.columns.empty() || !isPicturable(request.file1) || !isPicturable(request.file2))
-        return;
-    QBuffer picture;
-    picture.open(QIODevice::WriteOnly);
-    QString problem;
-    if (!writePlotElement(request, comparison.file1, comparison.file2, picture, problem)) {
-        html.element("p", QStringLiteral("There is no picture: ") + problem, {{"class", "note"}});
-        return;
-    }
-    if (!budget.take(picture.size())) {
-        html.element("p", "There is no picture: the page would be too large.", {{"class", "note"}});
-        return;
-    }
-    openScrolling(html, "figure", QStringLiteral("Pictures of the columns"));
-    html.insert(picture.data());
     html.close();
 }
 
@@ -396,7 +249,7 @@ void writeComparisons(const FailedRun &failure, PageBudget &budget, HtmlWriter &
         Comparison comparison(*order[index], budget, html);
         comparison.write();
         if (index < mostPictured)
-            comparison.writePictures(failure.directory);
+            writePictures(*order[index], failure.directory, budget, html);
     }
 }
 

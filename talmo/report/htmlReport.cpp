@@ -6,7 +6,7 @@
 #include "counts.h"
 #include "htmlSections.h"
 #include "pageStyle.h"
-#include "plot.h"
+#include "plotStyle.h"
 
 #include <QCryptographicHash>
 #include <QFileInfo>

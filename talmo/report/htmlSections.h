@@ -51,6 +51,14 @@ void writeFailure(const FailedRun &failure, const RunResults &results, const QSt
 /// The "=compare" commands of \a failure that fail, with their tables and pictures.
 void writeComparisons(const FailedRun &failure, PageBudget &budget, HtmlWriter &html);
 
+/// The first lines on which the files of \a comparison differ.
+void writeLines(const FailedComparison &comparison, PageBudget &budget, HtmlWriter &html);
+
+/// Pictures of the columns of \a comparison that are farthest apart. Its files are looked for in
+/// \a directory; a sentence says why there is no picture.
+void writePictures(const FailedComparison &comparison, const QString &directory, PageBudget &budget,
+    HtmlWriter &html);
+
 /// The slowest runs, and those that were skipped, not run, known to fail or repeated.
 void writeLists(const Report &report, const SectionIds &sections, HtmlWriter &html);
 

@@ -38,13 +38,9 @@ bool writePlot(const PlotRequest &request, QIODevice &device, QString &problem);
 /// Whether a file is a picture that writePlot wrote: \a head is its beginning.
 bool isPlot(std::string_view head);
 
-/// Writes the same as an element for a page that has plotRules in its style sheet and gives the
-/// variables in them values. In it, the files are called \a label1 and \a label2.
+/// Writes the same as an element for a page that has plotRules (plotStyle.h) in its style sheet and
+/// gives the variables in them values. In it, the files are called \a label1 and \a label2.
 bool writePlotElement(const PlotRequest &request, const QString &label1, const QString &label2,
     QIODevice &device, QString &problem);
-
-/// The style of the parts of a picture, for a style sheet. They use the variables "--plot-paper"
-/// and the like.
-extern const char plotRules[];
 
 } // namespace Talmo
