@@ -7,6 +7,7 @@
 #include "counts.h"
 #include "details.h"
 #include "findings.h"
+#include "pageText.h"
 
 #include <QSet>
 
@@ -65,18 +66,11 @@ bool isPlain(const QString &text, int index)
            plain.contains(character);
 }
 
-/// Whether \a character cannot be seen, ends the line or turns the direction of writing.
-bool isHidden(QChar character)
+/// Whether a character that takes two units begins at \a index of \a text.
+bool isPair(const QString &text, int index)
 {
-    switch (character.category()) {
-    case QChar::Other_Control:
-    case QChar::Other_Format:
-    case QChar::Separator_Line:
-    case QChar::Separator_Paragraph:
-        return true;
-    default:
-        return false;
-    }
+    return text[index].isHighSurrogate() && index + 1 < text.size() &&
+           text[index + 1].isLowSurrogate();
 }
 
 /// The script and the line that failed, as far as it is known.
@@ -283,13 +277,19 @@ QString markdownCode(const QString &text)
         return {};
     QString code = QStringLiteral("<code>");
     for (int index = 0; index < static_cast<int>(text.size()); ++index) {
-        const QChar character = text[index];
+        const QChar unit = text[index];
+        const bool hasTwoUnits = isPair(text, index);
+        const char32_t character =
+            hasTwoUnits ? QChar::surrogateToUcs4(unit, text[index + 1]) : unit.unicode();
         if (isHidden(character))
-            code += QStringLiteral("&#92;u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
+            code += QLatin1String("&#92;") + escaped(character).mid(1);
+        else if (hasTwoUnits)
+            code.append(unit).append(text[index + 1]);
         else if (isPlain(text, index))
-            code += character;
+            code += unit;
         else
-            code += QStringLiteral("&#%1;").arg(character.unicode());
+            code += QStringLiteral("&#%1;").arg(unit.unicode());
+        index += hasTwoUnits ? 1 : 0;
     }
     return code + QStringLiteral("</code>");
 }

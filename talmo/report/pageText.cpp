@@ -12,11 +12,15 @@ namespace Talmo
 namespace
 {
 
-/// Whether \a character changes what is around it, and is not seen itself.
+bool isAscii(QChar character)
+{
+    return character.unicode() < 0x7F;
+}
+
+} // namespace
+
 bool isHidden(char32_t character)
 {
-    if (character < 0x7F)
-        return false; // those that are hidden here are left to xmlText
     switch (QChar::category(static_cast<uint>(character))) {
     case QChar::Other_Control:
     case QChar::Other_Format:
@@ -37,13 +41,6 @@ QString escaped(char32_t character)
                static_cast<uint>(character), digits, hexadecimal, QLatin1Char('0'));
 }
 
-bool isAscii(QChar character)
-{
-    return character.unicode() < 0x7F;
-}
-
-} // namespace
-
 QString pageText(const QString &text)
 {
     QString possible = xmlText(text); // so the pairs of surrogates are whole
@@ -52,7 +49,8 @@ QString pageText(const QString &text)
     QString readable;
     readable.reserve(possible.size());
     for (const char32_t character : possible.toUcs4()) {
-        if (isHidden(character))
+        const bool isLeft = character < 0x7F; // xmlText has left tabs and newlines only
+        if (!isLeft && isHidden(character))
             readable += escaped(character);
         else if (QChar::requiresSurrogates(static_cast<uint>(character)))
             readable.append(QChar(QChar::highSurrogate(static_cast<uint>(character))))

@@ -515,6 +515,8 @@ TEST_F(ReportTest, NothingFromOutsideMeansAnythingInMarkdown)
         {"a\nb\r\x1b\x7f", "<code>a&#92;u000ab&#92;u000d&#92;u001b&#92;u007f</code>"},
         {QStringLiteral(u"é\u202e\u2028"), QStringLiteral(u"<code>é&#92;u202e&#92;u2028</code>")},
         {QString(QChar(u'\0')), "<code>&#92;u0000</code>"},
+        {QString::fromUtf8("\xf3\xa0\x81\x81\xf0\x9f\x98\x80"),
+            QString::fromUtf8("<code>&#92;U000e0041\xf0\x9f\x98\x80</code>")},
     };
     for (const auto &row : rows)
         EXPECT_EQ(markdownCode(row.text), row.code);
