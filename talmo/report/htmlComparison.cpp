@@ -4,6 +4,7 @@
 
 #include "htmlSections.h"
 
+#include "diffWords.h"
 #include "findings.h"
 #include "wording.h"
 
@@ -98,6 +99,7 @@ private:
     void writeColumns();
     void writeColumn(size_t index);
     void writeSuggestion();
+    void writeGrowth();
 
     const FailedComparison &comparison;
     const Survey &survey;
@@ -121,6 +123,7 @@ void Comparison::write()
     writeColumns();
     writeLines(comparison, budget, html);
     writeSuggestion();
+    writeGrowth();
 }
 
 void Comparison::writeColumns()
@@ -195,8 +198,36 @@ void Comparison::writeSuggestion()
     html.close();
 }
 
-/// All comparisons that fail, a row each.
-void writeOverview(const std::vector<FailedComparison> &comparisons, HtmlWriter &html)
+/// Whether tolerances would have to grow much, as "talmo diff" says it.
+void Comparison::writeGrowth()
+{
+    DiffResult result;
+    result.survey = survey;
+    if (const QString growth = growthOf(result); !growth.isNull())
+        html.element("p", growth + QLatin1Char('.'), {{"class", "note"}});
+}
+
+/// A row for \a comparison, if it finds room.
+bool writeRow(const FailedComparison &comparison, PageBudget &budget, HtmlWriter &html)
+{
+    constexpr qint64 markup = 120;
+    const QString files = comparison.file1 + QLatin1Char(' ') + comparison.file2;
+    const QString worst = worstOf(comparison);
+    if (!budget.takeRow(markup + files.size() + worst.size() + comparison.message.size()))
+        return false;
+    html.open("tr");
+    html.element("th", QString::number(comparison.line), {{"scope", "row"}, {"class", "number"}});
+    html.element("td", files, {{"class", "name"}});
+    html.element("td", worst);
+    html.element(
+        "td", comparison.message + QLatin1String(comparison.isReported ? " (ended the run)" : ""));
+    html.close();
+    return true;
+}
+
+/// The first of the comparisons that fail, a row each.
+void writeOverview(
+    const std::vector<FailedComparison> &comparisons, PageBudget &budget, HtmlWriter &html)
 {
     html.element("h4", countOf(static_cast<qint64>(comparisons.size()), "comparison") +
                            QStringLiteral(" that fail"));
@@ -210,24 +241,35 @@ void writeOverview(const std::vector<FailedComparison> &comparisons, HtmlWriter 
     html.close();
     html.close();
     html.open("tbody");
-    for (size_t index = 0; index < std::min(comparisons.size(), mostListed); ++index) {
-        const FailedComparison &comparison = comparisons[index];
-        html.open("tr");
-        html.element(
-            "th", QString::number(comparison.line), {{"scope", "row"}, {"class", "number"}});
-        html.element(
-            "td", comparison.file1 + QLatin1Char(' ') + comparison.file2, {{"class", "name"}});
-        html.element("td", worstOf(comparison));
-        html.element("td",
-            comparison.message + QLatin1String(comparison.isReported ? " (ended the run)" : ""));
-        html.close();
-    }
+    size_t listed = 0;
+    while (listed < std::min(comparisons.size(), mostListed) &&
+           writeRow(comparisons[listed], budget, html))
+        ++listed;
     html.close();
     html.close();
     html.close();
-    if (comparisons.size() > mostListed)
-        html.element("p", QStringLiteral("%1 more.")
-                              .arg(grouped(static_cast<qint64>(comparisons.size() - mostListed))));
+    if (listed < comparisons.size())
+        html.element("p",
+            QStringLiteral(
+                "%1 more of them are not listed here; talmo report --format json has all.")
+                .arg(grouped(static_cast<qint64>(comparisons.size() - listed))),
+            {{"class", "note"}});
+}
+
+/// Says how many of \a all comparisons are not among the \a shown ones.
+void writeLeftOut(size_t all, size_t shown, HtmlWriter &html)
+{
+    if (shown == all)
+        return;
+    const auto left = static_cast<qint64>(all - shown);
+    const QString what = countOf(left, shown == 0 ? "comparison" : "other comparison") +
+                         QLatin1String(left == 1 ? " that fails is" : " that fail are") +
+                         QStringLiteral(" not shown in full");
+    if (shown < mostInFull)
+        return writeTooLarge(what, html);
+    html.element("p",
+        what + QStringLiteral("; talmo diff shows each of them in the directory of the run."),
+        {{"class", "note"}});
 }
 
 } // namespace
@@ -242,15 +284,23 @@ void writeComparisons(const FailedRun &failure, PageBudget &budget, HtmlWriter &
     std::stable_partition(order.begin(), order.end(),
         [](const FailedComparison *comparison) { return comparison->isReported; });
     if (comparisons.size() > 1)
-        writeOverview(comparisons, html);
-    for (size_t index = 0; index < std::min(order.size(), mostInFull); ++index) {
-        if (!budget.take(2000))
-            return;
-        Comparison comparison(*order[index], budget, html);
-        comparison.write();
-        if (index < mostPictured)
-            writePictures(*order[index], failure.directory, budget, html);
+        writeOverview(comparisons, budget, html);
+    constexpr qint64 table = 2000;
+    size_t shown = 0;
+    while (shown < std::min(order.size(), mostInFull) && budget.take(table)) {
+        const FailedComparison &comparison = *order[shown];
+        Comparison(comparison, budget, html).write();
+        ++shown;
+        if (shown <= mostPictured)
+            writePictures(comparison, failure.directory, budget, html);
+        else if (hasPictures(comparison))
+            html.element("p",
+                QStringLiteral(
+                    "There is no picture: only the first %1 comparisons of a run have some.")
+                    .arg(mostPictured),
+                {{"class", "note"}});
     }
+    writeLeftOut(comparisons.size(), shown, html);
 }
 
 } // namespace Talmo

@@ -80,7 +80,7 @@ void writeScript(
     const int from = std::max(failing > 0 ? failing - before : 1, 1);
     const int to = std::min(failing > 0 ? failing + after : before + after, count);
     if (!budget.take(qint64{60} * (to - from + 1 + atTheBeginning)))
-        return;
+        return writeTooLarge(QStringLiteral("The script is not shown"), html);
     html.element("h4", QStringLiteral("Script ") + run.script);
     html.open("pre", {{"class", "script"}, {"tabindex", "0"}, {"aria-label", "Script"}});
     const int beginning = std::min(atTheBeginning, from - 1);
@@ -111,7 +111,7 @@ void writeOutput(const RunRecord &run, PageBudget &budget, HtmlWriter &html)
     if (end.count(QLatin1Char('\n')) > mostLines)
         end = end.section(QLatin1Char('\n'), -mostLines - 1);
     if (!budget.take(end.size()))
-        return;
+        return writeTooLarge(QStringLiteral("The output is not shown"), html);
     html.element("h4", end.size() < output.size() ? "The end of the output" : "Output");
     html.preformatted(end, {{"class", "output"}, {"tabindex", "0"}, {"aria-label", "Output"}});
 }

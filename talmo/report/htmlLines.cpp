@@ -80,8 +80,10 @@ void writeLines(const FailedComparison &comparison, PageBudget &budget, HtmlWrit
 {
     const Survey &survey = comparison.survey;
     const size_t count = std::min(survey.firstLines.size(), mostLines);
-    if (count == 0 || !budget.take(static_cast<qint64>(count) * 2 * longestLine))
+    if (count == 0)
         return;
+    if (!budget.take(static_cast<qint64>(count) * 2 * longestLine))
+        return writeTooLarge(QStringLiteral("The lines that differ are not shown"), html);
     html.element("p", QStringLiteral("The first lines that differ, of '%1' (1) and '%2' (2):")
                           .arg(comparison.file1, comparison.file2));
     html.open("pre", {{"class", "lines"}, {"tabindex", "0"}, {"aria-label", "Lines that differ"}});

@@ -17,12 +17,13 @@ namespace Talmo
 namespace
 {
 
-constexpr size_t mostCurves = 2;                             ///< columns of a comparison
-constexpr qint64 largestPictured = qint64{64} * 1000 * 1000; ///< bytes of a file
+constexpr size_t mostCurves = 2; ///< columns of a comparison
+constexpr qint64 aMegabyte = 1000000;
+constexpr qint64 largestPictured = 64 * aMegabyte; ///< of a file
 constexpr int pictureWidth = 720;
 
-/// The columns that exceed their tolerance most, in their order.
-std::vector<size_t> picturedColumns(const Survey &survey)
+/// The columns that differ; those that exceed their tolerance most come first.
+std::vector<size_t> differingColumns(const Survey &survey)
 {
     std::vector<size_t> columns;
     for (size_t index = 0; index < survey.columns.size(); ++index) {
@@ -35,18 +36,18 @@ std::vector<size_t> picturedColumns(const Survey &survey)
     };
     std::stable_sort(columns.begin(), columns.end(),
         [&excess](size_t one, size_t other) { return excess(one) > excess(other); });
-    columns.resize(std::min(columns.size(), mostCurves));
-    std::sort(columns.begin(), columns.end());
     return columns;
 }
 
-/// Whether the file \a name is there and not too large for a picture; what is no regular file is
-/// left to the picture to tell.
-bool isPicturable(const QString &name)
+/// Why the file \a name is not drawn; null if it may be. What is no regular file is left to the
+/// picture to tell.
+QString objectionTo(const QString &name)
 {
     QFile file;
     const QByteArray path = systemName(name);
-    return path.isNull() || !openRegular(file, path) || file.size() <= largestPictured;
+    if (path.isNull() || !openRegular(file, path) || file.size() <= largestPictured)
+        return {};
+    return QStringLiteral("'%1' is larger than %2 MB").arg(name).arg(largestPictured / aMegabyte);
 }
 
 QString pathIn(const QString &directory, const QString &file)
@@ -54,34 +55,62 @@ QString pathIn(const QString &directory, const QString &file)
     return file.startsWith(QLatin1Char('/')) ? file : directory + QLatin1Char('/') + file;
 }
 
+/// Draws the picture that \a request asks for into \a picture. Returns why there is none; null if
+/// there is one.
+QString draw(const PlotRequest &request, const FailedComparison &comparison, QBuffer &picture)
+{
+    for (const QString &name : {request.file1, request.file2}) {
+        const QString objection = objectionTo(name);
+        if (!objection.isNull())
+            return objection;
+    }
+    QString problem;
+    picture.open(QIODevice::WriteOnly);
+    writePlotElement(request, comparison.file1, comparison.file2, picture, problem);
+    return problem;
+}
+
 } // namespace
+
+bool hasPictures(const FailedComparison &comparison)
+{
+    return !differingColumns(comparison.survey).empty();
+}
 
 void writePictures(const FailedComparison &comparison, const QString &directory, PageBudget &budget,
     HtmlWriter &html)
 {
+    const std::vector<size_t> columns = differingColumns(comparison.survey);
+    if (columns.empty())
+        return;
+    const size_t drawn = std::min(columns.size(), mostCurves);
     PlotRequest request;
     request.file1 = pathIn(directory, comparison.file1);
     request.file2 = pathIn(directory, comparison.file2);
-    request.columns = picturedColumns(comparison.survey);
+    request.columns.assign(columns.begin(), columns.begin() + static_cast<std::ptrdiff_t>(drawn));
+    std::sort(request.columns.begin(), request.columns.end());
     request.tolerances = comparison.tolerances;
     request.names = comparison.survey.names;
     request.width = pictureWidth;
-    if (request.columns.empty() || !isPicturable(request.file1) || !isPicturable(request.file2))
-        return;
     QBuffer picture;
-    picture.open(QIODevice::WriteOnly);
-    QString problem;
-    if (!writePlotElement(request, comparison.file1, comparison.file2, picture, problem)) {
-        html.element("p", QStringLiteral("There is no picture: ") + problem, {{"class", "note"}});
+    const QString problem = draw(request, comparison, picture);
+    if (!problem.isNull()) {
+        html.element(
+            "p", QStringLiteral("There is no picture: %1.").arg(problem), {{"class", "note"}});
         return;
     }
-    if (!budget.take(picture.size())) {
-        html.element("p", "There is no picture: the page would be too large.", {{"class", "note"}});
-        return;
-    }
+    if (!budget.take(picture.size()))
+        return writeTooLarge(QStringLiteral("There is no picture"), html);
     openScrolling(html, "figure", QStringLiteral("Pictures of the columns"));
     html.insert(picture.data());
     html.close();
+    if (drawn < columns.size())
+        html.element("p",
+            countOf(static_cast<qint64>(columns.size() - drawn), "other column") +
+                QLatin1String(
+                    columns.size() - drawn == 1 ? " that differs is" : " that differ are") +
+                QStringLiteral(" not drawn."),
+            {{"class", "pale"}});
 }
 
 } // namespace Talmo

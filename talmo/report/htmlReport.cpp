@@ -237,6 +237,11 @@ QString countOf(qint64 count, const char *what)
            QLatin1String(count == 1 ? "" : "s");
 }
 
+void writeTooLarge(const QString &what, HtmlWriter &html)
+{
+    html.element("p", what + QStringLiteral(": the page would be too large."), {{"class", "note"}});
+}
+
 void openScrolling(HtmlWriter &html, const char *element, const QString &label)
 {
     html.open(element,

@@ -15,20 +15,27 @@ namespace Talmo
 // The parts of a report's page, a file each. They write to the page that they are given.
 
 /// How much of what scripts, files and programs hold a page may still take. What comes first gets
-/// it; a page about any number of failures stays one that a browser opens.
+/// it; a page about any number of failures stays one that a browser opens. Lists of comparisons
+/// have a part of their own, since they matter more than pictures.
 class PageBudget
 {
 public:
     /// Takes \a bytes if they are left.
-    bool take(qint64 bytes)
+    bool take(qint64 bytes) { return takeFrom(left, bytes); }
+
+    /// The same for a row of a list.
+    bool takeRow(qint64 bytes) { return takeFrom(leftForRows, bytes); }
+
+private:
+    static bool takeFrom(qint64 &some, qint64 bytes)
     {
-        const bool isEnough = bytes <= left;
-        left -= isEnough ? bytes : 0;
+        const bool isEnough = bytes <= some;
+        some -= isEnough ? bytes : 0;
         return isEnough;
     }
 
-private:
     qint64 left = qint64{7} * 1000 * 1000;
+    qint64 leftForRows = qint64{2} * 1000 * 1000;
 };
 
 /// The names of runs that have a section, and its id.
@@ -54,6 +61,9 @@ void writeComparisons(const FailedRun &failure, PageBudget &budget, HtmlWriter &
 /// The first lines on which the files of \a comparison differ.
 void writeLines(const FailedComparison &comparison, PageBudget &budget, HtmlWriter &html);
 
+/// Whether \a comparison has columns of which pictures can be drawn: numbers that differ.
+bool hasPictures(const FailedComparison &comparison);
+
 /// Pictures of the columns of \a comparison that are farthest apart. Its files are looked for in
 /// \a directory; a sentence says why there is no picture.
 void writePictures(const FailedComparison &comparison, const QString &directory, PageBudget &budget,
@@ -61,6 +71,9 @@ void writePictures(const FailedComparison &comparison, const QString &directory,
 
 /// The slowest runs, and those that were skipped, not run, known to fail or repeated.
 void writeLists(const Report &report, const SectionIds &sections, HtmlWriter &html);
+
+/// Says that \a what, such as "The script is not shown", is so because the page is large enough.
+void writeTooLarge(const QString &what, HtmlWriter &html);
 
 /// A region that scrolls if it is too wide, also with the keyboard.
 void openScrolling(HtmlWriter &html, const char *element, const QString &label);

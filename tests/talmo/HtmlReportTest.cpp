@@ -239,11 +239,63 @@ TEST_F(HtmlReportTest, WhatTheDirectoryCannotTellIsSaid)
     Report report = reportOf(folder.path(), 1, 1, 30);
     ASSERT_TRUE(QFile::remove(report.results.suite + "/ring0001.dir/out.dat"));
     report.failures[0].inspection.obstacle = "it was changed since";
+    report.failures[0].inspection.comparisons.pop_back();
     const Page page = pageOf(report);
     EXPECT_EQ(page.texts["note"],
         QStringList({"The directory of the run cannot tell more: it was changed since.",
+            "Tolerances would grow more than a hundredfold: column 3 (y) 210 times.",
             "There is no picture: '" + report.results.suite +
-                "/ring0001.dir/out.dat' cannot be read: No such file or directory"}));
+                "/ring0001.dir/out.dat' cannot be read: No such file or directory."}));
+}
+
+TEST_F(HtmlReportTest, WhatIsLeftOutOfARunIsSaid)
+{
+    Report report = reportOf(folder.path(), 1, 1, 30);
+    std::vector<FailedComparison> &comparisons = report.failures[0].inspection.comparisons;
+    const QString grows = "Tolerances would grow more than a hundredfold: column 3 (y) %1 times.";
+    QStringList notes = {grows.arg(210), grows.arg(310)};
+    EXPECT_EQ(pageOf(report).texts["note"], notes);
+    const FailedComparison other = comparisons[1];
+    comparisons.push_back(other);
+    notes << grows.arg(310)
+          << "There is no picture: only the first 2 comparisons of a run have some.";
+    EXPECT_EQ(pageOf(report).texts["note"], notes);
+    comparisons.push_back(other);
+    notes << "1 other comparison that fails is not shown in full; talmo diff shows each of them in "
+             "the directory of the run.";
+    EXPECT_EQ(pageOf(report).texts["note"], notes);
+    comparisons.resize(500, other);
+    notes.last().replace("1 other comparison that fails is", "497 other comparisons that fail are");
+    EXPECT_EQ(pageOf(report).texts["note"], notes);
+    comparisons.resize(1502, other);
+    notes.last().replace("497", "1,499");
+    notes.prepend("1,002 more of them are not listed here; talmo report --format json has all.");
+    EXPECT_EQ(pageOf(report).texts["note"], notes);
+}
+
+TEST_F(HtmlReportTest, OfLargeFilesThereIsNoPicture)
+{
+    Report report;
+    report.results = resultsOf({runOf("test1", RunState::Failed, "they differ")});
+    writeTo(folder.filePath("a"), "1 2 3 4\n");
+    writeTo(folder.filePath("b"), "2 3 4 5\n");
+    FailedRun failure;
+    failure.directory = folder.path();
+    failure.inspection.comparisons = {
+        comparisonOf(2, folder.path(), "a", "b", {0.1, 0.1, 0.1, 0.1}, true)};
+    report.failures.push_back(failure);
+    Page page = pageOf(report);
+    EXPECT_EQ(page.elements["figure"], 1);
+    EXPECT_TRUE(page.text.contains("2 other columns that differ are not drawn."));
+    const QString file = folder.filePath("b");
+    constexpr qint64 most = 64000000;
+    ASSERT_TRUE(QFile::resize(file, most));
+    EXPECT_EQ(pageOf(report).elements["figure"], 1);
+    ASSERT_TRUE(QFile::resize(file, most + 1));
+    page = pageOf(report);
+    EXPECT_EQ(page.elements["figure"], 0);
+    EXPECT_EQ(page.texts["note"],
+        QStringList("There is no picture: '" + file + "' is larger than 64 MB."));
 }
 
 TEST_F(HtmlReportTest, ListsWhatElseHappened)
@@ -355,6 +407,24 @@ TEST_F(HtmlReportTest, APageAboutManyRunsIsNotLarge)
     const QByteArray page = bytesOf(worse);
     EXPECT_LT(page.size(), 30 * 1000 * 1000);
     EXPECT_TRUE(page.contains("id=\"f10000\""));
+    const QByteArray last = page.mid(page.indexOf("id=\"f10000\""));
+    for (const char *const what : {
+             "The script is not shown",
+             "The output is not shown",
+             "2 comparisons that fail are not shown in full",
+         })
+        EXPECT_TRUE(last.contains(what + QByteArray(": the page would be too large."))) << what;
+    EXPECT_TRUE(last.contains("2 more of them are not listed here"));
+}
+
+TEST_F(HtmlReportTest, APageAboutManyComparisonsIsNotLarge)
+{
+    Report report = reportOf(folder.path(), 10000, 200, 500);
+    for (FailedRun &failure : report.failures) {
+        const FailedComparison comparison = failure.inspection.comparisons[1];
+        failure.inspection.comparisons.resize(500, comparison);
+    }
+    EXPECT_LT(bytesOf(report).size(), 10 * 1000 * 1000);
 }
 
 TEST_F(HtmlReportTest, AFullDiskIsTold)
