@@ -210,6 +210,9 @@ std::vector<FailedComparison> comparisonsOf(
         comparisons.push_back(*step.comparison);
         FailedComparison &comparison = comparisons.back();
         comparison.isReported = step.line == end && step.message == run.message;
+        // Who reads the files once more can see then whether they are still the same.
+        comparison.state1 = stateOf(comparison.file1);
+        comparison.state2 = stateOf(comparison.file2);
         if (step.hasTolerances)
             comparison.survey = surveyOf(comparison, keptLines);
     }

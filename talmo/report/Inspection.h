@@ -1,5 +1,6 @@
 #pragma once
 
+#include "FileState.h"
 #include "RunRecord.h"
 #include "Survey.h"
 
@@ -8,6 +9,7 @@
 
 #include <QtGlobal>
 
+#include <optional>
 #include <vector>
 
 namespace Talmo
@@ -18,6 +20,8 @@ struct FailedComparison {
     qint64 line = 0; ///< the number of the script's line, from 1
     QString file1;   ///< as the script names it, "$simProgram" replaced
     QString file2;
+    std::optional<FileState> state1; ///< of file1 before it was compared; none if nobody knows
+    std::optional<FileState> state2; ///< the same of file2
     std::vector<double> tolerances;
     /// What "=compare" says, or that it should have failed, as "=ignore" demands; then the files
     /// agree.

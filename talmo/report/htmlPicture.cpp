@@ -55,6 +55,21 @@ QString pathIn(const QString &directory, const QString &file)
     return file.startsWith(QLatin1Char('/')) ? file : directory + QLatin1Char('/') + file;
 }
 
+/// Which file of \a comparison is not any more what was compared, by the names that \a request has
+/// for them; null if none.
+QString changeOf(const PlotRequest &request, const FailedComparison &comparison)
+{
+    const struct {
+        const QString &name;
+        const std::optional<FileState> &before;
+    } files[] = {{request.file1, comparison.state1}, {request.file2, comparison.state2}};
+    for (const auto &file : files) {
+        if (file.before && !(file.before == stateOf(file.name)))
+            return QStringLiteral("'%1' was changed since it was compared").arg(file.name);
+    }
+    return {};
+}
+
 /// Draws the picture that \a request asks for into \a picture. Returns why there is none; null if
 /// there is one.
 QString draw(const PlotRequest &request, const FailedComparison &comparison, QBuffer &picture)
@@ -67,7 +82,8 @@ QString draw(const PlotRequest &request, const FailedComparison &comparison, QBu
     QString problem;
     picture.open(QIODevice::WriteOnly);
     writePlotElement(request, comparison.file1, comparison.file2, picture, problem);
-    return problem;
+    // Only when it is drawn: a file may have been changed meanwhile, too.
+    return problem.isNull() ? changeOf(request, comparison) : problem;
 }
 
 } // namespace

@@ -12,6 +12,9 @@
 #include <QTemporaryDir>
 #include <QXmlStreamReader>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <gtest/gtest.h>
 
 using namespace Talmo;
@@ -271,6 +274,45 @@ TEST_F(HtmlReportTest, WhatIsLeftOutOfARunIsSaid)
     notes.last().replace("497", "1,499");
     notes.prepend("1,002 more of them are not listed here; talmo report --format json has all.");
     EXPECT_EQ(pageOf(report).texts["note"], notes);
+}
+
+TEST_F(HtmlReportTest, NoPictureContradictsItsTable)
+{
+    const QString directory = folder.path() + "/suite/ring0001.dir";
+    const QString changed = "There is no picture: '%1' was changed since it was compared.";
+    const auto compared = [this, &directory] {
+        Report report = reportOf(folder.path(), 1, 1, 30);
+        std::vector<FailedComparison> &comparisons = report.failures[0].inspection.comparisons;
+        comparisons.pop_back();
+        comparisons[0].state1 = stateOf(directory + "/out.dat");
+        comparisons[0].state2 = stateOf(directory + "/ref.dat");
+        EXPECT_TRUE(comparisons[0].state1 && comparisons[0].state2);
+        return report;
+    };
+    EXPECT_EQ(pageOf(compared()).elements["figure"], 1);
+
+    const Report grown = compared();
+    QFile file(directory + "/ref.dat");
+    const FileState before = *stateOf(file.fileName());
+    const timespec times[] = {before.changed, before.changed};
+    ASSERT_TRUE(file.open(QIODevice::Append) && file.write("0 0 0\n") == 6);
+    file.close();
+    ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(file.fileName()), times, 0), 0);
+    EXPECT_EQ(pageOf(grown).texts["note"].value(1), changed.arg(file.fileName()));
+    EXPECT_EQ(pageOf(grown).elements["figure"], 0);
+
+    const Report touched = compared();
+    const QString out = directory + "/out.dat";
+    const timespec earlier[] = {{1, 0}, {1, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(out), earlier, 0), 0);
+    EXPECT_EQ(pageOf(touched).texts["note"].value(1), changed.arg(out));
+
+    const Report replaced = compared();
+    const FileState last = *stateOf(out);
+    const timespec same[] = {last.changed, last.changed};
+    ASSERT_TRUE(QFile::rename(out, out + ".old") && QFile::copy(out + ".old", out));
+    ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(out), same, 0), 0);
+    EXPECT_EQ(pageOf(replaced).texts["note"].value(1), changed.arg(out));
 }
 
 TEST_F(HtmlReportTest, OfLargeFilesThereIsNoPicture)

@@ -95,6 +95,18 @@ const QString notProven = "Nobody knows whether the directory 'test1.dir' and th
 
 } // namespace
 
+TEST_F(InspectionTest, KnowsTheStateOfTheFilesThatItCompares)
+{
+    write("reference", "7\n");
+    const RunRecord run = runOf(files + "=compare a ../reference\n=compare a none\n");
+    const Inspection inspection = inspect(run, suite(), 1);
+    ASSERT_EQ(inspection.comparisons.size(), 1U);
+    EXPECT_TRUE(inspection.comparisons[0].state1 == stateOf(work + "/test1.dir/a"));
+    EXPECT_TRUE(inspection.comparisons[0].state2 == stateOf(work + "/reference"));
+    EXPECT_TRUE(inspection.comparisons[0].state1);
+    EXPECT_FALSE(stateOf(work + "/none"));
+}
+
 TEST_F(InspectionTest, ListsAllComparisonsThatFailFromTheReportedOneOn)
 {
     const RunRecord run = runOf(files + "=compare a a\n=compare a b 0.5\n=compare a a 0\n"
