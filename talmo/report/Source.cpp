@@ -17,6 +17,24 @@ namespace
 
 enum class Content { OfTalmo, OfCTest, OfDriver, OfAnotherTool, Unknown };
 
+/// Whether a document with the root "testsuite", at which \a xml is, is one of ctest: without an
+/// outer element, with the number of tests that are disabled and none of errors, and with a status
+/// of each test. Others have some of it.
+bool isOfCTest(QXmlStreamReader &xml)
+{
+    const QXmlStreamAttributes suite = xml.attributes();
+    if (!suite.hasAttribute(QLatin1String("disabled")) ||
+        !suite.hasAttribute(QLatin1String("skipped")) ||
+        suite.hasAttribute(QLatin1String("errors")))
+        return false;
+    while (!xml.atEnd()) {
+        if (xml.readNext() == QXmlStreamReader::StartElement &&
+            xml.name() == QLatin1String("testcase"))
+            return xml.attributes().hasAttribute(QLatin1String("status"));
+    }
+    return true; // there is none, or the file is damaged, which its reader says
+}
+
 /// What the root of an XML document tells.
 Content contentByRoot(QIODevice &file)
 {
@@ -32,10 +50,7 @@ Content contentByRoot(QIODevice &file)
                    : Content::OfAnotherTool;
     if (xml.name() != QLatin1String("testsuite"))
         return Content::Unknown;
-    // ctest writes a suite without an outer element, and says how many tests are disabled.
-    const bool isOfCTest = attributes.hasAttribute(QLatin1String("disabled")) &&
-                           attributes.hasAttribute(QLatin1String("skipped"));
-    return isOfCTest ? Content::OfCTest : Content::OfAnotherTool;
+    return isOfCTest(xml) ? Content::OfCTest : Content::OfAnotherTool;
 }
 
 Content contentOf(QIODevice &file)

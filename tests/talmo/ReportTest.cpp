@@ -359,6 +359,45 @@ TEST_F(ReportTest, RefusesWhatIsNoResult)
     EXPECT_TRUE(cut.startsWith("talmo: report: f:2: it is damaged: ")) << cut.toStdString();
 }
 
+TEST_F(ReportTest, RefusesResultsOfOtherTools)
+{
+    // What pytest, GoogleTest, Maven and others write, shortened.
+    const QByteArray documents[] = {
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?><testsuites name=\"pytest tests\"><testsuite "
+        "name=\"pytest\" errors=\"0\" failures=\"1\" skipped=\"0\" tests=\"1\" time=\"0.1\" "
+        "timestamp=\"2026-03-01T12:00:00\" hostname=\"h\"><testcase classname=\"test_a\" "
+        "name=\"test_b\" time=\"0.1\"><failure message=\"x\">x</failure></testcase></testsuite>"
+        "</testsuites>",
+        "<testsuite errors=\"0\" failures=\"0\" hostname=\"h\" name=\"pytest\" skipped=\"0\" "
+        "tests=\"1\" time=\"0.1\" timestamp=\"2026-03-01T12:00:00\"><testcase classname=\"a\" "
+        "name=\"b\" time=\"0.1\"/></testsuite>",
+        "<testsuites tests=\"1\" failures=\"0\" disabled=\"0\" errors=\"0\" time=\"0.1\" "
+        "timestamp=\"2026-03-01T12:00:00.000\" name=\"AllTests\"><testsuite name=\"A\" "
+        "tests=\"1\" failures=\"0\" disabled=\"0\" skipped=\"0\" errors=\"0\" time=\"0.1\">"
+        "<testcase name=\"B\" status=\"run\" result=\"completed\" time=\"0.1\" "
+        "classname=\"A\"/></testsuite></testsuites>",
+        "<testsuite name=\"A\" tests=\"1\" failures=\"0\" disabled=\"0\" skipped=\"0\" "
+        "errors=\"0\" time=\"0.1\"><testcase name=\"B\" status=\"run\" time=\"0.1\"/>"
+        "</testsuite>",
+        "<testsuite xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" version=\"3.0\" "
+        "name=\"org.example.ATest\" time=\"0.1\" tests=\"1\" errors=\"0\" skipped=\"0\" "
+        "failures=\"0\"><properties><property name=\"a\" value=\"b\"/></properties>"
+        "<testcase name=\"b\" classname=\"org.example.ATest\" time=\"0.1\"/></testsuite>",
+        "<testsuite name=\"A\" tests=\"1\" failures=\"0\" disabled=\"0\" skipped=\"0\" "
+        "time=\"0.1\"><properties/><testcase name=\"B\" time=\"0.1\"/></testsuite>",
+    };
+    writeSuite();
+    EXPECT_EQ(make({"-j1"}).status, 1);
+    for (const QByteArray &document : documents) {
+        SCOPED_TRACE(document.toStdString());
+        write("f", document);
+        const QByteArray reason = "f: it is a JUnit file of another tool, not of talmo or ctest";
+        expectRefused({"f", "-o", "page.html"}, reason);
+        expectRefused({"--compare", "f", "-o", "page.html"}, reason);
+        EXPECT_FALSE(exists("page.html"));
+    }
+}
+
 TEST_F(ReportTest, RefusesWrongCalls)
 {
     writeSuite();
