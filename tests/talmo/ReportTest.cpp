@@ -15,6 +15,7 @@
 #include <QRegularExpression>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace Talmo;
 
@@ -396,6 +397,38 @@ TEST_F(ReportTest, RefusesResultsOfOtherTools)
         expectRefused({"--compare", "f", "-o", "page.html"}, reason);
         EXPECT_FALSE(exists("page.html"));
     }
+}
+
+TEST_F(ReportTest, ALinkStaysAndWhatItLeadsToIsWritten)
+{
+    writeSuite();
+    EXPECT_EQ(make({"-j1"}).status, 1);
+    ASSERT_TRUE(QDir(work).mkdir("pages"));
+    const auto link = [this](const char *target, const char *name) {
+        ASSERT_EQ(symlink(target, QFile::encodeName(work + '/' + name)), 0);
+    };
+    link("pages/a.html", "dangling.html");
+    link("dangling.html", "chain.html");
+    link("gone/a.html", "nowhere.html");
+    link("circle.html", "circle.html");
+    link("test1", "script.html");
+    const QByteArray page = "<!DOCTYPE html><html lang=\"en\">";
+    for (const char *const name : {"dangling.html", "dangling.html", "chain.html"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(report({"-o", name}, theRun), ""); // the second time over the first report
+        EXPECT_TRUE(read("pages/a.html").startsWith(page));
+        EXPECT_TRUE(QFileInfo(work + '/' + name).isSymLink());
+    }
+    ASSERT_TRUE(QFile::remove(work + "/pages/a.html"));
+    EXPECT_EQ(report({"-o", "chain.html"}, theRun), "");
+    EXPECT_TRUE(read("pages/a.html").startsWith(page));
+    EXPECT_TRUE(QFileInfo(work + "/chain.html").isSymLink());
+    EXPECT_TRUE(QFileInfo(work + "/dangling.html").isSymLink());
+    expectRefused({"-o", "nowhere.html"}, "cannot write 'nowhere.html': No such file or directory");
+    expectRefused(
+        {"-o", "circle.html"}, "cannot write 'circle.html': Too many levels of symbolic links");
+    expectRefused({"-o", "script.html"},
+        "cannot write 'script.html': It holds something else than a report of talmo");
 }
 
 TEST_F(ReportTest, RefusesWrongCalls)
