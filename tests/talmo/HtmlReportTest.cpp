@@ -191,6 +191,124 @@ TEST_F(HtmlReportTest, OneLineDiffers)
                               "tolerance"));
 }
 
+TEST_F(HtmlReportTest, SaysOnTopWhatIsRare)
+{
+    Report report;
+    report.results = resultsOf({runOf("a"), runOf("b", RunState::NotRun, "it was interrupted")});
+    report.results.shard = 2;
+    report.results.shards = 3;
+    report.results.runsInAll = 40;
+    report.results.interruption = "SIGINT";
+    report.source = QString(200, 'x');
+    EXPECT_EQ(
+        pageOf(report).texts["facts"].value(0), "Suite/home/me/suiteStarted0.00 sShard2 of 3, 40 "
+                                                "runs in allInterruptedby SIGINTTaken from" +
+                                                    report.source);
+    report.source += "y";
+    EXPECT_TRUE(pageOf(report).texts["facts"].value(0).endsWith(QString("x") + QChar(0x2026)));
+    EXPECT_TRUE(pageOf(report).bytes.contains("<h1>1 run not made</h1>"));
+}
+
+TEST_F(HtmlReportTest, OfManyRunsTheFirstAreInSight)
+{
+    Report report;
+    report.results = resultsOf({});
+    for (int number = 1; number <= 16; ++number) {
+        report.results.runs.push_back(runOf(QString("run%1").arg(number)));
+        report.results.runs.back().seconds = number;
+    }
+    const QString text = pageOf(report).text;
+    const QString slowest = text.mid(text.indexOf("Slowest runs"));
+    EXPECT_TRUE(slowest.startsWith("Slowest runsRunTookrun1616.0 srun1515.0 s"))
+        << slowest.toStdString();
+    EXPECT_TRUE(slowest.contains("run22.00 s"));
+    EXPECT_FALSE(slowest.contains("run11.00 s"));
+    for (int number = 1; number <= 40; ++number)
+        report.results.runs.push_back(runOf(QString("s%1").arg(number), RunState::Skipped, "why"));
+    EXPECT_EQ(pageOf(report).elements["details"], 1);
+    report.results.runs.push_back(runOf("s41", RunState::Skipped, "why"));
+    EXPECT_EQ(pageOf(report).elements["details"], 2);
+    report.results.runs.push_back(runOf("f", RunState::Failed, QString(160, 'm')));
+    EXPECT_EQ(pageOf(report).texts["why"], QStringList(QString(160, 'm')));
+    report.results.runs.back().message += 'm';
+    EXPECT_EQ(pageOf(report).texts["why"], QStringList(QString(160, 'm') + QChar(0x2026)));
+}
+
+TEST_F(HtmlReportTest, ShowsTheScriptAroundTheFailure)
+{
+    Report report;
+    report.results = resultsOf({runOf("test1", RunState::Failed, "x")});
+    RunRecord &run = report.results.runs[0];
+    run.attempts = 3;
+    run.remarks = QStringList("a process was left behind");
+    for (int line = 1; line <= 100; ++line)
+        run.systemOut += QString("printed %1\n").arg(line);
+    FailedRun failure;
+    failure.inspection.line = 20;
+    for (int line = 1; line <= 40; ++line)
+        failure.scriptText += "line " + QByteArray::number(line) + '\n';
+    failure.scriptText.replace("line 21", QByteArray(401, 'z'));
+    report.failures.push_back(failure);
+    const Page page = pageOf(report);
+    QString script = "    1  line 1\n    2  line 2\n    3  line 3\n    \u22EE\n";
+    for (int line = 10; line <= 25; ++line)
+        script += QString("%1  line %1\n").arg(line, 5).replace("line    ", "line ");
+    script.replace("line 20\n", "line 20   \u2190 failed\n");
+    script.replace("line 21\n", QString(400, 'z') + QChar(0x2026) + '\n');
+    EXPECT_EQ(page.texts["script"], QStringList(script + "    \u22EE  40 lines in all\n"));
+    EXPECT_TRUE(page.text.contains("a process was left behind3 attempts"))
+        << page.text.toStdString();
+    EXPECT_TRUE(page.texts["output"].value(0).startsWith("\nprinted 41\n"))
+        << page.texts["output"].value(0).toStdString();
+}
+
+TEST_F(HtmlReportTest, TablesHaveWhatDiffers)
+{
+    Report report;
+    report.results = resultsOf({runOf("test1", RunState::Failed, "they differ")});
+    const QByteArray word(250, '7');
+    writeTo(folder.filePath("a"), "1 2 3" + QByteArray(" 1").repeated(13) + "\n1 1\n");
+    writeTo(folder.filePath("b"), "1 nan 9" + QByteArray(" 1").repeated(13) + "\n1 1\n1 1\n");
+    writeTo(folder.filePath("c"), "1 2 3" + QByteArray(" 1").repeated(14) + '\n');
+    writeTo(folder.filePath("d"), "1 2 4" + QByteArray(" 1").repeated(14) + '\n');
+    writeTo(folder.filePath("e"), "a b c d e f " + word + " g\n");
+    writeTo(folder.filePath("f"), "a b c d e f " + word + " h\n");
+    std::vector<double> tolerances(16, 0);
+    tolerances[2] = -1;
+    std::vector<double> more(17, 0);
+    FailedRun failure;
+    failure.inspection.comparisons = {
+        comparisonOf(2, folder.path(), "a", "b", tolerances, false),
+        comparisonOf(3, folder.path(), "c", "d", more, true),
+        comparisonOf(4, folder.path(), "e", "f", {}, false),
+    };
+    report.failures.push_back(failure);
+    const Page page = pageOf(report);
+    const QString ones = QString("  1").repeated(13);
+    const QString start = "a  b  c  d  e  f  " + QString(80, '7') + QChar(0x2026);
+    EXPECT_EQ(page.texts["lines"],
+        QStringList({"1 (1)     1  2  3" + ones + "  1\n  (2)     1  2  4" + ones + "  1\n",
+            "1 (1)     1  2  3" + ones + "\n  (2)     1  nan  9" + ones +
+                "\n2 (1)     1  1\n  (2)     1  1\n",
+            "1 (1)     " + start + "  g \u2026\n  (2)     " + start + "  h \u2026\n"}));
+    const QString parts[] = {
+        "a b2 lines differ, and the second file has 1 more",
+        // The one that ended the run comes first. Of 17 columns the one that differs is shown.
+        "on line 3, which ended the runOf 1 line, 1 differs: 1 line with numbers too far apart, "
+        "the "
+        "first on line 1.ColumnNameToleranceLines that differFirstLargest differenceon lineLargest "
+        "relativeon lineWould do3y011110.251116 other columns not shown.",
+        "on line 2File 'a' and/or 'b' has invalid data on line 1, column 2Of 2 and 3 lines, 2 "
+        "differ: 1 line that only one file has, the first on line 3; 1 line with too few columns, "
+        "the first on line 2; 1 line with a word that is no number, the first on line 1.",
+        // Of 16 columns all are.
+        "Would do1s002x011none3ynot compared400500600",
+    };
+    for (const QString &part : parts)
+        EXPECT_TRUE(page.text.contains(part)) << part.toStdString() << page.text.toStdString();
+    EXPECT_TRUE(page.bytes.contains("</span><mark>1  1</mark>\n")); // too short as a whole
+}
+
 TEST_F(HtmlReportTest, EveryLinkLeadsSomewhere)
 {
     for (const Report &report : {richReport(folder.path()), hostileReport(folder.path())}) {
@@ -280,10 +398,10 @@ TEST_F(HtmlReportTest, NoPictureContradictsItsTable)
 {
     const QString directory = folder.path() + "/suite/ring0001.dir";
     const QString changed = "There is no picture: '%1' was changed since it was compared.";
-    const auto compared = [this, &directory] {
-        Report report = reportOf(folder.path(), 1, 1, 30);
+    Report report = reportOf(folder.path(), 1, 1, 30);
+    auto compared = [report, &directory]() mutable {
         std::vector<FailedComparison> &comparisons = report.failures[0].inspection.comparisons;
-        comparisons.pop_back();
+        comparisons.resize(1, comparisons[0]);
         comparisons[0].state1 = stateOf(directory + "/out.dat");
         comparisons[0].state2 = stateOf(directory + "/ref.dat");
         EXPECT_TRUE(comparisons[0].state1 && comparisons[0].state2);
@@ -301,11 +419,13 @@ TEST_F(HtmlReportTest, NoPictureContradictsItsTable)
     EXPECT_EQ(pageOf(grown).texts["note"].value(1), changed.arg(file.fileName()));
     EXPECT_EQ(pageOf(grown).elements["figure"], 0);
 
-    const Report touched = compared();
     const QString out = directory + "/out.dat";
-    const timespec earlier[] = {{1, 0}, {1, 0}};
-    ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(out), earlier, 0), 0);
-    EXPECT_EQ(pageOf(touched).texts["note"].value(1), changed.arg(out));
+    for (const timespec time : {timespec{1, 5}, timespec{2, 5}, timespec{2, 6}}) {
+        const Report touched = compared();
+        const timespec both[] = {time, time};
+        ASSERT_EQ(utimensat(AT_FDCWD, QFile::encodeName(out), both, 0), 0);
+        EXPECT_EQ(pageOf(touched).texts["note"].value(1), changed.arg(out));
+    }
 
     const Report replaced = compared();
     const FileState last = *stateOf(out);
