@@ -47,7 +47,8 @@ QString objectionTo(const QString &name)
     const QByteArray path = systemName(name);
     if (path.isNull() || !openRegular(file, path) || file.size() <= largestPictured)
         return {};
-    return QStringLiteral("'%1' is larger than %2 MB").arg(name).arg(largestPictured / aMegabyte);
+    return QStringLiteral("'%1' is larger than %2 MB")
+        .arg(name, QString::number(largestPictured / aMegabyte)); // at once: a name may hold a "%2"
 }
 
 QString pathIn(const QString &directory, const QString &file)

@@ -209,7 +209,7 @@ TEST_F(HtmlReportTest, SaysOnTopWhatIsRare)
     EXPECT_TRUE(pageOf(report).bytes.contains("<h1>1 run not made</h1>"));
 }
 
-TEST_F(HtmlReportTest, OfManyRunsTheFirstAreInSight)
+TEST_F(HtmlReportTest, ALongListIsFoldedOrCut)
 {
     Report report;
     report.results = resultsOf({});
@@ -260,6 +260,9 @@ TEST_F(HtmlReportTest, ShowsTheScriptAroundTheFailure)
         << page.text.toStdString();
     EXPECT_TRUE(page.texts["output"].value(0).startsWith("\nprinted 41\n"))
         << page.texts["output"].value(0).toStdString();
+    // Of long lines, fewer.
+    report.results.runs[0].systemOut = QString(6001, 'x');
+    EXPECT_EQ(pageOf(report).texts["output"], QStringList('\n' + QString(6000, 'x')));
 }
 
 TEST_F(HtmlReportTest, TablesHaveWhatDiffers)
@@ -440,16 +443,16 @@ TEST_F(HtmlReportTest, OfLargeFilesThereIsNoPicture)
     Report report;
     report.results = resultsOf({runOf("test1", RunState::Failed, "they differ")});
     writeTo(folder.filePath("a"), "1 2 3 4\n");
-    writeTo(folder.filePath("b"), "2 3 4 5\n");
+    writeTo(folder.filePath("%2 %1"), "2 3 4 5\n");
     FailedRun failure;
     failure.directory = folder.path();
     failure.inspection.comparisons = {
-        comparisonOf(2, folder.path(), "a", "b", {0.1, 0.1, 0.1, 0.1}, true)};
+        comparisonOf(2, folder.path(), "a", "%2 %1", {0.1, 0.1, 0.1, 0.1}, true)};
     report.failures.push_back(failure);
     Page page = pageOf(report);
     EXPECT_EQ(page.elements["figure"], 1);
     EXPECT_TRUE(page.text.contains("2 other columns that differ are not drawn."));
-    const QString file = folder.filePath("b");
+    const QString file = folder.filePath("%2 %1");
     constexpr qint64 most = 64000000;
     ASSERT_TRUE(QFile::resize(file, most));
     EXPECT_EQ(pageOf(report).elements["figure"], 1);
