@@ -66,7 +66,8 @@ struct Steps {
 };
 
 /// Opens \a name as \a preparation makes it read; none if it cannot be read.
-std::optional<Steps> open(LineReader &lines, const QString &name, const Preparation &preparation)
+std::optional<Steps> open(
+    LineReader &lines, const QString &name, const Preparation &preparation, const BlockSide &side)
 {
     Steps steps;
     if (preparation.isNone() && !preparation.hasFixedColumns)
@@ -74,12 +75,13 @@ std::optional<Steps> open(LineReader &lines, const QString &name, const Preparat
     auto text = std::make_unique<LineReader>();
     if (!openPlain(*text, name))
         return {};
-    std::unique_ptr<PreparedText> prepared = filteredText(std::move(text), preparation);
+    std::unique_ptr<PreparedText> prepared =
+        filteredText(std::move(text), preparation, preparation.hasBlocks() ? side : BlockSide());
     steps.filtered = prepared.get();
     if (!preparation.sort.isNull()) {
         auto unsorted = std::make_unique<LineReader>();
         unsorted->readFrom(std::move(prepared));
-        prepared = sortedText(std::move(unsorted), preparation.sort);
+        prepared = sortedText(std::move(unsorted), *steps.filtered, preparation.sort);
         steps.sorted = prepared.get();
     }
     lines.readFrom(std::move(prepared));
@@ -112,13 +114,13 @@ size_t columnOf(const QString &text, const QStringList &names, size_t count, QSt
 
 bool openPrepared(LineReader &lines, const QString &name, const Preparation &preparation)
 {
-    return open(lines, name, preparation).has_value();
+    return open(lines, name, preparation, BlockSide()).has_value();
 }
 
-bool ComparedFile::open(const QString &name, const Preparation &preparation)
+bool ComparedFile::open(const QString &name, const Preparation &preparation, const BlockSide &side)
 {
     fileName = name;
-    const std::optional<Steps> steps = Talmo::open(lines, name, preparation);
+    const std::optional<Steps> steps = Talmo::open(lines, name, preparation, side);
     isOpen = steps.has_value();
     if (isOpen) {
         filtered = steps->filtered;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BlockPairing.h"
 #include "LineReader.h"
 
 #include <QString>
@@ -22,6 +23,10 @@ struct Preparation {
     bool hasFixedColumns = false;
     QString sort; ///< the column, by number or name; null if there is none
 
+    /// Whether there may be several blocks. Otherwise there is one, with all lines that are
+    /// compared.
+    bool hasBlocks() const { return !from.isNull() && !to.isNull(); }
+
     /// Whether the files are compared as they are.
     bool isNone() const
     {
@@ -41,8 +46,9 @@ bool openPrepared(LineReader &lines, const QString &name, const Preparation &pre
 class ComparedFile
 {
 public:
-    /// Opens \a name; "-" is standard input. Returns false if it cannot be read.
-    bool open(const QString &name, const Preparation &preparation);
+    /// Opens \a name; "-" is standard input. Returns false if it cannot be read. \a side is told
+    /// of the blocks, if \a preparation has any with headings and ends.
+    bool open(const QString &name, const Preparation &preparation, const BlockSide &side);
 
     LineReader lines;
 

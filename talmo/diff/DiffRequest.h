@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BlockPairing.h"
 #include "ComparedFile.h"
 #include "Survey.h"
 
@@ -49,8 +50,11 @@ struct DiffResult {
     DiffRequest request;
     Tolerances tolerances;
     Survey survey;
+    std::optional<BlockParting> parting; ///< none if the blocks are the same
     size_t plotX = 0; ///< the column over which a picture is drawn, from 1; 0 for the line number
     bool mayReadAgain = false; ///< both files are regular files and are compared as they are
+
+    bool agree() const { return survey.agree() && !parting; }
 };
 
 } // namespace Talmo

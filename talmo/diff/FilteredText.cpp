@@ -22,29 +22,28 @@ namespace
 class FilteredText : public PreparedText
 {
 public:
-    FilteredText(
-        std::unique_ptr<LineReader> lines, std::vector<std::unique_ptr<LineFilter>> lineFilters)
-        : text(std::move(lines))
-        , filters(std::move(lineFilters))
-    {
-    }
+    FilteredText(std::unique_ptr<LineReader> lines, const Preparation &preparation,
+        const BlockSide &blockSide);
 
     qint64 readText(char *target, qint64 size) override;
     bool failed() const override { return text->failed(); }
     QString remark() const override { return text->remark(); }
     qint64 numberInFile(qint64 number) const override;
     QString problem() const override;
+    qint64 blockOf(qint64 number) const override;
 
 private:
-    bool readLine();
-    void note(qint64 number);
-    void forget();
-
     /// From the line \a number of this text on, lines follow one another as in the file.
     struct Run {
         qint64 number;
         qint64 numberInText;
+        qint64 block; // no run goes beyond one, since a heading is between
     };
+
+    bool readLine();
+    void note(qint64 number);
+    void forget();
+    const Run *runOf(qint64 number) const;
 
     std::unique_ptr<LineReader> text;
     std::vector<std::unique_ptr<LineFilter>> filters;
@@ -53,7 +52,30 @@ private:
     qint64 linesRead = 0;
     qint64 linesKept = 0;
     std::deque<Run> runs;
+    BlockSide side;
+    qint64 block = 0;
+    bool hasEnded = false;
 };
+
+FilteredText::FilteredText(
+    std::unique_ptr<LineReader> lines, const Preparation &preparation, const BlockSide &blockSide)
+    : text(std::move(lines))
+    , side(blockSide)
+{
+    const auto begins = [this](qint64 heading) {
+        ++block;
+        if (side.pairing != nullptr)
+            side.pairing->begin(side.file, heading, linesKept);
+    };
+    if (!preparation.from.isNull() || !preparation.to.isNull())
+        filters.push_back(blockFilter(preparation.from, preparation.to, begins));
+    if (!preparation.skip.isEmpty())
+        filters.push_back(skipFilter(preparation.skip));
+    if (!preparation.widths.empty())
+        filters.push_back(fieldFilter(preparation.widths));
+    if (preparation.hasFixedColumns)
+        filters.push_back(columnFilter());
+}
 
 qint64 FilteredText::readText(char *target, qint64 size)
 {
@@ -85,6 +107,9 @@ bool FilteredText::readLine()
         given = 0;
         return true;
     }
+    if (side.pairing != nullptr && !hasEnded)
+        side.pairing->end(side.file, linesKept);
+    hasEnded = true;
     return false;
 }
 
@@ -93,7 +118,7 @@ void FilteredText::note(qint64 number)
     const bool goesOn =
         !runs.empty() && linesRead - runs.back().numberInText == number - runs.back().number;
     if (!goesOn)
-        runs.push_back({number, linesRead});
+        runs.push_back({number, linesRead, block});
 }
 
 /// Forgets the runs before the line that was given away last: whoever reads on has done with them.
@@ -103,14 +128,24 @@ void FilteredText::forget()
         runs.pop_front();
 }
 
-qint64 FilteredText::numberInFile(qint64 number) const
+/// The run with the line \a number; null if there is none.
+const FilteredText::Run *FilteredText::runOf(qint64 number) const
 {
     const auto behind = std::upper_bound(runs.begin(), runs.end(), number,
         [](qint64 wanted, const Run &run) { return wanted < run.number; });
-    if (behind == runs.begin())
-        return 0;
-    const Run &run = *std::prev(behind);
-    return text->numberInFile(run.numberInText + number - run.number);
+    return behind == runs.begin() ? nullptr : &*std::prev(behind);
+}
+
+qint64 FilteredText::numberInFile(qint64 number) const
+{
+    const Run *const run = runOf(number);
+    return run == nullptr ? 0 : text->numberInFile(run->numberInText + number - run->number);
+}
+
+qint64 FilteredText::blockOf(qint64 number) const
+{
+    const Run *const run = runOf(number);
+    return run == nullptr ? 0 : run->block;
 }
 
 QString FilteredText::problem() const
@@ -125,18 +160,9 @@ QString FilteredText::problem() const
 } // namespace
 
 std::unique_ptr<PreparedText> filteredText(
-    std::unique_ptr<LineReader> text, const Preparation &preparation)
+    std::unique_ptr<LineReader> text, const Preparation &preparation, const BlockSide &side)
 {
-    std::vector<std::unique_ptr<LineFilter>> filters;
-    if (!preparation.from.isNull() || !preparation.to.isNull())
-        filters.push_back(blockFilter(preparation.from, preparation.to));
-    if (!preparation.skip.isEmpty())
-        filters.push_back(skipFilter(preparation.skip));
-    if (!preparation.widths.empty())
-        filters.push_back(fieldFilter(preparation.widths));
-    if (preparation.hasFixedColumns)
-        filters.push_back(columnFilter());
-    return std::make_unique<FilteredText>(std::move(text), std::move(filters));
+    return std::make_unique<FilteredText>(std::move(text), preparation, side);
 }
 
 } // namespace Talmo

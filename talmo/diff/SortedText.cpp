@@ -20,8 +20,10 @@ namespace
 class SortedText : public PreparedText
 {
 public:
-    SortedText(std::unique_ptr<LineReader> unsorted, QString columnName)
-        : text(std::move(unsorted))
+    SortedText(
+        std::unique_ptr<LineReader> lineReader, const PreparedText &source, QString columnName)
+        : text(std::move(lineReader))
+        , unsorted(source)
         , name(std::move(columnName))
     {
     }
@@ -38,6 +40,7 @@ private:
         size_t begin = 0;
         size_t length = 0; ///< with its newline
         qint64 numberInFile = 0;
+        qint64 block = 0;
         bool isComment = false;
     };
 
@@ -46,6 +49,7 @@ private:
     bool takeKey(Line &line, const Words &words);
 
     std::unique_ptr<LineReader> text;
+    const PreparedText &unsorted; // inside of text
     QString name;
     size_t column = 0; // from 1; 0 until the first line with data tells
     QString ownProblem;
@@ -83,17 +87,20 @@ void SortedText::readAll()
     std::string_view line;
     qint64 number = 0;
     while (text->readLine(line)) {
-        if (!takeLine(line, text->numberInFile(++number)))
+        if (!takeLine(line, ++number))
             return;
     }
     std::stable_sort(lines.begin(), lines.end(), [](const Line &one, const Line &other) {
+        if (one.block != other.block)
+            return one.block < other.block;
         if (one.isComment || other.isComment)
             return one.isComment && !other.isComment;
         return one.key < other.key;
     });
 }
 
-/// Appends \a line; false if it has no number in the column.
+/// Appends \a line, the one with this \a number in the unsorted text; false if it has no number in
+/// the column.
 bool SortedText::takeLine(std::string_view line, qint64 number)
 {
     Words words;
@@ -101,7 +108,8 @@ bool SortedText::takeLine(std::string_view line, qint64 number)
     Line taken;
     taken.begin = content.size();
     taken.length = line.size() + 1;
-    taken.numberInFile = number;
+    taken.numberInFile = unsorted.numberInFile(number);
+    taken.block = unsorted.blockOf(number);
     taken.isComment = words[0].substr(0, 1) == "#";
     if (taken.isComment && column == 0)
         comment = line;
@@ -135,9 +143,10 @@ qint64 SortedText::numberInFile(qint64 number) const
 
 } // namespace
 
-std::unique_ptr<PreparedText> sortedText(std::unique_ptr<LineReader> text, const QString &column)
+std::unique_ptr<PreparedText> sortedText(
+    std::unique_ptr<LineReader> text, const PreparedText &unsorted, const QString &column)
 {
-    return std::make_unique<SortedText>(std::move(text), column);
+    return std::make_unique<SortedText>(std::move(text), unsorted, column);
 }
 
 } // namespace Talmo

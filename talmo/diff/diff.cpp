@@ -8,6 +8,7 @@
 #include "diffOutput.h"
 #include "diffPlot.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <new>
 #include <string_view>
@@ -35,14 +36,15 @@ bool mayReadAgain(const QString &name)
 
 /// The two files, open.
 struct FilePair {
+    BlockPairing blocks; // the files tell it of theirs
     ComparedFile file1;
     ComparedFile file2;
 
     /// The sentence says what is wrong; it is null if nothing is.
     QString open(const DiffRequest &request)
     {
-        if (file1.open(request.file1, request.preparation))
-            file2.open(request.file2, request.preparation);
+        if (file1.open(request.file1, request.preparation, {&blocks, 1}))
+            file2.open(request.file2, request.preparation, {&blocks, 2});
         return failure();
     }
 
@@ -56,8 +58,12 @@ struct FilePair {
     QString objection()
     {
         std::string_view line;
-        while (file1.lines.readLine(line) || file2.lines.readLine(line))
-            continue; // only at the end it is known what was not found
+        bool mayGoOn1 = true;
+        bool mayGoOn2 = true;
+        while (mayGoOn1 || mayGoOn2) { // only at the end it is known what was not found
+            mayGoOn1 = file1.lines.readLine(line);
+            mayGoOn2 = file2.lines.readLine(line);
+        }
         const QString objection1 = file1.objection();
         return objection1.isNull() ? file2.objection() : objection1;
     }
@@ -100,6 +106,16 @@ QString problemOf(const DiffRequest &request, const Survey &survey)
     return {};
 }
 
+/// Where the blocks part, if that counts.
+std::optional<BlockParting> partingOf(
+    const BlockPairing &blocks, const DiffRequest &request, const Survey &survey)
+{
+    const std::optional<BlockParting> &parting = blocks.parting();
+    const qint64 common = std::min(survey.lengths.lines1, survey.lengths.lines2);
+    const bool isBehind = parting && parting->linesPaired >= common;
+    return request.ignoresExtraLines && isBehind ? std::nullopt : parting;
+}
+
 /// Compares what \a result asks for. Returns why there is no comparison, or null.
 QString compare(DiffResult &result)
 {
@@ -139,6 +155,7 @@ QString compare(DiffResult &result)
     if (problem = files.failure(); !problem.isNull())
         return problem;
     problem = files.objection();
+    result.parting = partingOf(files.blocks, request, result.survey);
     return problem.isNull() ? problemOf(request, result.survey) : problem;
 }
 
@@ -156,7 +173,7 @@ int perform(const DiffRequest &request)
     QString obstacle;
     if (!request.plot.isNull() && !savePlot(result, obstacle))
         std::fprintf(stderr, "talmo: diff: %s\n", qPrintable(obstacle));
-    return result.survey.agree() ? AllIsWell : AtFault;
+    return result.agree() ? AllIsWell : AtFault;
 }
 
 } // namespace

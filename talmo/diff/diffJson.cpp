@@ -97,6 +97,20 @@ QJsonObject kindsOf(const Survey &survey)
     return kinds;
 }
 
+/// The first block that is not the same; null if there is none.
+QJsonValue valueOf(const std::optional<BlockParting> &parting)
+{
+    if (!parting)
+        return {};
+    const bool isInBoth = parting->lines1 >= 0;
+    return QJsonObject{
+        {QStringLiteral("block"), parting->number},
+        {QStringLiteral("headings"), valueOf(parting->headings)},
+        {QStringLiteral("lines"),
+            isInBoth ? QJsonValue(QJsonArray{parting->lines1, parting->lines2}) : QJsonValue()},
+    };
+}
+
 } // namespace
 
 QByteArray jsonOf(const DiffResult &result)
@@ -106,7 +120,7 @@ QByteArray jsonOf(const DiffResult &result)
     const QJsonObject document = {
         {QStringLiteral("file1"), request.file1},
         {QStringLiteral("file2"), request.file2},
-        {QStringLiteral("agree"), survey.agree()},
+        {QStringLiteral("agree"), result.agree()},
         {QStringLiteral("message"), textOrNull(messageOf(result, request.file1, request.file2))},
         {QStringLiteral("reason"), reasonOf(result)},
         {QStringLiteral("lines1"), survey.lengths.lines1},
@@ -114,6 +128,7 @@ QByteArray jsonOf(const DiffResult &result)
         {QStringLiteral("differingLines"), survey.differingLines},
         {QStringLiteral("columns"), columnsOf(result)},
         {QStringLiteral("kinds"), kindsOf(survey)},
+        {QStringLiteral("blocks"), valueOf(result.parting)},
         {QStringLiteral("firstLines"), linesOf(survey)},
         {QStringLiteral("compare"), textOrNull(readyLineOf(result))},
     };

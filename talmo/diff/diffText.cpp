@@ -182,9 +182,7 @@ QStringList differingLines(const DiffResult &result, OutputStyle style)
     const Survey &survey = result.survey;
     QStringList lines;
     for (const DifferingLine &line : survey.firstLines) {
-        QString heading = lineText(line.places);
-        heading[0] = heading[0].toUpper();
-        lines += heading + QLatin1Char(':');
+        lines += capitalized(lineText(line.places)) + QLatin1Char(':');
         appendLine(lines, QStringLiteral("  1: "), line.text1, line.columns, red, style);
         appendLine(lines, QStringLiteral("  2: "), line.text2, line.columns, green, style);
     }
@@ -225,6 +223,17 @@ void appendSection(QStringList &lines, const QStringList &section)
         lines += QStringList(QString()) + section;
 }
 
+/// The message of "=compare", or what is there instead if only the blocks part.
+QString firstLineOf(const DiffResult &result)
+{
+    const QString name1 = shown(result.request.file1);
+    const QString name2 = shown(result.request.file2);
+    const QString message = messageOf(result, name1, name2);
+    return message.isNull()
+               ? QStringLiteral("Files '%1' and '%2' have not the same blocks").arg(name1, name2)
+               : message;
+}
+
 } // namespace
 
 OutputStyle styleOfOutput()
@@ -239,10 +248,12 @@ OutputStyle styleOfOutput()
 QByteArray textOf(const DiffResult &result, OutputStyle style)
 {
     QStringList lines;
-    if (!result.survey.agree()) {
-        lines += messageOf(result, shown(result.request.file1), shown(result.request.file2));
+    if (!result.agree()) {
+        lines += firstLineOf(result);
         appendSection(lines, tableOf(result));
         appendSection(lines, aboutKinds(result));
+        if (const QString blocks = aboutBlocks(result); !blocks.isNull())
+            appendSection(lines, {capitalized(blocks)});
         appendSection(lines, result.request.comparesNumbers ? differingLines(result, style)
                                                             : diffLines(result, style));
         const QString ready = readyLineOf(result);

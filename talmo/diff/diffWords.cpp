@@ -53,6 +53,9 @@ QString aboutWorst(const Survey &survey, const Tolerances &tolerances)
 QString aboutLines(const Survey &survey)
 {
     const qint64 all = std::min(survey.lengths.lines1, survey.lengths.lines2);
+    if (survey.agree())
+        return all == 1 ? QStringLiteral("the only line agrees")
+                        : QStringLiteral("all %1 lines agree").arg(all);
     if (survey.differingLines == 0 && all == 0)
         return {};
     if (survey.differingLines == 0)
@@ -129,6 +132,12 @@ QString lineText(const LinePlaces &places)
         .arg(QString::number(places.line1), QString::number(places.line2));
 }
 
+QString capitalized(QString text)
+{
+    text[0] = text[0].toUpper();
+    return text;
+}
+
 QString columnText(const Survey &survey, size_t index)
 {
     QString text = QStringLiteral("column %1").arg(index + 1);
@@ -156,6 +165,26 @@ QStringList aboutKinds(const DiffResult &result)
     return sentences;
 }
 
+QString aboutBlocks(const DiffResult &result)
+{
+    if (!result.parting)
+        return {};
+    const BlockParting &parting = *result.parting;
+    const QString name1 = shown(result.request.file1);
+    const QString name2 = shown(result.request.file2);
+    const LinePlaces &headings = parting.headings;
+    const bool isMissing1 = headings.line1 == 0;
+    if (isMissing1 || headings.line2 == 0)
+        return QStringLiteral("block %1, below line %2 of '%3', is missing in '%4'")
+            .arg(QString::number(parting.number),
+                QString::number(isMissing1 ? headings.line2 : headings.line1),
+                isMissing1 ? name2 : name1, isMissing1 ? name1 : name2);
+    return QStringLiteral("block %1 has %2 in '%3', below line %4, and %5 in '%6', below line %7")
+        .arg(QString::number(parting.number), counted(parting.lines1, "line"), name1,
+            QString::number(headings.line1), counted(parting.lines2, "line"), name2,
+            QString::number(headings.line2));
+}
+
 QString messageOf(const DiffResult &result, const QString &name1, const QString &name2)
 {
     if (!result.survey.first)
@@ -174,7 +203,7 @@ QString messageOf(const DiffResult &result, const QString &name1, const QString 
 QString reasonOf(const DiffResult &result)
 {
     const Survey &survey = result.survey;
-    if (survey.agree())
+    if (result.agree())
         return QStringLiteral("Files '%1' and '%2' agree: %3")
             .arg(shown(result.request.file1), shown(result.request.file2), aboutAgreement(result));
     QStringList parts = {aboutLines(survey), aboutWorst(survey, result.tolerances)};
@@ -182,10 +211,9 @@ QString reasonOf(const DiffResult &result)
         parts[0] +=
             QStringLiteral(", first ") + lineText(survey.kinds[Difference::Text].firstPlaces);
     parts += aboutKinds(result);
+    parts += aboutBlocks(result);
     parts.removeAll(QString());
-    QString reason = parts.join(QStringLiteral("; "));
-    reason[0] = reason[0].toUpper();
-    return reason;
+    return capitalized(parts.join(QStringLiteral("; ")));
 }
 
 QString readyLineOf(const DiffResult &result)

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace Talmo
 {
@@ -54,16 +55,18 @@ QString matchesNothing(const char *option, const LinePattern &pattern)
 class BlockFilter : public LineFilter
 {
 public:
-    BlockFilter(const QString &begin, const QString &end)
+    BlockFilter(
+        const QString &begin, const QString &end, std::function<void(qint64 heading)> callee)
         : from(begin)
         , to(end)
+        , begins(std::move(callee))
         , hasFrom(!begin.isNull())
         , hasTo(!end.isNull())
         , isInside(!hasFrom)
     {
     }
 
-    bool keeps(std::string_view &line, qint64 /*number*/) override
+    bool keeps(std::string_view &line, qint64 number) override
     {
         if (isInside && !ends(line))
             return true;
@@ -71,6 +74,8 @@ public:
         // its own block: more is compared than if it were.
         isInside = hasFrom && from.matches(line);
         fromWasFound = fromWasFound || isInside;
+        if (isInside)
+            begins(number);
         return false;
     }
 
@@ -94,6 +99,7 @@ private:
 
     LinePattern from;
     LinePattern to;
+    std::function<void(qint64)> begins;
     bool hasFrom;
     bool hasTo;
     bool isInside;
@@ -219,9 +225,10 @@ std::unique_ptr<LineFilter> columnFilter()
     return std::make_unique<ColumnFilter>();
 }
 
-std::unique_ptr<LineFilter> blockFilter(const QString &from, const QString &to)
+std::unique_ptr<LineFilter> blockFilter(
+    const QString &from, const QString &to, std::function<void(qint64 heading)> begins)
 {
-    return std::make_unique<BlockFilter>(from, to);
+    return std::make_unique<BlockFilter>(from, to, std::move(begins));
 }
 
 std::unique_ptr<LineFilter> skipFilter(const QStringList &patterns)

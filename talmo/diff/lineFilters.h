@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <QtGlobal>
 
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -32,8 +33,10 @@ public:
 /// Keeps the lines between a line that matches \a from and the next one that matches \a to, without
 /// these two, as often as there are any. One line may end a block and begin the next one. Without
 /// \a from (null) the first block begins with the file, and there is no other; without \a to a
-/// block ends with the file.
-std::unique_ptr<LineFilter> blockFilter(const QString &from, const QString &to);
+/// block ends with the file. Calls \a begins with the number of each line behind which a block
+/// begins.
+std::unique_ptr<LineFilter> blockFilter(
+    const QString &from, const QString &to, std::function<void(qint64 heading)> begins);
 
 /// Leaves out the lines that match one of \a patterns.
 std::unique_ptr<LineFilter> skipFilter(const QStringList &patterns);

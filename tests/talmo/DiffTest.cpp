@@ -167,5 +167,5 @@ TEST_F(DiffTest, ScriptsCanUseIt)
 TEST_F(DiffTest, TheSessionsOfTheManualAreTrue)
 {
     addProgram("talmo", "exec '" + driver.toUtf8() + "' \"$@\"\n");
-    EXPECT_EQ(expectSessions(MANUAL_OF_DIFF, environment, work, folder.path()), 3);
+    EXPECT_EQ(expectSessions(MANUAL_OF_DIFF, environment, work, folder.path()), 4);
 }
