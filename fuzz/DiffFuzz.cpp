@@ -1,11 +1,14 @@
 // Input: a line with the arguments of "talmo diff" behind the file names, words that are
 // tolerances, and a relative tolerance behind "r"; the first file, a line "----", and the second
 // file. What is checked: the verdict and the message are those of "=compare" by its plain
-// definition, the counts are those of a plain model, and the line that would pass does.
+// definition, the counts are those of a plain model, and the line that would pass does. With "b" in
+// front of the arguments, the blocks from "<" to ">" are compared, and what is checked is that they
+// agree as a whole exactly if they agree block by block.
 
 #include "DiffRequest.h"
 #include "PlainSurvey.h"
 #include "compareOutcome.h"
+#include "comparison.h"
 #include "diffOutput.h"
 #include "diffWords.h"
 #include "fuzzing.h"
@@ -59,6 +62,56 @@ void checkReadyLine(const Files &files, const Talmo::DiffResult &result)
     }
 }
 
+/// The texts of the blocks of \a content.
+QByteArrayList blocksOf(const QByteArray &content)
+{
+    QByteArrayList blocks;
+    bool isInside = false;
+    for (const QByteArray &line : PlainCompare::linesOf(content)) {
+        if (isInside && !line.contains('>')) {
+            blocks.last() += line + '\n';
+            continue;
+        }
+        isInside = line.contains('<');
+        if (isInside)
+            blocks += "#\n"; // so that a byte order mark below it stays what it is
+    }
+    return blocks;
+}
+
+bool agreeBlockByBlock(
+    const QByteArrayList &blocks1, const QByteArrayList &blocks2, const Talmo::Rules &rules)
+{
+    if (blocks1.size() != blocks2.size())
+        return false;
+    for (int index = 0; index < blocks1.size(); ++index) {
+        const PlainSurvey::Counts counts =
+            PlainSurvey::countsOf(blocks1[index], blocks2[index], rules.tolerances, rules.relative);
+        if (counts.differing > 0 || counts.lines[Talmo::Difference::Length] > 0)
+            return false;
+    }
+    return true;
+}
+
+void checkBlocks(const Files &files, const QStringList &words, const Talmo::Rules &rules,
+    const QByteArray &content1, const QByteArray &content2)
+{
+    Talmo::DiffResult result;
+    result.request.file1 = files.name1;
+    result.request.file2 = files.name2;
+    result.request.tolerances = words;
+    result.request.relative = rules.relative;
+    result.request.comparesNumbers = !words.isEmpty();
+    result.request.preparation.from = QStringLiteral("<");
+    result.request.preparation.to = QStringLiteral(">");
+    if (!Talmo::compare(result).isNull())
+        return; // a pattern matches nothing, or nothing is left
+    require(result.agree() == agreeBlockByBlock(blocksOf(content1), blocksOf(content2), rules),
+        "the files agree if their blocks do, and only then");
+    require(!Talmo::textOf(result, Talmo::OutputStyle::Plain).isEmpty(), "there is a text");
+    require(!Talmo::jsonOf(result).isEmpty(), "there is a document");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -66,6 +119,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     static const QTemporaryDir directory;
     Input input(data, size);
     QStringList words = input.takeLine().simplified().split(' ', Qt::SkipEmptyParts);
+    const bool hasBlocks = !words.isEmpty() && words.first() == QLatin1String("b");
+    if (hasBlocks)
+        words.removeFirst();
     Talmo::Rules rules;
     if (!words.isEmpty() && words.last().startsWith('r'))
         rules.relative = PlainCompare::numberOf(words.takeLast().mid(1)).value_or(0);
@@ -78,6 +134,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const Files files = {directory.filePath("1"), directory.filePath("2")};
     write(files.name1, content1);
     write(files.name2, content2);
+    if (hasBlocks) {
+        checkBlocks(files, words, rules, content1, content2);
+        return 0;
+    }
 
     Talmo::DiffResult result;
     result.request.file1 = files.name1;
