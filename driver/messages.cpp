@@ -1,8 +1,7 @@
 #include "messages.h"
 
 #include "talmo/RegExp.h"
-
-#include <QScopeGuard>
+#include "utf8.h"
 
 #include <algorithm>
 
@@ -35,18 +34,43 @@ QByteArray skipLine(const QByteArray &path)
     return path + ": No applicable SimPrograms";
 }
 
-bool matchesMessage(const QString &pattern, const QString &message)
+Pattern::Pattern(const QString &text)
+    : pattern(text)
+    , bytes(text.toUtf8())
+{
+    static const QString special = QStringLiteral("\\^$.|?*+()[]{}");
+    isText = std::none_of(pattern.begin(), pattern.end(),
+        [](QChar character) { return special.contains(character); });
+    isAscii = std::all_of(
+        pattern.begin(), pattern.end(), [](QChar character) { return character < QChar(0x80); });
+}
+
+Pattern::~Pattern()
+{
+    // Scripts have any number of patterns, and most serve for one line.
+    if (!isText)
+        RE.forget(pattern);
+}
+
+bool Pattern::matches(const QString &message) const
 {
     // A pattern that stands for itself is not compiled, which takes time that grows with the square
     // of its length.
-    static const QString special = QStringLiteral("\\^$.|?*+()[]{}");
-    const bool isText = std::none_of(pattern.begin(), pattern.end(),
-        [](QChar character) { return special.contains(character); });
-    if (isText)
-        return message.contains(pattern);
-    // Scripts have any number of patterns, and each serves for one line.
-    const auto afterwards = qScopeGuard([&pattern] { RE.forget(pattern); });
-    return RE.match(pattern, message);
+    return isText ? message.contains(pattern) : RE.match(pattern, message);
+}
+
+bool Pattern::matchesLine(std::string_view line) const
+{
+    // In UTF-8, ASCII characters are found byte by byte, also in a line that is damaged.
+    if (isText && isAscii)
+        return line.find(std::string_view(bytes.constData(), static_cast<size_t>(bytes.size()))) !=
+               std::string_view::npos;
+    return matches(decoded(line));
+}
+
+bool matchesMessage(const QString &pattern, const QString &message)
+{
+    return Pattern(pattern).matches(message);
 }
 
 } // namespace Talmo

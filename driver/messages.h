@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <string_view>
+
 namespace Talmo
 {
 
@@ -16,6 +18,30 @@ QByteArray failureLine(const QByteArray &name, const QString &message);
 
 /// That the script \a path applies to none of the programs.
 QByteArray skipLine(const QByteArray &path);
+
+/// A regular expression as that of "=ignore", which matches anywhere in a text. An invalid one
+/// matches nothing.
+class Pattern
+{
+public:
+    explicit Pattern(const QString &text);
+    Pattern(const Pattern &) = delete;
+    Pattern &operator=(const Pattern &) = delete;
+    ~Pattern();
+
+    bool matches(const QString &message) const;
+
+    /// Does the same with \a line, a line of a file, which may hold bytes that are no UTF-8.
+    bool matchesLine(std::string_view line) const;
+
+    const QString &text() const { return pattern; }
+
+private:
+    QString pattern;
+    QByteArray bytes;
+    bool isText;  // it stands for itself
+    bool isAscii; // and has no other characters than those of ASCII
+};
 
 /// Whether \a pattern, a regular expression as that of "=ignore", matches anywhere in \a message.
 bool matchesMessage(const QString &pattern, const QString &message);

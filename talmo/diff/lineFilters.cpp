@@ -1,10 +1,8 @@
 #include "lineFilters.h"
 
 #include "Words.h"
-#include "talmo/RegExp.h"
+#include "messages.h"
 #include "utf8.h"
-
-#include <QByteArray>
 
 #include <algorithm>
 #include <string>
@@ -16,37 +14,7 @@ namespace Talmo
 namespace
 {
 
-/// A pattern of a user, which matches as that of "=ignore" does, for any number of lines.
-class LinePattern
-{
-public:
-    explicit LinePattern(const QString &text)
-        : pattern(text)
-        , bytes(text.toStdString())
-    {
-        static const QString special = QStringLiteral("\\^$.|?*+()[]{}");
-        // In UTF-8, ASCII characters are found byte by byte, also in a line that is damaged.
-        isPlain = std::all_of(pattern.begin(), pattern.end(), [](QChar character) {
-            return character < QChar(0x80) && !special.contains(character);
-        });
-    }
-
-    bool matches(std::string_view line) const
-    {
-        if (isPlain)
-            return line.find(bytes) != std::string_view::npos;
-        return RE.match(pattern, decoded(line));
-    }
-
-    const QString &text() const { return pattern; }
-
-private:
-    QString pattern;
-    std::string bytes;
-    bool isPlain;
-};
-
-QString matchesNothing(const char *option, const LinePattern &pattern)
+QString matchesNothing(const char *option, const Pattern &pattern)
 {
     return QStringLiteral("has no line that matches the '%1' of --%2")
         .arg(pattern.text(), QLatin1String(option));
@@ -72,7 +40,7 @@ public:
             return true;
         // The end of a block may be the heading of the next one, but a heading is never the end of
         // its own block: more is compared than if it were.
-        isInside = hasFrom && from.matches(line);
+        isInside = hasFrom && from.matchesLine(line);
         fromWasFound = fromWasFound || isInside;
         if (isInside)
             begins(number);
@@ -92,13 +60,13 @@ public:
 private:
     bool ends(std::string_view line)
     {
-        const bool isEnd = hasTo && to.matches(line);
+        const bool isEnd = hasTo && to.matchesLine(line);
         toWasFound = toWasFound || isEnd;
         return isEnd;
     }
 
-    LinePattern from;
-    LinePattern to;
+    Pattern from;
+    Pattern to;
     std::function<void(qint64)> begins;
     bool hasFrom;
     bool hasTo;
@@ -118,11 +86,11 @@ public:
     bool keeps(std::string_view &line, qint64 /*number*/) override
     {
         return std::none_of(patterns.begin(), patterns.end(),
-            [line](const LinePattern &pattern) { return pattern.matches(line); });
+            [line](const Pattern &pattern) { return pattern.matchesLine(line); });
     }
 
 private:
-    std::vector<LinePattern> patterns;
+    std::vector<Pattern> patterns;
 };
 
 bool isBlank(char character)

@@ -41,6 +41,21 @@ TEST_F(DiffLinesTest, LeavesLinesOut)
         "The first line agrees; 'c' lacks the last line of 'd', line 2");
 }
 
+TEST_F(DiffLinesTest, MatchesCharactersAndNotBytes)
+{
+    write("c", "caf\xC3\xA9\n1\n\xFF made\n");
+    write("d", "1\n");
+    for (const char *const cafe : {"f\xC3\xA9", "^caf.$"}) {
+        for (const char *const damaged : {"made", "\xEF\xBF\xBD", "^. m"}) {
+            expectAgreement(
+                {"c", "d", "--skip", QString::fromUtf8(cafe), "--skip", QString::fromUtf8(damaged)},
+                "1 line");
+        }
+    }
+    expectReason({"c", "d", "--skip", "^caf..$", "--skip", "made"}, // two bytes, one character
+        "1 of 1 line differs, first line 1; 'd' lacks the last line of 'c', line 2");
+}
+
 TEST_F(DiffLinesTest, NothingLeftIsNoAgreement)
 {
     write("c", "# only\n# comments\n");
