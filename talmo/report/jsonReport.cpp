@@ -2,14 +2,12 @@
 
 #include "counts.h"
 #include "findings.h"
-#include "kindRows.h"
-#include "utf8.h"
+#include "surveyJson.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cmath>
 #include <vector>
 
 namespace Talmo
@@ -20,17 +18,6 @@ namespace
 
 /// The first member; Qt writes members in the order of their names.
 constexpr char beginning[] = "{\n    \"about\": \"talmo report 1\",";
-
-/// JSON has no numbers without end.
-QJsonValue valueOf(double number)
-{
-    return std::isfinite(number) ? QJsonValue(number) : QJsonValue(QStringLiteral("infinite"));
-}
-
-QJsonValue textOrNull(const QString &text)
-{
-    return text.isNull() ? QJsonValue() : QJsonValue(QString::fromUtf8(text.toUtf8()));
-}
 
 QJsonValue lineOrNull(qint64 line)
 {
@@ -105,74 +92,10 @@ QJsonObject objectOf(const RunRecord &run)
     };
 }
 
-QJsonArray columnsOf(const Survey &survey)
-{
-    QJsonArray columns;
-    for (int index = 0; index < static_cast<int>(survey.columns.size()); ++index) {
-        const ColumnSurvey &column = survey.columns[static_cast<size_t>(index)];
-        columns += QJsonObject{
-            {QStringLiteral("column"), index + 1},
-            {QStringLiteral("name"),
-                index < survey.names.size() ? textOrNull(survey.names[index]) : QJsonValue()},
-            {QStringLiteral("tolerance"), valueOf(column.tolerance)},
-            {QStringLiteral("lines"), column.lines},
-            {QStringLiteral("first"), lineOrNull(column.firstLine)},
-            {QStringLiteral("largest"), valueOf(column.largest)},
-            {QStringLiteral("largestAt"), lineOrNull(column.largestLine)},
-            {QStringLiteral("largestRelative"), valueOf(column.largestRelative)},
-            {QStringLiteral("largestRelativeAt"), lineOrNull(column.largestRelativeLine)},
-            {QStringLiteral("invalid"), column.invalid},
-            {QStringLiteral("sufficient"),
-                column.sufficient ? valueOf(*column.sufficient) : QJsonValue()},
-        };
-    }
-    return columns;
-}
-
-QJsonObject kindsOf(const Survey &survey)
-{
-    QJsonObject kinds;
-    for (const KindRow &row : kindRows) {
-        const KindSurvey &kind = survey.kinds[row.kind];
-        kinds[QLatin1String(row.name)] = QJsonObject{
-            {QStringLiteral("lines"), kind.lines},
-            {QStringLiteral("first"), lineOrNull(kind.firstLine)},
-        };
-    }
-    return kinds;
-}
-
-/// What stands on a line of a file; null if it has none.
-QJsonValue textOf(const QByteArray &line)
-{
-    return line.isNull() ? QJsonValue() : QJsonValue(decodedBytes(line));
-}
-
-QJsonObject objectOf(const DifferingLine &line)
-{
-    return {
-        {QStringLiteral("line"), line.line},
-        {QStringLiteral("text1"), textOf(line.text1)},
-        {QStringLiteral("text2"), textOf(line.text2)},
-        {QStringLiteral("columns"),
-            arrayOf(line.columns, [](size_t column) { return static_cast<qint64>(column); })},
-    };
-}
-
 /// What the comparison of two files shows; null if they agree, or were not compared.
-QJsonValue valueOf(const Survey &survey)
+QJsonValue differencesOf(const Survey &survey)
 {
-    if (!survey.first)
-        return {};
-    return QJsonObject{
-        {QStringLiteral("lines1"), survey.lengths.lines1},
-        {QStringLiteral("lines2"), survey.lengths.lines2},
-        {QStringLiteral("differingLines"), survey.differingLines},
-        {QStringLiteral("columns"), columnsOf(survey)},
-        {QStringLiteral("kinds"), kindsOf(survey)},
-        {QStringLiteral("firstLines"),
-            arrayOf(survey.firstLines, [](const DifferingLine &line) { return objectOf(line); })},
-    };
+    return survey.first ? QJsonValue(membersOf(survey)) : QJsonValue();
 }
 
 QJsonObject objectOf(const FailedComparison &comparison)
@@ -187,7 +110,7 @@ QJsonObject objectOf(const FailedComparison &comparison)
         {QStringLiteral("message"), textOrNull(comparison.message)},
         {QStringLiteral("isReported"), comparison.isReported},
         {QStringLiteral("worst"), worst.isEmpty() ? QJsonValue() : QJsonValue(worst)},
-        {QStringLiteral("differences"), valueOf(comparison.survey)},
+        {QStringLiteral("differences"), differencesOf(comparison.survey)},
     };
 }
 

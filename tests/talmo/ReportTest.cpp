@@ -218,11 +218,18 @@ TEST_F(ReportTest, JsonHasExactNumbers)
     const QJsonObject column = differences["columns"].toArray()[1].toObject();
     EXPECT_EQ(column["tolerance"].toDouble(), 0.1);
     EXPECT_EQ(column["largest"], QJsonValue("infinite"));
-    EXPECT_EQ(column["largestAt"].toInt(), 2);
+    EXPECT_EQ(column["largestAt"].toArray(), (QJsonArray{2, 2}));
     EXPECT_EQ(column["sufficient"], QJsonValue());
     EXPECT_EQ(differences["kinds"].toObject()["noNumbers"].toObject()["lines"].toInt(), 1);
     EXPECT_EQ(json["counts"].toObject()["failed"].toInt(), 1);
     EXPECT_EQ(json["suite"].toString(), work);
+    const QString directory = json["runs"].toArray()[0].toObject()["directory"].toString() + '/';
+    const QJsonObject told = QJsonDocument::fromJson(
+        run({"diff", "--json", directory + 'a', directory + 'b', "0", "0.1"}).output)
+                                 .object();
+    EXPECT_EQ(differences.size(), 6);
+    for (const QString &member : differences.keys())
+        EXPECT_EQ(differences[member], told[member]) << member.toStdString();
 }
 
 TEST_F(ReportTest, NothingFromOutsideMeansAnythingInMarkdown)
