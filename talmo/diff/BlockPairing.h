@@ -21,9 +21,9 @@ struct BlockParting {
 };
 
 /// Compares the sizes of the blocks of two files while the files are read, the one ahead of the
-/// other. It remembers the blocks to which only one of the files has come. These are as many as fit
-/// into the memory of a LineReader, because a block has lines there. Blocks without lines have
-/// none; of these, a series at equal distances takes as much room as one.
+/// other. It remembers the blocks to which only one of the files has come. Those with lines are no
+/// more than the lines that a LineReader has in memory. Those without lines may be any number, but
+/// a series at equal distances takes as much room as one block.
 class BlockPairing
 {
 public:

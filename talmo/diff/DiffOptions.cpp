@@ -35,10 +35,13 @@ const OptionRow optionRows[] = {
     {"skip", "PATTERN", true, "Leaves out the lines that match, in both files."},
     {"from", "PATTERN", false, "Compares what follows a line that matches,"},
     {"to", "PATTERN", false,
-        "up to the next line that matches, as often as there are such blocks."},
+        "up to the next line that matches, as often as there are such blocks. Both files must have "
+        "as "
+        "many of them, and of the same sizes."},
     {"widths", "LIST", false,
         "Columns of so many characters, such as 5,12,12, with or without blanks between them."},
-    {"sort", "COLUMN", false, "Sorts the lines of both files by the numbers in this column."},
+    {"sort", "COLUMN", false,
+        "Sorts the lines of both files, block by block, by the numbers in this column."},
     {"ignore-extra-lines", nullptr, false, "One file may have more lines than the other."},
     {"lines", "N", false, "Shows the first N lines that differ; the default is 10."},
     {"json", nullptr, false, "Prints everything as one JSON document."},
