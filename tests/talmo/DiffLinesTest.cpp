@@ -2,6 +2,9 @@
 
 #include "DiffFixture.h"
 
+#include <QJsonArray>
+#include <QJsonObject>
+
 namespace
 {
 
@@ -150,6 +153,17 @@ TEST_F(DiffLinesTest, CutsColumnsOfFixedWidths)
         "has too few columns: line 4; 2 lines have a word that is no number, first line 3\n");
 }
 
+TEST_F(DiffLinesTest, CutsBehindWholeCharacters)
+{
+    write("c", "1 \xC3\xA9 2\n"); // the second field ends with two bytes
+    write("d", "1 \xC3\xA9 3\n");
+    expectReason({"c", "d", "--widths", "1,2,2", "0", "-1", "0"},
+        "1 of 1 line differs; column 3 is the worst, by 1 on line 1 with the tolerance 0");
+    const Outcome outcome = run({"diff", "c", "d", "--widths", "1,2,2", "0", "-1", "0"});
+    EXPECT_TRUE(outcome.output.contains("\n  1: 1 \xC3\xA9 2\n         ^\n"))
+        << outcome.output.toStdString();
+}
+
 TEST_F(DiffLinesTest, SortsLines)
 {
     write("c", "# n x\n2 20\n10 5\n# end\n-1 7\n2 21\n");
@@ -205,4 +219,26 @@ TEST_F(DiffLinesTest, KnowsTheNumbersOfLinesInLargeFiles)
     write("d", "8\n" + other);
     expectReason({"c", "d", "0", "--skip", "^#"},
         "1 of 200001 lines differs; column 1 is the worst, by 1 on line 1 with the tolerance 0");
+}
+
+TEST_F(DiffLinesTest, KnowsTheNumbersOfAllLinesThatAreTold)
+{
+    constexpr int most = 10000; // that are told
+    const QByteArray rest = ' ' + QByteArray(150, 'x') + '\n';
+    QByteArray one;
+    QByteArray other;
+    QJsonArray places;
+    for (int line = 1; line <= most; ++line) { // several blocks
+        one += QByteArray::number(line) + rest + (line % 5 == 0 ? "#\n" : "");
+        other += (line % 3 == 0 ? "#\n" : "") + QByteArray::number(-line) + rest;
+        places += QJsonArray{line + (line - 1) / 5, line + line / 3};
+    }
+    write("c", one);
+    write("d", other);
+    QJsonArray told;
+    for (const QJsonValue &line :
+        document({"c", "d", "0", "--skip", "^#", "--lines", QString::number(most)})["firstLines"]
+            .toArray())
+        told += line.toObject()["at"];
+    EXPECT_TRUE(told == places); // which is too long to be printed
 }
