@@ -42,6 +42,10 @@ TEST_F(DiffOutputTest, BringsWordsFarBehindIntoSight)
     const Outcome outcome = run({"diff", "c", "d", "--columns", "101"});
     EXPECT_TRUE(outcome.output.contains("\n  1: ... 5 11111")) << outcome.output.toStdString();
     EXPECT_TRUE(outcome.output.contains("\n         ^\n  2: ... 6 11111"));
+    const QByteArray words = outcome.output.split('\n').value(6);
+    EXPECT_TRUE(words.startsWith("  1: ... 5 11111 ") && words.endsWith(" ..."))
+        << words.toStdString();
+    EXPECT_LE(words.size(), 210);
 }
 
 TEST_F(DiffOutputTest, ShowsNothingThatATerminalWouldObey)
@@ -84,6 +88,14 @@ TEST_F(DiffOutputTest, ComparesBytesWithTheSystemsDiff)
     expectAgreement({"a", "a"}, "3 lines");
     write("crlf", "# x y z\r\n1 2 3\r\n4 5 6\r\n"); // text mode
     expectAgreement({"a", "crlf"}, "3 lines");
+    expectDifferent({"b", "crlf"},
+        "Files 'b' and 'crlf' differ at line 3\n"
+        "\n"
+        "--- b\n+++ crlf\n@@ -1,3 +1,3 @@\n # x y z\n 1 2 3\n-4 5.5 6.001\n+4 5 6\n"
+        "\n"
+        "1 of 3 lines differs, first line 3\n");
+    expectDifferent({"a", "b", "--lines", "0"},
+        "Files 'a' and 'b' differ at line 3\n\n1 of 3 lines differs, first line 3\n");
     write("-o", "x\n");
     expectDifferent({"--", "-o", "a"},
         "Files '-o' and 'a' differ at line 1\n\n'-o' lacks the last 2 lines of 'a', from line 2 "
@@ -175,4 +187,6 @@ TEST_F(DiffOutputTest, DrawsTheColumnsThatDiffer)
         same.errors, "talmo: diff: no column of numbers differs, so 'q.svg' was not written\n");
     EXPECT_EQ(same.status, 0);
     EXPECT_FALSE(exists("q.svg"));
+    write("a", "1\nnan\n");
+    EXPECT_EQ(run({"diff", "a", "a", "0", "--plot", "q.svg"}).errors, same.errors); // no numbers
 }
