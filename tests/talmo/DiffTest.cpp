@@ -137,6 +137,10 @@ TEST_F(DiffTest, ReadsStandardInputAndPipes)
     expectSame("tail -n2 a >rest; (read line; \"$TALMO\" "
                "diff - rest) <a",
         0);
+    expectSame(R"(printf '# x y z\r\n1 2 3\r\n4 5 6\r\n' | "$TALMO" diff a -)", 0); // text mode
+    expectSame(R"((head -n1 a; sleep 0.1; tail -n2 a) | perl -MFcntl -e )" // nothing there yet
+               R"('fcntl(STDIN, F_SETFL, O_NONBLOCK); exec @ARGV' "$TALMO" diff a -)",
+        0);
     expectRefused({"-", "-"}, "only one of the files can be '-', standard input");
     expectRefused({"-", "a", "--relative-to-column", "1"},
         "--relative-to-column reads the files again, and standard input can be read only once");
