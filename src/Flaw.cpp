@@ -15,6 +15,7 @@
 #include "Tokens.h"
 #include "UnitsGrammar.h"
 #include "WorkingText.h"
+#include "knownUnit.h"
 #include "talmo/StartupGuard.h"
 
 #include <QSet>

@@ -9,6 +9,7 @@
 #include "FlawTrace.h"
 #include "NumberFormat.h"
 #include "References.h"
+#include "knownUnit.h"
 #include "talmo/Macro.h"
 #include "talmo/StartupGuard.h"
 

@@ -1,7 +1,6 @@
 #include "FlawTrace.h"
 
 #include "talmo/Macro.h"
-#include "talmo/Units.h"
 
 #include <algorithm>
 
@@ -52,12 +51,6 @@ bool Trace::allows(qsizetype size)
 {
     inserted += size;
     return inserted <= longestInsertion;
-}
-
-bool isKnownUnit(const QString &unit)
-{
-    // The library remembers an unknown unit that was asked for, with the factor 0.
-    return Units::factorHash.value(unit) > 0;
 }
 
 Flaw makeFlaw(Flaw::Kind kind, Place place, const QString &what)

@@ -69,7 +69,4 @@ Flaw makeFlaw(Flaw::Kind kind, Place place, const QString &what);
 /// What is wrong in \a expression; \a nothing is where it would stand if it were empty.
 Flaw flawOfExpression(const TracedText &expression, Place nothing, Trace &trace);
 
-/// Whether \a unit is in the table. Units::typeHash would remember the question.
-bool isKnownUnit(const QString &unit);
-
 } // namespace Talmo

@@ -1,15 +1,12 @@
 #include "ComparedFile.h"
 
 #include "PreparedText.h"
+#include "standardInput.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <optional>
 #include <utility>
-
-#include <poll.h>
-#include <unistd.h>
 
 namespace Talmo
 {
@@ -24,9 +21,7 @@ public:
     qint64 readText(char *target, qint64 size) override
     {
         for (;;) {
-            const ssize_t got = read(STDIN_FILENO, target, static_cast<size_t>(size));
-            if (got < 0 && isLater(errno))
-                continue;
+            const qint64 got = readStandardInput(target, size);
             hasFailed = got < 0;
             if (got <= 0)
                 return 0;
@@ -39,15 +34,6 @@ public:
     bool failed() const override { return hasFailed; }
 
 private:
-    /// Whether reading again may help. Waits until it does.
-    static bool isLater(int error)
-    {
-        pollfd input = {STDIN_FILENO, POLLIN, 0};
-        if (error == EAGAIN || error == EWOULDBLOCK)
-            poll(&input, 1, -1);
-        return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
-    }
-
     bool hasFailed = false;
 };
 

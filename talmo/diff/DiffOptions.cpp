@@ -7,8 +7,6 @@
 #include "replacing.h"
 #include "talmo/Numbers.h"
 
-#include <algorithm>
-#include <iterator>
 
 namespace Talmo
 {
@@ -50,44 +48,11 @@ const OptionRow optionRows[] = {
     {"x", "COLUMN", false, "Draws them over this column instead of the line number."},
 };
 
-const OptionRow *rowOf(const QString &name)
-{
-    const auto *const row = std::find_if(std::begin(optionRows), std::end(optionRows),
-        [&name](const OptionRow &one) { return name == QLatin1String(one.name); });
-    return row == std::end(optionRows) ? nullptr : row;
-}
-
+/// A number that begins with "-" is a tolerance, which Qt would take for an option.
 bool isNumber(const QString &word)
 {
     double number = 0;
     return toNumber(word.toStdString(), number);
-}
-
-/// \a arguments with all options in front and the others behind "--": a number that begins with "-"
-/// is a tolerance, which Qt would take for an option.
-QStringList sorted(const QStringList &arguments)
-{
-    QStringList options;
-    QStringList others;
-    for (auto next = arguments.begin(); next != arguments.end(); ++next) {
-        if (*next == QLatin1String("--")) {
-            std::copy(next + 1, arguments.end(), std::back_inserter(others));
-            break;
-        }
-        if (!next->startsWith(QLatin1Char('-')) || *next == QLatin1String("-") || isNumber(*next)) {
-            others += *next;
-            continue;
-        }
-        options += *next;
-        const bool isLong = next->startsWith(QLatin1String("--"));
-        const OptionRow *const row = rowOf(next->mid(isLong ? 2 : 1)); // also "-x"
-        if (row == nullptr || row->value == nullptr)
-            continue;
-        if (next + 1 == arguments.end())
-            return options; // its value is missing, which is said; "--" would be taken for it
-        options += *++next;
-    }
-    return options + QStringList(QStringLiteral("--")) + others;
 }
 
 /// Reads one call. What is wrong with it comes back as a sentence.
@@ -292,7 +257,7 @@ std::optional<DiffRequest> diffRequestOf(const QStringList &arguments, int &stat
             "they\n"
             "could not be compared."));
     describeOptions(line);
-    if (const std::optional<int> done = line.read(sorted(arguments))) {
+    if (const std::optional<int> done = line.read(arguments, isNumber)) {
         status = *done;
         return {};
     }

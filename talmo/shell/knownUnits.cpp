@@ -1,5 +1,6 @@
 #include "knownUnits.h"
 
+#include "knownUnit.h"
 #include "nearest.h"
 #include "talmo/Units.h"
 
@@ -19,16 +20,9 @@ QStringList knownUnits()
     return units;
 }
 
-bool isKnownUnit(const QString &unit)
-{
-    // An unknown name that was looked up is remembered with the factor 0.
-    return !unit.isEmpty() && Units::factorHash.value(unit) != 0;
-}
-
 bool areUnits(const QString &units, QString &problem)
 {
-    if (units.isEmpty() || units == QLatin1String("-") || units == QLatin1String("*") ||
-        isKnownUnit(units))
+    if (units == QLatin1String("-") || units == QLatin1String("*") || isKnownUnit(units))
         return true;
     problem = QStringLiteral("unknown unit '%1'").arg(units) + suggestion(units, knownUnits());
     return false;

@@ -10,10 +10,6 @@ namespace Talmo
 /// names that the library remembers.
 QStringList knownUnits();
 
-/// Whether \a unit is in the table; "" is no unit. Unlike a look-up of the library this does not
-/// remember the name.
-bool isKnownUnit(const QString &unit);
-
 /// Whether the library takes \a units as what a result is wanted in: a known unit, "" for none, "-"
 /// for its own, "*" for the standard one. If not, \a problem says so.
 bool areUnits(const QString &units, QString &problem);
