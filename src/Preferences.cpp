@@ -6,6 +6,7 @@
 
 #include "talmo/Preferences.h"
 
+#include "PreferenceRows.h"
 #include "SettingsFile.h"
 #include "SettingsStore.h"
 #include "talmo/Console.h"
@@ -65,46 +66,8 @@ Pref::Pref(QString name, QString defaultValue, QString synopsisText)
     synopsis[name] = synopsisText;
 }
 
-// clang-format off
-// One declaration per line: object, key, default, synopsis.
-Pref size      ("IconSize",               "48",    "The size of icons (pixels).");
-Pref bkgnd     ("Background",             "black", "The background color in the Viewer.");
-Pref circle    ("CircleSides",            "36",    "The number of lines to divide a circle for tessellation.");
-Pref usebc     ("UseBeamlineCoordinates", "0",     "Use beamline coordinates when dragging from a Library.");
-Pref root      ("Root",                   "",      "The directory of Root (ROOTSYS - restart needed after change).");
-Pref last      ("LastSimulation",         "",      "The path of the last Simulation used.");
-Pref limit     ("EventDrawTrackLimit",    "100",   "The maximum number of tracks to draw PER EVENT.");
-Pref minLength ("DrawTrackMinLength",     "1mm",   "The minimum length of tracks to draw.");
-Pref examples  ("Examples",               "",      "Installation directory for Examples.");
-Pref defaultLib("DefaultLibrary",         "",      "Path to the default Library directory.");
-
-// The numbered families, complete and in order. Every default is empty.
-#define LIB_DIR(n)     Pref lib##n##dir ("Library" #n ".dir",       "", "Path to the Library" #n " directory.")
-#define LIB_URL(n)     Pref lib##n##url ("Library" #n ".url",       "", "The URL for Library" #n ".")
-#define PROGRAM(n)     Pref p##n##name  ("SimProgram" #n ".name",   "", "The name of simulation program " #n ".")
-#define PATH(n)        Pref p##n##path  ("SimProgram" #n ".path",   "", "The path of the executable for simulation program " #n ".")
-#define SIMDEF(n)      Pref p##n##simdef("SimProgram" #n ".simdef", "", "The simdef for simulation program " #n ".")
-#define CALCULATOR(n)  Pref calc##n     ("Calculator" #n,           "", "The path for Calculator program " #n ".")
-#define RECENT_FILE(n) Pref recentFile##n("RecentFile" #n,          "", "Recent filename number " #n ".")
-#define ONE_TO_NINE(declare) \
-    declare(1); declare(2); declare(3); declare(4); declare(5); \
-    declare(6); declare(7); declare(8); declare(9)
-ONE_TO_NINE(LIB_DIR);
-ONE_TO_NINE(LIB_URL);
-ONE_TO_NINE(PROGRAM);
-ONE_TO_NINE(PATH);
-ONE_TO_NINE(SIMDEF);
-ONE_TO_NINE(CALCULATOR);
-ONE_TO_NINE(RECENT_FILE);
-RECENT_FILE(10);
-#undef ONE_TO_NINE
-#undef RECENT_FILE
-#undef CALCULATOR
-#undef SIMDEF
-#undef PATH
-#undef PROGRAM
-#undef LIB_URL
-#undef LIB_DIR
-// clang-format on
+#define DECLARE(object, key, defaultValue, synopsis) Pref object(key, defaultValue, synopsis);
+TALMO_PREFERENCES(DECLARE)
+#undef DECLARE
 
 } // namespace Talmo

@@ -103,6 +103,12 @@ QStringList settingsFiles()
     return names;
 }
 
+bool isOrdinaryOrMissing(const QString &name)
+{
+    struct stat status = {};
+    return stat(QFile::encodeName(name), &status) != 0 || S_ISREG(status.st_mode);
+}
+
 QString settingsProblem()
 {
     const QString problem = QStringLiteral("cannot read the settings '%1': %2");

@@ -19,4 +19,7 @@ QStringList settingsFiles();
 /// does not exist or may not be read, a directory and a device are no problem: they count as empty.
 QString settingsProblem();
 
+/// True if \a name is an ordinary file, or does not exist. A link counts as what it leads to.
+bool isOrdinaryOrMissing(const QString &name);
+
 } // namespace Talmo

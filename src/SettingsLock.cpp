@@ -1,0 +1,75 @@
+// The lock is Qt's own, so that programs of the product and this one exclude one another. Qt waits
+// longer and longer between two attempts, so one of many processes could come too late again and
+// again. So we try by ourselves, at short intervals.
+
+#include "SettingsLock.h"
+
+#include "SettingsFile.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QThread>
+
+namespace Talmo
+{
+
+namespace
+{
+
+constexpr int staleAfter = 1000; ///< milliseconds; Qt's own rule is thirty seconds
+constexpr unsigned long pauseBetween = 10;
+
+/// True if no process is using the lock \a name although it could not be taken. A new lock counts
+/// as used, because a process that has just made its lock still has to write its name there.
+bool isLeftOver(const QLockFile &lock, const QString &name)
+{
+    qint64 process = 0;
+    QString host;
+    QString program;
+    return !lock.getLockInfo(&process, &host, &program) &&
+           QFileInfo(name).lastModified().msecsTo(QDateTime::currentDateTime()) >= staleAfter;
+}
+
+/// True if \a lock could be taken within \a longestWait milliseconds.
+bool isTakenWithin(int longestWait, QLockFile &lock)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!lock.tryLock(0)) {
+        if (lock.error() != QLockFile::LockFailedError || timer.elapsed() >= longestWait)
+            return false;
+        QThread::msleep(pauseBetween);
+    }
+    return true;
+}
+
+} // namespace
+
+SettingsLock::SettingsLock(const QString &settings)
+    : name(settings + QStringLiteral(".lock"))
+    , lock(name)
+{
+    lock.setStaleLockTime(staleAfter); // a process that is alive keeps even an old lock
+}
+
+SettingsLock::State SettingsLock::take(int longestWait)
+{
+    // Qt takes the second lock while it removes the first one.
+    for (const QString &file : {name, name + QStringLiteral(".rmlock")}) {
+        if (QFileInfo(file).isSymLink() || !isOrdinaryOrMissing(file)) {
+            inTheWay = file;
+            return Obstructed;
+        }
+    }
+    if (isTakenWithin(longestWait, lock))
+        return Taken;
+    if (lock.error() != QLockFile::LockFailedError)
+        return Impossible;
+    if (!isLeftOver(lock, name))
+        return InUse;
+    inTheWay = name;
+    return Obstructed;
+}
+
+} // namespace Talmo
