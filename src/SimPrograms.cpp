@@ -7,12 +7,16 @@
 namespace Talmo
 {
 
+QString simProgramKey(int number, const char *what)
+{
+    return QStringLiteral("SimProgram%1.%2").arg(number).arg(QLatin1String(what));
+}
+
 QStringList simProgramNames(const std::function<QString(const QString &key)> &valueOf)
 {
-    constexpr int mostPrograms = 9;
     QStringList names;
-    for (int n = 1; n <= mostPrograms; ++n) {
-        const QString name = valueOf(QStringLiteral("SimProgram%1.name").arg(n));
+    for (int n = 1; n <= mostSimPrograms; ++n) {
+        const QString name = valueOf(simProgramKey(n, "name"));
         if (!name.isEmpty())
             names += name;
     }

@@ -8,6 +8,13 @@
 namespace Talmo
 {
 
+/// As many simulation programs can be configured.
+constexpr int mostSimPrograms = 9;
+
+/// The key of what the settings say about the program \a number, from 1 on: \a what is "name",
+/// "path" or "simdef".
+QString simProgramKey(int number, const char *what);
+
 /// The names of the simulation programs that are configured, in the order of their keys; a name
 /// configured twice is there twice. \a valueOf gives the value of a key of the settings.
 QStringList simProgramNames(const std::function<QString(const QString &key)> &valueOf);

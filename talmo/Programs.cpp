@@ -56,23 +56,6 @@ bool isTakenByShell(const QString &name)
     return runInShell(line.toStdString()).isSuccess();
 }
 
-/// Why \a name cannot be given as a program; null if it can.
-QString problemOfName(const QString &name)
-{
-    if (name.isEmpty())
-        return QStringLiteral("a program needs a name");
-    if (name.contains(QLatin1Char('/')))
-        return QStringLiteral("the name of the program '%1' has a '/'; write NAME=PATH").arg(name);
-    if (!isPlainWord(name) || name == QLatin1String(".."))
-        return QStringLiteral("the name of the program '%1' is no plain word for the shell")
-            .arg(name);
-    if (isTakenByShell(name))
-        return QStringLiteral("the shell has a command '%1' of its own, so it would not start the "
-                              "program of that name")
-            .arg(name);
-    return {};
-}
-
 /// \a path, seen from the current directory.
 QByteArray absolute(const QByteArray &path)
 {
@@ -110,17 +93,6 @@ QByteArray searchedPath()
     return usual.chopped(1); // its end
 }
 
-/// True if the PATH leads runs to a program \a name. Each run has a directory of its own, so what
-/// is found from the current directory does not count.
-bool isInPath(const QString &name)
-{
-    const QList<QByteArray> folders = searchedPath().split(':');
-    return std::any_of(folders.begin(), folders.end(), [&name](const QByteArray &place) {
-        return place.startsWith('/') &&
-               problemOfExecutable(place + '/' + QFile::encodeName(name)).isNull();
-    });
-}
-
 /// True if \a path is a script, which the system has an interpreter read.
 bool isScript(const QByteArray &path)
 {
@@ -146,6 +118,42 @@ bool isNameOfProgram(const QString &name)
     return isPlainWord(name) && !isTakenByShell(name);
 }
 
+QString problemOfProgramName(const QString &name)
+{
+    if (name.isEmpty())
+        return QStringLiteral("a program needs a name");
+    if (name.contains(QLatin1Char('/')))
+        return QStringLiteral("the name of the program '%1' has a '/'; write NAME=PATH").arg(name);
+    if (!isPlainWord(name) || name == QLatin1String(".."))
+        return QStringLiteral("the name of the program '%1' is no plain word for the shell")
+            .arg(name);
+    if (isTakenByShell(name))
+        return QStringLiteral("the shell has a command '%1' of its own, so it would not start the "
+                              "program of that name")
+            .arg(name);
+    return {};
+}
+
+QStringList placesInPath(const QString &name)
+{
+    QStringList places;
+    std::vector<struct stat> known;
+    const QList<QByteArray> folders = searchedPath().split(':');
+    for (const QByteArray &folder : folders) {
+        const QByteArray path = folder + '/' + QFile::encodeName(name);
+        struct stat status = {};
+        if (!folder.startsWith('/') || !problemOfExecutable(path).isNull() ||
+            stat(path, &status) != 0)
+            continue;
+        const bool isKnown = std::any_of(known.begin(), known.end(),
+            [&status](const struct stat &other) { return isSameFile(other, status); });
+        known.push_back(status);
+        if (!isKnown)
+            places += QFile::decodeName(path);
+    }
+    return places;
+}
+
 GivenPrograms::~GivenPrograms()
 {
     if (!folder.isNull() && getpid() == owner)
@@ -161,12 +169,12 @@ bool GivenPrograms::isGiven(const QString &name) const
 bool GivenPrograms::add(const QString &text, QString &problem)
 {
     const QString name = text.section(QLatin1Char('='), 0, 0);
-    problem = problemOfName(name);
+    problem = problemOfProgramName(name);
     if (!problem.isNull())
         return false;
     QByteArray path;
     if (text == name) {
-        if (!isInPath(name))
+        if (placesInPath(name).isEmpty())
             problem = QStringLiteral("the program '%1' is not in the PATH").arg(name);
     } else {
         path = absolute(QFile::encodeName(text.mid(name.size() + 1)));

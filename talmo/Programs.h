@@ -15,6 +15,14 @@ namespace Talmo
 /// program in the PATH.
 bool isNameOfProgram(const QString &name);
 
+/// Why no program of the name \a name can be given or configured, as a sentence; null if one can.
+QString problemOfProgramName(const QString &name);
+
+/// Where the PATH leads to a program \a name, as absolute paths, in its order; a file that is found
+/// by several names is there once. Each run has a directory of its own, so what is found from the
+/// current directory does not count.
+QStringList placesInPath(const QString &name);
+
 /// The simulation programs that a user gives on the command line, instead of the configured ones.
 class GivenPrograms
 {

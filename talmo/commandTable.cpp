@@ -66,6 +66,7 @@ const std::vector<CommandRow> &commandTable()
         {"new", "writes a script that tests what a command does", newCommand},
         {"eval", "evaluates expressions with units", evalCommand},
         {"expand", "replaces the references to macros in texts", expandCommand},
+        {"prefs", "prints and changes the user's settings", prefsCommand},
         {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},
     };

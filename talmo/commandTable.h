@@ -38,6 +38,7 @@ int listCommand(const QStringList &arguments);
 int newCommand(const QStringList &arguments);
 int runCommand(const QStringList &arguments);
 int mergeCommand(const QStringList &arguments);
+int prefsCommand(const QStringList &arguments);
 int reportCommand(const QStringList &arguments);
 
 } // namespace Talmo

@@ -1,0 +1,157 @@
+// Programs of the product save the settings under a lock, each after it has read them again. So do
+// we, and nothing that another one has saved is lost. We read them first when we have the lock: Qt
+// keeps what it has read, and takes a file of the same size and time for the same file.
+
+#include "changeSettings.h"
+
+#include "DiskFile.h"
+#include "Ownership.h"
+#include "SettingsFile.h"
+#include "SettingsLock.h"
+#include "StoredSettings.h"
+#include "regularFile.h"
+#include "saving.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Talmo
+{
+
+namespace
+{
+
+constexpr int longestWait = 10000; ///< milliseconds
+constexpr mode_t onlyForTheUser = 077;
+
+/// Makes the directory \a path and those above it. False, with errno, if that fails.
+bool makeDirectories(const QByteArray &path)
+{
+    if (mkdir(path, 0777) == 0 || errno == EEXIST)
+        return true;
+    const auto slash = path.lastIndexOf('/');
+    if (errno != ENOENT || slash <= 0)
+        return false;
+    if (!makeDirectories(path.left(slash)))
+        return false;
+    return mkdir(path, 0777) == 0 || errno == EEXIST;
+}
+
+/// Why the file \a name cannot take the place of what is there, as a sentence; null if it can.
+QString problemOfPlace(const QString &name)
+{
+    struct stat status = {};
+    const bool isThere = stat(systemName(name), &status) == 0;
+    if (isThere && status.st_uid != geteuid() && geteuid() != 0)
+        return cannotWrite(name, QStringLiteral("It belongs to another user"));
+    return problemOfSaving(name);
+}
+
+/// Why \a lock, for the file \a name, could not be taken, as a sentence.
+QString problemOfLock(SettingsLock::State state, const SettingsLock &lock, const QString &name)
+{
+    if (state == SettingsLock::Obstructed)
+        return cannotWrite(name, QStringLiteral("'%1' is in the way").arg(lock.obstacle()));
+    if (state == SettingsLock::InUse)
+        return cannotWrite(
+            name, QStringLiteral("another process has had the lock '%1.lock' for %2 seconds")
+                      .arg(name)
+                      .arg(longestWait / 1000));
+    return cannotWrite(
+        name, QStringLiteral("the lock '%1.lock' cannot be written; is the disk full?").arg(name));
+}
+
+/// Reads the file \a name into \a text, which stays empty if there is none.
+bool readFile(const QString &name, QByteArray &text, QString &problem)
+{
+    QFile file;
+    if (!openRegular(file, systemName(name))) {
+        if (errno == ENOENT)
+            return true;
+        problem = QStringLiteral("cannot read the settings '%1': %2").arg(name, reasonOf(errno));
+        return false;
+    }
+    text = file.readAll();
+    if (file.error() == QFileDevice::NoError)
+        return true;
+    problem = QStringLiteral("cannot read the settings '%1': %2").arg(name, file.errorString());
+    return false;
+}
+
+/// Makes \a changes in the file \a name, which is locked.
+ExitStatus saveChanges(
+    const std::vector<SettingsChange> &changes, const QString &name, QString &problem)
+{
+    QByteArray before;
+    if (!readFile(name, before, problem))
+        return AtFault;
+    QByteArray text = before;
+    for (const SettingsChange &change : changes) {
+        if (const ExitStatus status = makeChange(text, change, problem); status != AllIsWell)
+            return status;
+    }
+    if (text == before)
+        return AllIsWell;
+    const Ownership ownership(name);
+    const bool isSaved = saveFile(
+        name, [&text](QIODevice &file) { return file.write(text) == text.size(); }, problem);
+    return isSaved ? AllIsWell : AtFault;
+}
+
+/// What \a decide says to the settings as they are now.
+std::vector<SettingsChange> decisionOf(const SettingsDecision &decide, QString &problem)
+{
+    const StoredSettings settings;
+    problem = settings.problem();
+    return problem.isNull() ? decide(settings, problem) : std::vector<SettingsChange>();
+}
+
+/// True if nothing is to be done, so that not even a folder is made.
+bool isSettledWithoutFile(const SettingsDecision &decide, const QString &name, QString &problem)
+{
+    struct stat status = {};
+    if (stat(systemName(name), &status) == 0)
+        return false;
+    const auto changes = decisionOf(decide, problem);
+    return !std::any_of(changes.begin(), changes.end(),
+        [](const SettingsChange &change) { return change.value.has_value(); });
+}
+
+} // namespace
+
+ExitStatus changeSettings(const SettingsDecision &decide, QString &problem)
+{
+    std::signal(SIGXFSZ, SIG_IGN); // so a file that may not grow is an error like a full disk
+    problem = problemOfReadingSettings();
+    if (!problem.isNull())
+        return WrongCall;
+    const QString name = userSettings();
+    if (isSettledWithoutFile(decide, name, problem))
+        return problem.isNull() ? AllIsWell : WrongCall;
+    umask(onlyForTheUser); // for what is new, as Qt makes it
+    const QByteArray folder = systemName(QFileInfo(name).path());
+    if (!makeDirectories(folder)) {
+        problem = cannotWrite(name, reasonOf(errno));
+        return AtFault;
+    }
+    problem = problemOfPlace(name);
+    if (!problem.isNull())
+        return AtFault;
+    SettingsLock lock(name);
+    const SettingsLock::State state = lock.take(longestWait);
+    if (state != SettingsLock::Taken) {
+        problem = problemOfLock(state, lock, name);
+        return AtFault;
+    }
+    const std::vector<SettingsChange> changes = decisionOf(decide, problem);
+    return problem.isNull() ? saveChanges(changes, name, problem) : WrongCall;
+}
+
+} // namespace Talmo

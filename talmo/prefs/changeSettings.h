@@ -1,0 +1,24 @@
+#pragma once
+
+#include "commandTable.h"
+#include "settingsChange.h"
+
+#include <functional>
+#include <vector>
+
+namespace Talmo
+{
+
+class StoredSettings;
+
+/// Decides, from what is stored, what is to be changed. A \a problem, a sentence, means nothing.
+using SettingsDecision =
+    std::function<std::vector<SettingsChange>(const StoredSettings &settings, QString &problem)>;
+
+/// Changes the user's settings. From \a decide on until they are saved, no other program of the
+/// product saves them; for that it waits up to ten seconds. The file keeps its owner and its
+/// permissions, and a link stays one. AtFault if the settings cannot be saved, WrongCall if they
+/// cannot be read or \a decide refuses; then nothing was written, and \a problem says why.
+ExitStatus changeSettings(const SettingsDecision &decide, QString &problem);
+
+} // namespace Talmo
