@@ -25,25 +25,13 @@ bool isPlainName(const QString &pattern)
         [](QChar character) { return character == '*' || character == '?' || character == '['; });
 }
 
-/// Those of \a configured whose whole name matches the wildcard \a pattern.
-QStringList matching(const QString &pattern, const QStringList &configured)
-{
-    const bool isName = isPlainName(pattern);
-    const QRegExp wildcard(isName ? QString() : pattern, Qt::CaseSensitive, QRegExp::Wildcard);
-    QStringList names;
-    for (const QString &name : configured) {
-        if (isName ? name == pattern : wildcard.exactMatch(name))
-            names += name;
-    }
-    return names;
-}
-
 } // namespace
 
 bool Script::open(const QByteArray &path)
 {
     fileName = QFile::decodeName(path.mid(path.lastIndexOf('/') + 1));
-    if (!reader.open(path)) {
+    isRead = reader.open(path);
+    if (!isRead) {
         error = QStringLiteral("Cannot read file") + reader.remark();
         return false;
     }
@@ -125,13 +113,25 @@ std::vector<FileBody> Script::bodies() const
     return found;
 }
 
+QStringList programsMatching(const QString &pattern, const QStringList &configured)
+{
+    const bool isName = isPlainName(pattern);
+    const QRegExp wildcard(isName ? QString() : pattern, Qt::CaseSensitive, QRegExp::Wildcard);
+    QStringList names;
+    for (const QString &name : configured) {
+        if (isName ? name == pattern : wildcard.exactMatch(name))
+            names += name;
+    }
+    return names;
+}
+
 QStringList programsFor(const Script &script, const QStringList &configured)
 {
     if (!script.programPatterns())
         return {QString()};
     QStringList programs;
     for (const QString &pattern : *script.programPatterns())
-        programs += matching(pattern, configured);
+        programs += programsMatching(pattern, configured);
     return programs;
 }
 

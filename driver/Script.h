@@ -44,6 +44,9 @@ public:
     /// Why the script cannot be run, as a message; null if it can.
     const QString &problem() const { return error; }
 
+    /// Whether the file could be read. If not, that is the problem, and nothing else is known.
+    bool wasRead() const { return isRead; }
+
     /// The name of the file, without its folder.
     const QString &name() const { return fileName; }
 
@@ -77,6 +80,7 @@ private:
     QString heading;
     std::optional<QStringList> patterns;
     size_t start = 0; ///< of the first line to run
+    bool isRead = false;
     QString error;
 };
 
@@ -84,5 +88,8 @@ private:
 /// order of \a configured; one empty name if the script runs without a program. A program that two
 /// patterns match is there twice.
 QStringList programsFor(const Script &script, const QStringList &configured);
+
+/// Those of \a configured whose whole name matches \a pattern, one of Script::programPatterns().
+QStringList programsMatching(const QString &pattern, const QStringList &configured);
 
 } // namespace Talmo

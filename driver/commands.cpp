@@ -39,11 +39,6 @@ QString runningFailed(const QString &program)
     return QStringLiteral("running '%1' failed").arg(program);
 }
 
-QString syntaxError()
-{
-    return QStringLiteral("Syntax error");
-}
-
 /// \a words from index \a first on, joined by single blanks.
 QString joined(const QStringList &words, int first)
 {
@@ -54,12 +49,10 @@ QString joined(const QStringList &words, int first)
 /// among the words. Without words it ends a section.
 void platformCommand(Invocation &invocation)
 {
-    static const QStringList platforms = {
-        QStringLiteral("WINDOWS"), QStringLiteral("LINUX"), QStringLiteral("DARWIN")};
     const QStringList names = invocation.words.mid(1);
     for (const QString &name : names) {
-        if (!platforms.contains(name)) {
-            invocation.error = QStringLiteral("Invalid platform '%1'").arg(name);
+        if (!platformNames().contains(name)) {
+            invocation.error = invalidPlatform(name);
             return;
         }
     }
@@ -124,7 +117,7 @@ void runCommand(Invocation &invocation)
 void existsCommand(Invocation &invocation)
 {
     if (!existsOnDisk(invocation.words[1]))
-        invocation.error = QStringLiteral("File '%1' does not exist").arg(invocation.words[1]);
+        invocation.error = fileDoesNotExist(invocation.words[1]);
 }
 
 /// =echo [WORD ...]: prints the words.
@@ -133,10 +126,15 @@ void echoCommand(Invocation &invocation)
     std::puts(qPrintable(joined(invocation.words, 1)));
 }
 
+QString isUnimplemented()
+{
+    return QStringLiteral("=meanandsigma UNIMPLEMENTED");
+}
+
 /// =meanandsigma: reserved.
 void meanAndSigmaCommand(Invocation &invocation)
 {
-    invocation.error = QStringLiteral("=meanandsigma UNIMPLEMENTED");
+    invocation.error = isUnimplemented();
 }
 
 /// =testbeam FILE x0 x1 nx y0 y1 ny z PDGid Pz: writes a track file with a grid of particles.
@@ -146,7 +144,7 @@ void testbeamCommand(Invocation &invocation)
     const QStringList &words = invocation.words;
     TestBeam beam;
     if (!beam.parse(words, 2)) {
-        invocation.error = syntaxError();
+        invocation.error = beamSyntaxError();
         return;
     }
     DiskFile file;
@@ -219,6 +217,28 @@ QString platformOfThisBuild()
 #endif
 }
 
+const QStringList &platformNames()
+{
+    static const QStringList names = {
+        QStringLiteral("WINDOWS"), QStringLiteral("LINUX"), QStringLiteral("DARWIN")};
+    return names;
+}
+
+QString invalidPlatform(const QString &name)
+{
+    return QStringLiteral("Invalid platform '%1'").arg(name);
+}
+
+QString fileDoesNotExist(const QString &name)
+{
+    return QStringLiteral("File '%1' does not exist").arg(name);
+}
+
+QString beamSyntaxError()
+{
+    return QStringLiteral("Syntax error");
+}
+
 const Command *commandOf(const QString &name)
 {
     const auto *const found = std::find_if(std::begin(commands), std::end(commands),
@@ -252,6 +272,32 @@ bool mayFailWith(const Invocation &invocation, const QString &message)
         return message == runningFailed(words[1]);
     const bool isBeam = words[0] == QLatin1String("=testbeam");
     const bool writes = isBeam || words[0] == QLatin1String("=file");
-    return (isBeam && message == syntaxError()) ||
+    return (isBeam && message == beamSyntaxError()) ||
            (writes && message.startsWith(cannotWrite(words[1])));
+}
+
+QStringList failuresOf(const QStringList &words)
+{
+    const QString &name = words[0];
+    if (name == QLatin1String("=run"))
+        return {runningFailed(words[1])};
+    if (name == QLatin1String("=compare"))
+        return failuresOfCompare(words);
+    if (name == QLatin1String("=exists"))
+        return {fileDoesNotExist(words[1])};
+    if (name == QLatin1String("=meanandsigma"))
+        return {isUnimplemented()};
+    QStringList failures;
+    if (name == QLatin1String("=file") || name == QLatin1String("=testbeam"))
+        failures = {
+            cannotWrite(words[1]), cannotWrite(words[1]) + DiskFile::remarkThatNobody("reads")};
+    if (name == QLatin1String("=testbeam"))
+        failures += beamSyntaxError();
+    if (name == QLatin1String("=platform")) {
+        for (const QString &platform : words.mid(1)) {
+            if (!platformNames().contains(platform))
+                failures += invalidPlatform(platform);
+        }
+    }
+    return failures;
 }

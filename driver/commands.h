@@ -21,6 +21,9 @@ QString captureOf(const QStringList &words);
 /// The platform that this program was built for.
 QString platformOfThisBuild();
 
+/// The words that "=platform" takes.
+const QStringList &platformNames();
+
 /// Runs one command in the run's own directory, which is the current one. A handler fails by
 /// setting Invocation::error; it never throws and never ends the process.
 using Handler = void (*)(Invocation &invocation);
@@ -66,3 +69,13 @@ void perform(Invocation &invocation);
 
 /// Whether \a invocation, of a command with an effect, may fail with \a message.
 bool mayFailWith(const Invocation &invocation, const QString &message);
+
+/// The messages with which a command of these \a words may fail, if it exists and has the right
+/// number of words; none if it never fails. A message about a line or a column of a file is there
+/// with several numbers of different lengths, as an example.
+QStringList failuresOf(const QStringList &words);
+
+// Messages of single commands.
+QString invalidPlatform(const QString &name);  ///< of "=platform"
+QString fileDoesNotExist(const QString &name); ///< of "=exists"
+QString beamSyntaxError();                     ///< of "=testbeam": a word is no such number

@@ -1,6 +1,7 @@
 #include "compare.h"
 
 #include "Difference.h"
+#include "DiskFile.h"
 #include "Invocation.h"
 #include "talmo/Numbers.h"
 
@@ -16,7 +17,7 @@ namespace
 
 QString cannotRead(const QString &fileName, const LineReader &file)
 {
-    return QStringLiteral("Cannot read file '%1'").arg(fileName) + file.remark();
+    return cannotCompare(fileName) + file.remark();
 }
 
 /// The first bytes of \a word, which may be as long as a file.
@@ -45,7 +46,36 @@ std::optional<Comparison> firstDifference(
     return found;
 }
 
+/// A kind of difference in a line, and what its message tells.
+struct ExampleKind {
+    Difference::Kind kind;
+    bool isByColumns; ///< it is found with tolerances
+    bool hasColumn;   ///< the message tells the column
+};
+
+// clang-format off
+constexpr ExampleKind exampleKinds[] = {
+    { Difference::Text,            false, false },
+    { Difference::CommentMismatch, true,  false },
+    { Difference::TooFewColumns,   true,  false },
+    { Difference::InvalidData,     true,  true },
+    { Difference::Value,           true,  true },
+};
+// clang-format on
+constexpr qint64 exampleLines[] = {1, 12, 123, 1234, 123456};
+constexpr size_t exampleColumns[] = {1, 12};
+
 } // namespace
+
+QString cannotCompare(const QString &fileName)
+{
+    return QStringLiteral("Cannot read file '%1'").arg(fileName);
+}
+
+QString invalidTolerance()
+{
+    return QStringLiteral("Invalid =compare column tolerance");
+}
 
 bool readTolerances(const QStringList &words, std::vector<double> &tolerances)
 {
@@ -75,7 +105,7 @@ void compareCommand(Invocation &invocation)
     }
     std::vector<double> tolerances;
     if (!readTolerances(words, tolerances)) {
-        invocation.error = QStringLiteral("Invalid =compare column tolerance");
+        invocation.error = invalidTolerance();
         return;
     }
     const std::optional<Comparison> found = firstDifference(file1, file2, tolerances);
@@ -87,4 +117,26 @@ void compareCommand(Invocation &invocation)
         invocation.findings.comparison->file1 = name1;
         invocation.findings.comparison->file2 = name2;
     }
+}
+
+QStringList failuresOfCompare(const QStringList &words)
+{
+    const QString &name1 = words[1];
+    const QString &name2 = words[2];
+    const QString remark = DiskFile::remarkThatNobody("writes");
+    QStringList failures = {cannotCompare(name1), cannotCompare(name2),
+        cannotCompare(name1) + remark, cannotCompare(name2) + remark, invalidTolerance()};
+    failures += describe(Difference{Difference::Length}, name1, name2);
+    const bool isByColumns = words.size() > 3;
+    for (const ExampleKind &example : exampleKinds) {
+        for (const qint64 line : exampleLines) {
+            for (const size_t column : exampleColumns) {
+                const Difference difference{example.kind, line, example.hasColumn ? column : 0};
+                if (example.isByColumns == isByColumns)
+                    failures += describe(difference, name1, name2);
+            }
+        }
+    }
+    failures.removeDuplicates();
+    return failures;
 }

@@ -241,9 +241,12 @@ bool DiskFile::close()
 
 QString DiskFile::remark() const
 {
-    return missing == nullptr
-               ? QString()
-               : QStringLiteral(", a FIFO that nobody %1").arg(QLatin1String(missing));
+    return missing == nullptr ? QString() : remarkThatNobody(missing);
+}
+
+QString DiskFile::remarkThatNobody(const char *opens)
+{
+    return QStringLiteral(", a FIFO that nobody %1").arg(QLatin1String(opens));
 }
 
 QByteArray systemName(const QString &name)

@@ -55,6 +55,9 @@ public:
     /// Text to append to a message that the file cannot be read or written; usually empty.
     QString remark() const;
 
+    /// What remark() says of a FIFO that nobody \a opens, "reads" or "writes".
+    static QString remarkThatNobody(const char *opens);
+
     /// The size of the file in bytes when it was opened for reading; 0 if it is not a regular file.
     qint64 sizeAtOpening() const { return size; }
 

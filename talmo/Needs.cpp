@@ -21,6 +21,9 @@ namespace Talmo
 namespace
 {
 
+/// The word of a comment that may stand anywhere.
+const QString allowing = QStringLiteral("allow");
+
 /// What a comment says: the text behind its "talmo:".
 struct Statement {
     QStringList words; ///< of the simplified text; the first one tells what it is about
@@ -170,7 +173,7 @@ public:
     QString take(const Statement &statement, bool isBehindCommand)
     {
         const QString &name = statement.words[0];
-        if (name == QLatin1String("allow")) // for later versions; it may stand anywhere
+        if (name == allowing) // the names of checks; they do not matter to a run
             return {};
         if (name.isEmpty())
             return QStringLiteral("nothing follows 'talmo:'");
@@ -219,6 +222,14 @@ bool readNeeds(const Script &script, Needs &needs, QStringList &problems)
                             .arg(script.name(), QString::number(line.number), problem);
     }
     return problems.size() == before;
+}
+
+std::optional<QStringList> allowedChecks(const ScriptLine &line)
+{
+    const std::optional<Statement> statement = statementOf(line);
+    if (!statement || statement->words[0] != allowing)
+        return {};
+    return statement->arguments();
 }
 
 QString problemOfPattern(const QString &pattern)

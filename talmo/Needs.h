@@ -3,10 +3,13 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 namespace Talmo
 {
 
 class Script;
+struct ScriptLine;
 
 /// What a script says about its runs, in comments "# talmo: ..." before its first command.
 struct Needs {
@@ -23,6 +26,10 @@ struct Needs {
 /// sentence is appended to \a problems, which begins with the script's name and the line,
 /// "test3:5: ". True if there is none.
 bool readNeeds(const Script &script, Needs &needs, QStringList &problems);
+
+/// The checks that \a line, a comment "# talmo: allow CHECK...", allows to find something; none if
+/// it is another comment.
+std::optional<QStringList> allowedChecks(const ScriptLine &line);
 
 /// Why \a pattern, as that of "=ignore", could never match a message; null if it can.
 QString problemOfPattern(const QString &pattern);

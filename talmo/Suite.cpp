@@ -68,13 +68,6 @@ QString shown(const QByteArray &name)
     return escaped;
 }
 
-/// True if \a name, with this \a text, is a file that talmo keeps beside the scripts: its list of
-/// known failures, or a report that it wrote.
-bool isOwnFile(const QString &name, std::string_view text)
-{
-    return isResultFile(text) || name == QLatin1String(knownFileName);
-}
-
 /// Whether a command line of \a script is a "=run", or may become one when the name of a program
 /// stands in it.
 bool startsPrograms(const Script &script)
@@ -311,6 +304,11 @@ QString filterFor(const QString &script)
     for (const QChar character : script)
         filter += isSpecial(character) ? QStringLiteral("[%1]").arg(character) : QString(character);
     return filter;
+}
+
+bool isOwnFile(const QString &name, std::string_view text)
+{
+    return isResultFile(text) || name == QLatin1String(knownFileName);
 }
 
 QString skipReason()

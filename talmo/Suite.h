@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <string_view>
 #include <vector>
 
 namespace Talmo
@@ -56,6 +57,10 @@ struct Suite {
 /// A filter that selects the script of this name, and no others but those whose names differ from
 /// it only in case.
 QString filterFor(const QString &script);
+
+/// True if the file \a name, with this \a text, is one that talmo keeps beside the scripts: its
+/// list of known failures, or a report that it wrote.
+bool isOwnFile(const QString &name, std::string_view text);
 
 /// Why a script that applies to no program is skipped, in the driver's words.
 QString skipReason();

@@ -37,8 +37,19 @@ QString oneLine(const QString &sentence)
     return line;
 }
 
-/// The names of the programs for which runs are made: those that the user gives, or else those that
-/// are configured.
+Selection selectionOf(const CommandLine &line)
+{
+    Selection selection;
+    selection.filters = line.positionalArguments();
+    selection.runs = line.values(runOption);
+    selection.labels = line.values(labelOption);
+    selection.excludedLabels = line.values(excludeLabelOption);
+    selection.isOfDistribution = isOfDistribution(line);
+    return selection;
+}
+
+} // namespace
+
 QStringList chosenPrograms(const CommandLine &line, GivenPrograms &given, QStringList &problems)
 {
     QString problem;
@@ -56,18 +67,24 @@ QStringList chosenPrograms(const CommandLine &line, GivenPrograms &given, QStrin
     return given.names();
 }
 
-Selection selectionOf(const CommandLine &line)
+bool isOfDistribution(const CommandLine &line)
 {
-    Selection selection;
-    selection.filters = line.positionalArguments();
-    selection.runs = line.values(runOption);
-    selection.labels = line.values(labelOption);
-    selection.excludedLabels = line.values(excludeLabelOption);
-    selection.isOfDistribution = line.isSet(distributionOption);
-    return selection;
+    return line.isSet(distributionOption);
 }
 
-} // namespace
+void addProgramOption(CommandLine &line)
+{
+    line.addOption({programOption,
+        QStringLiteral("Makes the runs for the program NAME, instead of the configured ones. "
+                       "PATH is an executable, or a folder with NAME in it; otherwise NAME is "
+                       "found in the PATH. Repeatable."),
+        QStringLiteral("NAME[=PATH]")});
+}
+
+void addDistributionOption(CommandLine &line)
+{
+    line.addOption({distributionOption, QStringLiteral("Takes the scripts of the distribution.")});
+}
 
 void addFolderOption(CommandLine &line)
 {
@@ -91,20 +108,16 @@ bool enterFolder(const CommandLine &line, QString &problem)
 void addSuiteOptions(CommandLine &line)
 {
     addFolderOption(line);
+    addProgramOption(line);
     line.addOptions({
-        {programOption,
-            QStringLiteral("Makes the runs for the program NAME, instead of the configured ones. "
-                           "PATH is an executable, or a folder with NAME in it; otherwise NAME is "
-                           "found in the PATH. Repeatable."),
-            QStringLiteral("NAME[=PATH]")},
         {runOption, QStringLiteral("Takes the run NAME, exactly so. Repeatable."),
             QStringLiteral("NAME")},
         {labelOption, QStringLiteral("Takes runs with the label LABEL. Repeatable."),
             QStringLiteral("LABEL")},
         {excludeLabelOption, QStringLiteral("Leaves out runs with the label LABEL. Repeatable."),
             QStringLiteral("LABEL")},
-        {distributionOption, QStringLiteral("Takes the scripts of the distribution.")},
     });
+    addDistributionOption(line);
     line.addPositionalArgument(QStringLiteral("filter"),
         QStringLiteral("Takes the scripts whose names match it, a wildcard; test* by default."),
         QStringLiteral("[FILTER...]"));

@@ -15,6 +15,18 @@ void addSuiteOptions(CommandLine &line);
 /// Adds -C alone to \a line, for a command that does not choose runs.
 void addFolderOption(CommandLine &line);
 
+/// Adds --program and --distribution to \a line.
+void addProgramOption(CommandLine &line);
+void addDistributionOption(CommandLine &line);
+
+/// The names of the programs for which \a line, which was read, wants runs: those of --program,
+/// which \a given then holds, or else those that are configured. What is wrong is appended to \a
+/// problems.
+QStringList chosenPrograms(const CommandLine &line, GivenPrograms &given, QStringList &problems);
+
+/// Whether \a line has --distribution.
+bool isOfDistribution(const CommandLine &line);
+
 /// Goes to the directory of -C, if \a line, which was read, has one. False, with a reason in
 /// \a problem, if that fails.
 bool enterFolder(const CommandLine &line, QString &problem);

@@ -64,6 +64,7 @@ const std::vector<CommandRow> &commandTable()
         {"report", "tells what failed, why, and what has changed", reportCommand},
         {"bless", "makes new references of what failed", blessCommand},
         {"new", "writes a script that tests what a command does", newCommand},
+        {"lint", "finds mistakes in scripts without running anything", lintCommand},
         {"eval", "evaluates expressions with units", evalCommand},
         {"expand", "replaces the references to macros in texts", expandCommand},
         {"prefs", "prints and changes the user's settings", prefsCommand},

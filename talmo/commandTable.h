@@ -34,6 +34,7 @@ int cleanCommand(const QStringList &arguments);
 int diffCommand(const QStringList &arguments);
 int evalCommand(const QStringList &arguments);
 int expandCommand(const QStringList &arguments);
+int lintCommand(const QStringList &arguments);
 int listCommand(const QStringList &arguments);
 int newCommand(const QStringList &arguments);
 int runCommand(const QStringList &arguments);
