@@ -20,6 +20,22 @@ namespace
 constexpr int staleAfter = 1000; ///< milliseconds; Qt's own rule is thirty seconds
 constexpr unsigned long pauseBetween = 10;
 
+QString nameOfLock(const QString &settings)
+{
+    return settings + QStringLiteral(".lock");
+}
+
+/// What has the name of the lock \a name, and is no file; null if nothing has.
+QString obstacleToLock(const QString &name)
+{
+    // Qt takes the second lock while it removes the first one.
+    for (const QString &file : {name, name + QStringLiteral(".rmlock")}) {
+        if (QFileInfo(file).isSymLink() || !isOrdinaryOrMissing(file))
+            return file;
+    }
+    return {};
+}
+
 /// True if no process is using the lock \a name although it could not be taken. A new lock counts
 /// as used, because a process that has just made its lock still has to write its name there.
 bool isLeftOver(const QLockFile &lock, const QString &name)
@@ -47,21 +63,22 @@ bool isTakenWithin(int longestWait, QLockFile &lock)
 } // namespace
 
 SettingsLock::SettingsLock(const QString &settings)
-    : name(settings + QStringLiteral(".lock"))
+    : name(nameOfLock(settings))
     , lock(name)
 {
     lock.setStaleLockTime(staleAfter); // a process that is alive keeps even an old lock
 }
 
+QString SettingsLock::obstacleTo(const QString &settings)
+{
+    return obstacleToLock(nameOfLock(settings));
+}
+
 SettingsLock::State SettingsLock::take(int longestWait)
 {
-    // Qt takes the second lock while it removes the first one.
-    for (const QString &file : {name, name + QStringLiteral(".rmlock")}) {
-        if (QFileInfo(file).isSymLink() || !isOrdinaryOrMissing(file)) {
-            inTheWay = file;
-            return Obstructed;
-        }
-    }
+    inTheWay = obstacleToLock(name);
+    if (!inTheWay.isNull())
+        return Obstructed;
     if (isTakenWithin(longestWait, lock))
         return Taken;
     if (lock.error() != QLockFile::LockFailedError)

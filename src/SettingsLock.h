@@ -21,6 +21,10 @@ public:
         Impossible, ///< no lock can be made there; Qt, too, then gives up at once
     };
 
+    /// What keeps everybody from the lock of \a settings, because it has its name, or that of the
+    /// lock under which Qt removes it; null if nothing does.
+    static QString obstacleTo(const QString &settings);
+
     /// Tries to take the lock for so many milliseconds.
     State take(int longestWait);
 

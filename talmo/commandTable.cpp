@@ -68,6 +68,7 @@ const std::vector<CommandRow> &commandTable()
         {"eval", "evaluates expressions with units", evalCommand},
         {"expand", "replaces the references to macros in texts", expandCommand},
         {"prefs", "prints and changes the user's settings", prefsCommand},
+        {"doctor", "tells what a bug report needs, and what is wrong here", doctorCommand},
         {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},
     };

@@ -32,6 +32,7 @@ int performCommand(const QStringList &arguments);
 int blessCommand(const QStringList &arguments);
 int cleanCommand(const QStringList &arguments);
 int diffCommand(const QStringList &arguments);
+int doctorCommand(const QStringList &arguments);
 int evalCommand(const QStringList &arguments);
 int expandCommand(const QStringList &arguments);
 int lintCommand(const QStringList &arguments);

@@ -44,16 +44,6 @@ bool makeDirectories(const QByteArray &path)
     return mkdir(path, 0777) == 0 || errno == EEXIST;
 }
 
-/// Why the file \a name cannot take the place of what is there, as a sentence; null if it can.
-QString problemOfPlace(const QString &name)
-{
-    struct stat status = {};
-    const bool isThere = stat(systemName(name), &status) == 0;
-    if (isThere && status.st_uid != geteuid() && geteuid() != 0)
-        return cannotWrite(name, QStringLiteral("It belongs to another user"));
-    return problemOfSaving(name);
-}
-
 /// Why \a lock, for the file \a name, could not be taken, as a sentence.
 QString problemOfLock(SettingsLock::State state, const SettingsLock &lock, const QString &name)
 {
@@ -126,6 +116,16 @@ bool isSettledWithoutFile(const SettingsDecision &decide, const QString &name, Q
 
 } // namespace
 
+QString problemOfSavingSettings()
+{
+    const QString name = userSettings();
+    struct stat status = {};
+    const bool isThere = stat(systemName(name), &status) == 0;
+    if (isThere && status.st_uid != geteuid() && geteuid() != 0)
+        return cannotWrite(name, QStringLiteral("It belongs to another user"));
+    return problemOfSaving(name);
+}
+
 ExitStatus changeSettings(const SettingsDecision &decide, QString &problem)
 {
     std::signal(SIGXFSZ, SIG_IGN); // so a file that may not grow is an error like a full disk
@@ -141,7 +141,7 @@ ExitStatus changeSettings(const SettingsDecision &decide, QString &problem)
         problem = cannotWrite(name, reasonOf(errno));
         return AtFault;
     }
-    problem = problemOfPlace(name);
+    problem = problemOfSavingSettings();
     if (!problem.isNull())
         return AtFault;
     SettingsLock lock(name);

@@ -15,6 +15,10 @@ class StoredSettings;
 using SettingsDecision =
     std::function<std::vector<SettingsChange>(const StoredSettings &settings, QString &problem)>;
 
+/// Why the user's settings could not be saved, as a sentence, apart from their lock; null if they
+/// could. Their folder must exist. Nothing is written.
+QString problemOfSavingSettings();
+
 /// Changes the user's settings. From \a decide on until they are saved, no other program of the
 /// product saves them; for that it waits up to ten seconds. The file keeps its owner and its
 /// permissions, and a link stays one. AtFault if the settings cannot be saved, WrongCall if they
