@@ -77,7 +77,7 @@ QJsonArray examineAll()
         if (!document)
             all.append(unanswered(examination.subject));
         const QJsonArray observations = QJsonDocument::fromJson(document.value_or("[]")).array();
-        for (const QJsonValue &observation : observations)
+        for (const auto &observation : observations)
             all.append(observation);
     }
     return all;
@@ -130,7 +130,7 @@ int doctorCommand(const QStringList &arguments)
         return line.refuse(problem);
     const QJsonArray observations = examineAll();
     bool isWell = true;
-    for (const QJsonValue &observation : observations) {
+    for (const auto &observation : observations) {
         isWell = isWell && observation[QLatin1String("verdict")].toString() !=
                                QLatin1String(verdictNames[Observation::Problem]);
         if (!line.isSet(json))

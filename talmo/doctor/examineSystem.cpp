@@ -30,7 +30,7 @@ Observation ok(const char *subject, const QString &text)
 QByteArray localeName()
 {
     for (const char *const variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        const QByteArray value = qgetenv(variable);
+        QByteArray value = qgetenv(variable);
         if (!value.isEmpty())
             return value;
     }
