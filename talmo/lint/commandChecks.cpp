@@ -139,11 +139,9 @@ void findCutText(const Situation &situation, Mistakes &mistakes)
     if (!situation.isTorn || !situation.bodyBefore)
         return;
     const LintLine &file = situation.bodyBefore->line;
-    const QString message =
+    mistakes.add(situation.line, 1,
         QStringLiteral("the text of '%1' ends here, because this line begins with '='")
-            .arg(shown(file.words[1]));
-    if (!situation.line.allowed.contains(mistakes.check))
-        mistakes.addInBody(file, situation.line.number, 1, message);
+            .arg(shown(file.words[1])));
 }
 
 void findHiddenCommand(const Situation &situation, Mistakes &mistakes)

@@ -147,6 +147,8 @@ void Inspector::look(Invocation &invocation, const LintLine &line)
     situation.error = invocation.error;
     situation.pattern = walk.expectation();
     situation.bodyBefore = situation.body;
+    if (situation.bodyBefore) // nothing but text can stand between the two
+        situation.line.allowed += situation.bodyBefore->line.allowed;
     situation.body.reset();
     situation.isTorn = isTornLine();
     if (situation.command != nullptr && situation.command->following == FollowingLines::AreBody)

@@ -75,14 +75,16 @@ void findWrongComment(const Situation &situation, Mistakes &mistakes)
 void findUnknownCheck(const Situation &situation, Mistakes &mistakes)
 {
     const QStringList names = checkNames();
-    for (const LintLine &comment : situation.comments) {
-        const int words = static_cast<int>(comment.words.size());
-        const int named = static_cast<int>(comment.allowed.size());
+    for (const LintLine &line : situation.comments) {
+        LintLine comment = line; // which must not allow its own mistakes
+        comment.allowed.clear();
+        const int words = static_cast<int>(line.words.size());
+        const int named = static_cast<int>(line.allowed.size());
         if (named == 0)
             mistakes.add(comment, comment.columnOf(0),
                 QStringLiteral("'talmo: allow' takes the names of checks"));
         for (int index = 0; index < named; ++index) {
-            const QString &name = comment.allowed[index];
+            const QString &name = line.allowed[index];
             if (!names.contains(name))
                 mistakes.add(comment, comment.columnOf(words - named + index),
                     QStringLiteral("unknown check '%1'%2")
