@@ -36,8 +36,10 @@ QStringList allKindsOfMessages()
     return messages + QStringList(unknown.error);
 }
 
-bool matchesAll(const QString &pattern, const QStringList &messages)
+/// Whether \a pattern matches all messages.
+bool matchesAnything(const QString &pattern)
 {
+    static const QStringList messages = allKindsOfMessages();
     return std::all_of(messages.begin(), messages.end(),
         [&pattern](const QString &message) { return matchesMessage(pattern, message); });
 }
@@ -83,11 +85,15 @@ QString forAnyNumbers(const QString &pattern)
     return result;
 }
 
-/// Whether \a pattern may match one of \a messages, or one that differs from it in its numbers.
-bool mayMatch(const QString &pattern, const QStringList &messages)
+/// Whether \a pattern may match a message of a command of these \a words. Those of "=compare" have
+/// numbers of lines and columns.
+bool mayMatch(const QString &pattern, const QStringList &words)
 {
+    const QStringList messages = failuresOf(words);
     if (matchesAny(pattern, messages))
         return true;
+    if (words[0] != QLatin1String("=compare"))
+        return false;
     const QString wider = forAnyNumbers(pattern);
     return !problemOfPattern(wider).isNull() || matchesAny(wider, messages);
 }
@@ -122,8 +128,7 @@ void findDanglingIgnore(const Situation &situation, Mistakes &mistakes)
 
 void findWideIgnore(const Situation &situation, Mistakes &mistakes)
 {
-    static const QStringList messages = allKindsOfMessages();
-    if (!situation.ignore || !matchesAll(*situation.pattern, messages))
+    if (!situation.ignore || !matchesAnything(*situation.pattern))
         return;
     const bool acceptsSuccess = matchesMessage(*situation.pattern, QString());
     mistakes.add(*situation.ignore, columnOfPattern(*situation.ignore),
@@ -139,23 +144,21 @@ void findVainIgnore(const Situation &situation, Mistakes &mistakes)
         return;
     const LintLine &ignore = *situation.ignore;
     const QString &pattern = *situation.pattern;
-    const QStringList messages = failuresOf(situation.line.words);
-    if (matchesMessage(pattern, QString()) && matchesMessage(pattern, QStringLiteral("any")))
-        return; // it is too wide
-    if (!problemOfPattern(pattern).isNull() || mayMatch(pattern, messages))
+    const QStringList &words = situation.line.words;
+    if (mayMatch(pattern, words) || matchesAnything(pattern) || !problemOfPattern(pattern).isNull())
         return;
     const bool hasPattern = ignore.text.startsWith(QLatin1String("=ignore "));
+    const QString example = failuresOf(words).value(0);
     QString message;
     if (!hasPattern)
         message = QStringLiteral("'=ignore' must begin the line, and a blank and a pattern must "
                                  "follow it");
-    else if (messages.isEmpty())
+    else if (example.isNull())
         message = QStringLiteral("the '%1' behind this '=ignore' cannot fail")
                       .arg(QLatin1String(situation.command->name));
     else
-        message =
-            QStringLiteral("the pattern '%1' matches no message of '%2', such as \"%3\"")
-                .arg(shown(pattern), QLatin1String(situation.command->name), shown(messages[0]));
+        message = QStringLiteral("the pattern '%1' matches no message of '%2', such as \"%3\"")
+                      .arg(shown(pattern), QLatin1String(situation.command->name), shown(example));
     mistakes.add(ignore, columnOfPattern(ignore), message);
 }
 

@@ -70,8 +70,7 @@ void findEmptiedReport(const Situation &situation, Mistakes &mistakes)
         const bool isIntoPipe = part.end == QLatin1String("|");
         for (const ShellRedirection &redirection : part.redirections) {
             if (!isIntoPipe && emptying.contains(redirection.sign) && isReport(redirection.target))
-                mistakes.add(situation.line,
-                    columnAt(situation.line.text, redirection.target.position),
+                mistakes.add(situation.line, columnAt(situation.line.text, redirection.position),
                     QStringLiteral(
                         "'%1%2' empties the file that the report goes to; '>&1' does not")
                         .arg(redirection.sign, redirection.target.text));

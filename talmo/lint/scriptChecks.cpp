@@ -20,7 +20,7 @@ void findNoHeading(const Situation &situation, Mistakes &mistakes)
 
 void findMissingProgram(const Situation &situation, Mistakes &mistakes)
 {
-    if (!situation.script.programPatterns())
+    if (!situation.script.programPatterns() || !situation.script.problem().isNull())
         return;
     const QStringList &patterns = *situation.script.programPatterns();
     const LintLine &line = situation.selection;

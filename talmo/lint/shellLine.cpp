@@ -63,6 +63,7 @@ private:
 
     const QString &text;
     int next;
+    int numberBegin = -1; ///< of the number right before a redirection; -1 if there is none
     bool isBroken = false;
 };
 
@@ -166,7 +167,9 @@ void ShellLexer::addWord(ShellPart &part)
     const bool isBeforeRedirection =
         !isAtEnd() && (text[next] == QLatin1Char('<') || text[next] == QLatin1Char('>'));
     isBroken = isBroken || (part.words.empty() && isKeyword(word));
-    if (!(isNumber && isBeforeRedirection))
+    if (isNumber && isBeforeRedirection)
+        numberBegin = word.position;
+    else
         part.words.push_back(word);
 }
 
@@ -182,9 +185,11 @@ ShellLine ShellLexer::read()
             break;
         }
         if (!redirection.isEmpty()) {
+            const int position = numberBegin < 0 ? next : numberBegin;
+            numberBegin = -1;
             next += static_cast<int>(redirection.size());
             skipBlanks();
-            line.parts.back().redirections.push_back({redirection, readWord()});
+            line.parts.back().redirections.push_back({redirection, position, readWord()});
         } else if (!separator.isEmpty()) {
             line.parts.back().end = separator;
             line.parts.back().endPosition = next;

@@ -17,9 +17,10 @@ struct ShellWord {
     bool isEmpty() const { return text.isEmpty() && !isQuoted; }
 };
 
-/// A redirection: an operator without the number before it, and what is behind it.
+/// A redirection.
 struct ShellRedirection {
-    QString sign; ///< ">", ">>", "<", ">&" and the like
+    QString sign;     ///< ">", ">>", "<", ">&" and the like, without the number before it
+    int position = 0; ///< in the line, of the sign or of the number before it
     ShellWord target;
 };
 
