@@ -66,6 +66,7 @@ const std::vector<CommandRow> &commandTable()
         {"new", "writes a script that tests what a command does", newCommand},
         {"lint", "finds mistakes in scripts without running anything", lintCommand},
         {"eval", "evaluates expressions with units", evalCommand},
+        {"convert", "rewrites the numbers with units in texts in other units", convertCommand},
         {"expand", "replaces the references to macros in texts", expandCommand},
         {"prefs", "prints and changes the user's settings", prefsCommand},
         {"doctor", "tells what a bug report needs, and what is wrong here", doctorCommand},

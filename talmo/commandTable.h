@@ -31,6 +31,7 @@ int performCommand(const QStringList &arguments);
 // The commands, each in a file of its own.
 int blessCommand(const QStringList &arguments);
 int cleanCommand(const QStringList &arguments);
+int convertCommand(const QStringList &arguments);
 int diffCommand(const QStringList &arguments);
 int doctorCommand(const QStringList &arguments);
 int evalCommand(const QStringList &arguments);

@@ -1,0 +1,186 @@
+// talmo convert
+
+#include "CompanionTest.h"
+
+#include "talmo/Units.h"
+#include "utf8.h"
+
+#include <iterator>
+#include <random>
+
+using namespace Talmo;
+
+namespace
+{
+
+class ConvertTest : public CompanionTest
+{
+protected:
+    /// Expects that `talmo convert` with \a arguments makes \a output of \a input.
+    void expectConverted(
+        const QByteArray &input, const QByteArray &output, const QStringList &arguments = {})
+    {
+        write("in", input);
+        expectSuccess(QStringList("convert") + arguments + QStringList("in"), output);
+    }
+
+    /// Expects that `talmo convert` with \a arguments makes \a output of \a input, reports
+    /// \a errors, and ends with status 1.
+    void expectFault(const QByteArray &input, const QByteArray &output, const QByteArray &errors,
+        const QStringList &arguments = {})
+    {
+        write("in", input);
+        const Outcome outcome = run(QStringList("convert") + arguments + QStringList("in"));
+        EXPECT_EQ(outcome.output, output);
+        EXPECT_EQ(outcome.errors, errors);
+        EXPECT_EQ(outcome.status, 1);
+    }
+};
+
+QByteArray convertedByLibrary(const QByteArray &text, const QString &units)
+{
+    return Units::convertAll(decodedBytes(text), units).toUtf8();
+}
+
+const char *const units[] = {"mm", "cm", "in", "MeV", "joule", "ns", "T", "kg", "rad", "e", "mps"};
+
+/// Lines of numbers that stand alone, with units and without, among other words.
+QByteArray randomText(std::mt19937 &random)
+{
+    static const char *const words[] = {"drift", "x=", "(", ")", ",", "\xC3\xA9 ", "$x", "-", "\n",
+        "\r\n", "BPM", "1.5 ", "7 ", "\t"};
+    static const char *const numbers[] = {"0", "5", "-2.5", ".125", "1e3", "12E-2", "100000000",
+        "0.333333333333333333", "1e-300", "007"};
+    QByteArray text;
+    for (int count = static_cast<int>(random() % 200); count > 0; --count) {
+        if (random() % 2 == 0)
+            text += QByteArray(words[random() % std::size(words)]) + ' ';
+        else
+            text += ' ' + QByteArray(numbers[random() % std::size(numbers)]) +
+                    units[random() % std::size(units)] + ' ';
+    }
+    return text;
+}
+
+/// Any characters that may begin, end or be a part of numbers, and some that are no UTF-8.
+QByteArray randomBytes(std::mt19937 &random)
+{
+    static const QByteArray bytes("0123456789.eE+-mMeVcinstxk $_\r\n#\xC3\xA9\xC2\xB5", 36);
+    QByteArray text;
+    for (int count = static_cast<int>(random() % 2000); count > 0; --count)
+        text += bytes[static_cast<int>(random() % static_cast<unsigned>(bytes.size()))];
+    return text;
+}
+
+} // namespace
+
+TEST_F(ConvertTest, RewritesNumbersInTheStandardUnitsOfTheirKinds)
+{
+    expectConverted("drift 2.5cm, -1in; 3GeV\n", "drift 25, -25.4; 3000\n");
+    expectConverted("3kg 5 7 nothing\n", "3kg 5 7 nothing\n"); // mass has no standard unit
+    expectConverted("", "");
+    expectConverted("\n\n1m", "\n\n1000");
+}
+
+TEST_F(ConvertTest, RewritesNumbersInOneUnit)
+{
+    expectConverted("1in 3MeV 5\n", "2.54 3MeV 5\n", {"-u", "cm"});
+    expectConverted("3kg 1m\n", "3000 1m\n", {"-u", "g"});
+    expectConverted("1in 3MeV\n", "1in 3MeV\n", {"-u", ""});
+    expectConverted("1in 3MeV\n", "25.4 3\n", {"-u", "*"});
+}
+
+TEST_F(ConvertTest, LeavesWhatIsPartOfAWord)
+{
+    const QByteArray text = "BPM12a file1in.txt 2nd 0x10 1e5 3D 4x4 10x $5cm a_5cm 5mm2 \xC2\xB5"
+                            "5cm 5m\xC2\xB2 22T10:15\n";
+    expectConverted(text, text);
+    expectConverted("1e5m 2e 2.5e-3cm\n", "100000000 2e 0.025\n");
+}
+
+TEST_F(ConvertTest, ReportsUnknownUnitsAndLeavesAGap)
+{
+    expectFault("1m\n\xC3\xA9 5Mev 2parsec 3cm\n\n2m", "1000\n\n\n2000",
+        "in:2:3: unknown unit 'Mev' (did you mean MeV?)\n"
+        "in:2:8: unknown unit 'parsec'\n");
+    expectFault("3m/s 2m^2\n", "\n",
+        "in:1:1: unknown unit 'm/s' (did you mean mps?)\n"
+        "in:1:6: unknown unit 'm^2'\n");
+    expectFault("-1e999m\n", "\n", "in:1:2: the number '1e999m' is too large\n");
+    expectFault("1e308m\n", "\n", "in:1:1: the number '1e308m' is too large\n");
+    expectConverted("1e308mm\n", "1e+308\n");
+    // Units that are not asked for are unknown all the same.
+    expectFault("3Mev\n", "\n", "in:1:1: unknown unit 'Mev' (did you mean MeV?)\n", {"-u", "cm"});
+}
+
+TEST_F(ConvertTest, DoesAsTheLibraryWithNumbersThatStandAlone)
+{
+    std::mt19937 random(1);
+    for (int round = 0; round < 10; ++round) {
+        const QByteArray text = randomText(random);
+        expectConverted(text, convertedByLibrary(text, "*"));
+        expectConverted(text, convertedByLibrary(text, "in"), {"-u", "in"});
+    }
+}
+
+TEST_F(ConvertTest, LenientDoesAsTheLibraryToTheByte)
+{
+    std::mt19937 random(2);
+    for (int round = 0; round < 10; ++round) {
+        const QByteArray text = randomBytes(random);
+        // What is no UTF-8 is replaced in the way of Latin-1, which keeps every byte.
+        for (const char *const unit : {"*", "mm", ""}) {
+            const QByteArray output =
+                Units::convertAll(QString::fromLatin1(text.constData(), text.size()), unit)
+                    .toLatin1();
+            expectConverted(text, output, {"--lenient", "-u", unit});
+        }
+    }
+    expectConverted("1e5 5Mev BPM12mm 2nd\n", "100000 0 BPM12 0\n", {"--lenient"});
+}
+
+TEST_F(ConvertTest, BytesComeOutAsTheyCameIn)
+{
+    const QByteArray zero(1, '\0');
+    expectConverted("\xEF\xBB\xBF"
+                    "1cm\r\n\xE9\r 2cm \xFF\xC3\r\n" +
+                        zero + "3cm" + zero + "\r",
+        "\xEF\xBB\xBF"
+        "10\r\n\xE9\r 20 \xFF\xC3\r\n" +
+            zero + "30" + zero + "\r");
+}
+
+TEST_F(ConvertTest, ReadsSeveralFilesAndStandardInput)
+{
+    write("a", "1cm");
+    write("b", "2cm\n5Mev");
+    const Outcome outcome = run({"convert", "a", "b", "a"});
+    EXPECT_EQ(outcome.output, "1020\n10");
+    EXPECT_EQ(outcome.errors, "b:2:1: unknown unit 'Mev' (did you mean MeV?)\n");
+    EXPECT_EQ(outcome.status, 1);
+}
+
+TEST_F(ConvertTest, RefusesWrongCalls)
+{
+    write("in", "1m\n");
+    expectWrongCall(
+        {"convert", "-u", "Mev", "in"}, "talmo: convert: unknown unit 'Mev' (did you mean MeV?)\n");
+    expectWrongCall({"convert", "-u", "-", "in"}, "talmo: convert: '-' is no unit to convert to\n");
+    expectWrongCall({"convert", "in", "none"},
+        "talmo: convert: cannot read 'none': No such file or directory\n");
+    expectWrongCall({"convert", "-o", "out", "--in-place", "in"},
+        "talmo: convert: -o and --in-place exclude each other\n");
+    expectWrongCall({"convert", "--follow-links", "in"},
+        "talmo: convert: --follow-links makes sense with --in-place only\n");
+}
+
+TEST_F(ConvertTest, ManyMistakesInALongLineTakeNoLongTime)
+{
+    const QByteArray text = QByteArray("3abc ").repeated(20000);
+    write("in", text);
+    const Outcome outcome = run({"convert", "in"});
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors.count('\n'), 20000);
+    EXPECT_TRUE(outcome.errors.endsWith("in:1:99996: unknown unit 'abc'\n"));
+    EXPECT_EQ(outcome.status, 1);
+}
