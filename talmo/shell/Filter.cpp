@@ -3,20 +3,23 @@
 #include "CommandLine.h"
 #include "DiskFile.h"
 #include "InputLines.h"
+#include "Replacement.h"
 #include "Spool.h"
 #include "commandTable.h"
 #include "interruption.h"
 #include "lineText.h"
 #include "regularFile.h"
+#include "removeDir.h"
 #include "saving.h"
 
-#include <QFileInfo>
 #include <QIODevice>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <sys/stat.h>
@@ -65,20 +68,40 @@ QString problemOfInput(const QString &name)
     return S_ISDIR(status.st_mode) ? cannotRead(name, EISDIR) : QString();
 }
 
-/// Why \a name cannot be changed in its place, as a sentence; null if it can.
-QString problemOfPlace(const QString &name, bool followsLinks)
+/// Whether the input \a name is the file that standard output goes to. It would grow while it is
+/// read.
+bool isPrintedTo(const QString &name)
 {
-    if (name == QLatin1String("-"))
-        return QStringLiteral("--in-place changes files, and standard input is none");
-    if (QFileInfo(name).isSymLink() && !followsLinks)
-        return QStringLiteral("'%1' is a symbolic link; --follow-links changes what it leads to")
-            .arg(name);
-    return problemOfSaving(name);
+    struct stat input = {};
+    struct stat output = {};
+    const bool isInput = name == QLatin1String("-") ? fstat(STDIN_FILENO, &input) == 0
+                                                    : stat(systemName(name), &input) == 0;
+    return isInput && S_ISREG(input.st_mode) && fstat(STDOUT_FILENO, &output) == 0 &&
+           isSameFile(input, output);
 }
 
-/// A file in a spool, from one byte to another.
-struct SpooledFile {
-    QString name;
+/// The inputs that are changed in their place; none if none are.
+using Replacements = std::vector<std::unique_ptr<Replacement>>;
+
+/// Prepares the \a replacement of one more file than \a others. Returns why that is not possible,
+/// as a sentence; null if it is.
+QString problemOfPlace(Replacement &replacement, const Replacements &others, bool followsLinks)
+{
+    if (replacement.name == QLatin1String("-"))
+        return QStringLiteral("--in-place changes files, and standard input is none");
+    const QString problem = replacement.prepare(followsLinks);
+    if (!problem.isNull())
+        return problem;
+    for (const auto &other : others) {
+        if (replacement.isSameFileAs(*other))
+            return QStringLiteral("'%1' and '%2' are the same file")
+                .arg(other->name, replacement.name);
+    }
+    return {};
+}
+
+/// A part of a spool, from one byte to another.
+struct SpooledPart {
     qint64 begin = 0;
     qint64 end = 0;
 };
@@ -87,17 +110,20 @@ struct SpooledFile {
 class Results
 {
 public:
-    explicit Results(const FilterFiles &itsFiles)
+    /// In the place of \a itsReplacements, or where \a itsFiles says.
+    Results(const FilterFiles &itsFiles, const Replacements &itsReplacements)
         : files(itsFiles)
+        , replacements(itsReplacements)
         , isSpooled(files.isInPlace || !files.output.isNull())
     {
         // Who reads no more wants to hear no more.
         std::signal(SIGPIPE, SIG_DFL);
+        outliveFileSizeLimit();
     }
 
     bool begin() { return !isSpooled || spool.open() || fail(); }
     bool write(std::string_view bytes);
-    void finishInput(const QString &name);
+    void finishInput();
     bool save(QString &problem);
 
     /// Why the latest step failed, as a sentence.
@@ -105,12 +131,14 @@ public:
 
 private:
     bool fail();
-    bool saveOne(const SpooledFile &file, QString &problem);
+    bool saveOutput(QString &problem);
+    bool replaceAll(QString &problem);
 
     const FilterFiles &files;
+    const Replacements &replacements;
     bool isSpooled;
     Spool spool;
-    std::vector<SpooledFile> spooled;
+    std::vector<SpooledPart> spooled; ///< one for each input
     QString reason;
 };
 
@@ -129,24 +157,54 @@ bool Results::write(std::string_view bytes)
     return std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
 }
 
-/// All results since the latest call belong to the input \a name.
-void Results::finishInput(const QString &name)
+/// All results since the latest call belong to one input.
+void Results::finishInput()
 {
     if (isSpooled)
-        spooled.push_back({name, spooled.empty() ? 0 : spooled.back().end, spool.size()});
+        spooled.push_back({spooled.empty() ? 0 : spooled.back().end, spool.size()});
 }
 
-bool Results::saveOne(const SpooledFile &file, QString &problem)
+bool Results::saveOutput(QString &problem)
 {
     return saveFile(
-        file.name,
-        [this, &file](QIODevice &device) {
-            return spool.copy(file.begin, file.end, [&device](std::string_view bytes) {
+        files.output,
+        [this](QIODevice &device) {
+            return spool.copy(0, spool.size(), [&device](std::string_view bytes) {
                 const auto size = static_cast<qint64>(bytes.size());
                 return device.write(bytes.data(), size) == size;
             });
         },
         problem);
+}
+
+/// Replaces all files, or none.
+bool Results::replaceAll(QString &problem)
+{
+    const auto forAll = [&](const auto &step) {
+        for (size_t index = 0; index < replacements.size(); ++index) {
+            if (!interruption().isNull())
+                return false;
+            if (!step(*replacements[index], spooled[index])) {
+                problem = replacements[index]->problem();
+                return false;
+            }
+        }
+        return true;
+    };
+    const auto write = [this](Replacement &file, const SpooledPart &part) {
+        return file.write([&](const std::function<bool(std::string_view)> &append) {
+            return spool.copy(part.begin, part.end, append);
+        });
+    };
+    allowManyFiles();
+    const bool isReplaced = forAll(write) && forAll([](Replacement &file, const SpooledPart &) {
+        return file.giveName();
+    }) && forAll([](Replacement &file, const SpooledPart &) { return file.putInPlace(); });
+    if (!isReplaced)
+        return false; // they go back by themselves
+    for (const auto &file : replacements)
+        file->commit();
+    return true;
 }
 
 /// Writes the files, each whole or not at all.
@@ -155,13 +213,7 @@ bool Results::save(QString &problem)
     if (!isSpooled)
         return true;
     noteInterruptions(); // from here on all or nothing
-    if (!files.isInPlace)
-        return saveOne({files.output, 0, spool.size()}, problem);
-    for (const SpooledFile &file : spooled) {
-        if (!saveOne(file, problem))
-            return false;
-    }
-    return true;
+    return files.isInPlace ? replaceAll(problem) : saveOutput(problem);
 }
 
 /// Does the work for all lines of \a name. False if that failed, for the reason in \a problem;
@@ -186,17 +238,24 @@ bool filterInput(
             return false;
         }
     }
-    results.finishInput(name);
+    results.finishInput();
     problem = lines.failure();
     return problem.isNull();
 }
 
-QString problemOfFiles(const FilterFiles &files)
+/// Why \a files cannot be what a filter reads and writes, as a sentence; null if they can. Adds the
+/// files that are changed in their place to \a replacements.
+QString problemOfFiles(const FilterFiles &files, Replacements &replacements)
 {
     for (const QString &name : files.inputs) {
         QString problem = problemOfInput(name);
-        if (problem.isNull() && files.isInPlace)
-            problem = problemOfPlace(name, files.followsLinks);
+        if (problem.isNull() && files.isInPlace) {
+            auto replacement = std::make_unique<Replacement>(name);
+            problem = problemOfPlace(*replacement, replacements, files.followsLinks);
+            replacements.push_back(std::move(replacement));
+        }
+        if (problem.isNull() && !files.isInPlace && files.output.isNull() && isPrintedTo(name))
+            problem = QStringLiteral("'%1' is what we print into").arg(name);
         if (!problem.isNull())
             return problem;
     }
@@ -219,7 +278,7 @@ void addInPlaceOptions(CommandLine &line)
 {
     line.addOptions({
         {inPlaceOption, QStringLiteral("Changes the FILEs themselves; none of them if something is "
-                                       "wrong in any.")},
+                                       "wrong in any. A hard link to one keeps the old text.")},
         {followOption, QStringLiteral("Changes the files that symbolic links lead to.")},
     });
 }
@@ -246,10 +305,11 @@ FilterFiles filterFilesOf(const CommandLine &line, QString &problem)
 
 int runFilter(const CommandLine &line, const FilterFiles &files, const LineWork &work)
 {
-    QString problem = problemOfFiles(files);
+    Replacements replacements;
+    QString problem = problemOfFiles(files, replacements);
     if (!problem.isNull())
         return line.refuse(problem);
-    Results results(files);
+    Results results(files, replacements);
     bool isWrong = false;
     bool isRead = results.begin();
     if (!isRead)
