@@ -8,6 +8,8 @@
 #include "talmo/Macro.h"
 #include "talmo/RegExp.h"
 
+#include <QRegExp>
+
 namespace Talmo
 {
 
@@ -18,10 +20,16 @@ const QString defineOption = QStringLiteral("D");
 const QString fileOption = QStringLiteral("definitions");
 const QString keyword = QStringLiteral("define");
 
+bool isBlank(QChar character)
+{
+    return character == QLatin1Char(' ') ||
+           (character >= QLatin1Char('\t') && character <= QLatin1Char('\r'));
+}
+
 /// The first word of \a text from \a position on, which moves behind it and the blanks that follow.
 QString takeWord(const QString &text, int &position)
 {
-    const auto isBlankAt = [&text](int index) { return text[index].isSpace(); };
+    const auto isBlankAt = [&text](int index) { return isBlank(text[index]); };
     const int begin = position;
     while (position < text.size() && !isBlankAt(position))
         ++position;
@@ -34,7 +42,7 @@ QString takeWord(const QString &text, int &position)
 int firstWord(const QString &text)
 {
     int position = 0;
-    while (position < text.size() && text[position].isSpace())
+    while (position < text.size() && isBlank(text[position]))
         ++position;
     return position;
 }
@@ -117,6 +125,21 @@ bool defineByText(const QString &text, QString &problem)
     return true;
 }
 
+bool defineByAssignment(const QString &text)
+{
+    if (!RE.match(QStringLiteral("^[ \t]*([A-Za-z_][A-Za-z0-9_]*)[ \t]*=(?!=)[ \t]*"), text))
+        return false;
+    const QString name = RegExp::prev->cap(1);
+    const QString value = text.mid(RegExp::prev->matchedLength());
+    Macro::hash[name] = value;
+    return true;
+}
+
+bool readsStandardInput(const CommandLine &line)
+{
+    return line.values(fileOption).contains(QStringLiteral("-"));
+}
+
 bool isDefinition(const QString &text)
 {
     int position = firstWord(text);
@@ -139,7 +162,7 @@ void performDefinition(FilterLine &line, const QString &text)
             name.isEmpty() ? QStringLiteral("no definition, 'define NAME TEXT'")
                            : QStringLiteral("'%1' is no name of a macro").arg(name));
     QString value = expanded.mid(position);
-    while (!value.isEmpty() && value.back().isSpace())
+    while (!value.isEmpty() && isBlank(value.back()))
         value.chop(1);
     Macro::hash[name] = value;
 }

@@ -21,6 +21,13 @@ int define(const CommandLine &line);
 /// Defines a local macro by \a text, "NAME=TEXT". False if it is none; \a problem then says why.
 bool defineByText(const QString &text, QString &problem);
 
+/// Defines a local macro by \a text, "NAME = TEXT", in which blanks around the sign count for
+/// nothing. False if it is none, as "NAME==TEXT".
+bool defineByAssignment(const QString &text);
+
+/// Whether \a line, which was read, takes definitions from standard input.
+bool readsStandardInput(const CommandLine &line);
+
 /// Whether \a text, the text of a line, has "define" as its first word.
 bool isDefinition(const QString &text);
 

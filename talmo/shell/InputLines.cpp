@@ -19,38 +19,60 @@ namespace
 /// So many bytes are surely possible as one text, also where Qt counts in int.
 constexpr size_t longestLine = 1U << 29U;
 
-/// A file as it is, with its carriage returns and its mark.
-class PlainFile : public TextSource
+/// Bytes as they are, with carriage returns and a mark. They end behind the beginning of a line
+/// that is too long, so that memory is enough for it.
+class PlainText : public TextSource
+{
+public:
+    qint64 readText(char *target, qint64 size) final
+    {
+        const qint64 got = lineLength > longestLine ? 0 : readBytes(target, size);
+        const std::string_view bytes(target, static_cast<size_t>(got));
+        const size_t newline = bytes.rfind('\n');
+        lineLength = newline == std::string_view::npos ? lineLength + bytes.size()
+                                                       : bytes.size() - newline - 1;
+        return got;
+    }
+
+private:
+    virtual qint64 readBytes(char *target, qint64 size) = 0;
+
+    size_t lineLength = 0; // what was read of the latest line
+};
+
+class PlainFile : public PlainText
 {
 public:
     bool open(const QString &name) { return file.openToRead(name); }
-    qint64 readText(char *target, qint64 size) override
-    {
-        if (file.sizeAtOpening() == 0) // only a regular file surely does not wait
-            std::fflush(stdout);
-        return file.readBytes(target, size);
-    }
     qint64 sizeAtOpening() const override { return file.sizeAtOpening(); }
     bool failed() const override { return file.failed(); }
     QString remark() const override { return file.remark(); }
 
 private:
+    qint64 readBytes(char *target, qint64 size) override
+    {
+        if (file.sizeAtOpening() == 0) // only a regular file surely does not wait
+            std::fflush(stdout);
+        return file.readBytes(target, size);
+    }
+
     DiskFile file;
 };
 
-class PlainInput : public TextSource
+class PlainInput : public PlainText
 {
 public:
-    qint64 readText(char *target, qint64 size) override
+    bool failed() const override { return hasFailed; }
+
+private:
+    qint64 readBytes(char *target, qint64 size) override
     {
         std::fflush(stdout);
         const qint64 got = readStandardInput(target, size);
         hasFailed = got < 0;
         return hasFailed ? 0 : got;
     }
-    bool failed() const override { return hasFailed; }
 
-private:
     bool hasFailed = false;
 };
 

@@ -1,5 +1,6 @@
 // talmo eval: expressions with units, from the command line, from files or from a pipe.
 
+#include "Calculator.h"
 #include "CommandLine.h"
 #include "Definitions.h"
 #include "Filter.h"
@@ -9,11 +10,14 @@
 #include "leniency.h"
 #include "lineText.h"
 #include "strict.h"
+#include "talmo/Flaw.h"
 #include "talmo/Units.h"
 
 #include <cstdio>
 #include <memory>
 #include <optional>
+
+#include <unistd.h>
 
 namespace Talmo
 {
@@ -38,7 +42,8 @@ void addOptions(CommandLine &line)
     addDefinitionOptions(line);
     addLenientOption(line);
     line.addPositionalArgument(QStringLiteral("expression"),
-        QStringLiteral("What is evaluated; each line of standard input, if none is given."),
+        QStringLiteral("What is evaluated; each line of standard input, if none is given. On a "
+                       "terminal that is a calculator."),
         QStringLiteral("[EXPRESSION...]"));
 }
 
@@ -57,6 +62,7 @@ public:
         : line(itsLine)
         , units(line.value(unitsOption))
         , format(line.value(formatOption))
+        , leniency(line)
     {
     }
 
@@ -65,11 +71,13 @@ public:
 private:
     int evaluateArguments();
     int evaluateLines();
+    int calculate();
     Problem evaluate(const QString &expression, QString &result);
 
     const CommandLine &line;
     QString units;
     QString format;
+    Leniency leniency;
     std::unique_ptr<Strict> strict; // null if the library is to have its way
 };
 
@@ -78,8 +86,10 @@ Problem EvalCommand::evaluate(const QString &expression, QString &result)
 {
     if (strict)
         return strict->evaluate(format, expression, units, result);
-    result = Units::evaluate(format, expression, units);
-    return {};
+    const Problem problem = Leniency::endlessness(flawOfExpression(expression));
+    if (problem.message.isEmpty())
+        result = Units::evaluate(format, expression, units);
+    return problem;
 }
 
 int EvalCommand::evaluateArguments()
@@ -112,11 +122,20 @@ int EvalCommand::evaluateLines()
         if (expression.isEmpty() && strict)
             return;
         QString result;
+        leniency.setLine(expression, input.lineNumber());
         const Problem problem = evaluate(expression, result);
         if (!problem.message.isEmpty())
             input.report(columnAt(expression, problem.position), problem.message);
         appendBytes(bytes, result);
     });
+}
+
+int EvalCommand::calculate()
+{
+    Calculator([this](const QString &expression, QString &result) {
+        return evaluate(expression, result);
+    }).run();
+    return AllIsWell;
 }
 
 int EvalCommand::perform()
@@ -127,12 +146,17 @@ int EvalCommand::perform()
         return line.refuse(problem);
     if (!printNumber(format, 0, ignored))
         return line.refuse(QStringLiteral("'%1' is no format for a number").arg(format));
+    const bool hasExpressions = !line.positionalArguments().isEmpty();
+    if (!hasExpressions && readsStandardInput(line))
+        return line.refuse(
+            QStringLiteral("standard input cannot be both definitions and expressions"));
     if (const int status = define(line); status != AllIsWell)
         return status;
-    Leniency leniency(line);
     if (!leniency.isWanted())
         strict = std::make_unique<Strict>();
-    const int status = line.positionalArguments().isEmpty() ? evaluateLines() : evaluateArguments();
+    if (!hasExpressions && isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0)
+        return calculate();
+    const int status = hasExpressions ? evaluateArguments() : evaluateLines();
     return status == AllIsWell && leniency.wasUsed() ? AtFault : status;
 }
 

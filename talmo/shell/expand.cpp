@@ -7,6 +7,7 @@
 #include "leniency.h"
 #include "lineText.h"
 #include "strict.h"
+#include "talmo/Flaw.h"
 #include "talmo/Macro.h"
 
 #include <memory>
@@ -14,6 +15,59 @@
 
 namespace Talmo
 {
+
+namespace
+{
+
+/// Replaces the references in lines, strictly or as the library does.
+class Expansion
+{
+public:
+    explicit Expansion(const CommandLine &line)
+        : leniency(line)
+        , strict(leniency.isWanted() ? nullptr : std::make_unique<Strict>())
+    {
+    }
+
+    void perform(FilterLine &line, std::string &result);
+
+    /// Whether the library has reported anything, and has gone on.
+    bool wasLenient() const { return leniency.wasUsed(); }
+
+private:
+    Problem expand(const QString &text, QString &expanded);
+
+    Leniency leniency;
+    std::unique_ptr<Strict> strict; // null if the library is to have its way
+};
+
+Problem Expansion::expand(const QString &text, QString &expanded)
+{
+    if (strict)
+        return strict->expand(text, expanded);
+    const Problem problem = Leniency::endlessness(flawOfLine(text));
+    if (problem.message.isEmpty())
+        expanded = Macro::expand(text);
+    return problem;
+}
+
+/// Appends to \a result what \a line becomes.
+void Expansion::perform(FilterLine &line, std::string &result)
+{
+    if (line.text.find('$') == std::string_view::npos) {
+        result += line.text;
+        return;
+    }
+    const QString text = textOf(line.text);
+    QString expanded;
+    leniency.setLine(text, line.lineNumber());
+    const Problem problem = expand(text, expanded);
+    if (!problem.message.isEmpty())
+        line.report(columnAt(text, problem.position), problem.message);
+    appendBytes(result, expanded);
+}
+
+} // namespace
 
 int expandCommand(const QStringList &arguments)
 {
@@ -27,27 +81,16 @@ int expandCommand(const QStringList &arguments)
         return *status;
     QString problem;
     const FilterFiles files = filterFilesOf(line, problem);
+    if (problem.isNull() && readsStandardInput(line) && files.inputs.contains(QStringLiteral("-")))
+        problem = QStringLiteral("standard input cannot be both definitions and text");
     if (!problem.isNull())
         return line.refuse(problem);
     if (const int status = define(line); status != AllIsWell)
         return status;
-    Leniency leniency(line);
-    const auto strict = leniency.isWanted() ? nullptr : std::make_unique<Strict>();
-    const int status = runFilter(line, files, [&](FilterLine &input, std::string &result) {
-        if (input.text.find('$') == std::string_view::npos) {
-            result += input.text;
-            return;
-        }
-        const QString text = textOf(input.text);
-        QString expanded;
-        leniency.setLine(text, input.lineNumber());
-        if (!strict)
-            expanded = Macro::expand(text);
-        else if (const Problem wrong = strict->expand(text, expanded); !wrong.message.isEmpty())
-            input.report(columnAt(text, wrong.position), wrong.message);
-        appendBytes(result, expanded);
-    });
-    return status == AllIsWell && leniency.wasUsed() ? AtFault : status;
+    Expansion expansion(line);
+    const int status = runFilter(line, files,
+        [&](FilterLine &input, std::string &result) { expansion.perform(input, result); });
+    return status == AllIsWell && expansion.wasLenient() ? AtFault : status;
 }
 
 } // namespace Talmo

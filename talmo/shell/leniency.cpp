@@ -3,6 +3,7 @@
 #include "CommandLine.h"
 #include "talmo/Console.h"
 #include "talmo/Error.h"
+#include "talmo/Flaw.h"
 
 #include <cstdio>
 #include <limits>
@@ -45,6 +46,12 @@ void Leniency::setLine(const QString &text, qint64 number) const
         return;
     Error::line = text;
     Error::lineNumber = number > std::numeric_limits<int>::max() ? 0 : static_cast<int>(number);
+}
+
+Problem Leniency::endlessness(const Flaw &flaw)
+{
+    const bool isEndless = flaw.kind == Flaw::Kind::Circle || flaw.kind == Flaw::Kind::Length;
+    return isEndless ? Problem{messageOf(flaw), flaw.position} : Problem();
 }
 
 bool Leniency::wasUsed() const

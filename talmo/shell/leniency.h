@@ -1,5 +1,7 @@
 #pragma once
 
+#include "strict.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -25,6 +27,10 @@ public:
 
     /// Tells the library the line that it works on, for its reports.
     void setLine(const QString &text, qint64 number) const;
+
+    /// What \a flaw is about, if the library would go on without end, or until memory runs out;
+    /// nothing otherwise.
+    static Problem endlessness(const Flaw &flaw);
 
     /// Whether the library has reported anything since.
     bool wasUsed() const;

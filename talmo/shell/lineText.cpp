@@ -1,6 +1,8 @@
 #include "lineText.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace Talmo
 {
@@ -8,9 +10,32 @@ namespace Talmo
 namespace
 {
 
-bool isAscii(char byte)
+/// Whether all of \a bytes are ASCII; eight are looked at at once.
+bool isAscii(std::string_view bytes)
 {
-    return static_cast<unsigned char>(byte) < 0x80;
+    std::uint64_t seen = 0;
+    for (; bytes.size() >= sizeof seen; bytes.remove_prefix(sizeof seen)) {
+        std::uint64_t next = 0;
+        std::memcpy(&next, bytes.data(), sizeof next);
+        seen |= next;
+    }
+    for (const char byte : bytes)
+        seen |= static_cast<unsigned char>(byte);
+    return (seen & 0x8080808080808080U) == 0;
+}
+
+/// Appends what \a text begins with, as far as it is ASCII. Returns how many characters that are.
+qsizetype appendAscii(std::string &bytes, const QString &text)
+{
+    const size_t size = bytes.size();
+    bytes.resize(size + static_cast<size_t>(text.size()));
+    char *target = bytes.data() + size;
+    const QChar *unit = text.constData();
+    const QChar *const end = unit + text.size();
+    for (; unit != end && unit->unicode() < 0x80; ++unit)
+        *target++ = static_cast<char>(unit->unicode());
+    bytes.resize(static_cast<size_t>(target - bytes.data()));
+    return unit - text.constData();
 }
 
 constexpr char16_t firstEscape = 0xDC00; ///< plus the byte, which is 0x80 at least
@@ -60,7 +85,7 @@ bool isEscape(QChar unit)
 
 QString textOf(std::string_view bytes)
 {
-    if (std::all_of(bytes.begin(), bytes.end(), isAscii))
+    if (isAscii(bytes))
         return QString::fromLatin1(bytes.data(), static_cast<int>(bytes.size()));
     QString text;
     while (!bytes.empty()) {
@@ -81,7 +106,7 @@ QString textOf(std::string_view bytes)
 
 void appendBytes(std::string &bytes, const QString &text)
 {
-    for (auto unit = text.begin(); unit != text.end(); ++unit) {
+    for (auto unit = text.begin() + appendAscii(bytes, text); unit != text.end(); ++unit) {
         const bool isPair =
             unit->isHighSurrogate() && unit + 1 != text.end() && unit[1].isLowSurrogate();
         if (isEscape(*unit)) {

@@ -1,5 +1,6 @@
 #include "strict.h"
 
+#include "NumberFormat.h"
 #include "knownUnits.h"
 #include "nearest.h"
 #include "talmo/Error.h"
@@ -7,7 +8,8 @@
 #include "talmo/Macro.h"
 #include "talmo/Units.h"
 
-#include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace Talmo
 {
@@ -15,61 +17,146 @@ namespace Talmo
 namespace
 {
 
+const QString notFinite = QStringLiteral("the result is not finite");
+
 /// The unit that \a flaw names, which is unknown.
 QString unitOf(const Flaw &flaw)
 {
     return flaw.what.section(QLatin1Char('\''), 1, 1);
 }
 
+bool isNamePart(QChar character)
+{
+    const ushort unicode = character.unicode();
+    return unicode < 0x80 && (character.isLetterOrNumber() || character == QLatin1Char('_'));
+}
+
+/// Whether \a text may hold a number that is none, or infinite, as a format prints it.
+bool mayBeInfinite(const QString &text)
+{
+    return text.contains(QLatin1String("inf"), Qt::CaseInsensitive) ||
+           text.contains(QLatin1String("nan"), Qt::CaseInsensitive);
+}
+
+/// Whether \a result, printed with \a format, is none or infinite; a unit may follow.
+bool isInfinite(const QString &format, const QString &result)
+{
+    if (!mayBeInfinite(result))
+        return false;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    constexpr double none = std::numeric_limits<double>::quiet_NaN();
+    for (const double number : {infinity, -infinity, none, -none}) {
+        QString printed;
+        printNumber(format, number, printed);
+        if (result.startsWith(printed))
+            return true;
+    }
+    return false;
+}
+
+/// The references in a line, one after the other; those inside of others are parts of these.
+class References
+{
+public:
+    explicit References(const QString &itsLine)
+        : line(itsLine)
+    {
+    }
+
+    /// Moves to the next one. False if there is none that ends.
+    bool next();
+
+    int position() const { return begin; }
+    QString text() const { return line.mid(begin, end - begin); }
+
+private:
+    QChar at(int index) const { return index < line.size() ? line[index] : QChar(); }
+    bool close();
+
+    const QString &line;
+    int begin = 0;
+    int end = 0;
+};
+
+/// Moves the end behind the "}" that belongs to the "${" at the beginning.
+bool References::close()
+{
+    int open = 0;
+    for (end = begin; end < line.size(); ++end) {
+        open += at(end) == QLatin1Char('$') && at(end + 1) == QLatin1Char('{') ? 1 : 0;
+        open -= at(end) == QLatin1Char('}') ? 1 : 0;
+        if (at(end) == QLatin1Char('}') && open == 0) {
+            ++end;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool References::next()
+{
+    for (begin = end; begin < line.size(); ++begin) {
+        if (at(begin) != QLatin1Char('$'))
+            continue;
+        if (at(begin + 1) == QLatin1Char('{'))
+            return close();
+        end = begin + 1;
+        while (isNamePart(at(end)))
+            ++end;
+        if (end > begin + 1)
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
-/// The local macros that \a line counts up, with their values.
+/// The local macros that a line may count up, with their values before it.
 class Strict::Counters
 {
 public:
+    /// Where the counters stand in \a line themselves, these alone are kept. Otherwise all macros
+    /// are, which costs nothing unless one of them counts.
     explicit Counters(const QString &line)
+        : isWhole(!keepNamed(line))
     {
-        static const QString end = QStringLiteral("++}");
-        for (auto at = line.indexOf(end); at >= 0; at = line.indexOf(end, at + 1)) {
-            const auto begin = line.lastIndexOf(QLatin1Char('{'), at) + 1;
-            const QString name = line.mid(begin, at - begin);
-            const auto macro = Macro::hash.constFind(name);
-            if (macro != Macro::hash.constEnd())
-                values[name] = *macro;
-        }
+        if (isWhole)
+            values = Macro::hash;
     }
 
     void restore() const
     {
-        for (auto value = values.begin(); value != values.end(); ++value)
+        if (isWhole)
+            Macro::hash = values;
+        for (auto value = values.begin(); !isWhole && value != values.end(); ++value)
             Macro::hash[value.key()] = value.value();
     }
 
 private:
+    bool keepNamed(const QString &line);
+
     Macro::Table values;
+    bool isWhole;
 };
 
-/// Where the expression begins in \a line whose evaluation the library has reported first: the end
-/// of the shortest beginning of the line that gives the same report is the end of it. The counters
-/// were as \a before before the line, and stay as they are.
-int Strict::positionOfReport(const QString &line, const Counters &before)
+/// Keeps the values of all counters in \a line. False if there is none, or if one of them is
+/// another than that of its name.
+bool Strict::Counters::keepNamed(const QString &line)
 {
-    const QString report = reports[0];
-    const Counters after(line);
+    static const QString tail = QStringLiteral("++}");
     static const QString opening = QStringLiteral("${");
-    auto position = line.indexOf(opening);
-    for (auto begin = position; begin >= 0; begin = line.indexOf(opening, begin + 1)) {
-        const auto end = line.indexOf(QLatin1Char('}'), begin);
-        reports.clear();
-        before.restore();
-        Macro::expand(line.left(end + 1));
-        if (!reports.contains(report))
-            continue;
-        position = begin;
-        break;
+    bool isAny = false;
+    for (auto end = line.indexOf(tail); end >= 0; end = line.indexOf(tail, end + 1)) {
+        auto begin = end;
+        while (begin > 0 && isNamePart(line[begin - 1]))
+            --begin;
+        const auto macro = Macro::hash.constFind(line.mid(begin, end - begin));
+        if (begin < 2 || line.mid(begin - 2, 2) != opening || macro == Macro::hash.constEnd())
+            return false;
+        values.insert(macro.key(), macro.value());
+        isAny = true;
     }
-    after.restore();
-    return static_cast<int>(std::max<decltype(position)>(position, 0));
+    return isAny;
 }
 
 QString messageOf(const Flaw &flaw)
@@ -98,7 +185,38 @@ Problem Strict::evaluate(
         return {messageOf(flaw), flaw.position};
     reports.clear();
     result = Units::evaluate(format, expression, units);
-    return reports.isEmpty() ? Problem() : Problem{reports[0], 0};
+    if (!reports.isEmpty())
+        return {reports[0], 0};
+    return isInfinite(format, result) ? Problem{notFinite, 0} : Problem();
+}
+
+/// Whether \a reference, expanded alone, is reported, or gives a number that is not finite.
+bool Strict::isWrong(const QString &reference)
+{
+    reports.clear();
+    Units::val.clear();
+    const QString result = Macro::expand(reference).trimmed();
+    if (!reports.isEmpty())
+        return true;
+    static const QString numbers[] = {QStringLiteral("inf"), QStringLiteral("-inf"),
+        QStringLiteral("nan"), QStringLiteral("-nan")};
+    const bool isNumber = !Units::val.isEmpty();
+    bool isWrong = isNumber && !std::isfinite(Units::val.last().value);
+    for (const QString &number : numbers)
+        isWrong = isWrong || (isNumber && result.compare(number, Qt::CaseInsensitive) == 0);
+    return isWrong;
+}
+
+/// The position of the first reference in \a line with which something is wrong; -1 if there is
+/// none.
+int Strict::positionOfWrong(const QString &line)
+{
+    References reference(line);
+    while (reference.next()) {
+        if (isWrong(reference.text()))
+            return reference.position();
+    }
+    return -1;
 }
 
 Problem Strict::expand(const QString &line, QString &result)
@@ -109,10 +227,18 @@ Problem Strict::expand(const QString &line, QString &result)
     reports.clear();
     const Counters before(line);
     result = Macro::expand(line);
-    if (reports.isEmpty())
+    if (reports.isEmpty() && !mayBeInfinite(result))
         return {};
-    const QString report = reports[0];
-    return {report, positionOfReport(line, before)};
+    const QString report = reports.isEmpty() ? QString() : reports[0];
+    const Counters after(line);
+    before.restore();
+    const int position = positionOfWrong(line);
+    if (report.isEmpty() && position < 0) {
+        after.restore();
+        return {};
+    }
+    before.restore();
+    return {report.isEmpty() ? notFinite : report, position < 0 ? 0 : position};
 }
 
 } // namespace Talmo

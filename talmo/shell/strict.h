@@ -25,17 +25,19 @@ public:
     Strict &operator=(const Strict &) = delete;
     ~Strict();
 
-    /// Sets \a result to what Units::evaluate gives.
+    /// Sets \a result to what Units::evaluate gives, unless that is infinite or no number.
     Problem evaluate(
         const QString &format, const QString &expression, const QString &units, QString &result);
 
-    /// Sets \a result to what Macro::expand gives for \a line.
+    /// Sets \a result to what Macro::expand gives for \a line, unless an expression in it is
+    /// infinite or no number. A line with which something is wrong advances no counter.
     Problem expand(const QString &line, QString &result);
 
 private:
     class Counters;
 
-    int positionOfReport(const QString &line, const Counters &before);
+    bool isWrong(const QString &reference);
+    int positionOfWrong(const QString &line);
 
     QStringList reports; ///< of the library, since the latest call began
 };
