@@ -12,6 +12,7 @@
 #include "talmo/Flaw.h"
 
 #include "FlawTrace.h"
+#include "Soundness.h"
 #include "Tokens.h"
 #include "UnitsGrammar.h"
 #include "WorkingText.h"
@@ -168,7 +169,7 @@ void Walk::takeToken()
         return takeName();
     if (ahead.front() == ')')
         return closeParenthesis();
-    if (const OperatorToken *const token = operatorAhead(rest, wantsOperand))
+    if (const OperatorToken *const token = operatorAhead(ahead, wantsOperand))
         return takeOperator(*token);
     const bool isPair = ahead.size() > 1 && ahead[0].isHighSurrogate() && ahead[1].isLowSurrogate();
     const QString character = ahead.left(isPair ? 2 : 1).toString();
@@ -357,6 +358,8 @@ Flaw flawOfExpression(const TracedText &expression, Place nothing, Trace &trace)
 Flaw flawOfExpression(const QString &expression)
 {
     startupGuard();
+    if (isSurelySound(expression))
+        return {};
     Trace trace;
     return flawOfExpression(traced(expression), {}, trace);
 }

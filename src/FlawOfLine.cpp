@@ -9,6 +9,7 @@
 #include "FlawTrace.h"
 #include "NumberFormat.h"
 #include "References.h"
+#include "Soundness.h"
 #include "knownUnit.h"
 #include "talmo/Macro.h"
 #include "talmo/StartupGuard.h"
@@ -258,10 +259,15 @@ void LineWalk::neverClosed(Character dollar, Character brace)
 
 } // namespace
 
+Flaw walkOverLine(const QString &line)
+{
+    return LineWalk().run(line);
+}
+
 Flaw flawOfLine(const QString &line)
 {
     startupGuard();
-    return LineWalk().run(line);
+    return isLineSurelySound(line) ? Flaw() : walkOverLine(line);
 }
 
 } // namespace Talmo

@@ -1,6 +1,6 @@
 #include "FlawTrace.h"
 
-#include "talmo/Macro.h"
+#include "findMacro.h"
 
 #include <algorithm>
 
@@ -43,8 +43,10 @@ bool Trace::find(const QString &name, QString &text) const
 {
     const auto counter = counted.constFind(name);
     const bool hasCounted = counter != counted.constEnd();
-    text = hasCounted ? *counter : Macro::value(name);
-    return hasCounted || !text.isEmpty() || Macro::isDefined(name);
+    const QString *const macro = hasCounted ? &*counter : findMacro(name);
+    if (macro != nullptr)
+        text = *macro;
+    return macro != nullptr;
 }
 
 bool Trace::allows(qsizetype size)

@@ -69,4 +69,7 @@ Flaw makeFlaw(Flaw::Kind kind, Place place, const QString &what);
 /// What is wrong in \a expression; \a nothing is where it would stand if it were empty.
 Flaw flawOfExpression(const TracedText &expression, Place nothing, Trace &trace);
 
+/// What is wrong in \a line; flawOfLine without the proof that comes first.
+Flaw walkOverLine(const QString &line);
+
 } // namespace Talmo

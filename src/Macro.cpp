@@ -8,6 +8,7 @@
 #include "talmo/Macro.h"
 
 #include "References.h"
+#include "findMacro.h"
 #include "talmo/Error.h"
 #include "talmo/StartupGuard.h"
 #include "talmo/Units.h"
@@ -26,17 +27,6 @@ QList<Macro::Table> Macro::stack;
 namespace
 {
 
-/// Points into the table that defines \a name, local before global; null if neither does.
-const QString *find(const QString &name)
-{
-    for (const Macro::Table *const table : {&Macro::hash, &Macro::globalHash}) {
-        const auto macro = table->constFind(name);
-        if (macro != table->constEnd())
-            return &*macro;
-    }
-    return nullptr;
-}
-
 QString listing(const Macro::Table &table)
 {
     QStringList names = table.keys();
@@ -52,14 +42,14 @@ QString listing(const Macro::Table &table)
 QString Macro::value(QString name)
 {
     startupGuard();
-    const QString *const macro = find(name);
+    const QString *const macro = findMacro(name);
     return macro != nullptr ? *macro : QStringLiteral("");
 }
 
 bool Macro::isDefined(QString name)
 {
     startupGuard();
-    return find(name) != nullptr;
+    return findMacro(name) != nullptr;
 }
 
 void Macro::deleteName(QString name)
@@ -137,7 +127,7 @@ bool Values::reportUndefined(const QString &name)
 
 bool Values::macro(QChar /*first*/, QChar /*last*/, const QString &name, QString &value) const
 {
-    const QString *const macro = find(name);
+    const QString *const macro = findMacro(name);
     if (macro == nullptr)
         return reportUndefined(name);
     value = *macro;

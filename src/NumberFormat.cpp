@@ -141,6 +141,12 @@ QString unescaped(QString text)
 
 } // namespace
 
+bool isNumberFormat(const QString &format)
+{
+    Conversion ignored;
+    return findConversion(format, ignored);
+}
+
 bool printNumber(const QString &format, double number, QString &text)
 {
     Conversion conversion;

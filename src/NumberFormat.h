@@ -12,4 +12,7 @@ namespace Talmo
 /// ^((?:[^%]|%%)*)(%[-+ #0]*([0-9]*)(?:\.([0-9]*))?l?[aAeEfFgG])((?:[^%]|%%)*)$
 bool printNumber(const QString &format, double number, QString &text);
 
+/// Whether \a format is one that printNumber accepts.
+bool isNumberFormat(const QString &format);
+
 } // namespace Talmo

@@ -183,7 +183,7 @@ struct ExpressionParts {
     int end = 0;
     int unitsBegin = 0; ///< 0 if there are no units, not even empty ones
 
-    explicit ExpressionParts(const QString &inside)
+    explicit ExpressionParts(QStringView inside)
         : end(static_cast<int>(inside.size()))
     {
         const int semicolon = static_cast<int>(inside.indexOf(';'));

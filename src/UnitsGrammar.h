@@ -3,9 +3,10 @@
 // The grammar of expressions: what the two halves of the evaluator share, UnitsScan.cpp and
 // UnitsApply.cpp, and what others ask who only look at an expression.
 
-#include "WorkingText.h"
 #include "talmo/Error.h"
 #include "talmo/Units.h"
+
+#include <QStringView>
 
 namespace Talmo
 {
@@ -34,8 +35,9 @@ struct OperatorToken {
     int appliedFirst; ///< pending operators from this precedence upwards are applied first
 };
 
-/// The operator at the front of \a text, or null. Where \a expectOperand, a "-" is a minus sign.
-const OperatorToken *operatorAhead(const WorkingText &text, bool expectOperand);
+/// The operator at the front of \a text, which must not be empty, or null. Where \a expectOperand, a
+/// "-" is a minus sign.
+const OperatorToken *operatorAhead(QStringView text, bool expectOperand);
 
 /// How many arguments \a function takes; 0 if there is no such function.
 int argumentCount(const QString &function);

@@ -24,13 +24,6 @@ public:
     /// All that is left. Valid until the next replacement.
     QStringView ahead() const { return QStringView(text).mid(front); }
 
-    /// Whether what is left begins with \a token; neither may be empty.
-    bool startsWith(const QString &token) const
-    {
-        // Comparing the first character saves time: it nearly always decides, without the call.
-        return ahead().front() == token.front() && ahead().startsWith(token);
-    }
-
     /// Drops the first \a length characters.
     void drop(int length) { front += length; }
 

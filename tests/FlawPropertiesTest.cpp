@@ -1,6 +1,8 @@
 #include "FlawChecks.h"
+#include "FlawTrace.h"
 #include "LibraryTest.h"
 #include "PlainEvaluation.h"
+#include "Soundness.h"
 
 #include <QRegularExpression>
 
@@ -16,8 +18,12 @@ using Talmo::Error;
 using Talmo::Flaw;
 using Talmo::flawOfExpression;
 using Talmo::flawOfLine;
+using Talmo::isLineSurelySound;
+using Talmo::isSurelySound;
 using Talmo::Macro;
+using Talmo::Trace;
 using Talmo::Units;
+using Talmo::walkOverLine;
 
 namespace
 {
@@ -211,4 +217,66 @@ TEST_F(FlawProperties, WithoutAFlawALineIsExpanded)
     for (const Flaw::Kind kind : {Flaw::Kind::None, Flaw::Kind::Syntax, Flaw::Kind::Name,
              Flaw::Kind::Unit, Flaw::Kind::Circle, Flaw::Kind::Counter, Flaw::Kind::Reference})
         EXPECT_GT(kinds[static_cast<int>(kind)], 20) << static_cast<int>(kind);
+}
+
+namespace
+{
+
+/// Texts that the quick proofs may take for sound, and texts that only nearly are.
+class SurelySound : public FlawProperties
+{
+protected:
+    void defineMacros()
+    {
+        const char *const pieces[] = {"1", "2mm", "1e", ".5", "1e3", "3parsec", "x", "y", "(x)",
+            "-", "+", "*", "<", "=", "(", ")", ",", "max(", "sin", "$", "{", "}", "$x", "_", "",
+            "?"};
+        Macro::hash = {{"x", joined(pieces, 2)}, {"y", joined(pieces, 3)}};
+        Macro::globalHash = {{"z", joined(pieces, 2)}, {"e5", "1e"}, {"n", "9"}};
+    }
+};
+
+} // namespace
+
+TEST_F(SurelySound, ExpressionsHaveNoFlaw)
+{
+    const char *const pieces[] = {"1", "2mm", "1e", ".5e-1", "3parsec", "x", "y", "z", "e5", "n",
+        "_", "+", "-", "*", "^", "<", "<=", "=", "&&", "!", "(", "(", ")", ")", ",", "sin(", "max(",
+        "if(", "foo(", "?", ":", ".", "$", " ", "5"};
+    int proved = 0;
+    int sound = 0;
+    for (int n = 0; n < 400000 && !HasFailure(); ++n) {
+        defineMacros();
+        const QString expression = joined(pieces, 1 + pick(9));
+        Trace trace;
+        const Flaw flaw = Talmo::flawOfExpression(Talmo::traced(expression), {}, trace);
+        sound += flaw.what.isEmpty() ? 1 : 0;
+        if (!isSurelySound(expression))
+            continue;
+        ++proved;
+        EXPECT_EQ(flaw.what, "") << expression.toStdString() << Macro::inspect().toStdString();
+    }
+    EXPECT_GT(proved, 10000);
+    EXPECT_GT(2 * proved, sound);
+}
+
+TEST_F(SurelySound, LinesHaveNoFlaw)
+{
+    const char *const pieces[] = {"$", "$x", "$y", "$z", "${", "${", "${x", "${y", "{", "}", "}",
+        "}", "++}", "+", "-", "3", "2mm", ";", ";mm}", ";parsec}", "%g;", "%.2f;", "%d;", "%{g;",
+        " ", "(", ")", "x", "y", "n", "*", ",", "${2*$x;mm}", "${%g$;"};
+    int proved = 0;
+    int expressions = 0;
+    for (int n = 0; n < 400000 && !HasFailure(); ++n) {
+        defineMacros();
+        const QString line = joined(pieces, 1 + pick(8));
+        if (!isLineSurelySound(line))
+            continue;
+        ++proved;
+        expressions += line.contains("*") && line.contains("${") ? 1 : 0;
+        EXPECT_EQ(walkOverLine(line).what, "")
+            << line.toStdString() << Macro::inspect().toStdString();
+    }
+    EXPECT_GT(proved, 20000);
+    EXPECT_GT(expressions, 1000);
 }

@@ -20,19 +20,6 @@ QString randomText(std::mt19937 &random, int length, const QString &letters)
 
 } // namespace
 
-TEST(WorkingText, BeginsWithWhatIsLeft)
-{
-    WorkingText text("<=>");
-    EXPECT_TRUE(text.startsWith("<"));
-    EXPECT_TRUE(text.startsWith("<="));
-    EXPECT_FALSE(text.startsWith("<<"));
-    EXPECT_FALSE(text.startsWith("="));
-    EXPECT_FALSE(text.startsWith("<=>>"));
-    text.drop(1);
-    EXPECT_TRUE(text.startsWith("=>"));
-    EXPECT_FALSE(text.startsWith("<"));
-}
-
 TEST(WorkingText, ReplacesItsFrontLikeAPlainText)
 {
     std::mt19937 random(2);
