@@ -3,10 +3,12 @@
 //
 // Expansion makes one pass over a line for each kind of reference: $name, ${name}, ${name++} and
 // ${expression}, in this order. Inserted text is put back in front of the rest, so that the same
-// pass reads it, too. The first error ends the expansion, and the result is then empty.
+// pass reads it, too. The first error ends the expansion, and the result is then empty. Where it
+// surely comes to the same, the first two passes are one (PlainReferences.h).
 
 #include "talmo/Macro.h"
 
+#include "PlainReferences.h"
 #include "References.h"
 #include "findMacro.h"
 #include "talmo/Error.h"
@@ -190,7 +192,13 @@ QString Macro::expand(QString text)
         return text;
     QString expanded = text;
     Values values(text);
-    return replaceReferences(values, expanded) ? expanded : QStringLiteral("");
+    TextBuffer<QString> replaced;
+    const bool isPlain = replacePlainNames(text, replaced);
+    if (isPlain)
+        assign(replaced, expanded);
+    const bool isExpanded = isPlain ? replaceCountersAndExpressions(values, expanded)
+                                    : replaceReferences(values, expanded);
+    return isExpanded ? expanded : QStringLiteral("");
 }
 
 QString Macro::successor(QString text)

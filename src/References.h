@@ -232,6 +232,18 @@ bool replaceExpressions(Values &values, Text &text)
     return true;
 }
 
+/// Replaces the references that are no names: the last two passes of replaceReferences.
+template <typename Text, typename Values>
+bool replaceCountersAndExpressions(Values &values, Text &text)
+{
+    using Character = typename Text::value_type;
+    const auto counter = [&](const Character &first, const Character &last, const QString &name,
+                             Text &value) { return values.counter(first, last, name, value); };
+    if (findDollar(isOpening, toString(text)) < 0)
+        return true;
+    return replaceBraces(QStringLiteral("++"), counter, text) && replaceExpressions(values, text);
+}
+
 /// Replaces all references in \a text by what \a values say. Returns false if \a values stopped it.
 ///
 /// \a values has these operations, which return false to stop it. macro and counter get the first
@@ -244,14 +256,8 @@ bool replaceReferences(Values &values, Text &text)
     using Character = typename Text::value_type;
     const auto macro = [&](const Character &first, const Character &last, const QString &name,
                            Text &value) { return values.macro(first, last, name, value); };
-    const auto counter = [&](const Character &first, const Character &last, const QString &name,
-                             Text &value) { return values.counter(first, last, name, value); };
-    if (!replaceNames(macro, text))
-        return false;
-    if (findDollar(isOpening, toString(text)) < 0)
-        return true;
-    return replaceBraces(QString(), macro, text) &&
-           replaceBraces(QStringLiteral("++"), counter, text) && replaceExpressions(values, text);
+    return replaceNames(macro, text) && replaceBraces(QString(), macro, text) &&
+           replaceCountersAndExpressions(values, text);
 }
 
 } // namespace Talmo

@@ -6,22 +6,20 @@
 // with as many arguments as they need, and if units and names are known. The text of a macro is
 // taken in the place of its name, if its last token cannot go on in what follows the name.
 //
-// A line is sound if each of its references is, and if no reference can come of another: no text of
-// a macro holds a "$" or a brace. Then the order in which Macro::expand replaces references makes
-// no difference.
+// A line is sound if its names can be replaced in one pass (see PlainReferences.h), and if what is
+// in the braces that are left is sound.
 
 #include "Soundness.h"
 
 #include "FlawTrace.h"
 #include "NumberFormat.h"
+#include "PlainReferences.h"
 #include "References.h"
 #include "UnitsGrammar.h"
 #include "findMacro.h"
 #include "knownUnit.h"
 
 #include <QVarLengthArray>
-
-#include <algorithm>
 
 namespace Talmo
 {
@@ -30,11 +28,6 @@ namespace
 {
 
 constexpr int deepest = 16; ///< texts of macros within one another; a circle goes deeper
-
-bool isWord(QStringView text)
-{
-    return std::all_of(text.begin(), text.end(), isWordCharacter);
-}
 
 /// Whether the last token of \a text surely ends there if \a next is the character behind it; null
 /// stands for the end.
@@ -175,102 +168,16 @@ bool ExpressionProof::close()
     return true;
 }
 
-/// The proof for a line.
-class LineProof
-{
-public:
-    bool holds(const QString &line);
-
-private:
-    /// The length of the reference that \a text begins with, or of its "$" if that is no part of
-    /// one; 0 if it is not surely sound.
-    int takeReference(QStringView text);
-
-    /// The text of the macro \a name; null if there is none, or if a reference may come of it.
-    const QString *textOf(QStringView name);
-
-    bool isExpression(QStringView inside);
-    bool replaceNames(QStringView text, TextBuffer<QString> &replaced);
-
-    Trace trace;
-};
-
-bool LineProof::holds(const QString &line)
-{
-    auto position = line.indexOf('$');
-    while (position >= 0) {
-        const int length = takeReference(QStringView(line).mid(position));
-        if (length == 0)
-            return false;
-        position = line.indexOf('$', position + length);
-    }
-    return true;
-}
-
-int LineProof::takeReference(QStringView text)
-{
-    if (text.size() == 1)
-        return 1;
-    if (text[1] == '$')
-        return 0; // the text of a macro may follow the first one, and give it a name
-    if (text[1] == '{') {
-        const auto end = text.indexOf('}');
-        const QStringView inside = text.mid(2, end - 2);
-        const bool isSound =
-            end > 0 && (isWord(inside) ? textOf(inside) != nullptr : isExpression(inside));
-        return isSound ? static_cast<int>(end) + 1 : 0;
-    }
-    const auto *const end = std::find_if(text.begin() + 1, text.end(), isNoWordCharacter);
-    const int length = static_cast<int>(end - text.begin());
-    return length == 1 || textOf(text.mid(1, length - 1)) != nullptr ? length : 0;
-}
-
-const QString *LineProof::textOf(QStringView name)
-{
-    const auto isOfReferences = [](QChar character) {
-        return isDollar(character) || isBrace(character);
-    };
-    const QString *const text = findMacro(lookUpKey(name));
-    const bool isPlain = text != nullptr && trace.allows(text->size()) &&
-                         std::none_of(text->begin(), text->end(), isOfReferences);
-    return isPlain ? text : nullptr;
-}
-
 /// Whether \a inside, between "${" and "}", surely is a sound expression.
-bool LineProof::isExpression(QStringView inside)
+bool isSoundReference(QStringView inside, Trace &trace)
 {
-    TextBuffer<QString> buffer;
-    if (!replaceNames(inside, buffer))
-        return false;
-    const QStringView text(buffer.constData(), buffer.size());
-    if (isWord(text))
-        return false; // the name of a macro after all
-    const ExpressionParts parts(text);
-    const QStringView format = text.left(parts.formatEnd);
+    const ExpressionParts parts(inside);
+    const QStringView format = inside.left(parts.formatEnd);
     if (parts.formatEnd > 0 && (format.contains('{') || !isNumberFormat(lookUpKey(format))))
+        return false; // the result may begin another reference
+    if (parts.unitsBegin > 0 && !isKnownUnit(lookUpKey(inside.mid(parts.unitsBegin))))
         return false;
-    if (parts.unitsBegin > 0 && !isKnownUnit(lookUpKey(text.mid(parts.unitsBegin))))
-        return false;
-    return ExpressionProof(trace).holds(text.mid(parts.begin, parts.end - parts.begin));
-}
-
-/// Replaces each $name in \a text. False if a "$" is anything else.
-bool LineProof::replaceNames(QStringView text, TextBuffer<QString> &replaced)
-{
-    while (!text.isEmpty()) {
-        const auto *const dollar = std::find_if(text.begin(), text.end(), isDollar);
-        replaced.append(text.data(), static_cast<int>(dollar - text.begin()));
-        if (dollar == text.end())
-            return true;
-        const auto *const end = std::find_if(dollar + 1, text.end(), isNoWordCharacter);
-        const QString *const value =
-            end - dollar > 1 ? textOf(QStringView(dollar + 1, end - dollar - 1)) : nullptr;
-        if (value == nullptr)
-            return false;
-        replaced.append(value->constData(), static_cast<int>(value->size()));
-        text = text.mid(end - text.begin());
-    }
-    return true;
+    return ExpressionProof(trace).holds(inside.mid(parts.begin, parts.end - parts.begin));
 }
 
 } // namespace
@@ -283,7 +190,20 @@ bool isSurelySound(const QString &expression)
 
 bool isLineSurelySound(const QString &line)
 {
-    return LineProof().holds(line);
+    static const QString opening = QStringLiteral("${");
+    TextBuffer<QString> buffer;
+    Trace trace;
+    if (!replacePlainNames(line, buffer) || !trace.allows(buffer.size()))
+        return false;
+    QStringView text(buffer.constData(), buffer.size());
+    for (auto begin = text.indexOf(opening); begin >= 0; begin = text.indexOf(opening)) {
+        text = text.mid(begin + opening.size());
+        const auto end = text.indexOf('}');
+        if (!isSoundReference(text.left(end), trace))
+            return false;
+        text = text.mid(end);
+    }
+    return true;
 }
 
 } // namespace Talmo
