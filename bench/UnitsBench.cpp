@@ -1,3 +1,4 @@
+#include "talmo/Flaw.h"
 #include "talmo/Macro.h"
 #include "talmo/Units.h"
 
@@ -29,6 +30,13 @@ void evaluateFunctions(benchmark::State &state)
         benchmark::DoNotOptimize(Units::evaluate("%g", "sqrt(2)*max(3mm,4in)", "-"));
 }
 BENCHMARK(evaluateFunctions);
+
+void flawOfShort(benchmark::State &state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Talmo::flawOfExpression("2*3mm+5mm"));
+}
+BENCHMARK(flawOfShort);
 
 void evaluateTerms(benchmark::State &state)
 {
@@ -68,6 +76,15 @@ void expandLine(benchmark::State &state)
         benchmark::DoNotOptimize(Macro::expand("quad $field ${cell} # ${2*$cell;mm}"));
 }
 BENCHMARK(expandLine);
+
+void flawOfShortLine(benchmark::State &state)
+{
+    Macro::hash["cell"] = "500mm";
+    Macro::hash["field"] = "3.5Tpm";
+    for (auto _ : state)
+        benchmark::DoNotOptimize(Talmo::flawOfLine("quad $field ${cell} # ${2*$cell;mm}"));
+}
+BENCHMARK(flawOfShortLine);
 
 void expandExpression(benchmark::State &state)
 {

@@ -54,7 +54,7 @@ inline const QString &toString(const QString &text)
 /// The first position, from \a position of \a text on, of a "$" that stands before a character of
 /// this \a kind; -1 if there is none.
 template <typename Predicate>
-int findDollar(Predicate kind, const QString &text, int position = 0)
+int findDollar(Predicate kind, QStringView text, int position = 0)
 {
     do {
         position = static_cast<int>(text.indexOf('$', position)) + 1;

@@ -190,14 +190,13 @@ bool isSurelySound(const QString &expression)
 
 bool isLineSurelySound(const QString &line)
 {
-    static const QString opening = QStringLiteral("${");
     TextBuffer<QString> buffer;
     Trace trace;
     if (!replacePlainNames(line, buffer) || !trace.allows(buffer.size()))
         return false;
     QStringView text(buffer.constData(), buffer.size());
-    for (auto begin = text.indexOf(opening); begin >= 0; begin = text.indexOf(opening)) {
-        text = text.mid(begin + opening.size());
+    for (int begin = findDollar(isOpening, text); begin >= 0; begin = findDollar(isOpening, text)) {
+        text = text.mid(begin + 2);
         const auto end = text.indexOf('}');
         if (!isSoundReference(text.left(end), trace))
             return false;

@@ -228,9 +228,9 @@ class SurelySound : public FlawProperties
 protected:
     void defineMacros()
     {
-        const char *const pieces[] = {"1", "2mm", "1e", ".5", "1e3", "3parsec", "x", "y", "(x)",
-            "-", "+", "*", "<", "=", "(", ")", ",", "max(", "sin", "$", "{", "}", "$x", "_", "",
-            "?"};
+        const char *const pieces[] = {"1", "2mm", "1e", "1e", "1e", ".5", "1e3", "3parsec", "x",
+            "y", "(x)", "-", "+", "*", "<", "=", "(", ")", ",", "max(", "sin", "$", "{", "}", "$x",
+            "_", "", "?"};
         Macro::hash = {{"x", joined(pieces, 2)}, {"y", joined(pieces, 3)}};
         Macro::globalHash = {{"z", joined(pieces, 2)}, {"e5", "1e"}, {"n", "9"}};
     }
@@ -242,7 +242,7 @@ TEST_F(SurelySound, ExpressionsHaveNoFlaw)
 {
     const char *const pieces[] = {"1", "2mm", "1e", ".5e-1", "3parsec", "x", "y", "z", "e5", "n",
         "_", "+", "-", "*", "^", "<", "<=", "=", "&&", "!", "(", "(", ")", ")", ",", "sin(", "max(",
-        "if(", "foo(", "?", ":", ".", "$", " ", "5"};
+        "if(", "foo(", "?", ":", ".", "$", " ", "5", "+2.5"};
     int proved = 0;
     int sound = 0;
     for (int n = 0; n < 400000 && !HasFailure(); ++n) {
@@ -264,7 +264,7 @@ TEST_F(SurelySound, LinesHaveNoFlaw)
 {
     const char *const pieces[] = {"$", "$x", "$y", "$z", "${", "${", "${x", "${y", "{", "}", "}",
         "}", "++}", "+", "-", "3", "2mm", ";", ";mm}", ";parsec}", "%g;", "%.2f;", "%d;", "%{g;",
-        " ", "(", ")", "x", "y", "n", "*", ",", "${2*$x;mm}", "${%g$;"};
+        " ", "(", ")", "x", "y", "n", "*", ",", "$z", "+2.5", "${%g%;", "${2*$x;mm}", "${%g$;"};
     int proved = 0;
     int expressions = 0;
     for (int n = 0; n < 400000 && !HasFailure(); ++n) {
