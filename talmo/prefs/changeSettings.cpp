@@ -9,15 +9,16 @@
 #include "SettingsFile.h"
 #include "SettingsLock.h"
 #include "StoredSettings.h"
+#include "interruption.h"
 #include "regularFile.h"
 #include "saving.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,6 +30,7 @@ namespace
 {
 
 constexpr int longestWait = 10000; ///< milliseconds
+constexpr int aMoment = 50;
 constexpr mode_t onlyForTheUser = 077;
 
 /// Makes the directory \a path and those above it. False, with errno, if that fails.
@@ -42,6 +44,16 @@ bool makeDirectories(const QByteArray &path)
     if (!makeDirectories(path.left(slash)))
         return false;
     return mkdir(path, 0777) == 0 || errno == EEXIST;
+}
+
+SettingsLock::State takeUnlessInterrupted(SettingsLock &lock)
+{
+    QElapsedTimer timer;
+    timer.start();
+    SettingsLock::State state = lock.take(aMoment);
+    while (state == SettingsLock::InUse && timer.elapsed() < longestWait && interruption().isNull())
+        state = lock.take(aMoment);
+    return state;
 }
 
 /// Why \a lock, for the file \a name, could not be taken, as a sentence.
@@ -128,7 +140,7 @@ QString problemOfSavingSettings()
 
 ExitStatus changeSettings(const SettingsDecision &decide, QString &problem)
 {
-    std::signal(SIGXFSZ, SIG_IGN); // so a file that may not grow is an error like a full disk
+    outliveFileSizeLimit();
     problem = problemOfReadingSettings();
     if (!problem.isNull())
         return WrongCall;
@@ -145,7 +157,10 @@ ExitStatus changeSettings(const SettingsDecision &decide, QString &problem)
     if (!problem.isNull())
         return AtFault;
     SettingsLock lock(name);
-    const SettingsLock::State state = lock.take(longestWait);
+    noteInterruptions(); // they wait until the lock and the files for trials are gone
+    const SettingsLock::State state = takeUnlessInterrupted(lock);
+    if (!interruption().isNull())
+        return AtFault;
     if (state != SettingsLock::Taken) {
         problem = problemOfLock(state, lock, name);
         return AtFault;

@@ -255,6 +255,8 @@ TEST_F(PrefsTest, ChangesTheLineOfTheKeyAndNothingElse)
         {"[a]\nIconSize=1\n", {"set", "IconSize", "5"},
             "[General]\nIconSize=5\n\n[a]\nIconSize=1\n"},
         {"x=1", {"set", "IconSize", "5"}, "x=1\nIconSize=5\n"},
+        {"[General]\nx=1\n[a]\nb=1\n[General]\ny=1\n", {"set", "IconSize", "5"},
+            "[General]\nx=1\nIconSize=5\n[a]\nb=1\n[General]\ny=1\n"},
         {"\xEF\xBB\xBF[General]\r\nx=1\r\n", {"set", "IconSize", "5"},
             "\xEF\xBB\xBF[General]\r\nx=1\r\nIconSize=5\r\n"},
         {"[General]\n IconSize = 1 ; x\nIconSize=2\ny=1\n", {"set", "IconSize", "5"},
@@ -526,6 +528,19 @@ TEST_F(PrefsTest, WaitsForTheLockAndGivesUp)
     EXPECT_EQ(read(settings), someSettings);
 }
 
+TEST_F(PrefsTest, DoesNotWaitLongerThanItsUser)
+{
+    write(settings, someSettings);
+    SettingsLock lock(settings);
+    ASSERT_EQ(lock.take(0), SettingsLock::Taken);
+    const QStringList call = {"-s", "INT", "0.5", driver, "prefs", "set", "Root", "x"};
+    const Outcome outcome = runProcess("/usr/bin/timeout", call, environment, work);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors, ""); // it has not given up by itself
+    EXPECT_EQ(outcome.status, 124);
+    EXPECT_EQ(read(settings), someSettings);
+}
+
 TEST_F(PrefsTest, SaysWhatIsInTheWayOfTheLock)
 {
     write(settings, someSettings);
@@ -589,4 +604,23 @@ TEST_F(PrefsTest, TheDriverFindsWhatWasSet)
     write("test1", "=heading\n=simprogram *\n=run $simProgram\n");
     EXPECT_EQ(
         runDriver({"test1"}).output, preamble("test1") + "test1(sim1): heading\n" + summary(0, 1));
+}
+
+TEST_F(PrefsTest, TheCommandsOfTheManualWork)
+{
+    addProgram("tracker", "");
+    QFile manual(MANUAL_OF_PREFS);
+    ASSERT_TRUE(manual.open(QIODevice::ReadOnly));
+    int count = 0;
+    for (const QByteArray &line : manual.readAll().split('\n')) {
+        if (!line.startsWith("    talmo "))
+            continue;
+        SCOPED_TRACE(line.toStdString());
+        const QString command = QString::fromUtf8(line).section('#', 0, 0).simplified();
+        const Outcome outcome = run(command.split(' ').mid(1));
+        EXPECT_EQ(outcome.errors, "");
+        EXPECT_EQ(outcome.status, 0);
+        ++count;
+    }
+    EXPECT_EQ(count, 8);
 }
