@@ -15,11 +15,10 @@ Observations examineFolder(const QString &subject, const QByteArray &path, const
 /// takes no more files; a note if less than 100 MB is free.
 Observation examineRoom(const QString &subject, const QByteArray &path);
 
-/// What keeps the folder \a path from being read or used, in the words of the system, and as a
-/// sentence about it; text is null if nothing does.
+/// Why no files can be made in the folder \a path, in the words of the system; null if they can.
 QString problemOfFolder(const QByteArray &path);
 
-/// The scripts "test*" in the folder \a path: how many there are, none is a observation \a ifNone.
+/// How many scripts "test*" are in the folder \a path, or \a ifNone; and what is passed over.
 Observations examineScripts(
     const QString &subject, const QByteArray &path, const Observation &ifNone);
 

@@ -93,7 +93,7 @@ ExitStatus saveChanges(
 {
     QByteArray before;
     if (!readFile(name, before, problem))
-        return AtFault;
+        return WrongCall;
     QByteArray text = before;
     for (const SettingsChange &change : changes) {
         if (const ExitStatus status = makeChange(text, change, problem); status != AllIsWell)
@@ -132,10 +132,12 @@ QString problemOfSavingSettings()
 {
     const QString name = userSettings();
     struct stat status = {};
+    const QString problem = problemOfSaving(name);
     const bool isThere = stat(systemName(name), &status) == 0;
-    if (isThere && status.st_uid != geteuid() && geteuid() != 0)
+    // The new file would be ours, because only root may give it away.
+    if (problem.isNull() && isThere && status.st_uid != geteuid() && geteuid() != 0)
         return cannotWrite(name, QStringLiteral("It belongs to another user"));
-    return problemOfSaving(name);
+    return problem;
 }
 
 ExitStatus changeSettings(const SettingsDecision &decide, QString &problem)

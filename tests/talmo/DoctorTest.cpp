@@ -403,7 +403,7 @@ TEST_F(DoctorTest, DoesNotWaitForADriveThatDoesNotAnswer)
     environment["DEAD_DRIVE"] = "/work";
     QElapsedTimer timer;
     timer.start();
-    EXPECT_EQ(linesAbout("suite") + linesAbout("locks"),
+    EXPECT_EQ(linesAbout("suite"),
         "problem  suite: no answer within 5 seconds; look for a network drive that does not "
         "answer\n");
     EXPECT_GE(timer.elapsed(), 5000);

@@ -516,6 +516,29 @@ TEST_F(PrefsTest, ALinkStaysALinkAndTheFileKeepsOwnerAndMode)
     EXPECT_EQ(statusOf(target).st_gid, before.st_gid);
 }
 
+TEST_F(PrefsTest, DoesNotTakeAFileFromItsOwner)
+{
+    write(settings, someSettings);
+    ASSERT_EQ(chmod(qPrintable(settings), 0666), 0);
+    const QString places[] = {folder.path(), work, programs, temporary, QFileInfo(settings).path(),
+        folder.filePath("config")};
+    for (const QString &place : places) {
+        if (chown(qPrintable(place), 1234, 4321) != 0)
+            GTEST_SKIP() << "only root can give a folder to another user";
+    }
+    addProgram("asOther",
+        "exec setpriv --reuid=1234 --regid=4321 --clear-groups " + driver.toUtf8() + " \"$@\"\n");
+    driver = QDir(programs).filePath("asOther");
+    if (run({"--version"}).status != 0)
+        GTEST_SKIP() << "another user may not start talmo";
+    expectFailure({"set", "Root", "x"},
+        "talmo: prefs set: cannot write '" + settings.toUtf8() + "': It belongs to another user\n",
+        1);
+    EXPECT_EQ(read(settings), someSettings);
+    ASSERT_EQ(chown(qPrintable(settings), 1234, 4321), 0);
+    EXPECT_EQ(prefs({"set", "Root", "x"}).status, 0);
+}
+
 TEST_F(PrefsTest, WaitsForTheLockAndGivesUp)
 {
     write(settings, someSettings);
