@@ -132,7 +132,7 @@ QString problemOfSavingSettings()
 {
     const QString name = userSettings();
     struct stat status = {};
-    const QString problem = problemOfSaving(name);
+    QString problem = problemOfSaving(name);
     const bool isThere = stat(systemName(name), &status) == 0;
     // The new file would be ours, because only root may give it away.
     if (problem.isNull() && isThere && status.st_uid != geteuid() && geteuid() != 0)
