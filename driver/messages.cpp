@@ -73,4 +73,12 @@ bool matchesMessage(const QString &pattern, const QString &message)
     return Pattern(pattern).matches(message);
 }
 
+int countOfMatches(const QString &pattern, const QStringList &messages)
+{
+    const Pattern compiled(pattern);
+    const auto count = std::count_if(messages.begin(), messages.end(),
+        [&compiled](const QString &message) { return compiled.matches(message); });
+    return static_cast<int>(count);
+}
+
 } // namespace Talmo

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <string_view>
 
@@ -45,5 +46,8 @@ private:
 
 /// Whether \a pattern, a regular expression as that of "=ignore", matches anywhere in \a message.
 bool matchesMessage(const QString &pattern, const QString &message);
+
+/// How many of \a messages it matches so.
+int countOfMatches(const QString &pattern, const QStringList &messages);
 
 } // namespace Talmo

@@ -54,7 +54,8 @@ struct Situation {
     QStringList sameNames;       ///< of other files there, which differ from its name in case only
     LintLine heading = {};       ///< line 1
     LintLine selection = {};     ///< line 2, which may select programs
-    std::vector<LintLine> comments = {}; ///< "# talmo: allow ..."
+    /// Comments "# talmo: allow ..." that name no check, or one that does not exist.
+    std::vector<LintLine> wrongAllowances = {};
 
     // The command at hand. Of a script as a whole: the last one.
     LintLine line = {};

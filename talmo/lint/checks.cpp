@@ -20,8 +20,13 @@ void Mistakes::add(const LintLine &line, qint64 column, const QString &message)
 
 void Mistakes::addInBody(const LintLine &line, qint64 number, qint64 column, const QString &message)
 {
-    if (found.size() < mostMistakes && !line.allowed.contains(check))
+    if (!areMany() && !line.allowed.contains(check))
         found.push_back({number, column, check, message});
+}
+
+bool Mistakes::areMany() const
+{
+    return found.size() >= mostMistakes;
 }
 
 std::vector<Mistake> Mistakes::sorted() const

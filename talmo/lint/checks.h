@@ -29,6 +29,9 @@ public:
     /// The same about the line \a number in the text of the file behind \a line.
     void addInBody(const LintLine &line, qint64 number, qint64 column, const QString &message);
 
+    /// Whether there are so many that nobody needs more of them.
+    bool areMany() const;
+
     /// All that was found, in the order of the places.
     std::vector<Mistake> sorted() const;
 

@@ -34,7 +34,8 @@ QStringList usageOf(const Command &command)
 void findInvalidTolerances(const Situation &situation, Mistakes &mistakes)
 {
     const QStringList &words = situation.line.words;
-    for (int index = 3; index < static_cast<int>(words.size()); ++index) {
+    const int count = static_cast<int>(words.size());
+    for (int index = 3; index < count && !mistakes.areMany(); ++index) {
         std::vector<double> tolerances;
         if (!readTolerances(words.mid(0, 3) + QStringList(words[index]), tolerances))
             mistakes.add(situation.line, situation.line.columnOf(index),
@@ -123,7 +124,8 @@ void findInvalidPlatform(const Situation &situation, Mistakes &mistakes)
     if (!isCommand(situation, "=platform"))
         return;
     const QStringList &words = situation.line.words;
-    for (int index = 1; index < static_cast<int>(words.size()); ++index) {
+    const int count = static_cast<int>(words.size());
+    for (int index = 1; index < count && !mistakes.areMany(); ++index) {
         if (platformNames().contains(words[index]))
             continue;
         if (situation.isExpected(invalidPlatform(words[index])))

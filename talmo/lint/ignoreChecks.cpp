@@ -40,14 +40,7 @@ QStringList allKindsOfMessages()
 bool matchesAnything(const QString &pattern)
 {
     static const QStringList messages = allKindsOfMessages();
-    return std::all_of(messages.begin(), messages.end(),
-        [&pattern](const QString &message) { return matchesMessage(pattern, message); });
-}
-
-bool matchesAny(const QString &pattern, const QStringList &messages)
-{
-    return std::any_of(messages.begin(), messages.end(),
-        [&pattern](const QString &message) { return matchesMessage(pattern, message); });
+    return countOfMatches(pattern, messages) == messages.size();
 }
 
 /// \a pattern with "[0-9]+" for each number and each set of digits, so that it also matches
@@ -90,12 +83,12 @@ QString forAnyNumbers(const QString &pattern)
 bool mayMatch(const QString &pattern, const QStringList &words)
 {
     const QStringList messages = failuresOf(words);
-    if (matchesAny(pattern, messages))
+    if (countOfMatches(pattern, messages) > 0)
         return true;
     if (words[0] != QLatin1String("=compare"))
         return false;
     const QString wider = forAnyNumbers(pattern);
-    return !problemOfPattern(wider).isNull() || matchesAny(wider, messages);
+    return !problemOfPattern(wider).isNull() || countOfMatches(wider, messages) > 0;
 }
 
 /// The column of the pattern in \a ignore, or of the command if there is none.

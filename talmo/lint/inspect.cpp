@@ -57,6 +57,7 @@ public:
 private:
     void readFirstLines();
     QStringList readComments(std::string_view text);
+    void addAllowance(const LintLine &comment, QStringList &allowed);
     void look(Invocation &invocation, const LintLine &line);
     void readBody();
     bool isTornLine() const;
@@ -69,6 +70,7 @@ private:
     Situation situation;
     qint64 number; ///< of the line at which the walk is
     Mistakes mistakes;
+    const QStringList checks = checkNames();
 };
 
 void Inspector::readFirstLines()
@@ -84,6 +86,21 @@ void Inspector::readFirstLines()
     situation.selection.words = wordsOf(situation.selection.text);
 }
 
+/// Adds the checks that \a comment names to \a allowed, or keeps it, if it is wrong.
+void Inspector::addAllowance(const LintLine &comment, QStringList &allowed)
+{
+    constexpr size_t mostComments = 1000;
+    bool isWrong = comment.allowed.isEmpty();
+    for (const QString &name : comment.allowed) {
+        const bool isKnown = checks.contains(name);
+        isWrong = isWrong || !isKnown;
+        if (isKnown && !allowed.contains(name))
+            allowed += name;
+    }
+    if (isWrong && situation.wrongAllowances.size() < mostComments)
+        situation.wrongAllowances.push_back(comment);
+}
+
 /// Takes the comments in \a text, whole lines without a command, the first of which has the number
 /// that was reached. Returns the checks that they allow to find something in what follows.
 QStringList Inspector::readComments(std::string_view text)
@@ -96,10 +113,8 @@ QStringList Inspector::readComments(std::string_view text)
         const ScriptLine comment{number, wordsOf(line), line};
         const std::optional<QStringList> named =
             comment.isComment() ? allowedChecks(comment) : std::nullopt;
-        if (named) {
-            allowed += *named;
-            situation.comments.push_back({number, line, comment.words, *named});
-        }
+        if (named)
+            addAllowance({number, line, comment.words, *named}, allowed);
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     number += std::count(text.begin(), text.end(), '\n');
@@ -153,7 +168,9 @@ void Inspector::look(Invocation &invocation, const LintLine &line)
     situation.isTorn = isTornLine();
     if (situation.command != nullptr && situation.command->following == FollowingLines::AreBody)
         readBody();
-    lookWith(Subject::Command);
+    constexpr int longest = 1000000; // a line that is longer is not meant to be read
+    if (line.text.size() <= longest)
+        lookWith(Subject::Command);
 }
 
 /// Notes what \a invocation means for the commands behind it.
@@ -184,7 +201,7 @@ Mistakes Inspector::inspect()
     readFirstLines();
     const bool canRun = script.problem().isNull();
     bool isFirst = true;
-    while (canRun) {
+    while (canRun && !mistakes.areMany()) {
         const size_t begin = lines.position();
         std::optional<Invocation> invocation = walk.next();
         std::string_view passed = script.text().substr(begin, lines.position() - begin);

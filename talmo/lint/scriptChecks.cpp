@@ -75,7 +75,7 @@ void findWrongComment(const Situation &situation, Mistakes &mistakes)
 void findUnknownCheck(const Situation &situation, Mistakes &mistakes)
 {
     const QStringList names = checkNames();
-    for (const LintLine &line : situation.comments) {
+    for (const LintLine &line : situation.wrongAllowances) {
         LintLine comment = line; // which must not allow its own mistakes
         comment.allowed.clear();
         const int words = static_cast<int>(line.words.size());

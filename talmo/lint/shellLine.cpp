@@ -209,6 +209,9 @@ ShellLine ShellLexer::read()
 
 ShellLine shellLineOf(const QString &text, int start)
 {
+    constexpr int longest = 1 << 17; // systems start no shell with a longer line
+    if (text.size() > longest)
+        return {false, {ShellPart()}, -1};
     return ShellLexer(text, start).read();
 }
 
