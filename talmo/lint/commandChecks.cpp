@@ -18,6 +18,9 @@ namespace Talmo
 namespace
 {
 
+/// Where the numbers of a "=testbeam" begin among its words.
+constexpr int firstOfBeam = 2;
+
 bool isCommand(const Situation &situation, const char *name)
 {
     return situation.command != nullptr &&
@@ -46,17 +49,16 @@ void findInvalidTolerances(const Situation &situation, Mistakes &mistakes)
 /// Each word of a "=testbeam" is tried alone, between others that are right.
 void findInvalidBeam(const Situation &situation, Mistakes &mistakes)
 {
-    constexpr int first = 2;
     const QStringList &words = situation.line.words;
     const QStringList names = usageOf(*situation.command);
     const int end = situation.command->leastWords;
     QStringList right = words;
-    std::fill(right.begin() + first, right.begin() + end, QStringLiteral("2"));
-    for (int index = first; index < end; ++index) {
+    std::fill(right.begin() + firstOfBeam, right.begin() + end, QStringLiteral("2"));
+    for (int index = firstOfBeam; index < end; ++index) {
         QStringList tried = right;
         tried[index] = words[index];
         TestBeam beam;
-        if (!beam.parse(tried, first))
+        if (!beam.parse(tried, firstOfBeam))
             mistakes.add(situation.line, situation.line.columnOf(index),
                 QStringLiteral("'%1' is no value for %2")
                     .arg(shown(words[index]), names.value(index)));
@@ -113,9 +115,13 @@ void findWordCount(const Situation &situation, Mistakes &mistakes)
 
 void findInvalidNumber(const Situation &situation, Mistakes &mistakes)
 {
-    if (isCommand(situation, "=compare") && !situation.isExpected(invalidTolerance()))
+    std::vector<double> tolerances;
+    if (isCommand(situation, "=compare") && !readTolerances(situation.line.words, tolerances) &&
+        !situation.isExpected(invalidTolerance()))
         findInvalidTolerances(situation, mistakes);
-    if (isCommand(situation, "=testbeam") && !situation.isExpected(beamSyntaxError()))
+    TestBeam beam;
+    if (isCommand(situation, "=testbeam") && !beam.parse(situation.line.words, firstOfBeam) &&
+        !situation.isExpected(beamSyntaxError()))
         findInvalidBeam(situation, mistakes);
 }
 

@@ -290,7 +290,7 @@ TEST_F(LintTest, NothingInAScriptStopsIt)
     EXPECT_EQ(foundIn("=ignore\n=ignore \n=ignore [\n=ignore a{\n=run a\n").size(), 4);
     EXPECT_EQ(
         foundIn("=ignore " + QByteArray(2000, '(') + "\n=run a\n"), QStringList("2:9 bad-pattern"));
-    EXPECT_EQ(foundIn("=compare " + QByteArray(1000000, '.') + " b\n").size(), 2);
+    EXPECT_EQ(foundIn("=compare " + QByteArray(100000, '.') + " b\n").size(), 2);
     EXPECT_EQ(foundIn(QByteArray("=x\n").repeated(5000)).size(), 1000);
     EXPECT_EQ(foundIn(""), QStringList());
     write("test2", "");
