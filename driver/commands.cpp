@@ -289,8 +289,8 @@ QStringList failuresOf(const QStringList &words)
         return {isUnimplemented()};
     QStringList failures;
     if (name == QLatin1String("=file") || name == QLatin1String("=testbeam"))
-        failures = {
-            cannotWrite(words[1]), cannotWrite(words[1]) + DiskFile::remarkThatNobody("reads")};
+        failures += QStringList(
+            {cannotWrite(words[1]), cannotWrite(words[1]) + DiskFile::remarkThatNobody("reads")});
     if (name == QLatin1String("=testbeam"))
         failures += beamSyntaxError();
     if (name == QLatin1String("=platform")) {
