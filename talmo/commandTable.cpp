@@ -70,6 +70,8 @@ const std::vector<CommandRow> &commandTable()
         {"expand", "replaces the references to macros in texts", expandCommand},
         {"prefs", "prints and changes the user's settings", prefsCommand},
         {"doctor", "tells what a bug report needs, and what is wrong here", doctorCommand},
+        {"units", "lists the units and tells what they are worth", unitsCommand},
+        {"check", "names the mistakes in texts with expressions and macros", checkCommand},
         {"clean", "removes the directories that failed runs have left", cleanCommand},
         {"help", "tells what the commands do", helpCommand},
     };

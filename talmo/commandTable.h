@@ -30,6 +30,7 @@ int performCommand(const QStringList &arguments);
 
 // The commands, each in a file of its own.
 int blessCommand(const QStringList &arguments);
+int checkCommand(const QStringList &arguments);
 int cleanCommand(const QStringList &arguments);
 int convertCommand(const QStringList &arguments);
 int diffCommand(const QStringList &arguments);
@@ -43,5 +44,6 @@ int runCommand(const QStringList &arguments);
 int mergeCommand(const QStringList &arguments);
 int prefsCommand(const QStringList &arguments);
 int reportCommand(const QStringList &arguments);
+int unitsCommand(const QStringList &arguments);
 
 } // namespace Talmo

@@ -323,15 +323,21 @@ int runFilter(const CommandLine &line, const FilterFiles &files, const LineWork 
     return AtFault;
 }
 
+QString problemOfInputs(const QStringList &inputs)
+{
+    for (const QString &name : inputs) {
+        const QString problem = problemOfInput(name);
+        if (!problem.isNull())
+            return problem;
+    }
+    return {};
+}
+
 int inspectLines(const CommandLine &line, const QStringList &inputs,
     const std::function<void(FilterLine &line)> &inspect)
 {
     bool isWrong = false;
-    QString problem;
-    for (const QString &name : inputs) {
-        if (problem.isNull())
-            problem = problemOfInput(name);
-    }
+    QString problem = problemOfInputs(inputs);
     if (!problem.isNull())
         return line.refuse(problem);
     for (const QString &name : inputs) {

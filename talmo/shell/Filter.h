@@ -39,6 +39,9 @@ FilterFiles filterFilesOf(const CommandLine &line, QString &problem);
 /// empty lines. Returns the exit status; what is wrong was printed in the name of \a line.
 int runFilter(const CommandLine &line, const FilterFiles &files, const LineWork &work);
 
+/// Why not all of \a inputs can be read, as a sentence; null if they can.
+QString problemOfInputs(const QStringList &inputs);
+
 /// Has \a inspect look at each line of \a inputs; what it reports goes to standard output. Returns
 /// the exit status; what else is wrong was printed in the name of \a line.
 int inspectLines(const CommandLine &line, const QStringList &inputs,

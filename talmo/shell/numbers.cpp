@@ -98,13 +98,14 @@ bool isWordAt(std::string_view line, size_t position)
     return isOfWord(line.substr(position, end - position));
 }
 
-/// Whether what stands before \a position of \a line makes a word of the number there.
+/// Whether what stands before \a position of \a line makes a word of the number there. A "}" may
+/// end a reference, such as "${x}5mm".
 bool isBound(std::string_view line, size_t position)
 {
     const char before = position == 0 ? '\0' : line[position - 1];
     if (before == '.')
         return isWordBefore(line, position - 1);
-    return before == '$' || isWordBefore(line, position);
+    return before == '$' || before == '}' || isWordBefore(line, position);
 }
 
 /// Where the number ends that begins at \a begin of \a line, with its exponent.
@@ -121,13 +122,13 @@ size_t numberEnd(std::string_view line, size_t begin)
 }
 
 /// Whether what begins at \a position of \a line, behind a unit, makes a word of it, such as the
-/// name of a file.
+/// name of a file, or "5m$x".
 bool isContinued(std::string_view line, size_t position)
 {
     if (position == line.size())
         return false;
     if (line[position] != '.')
-        return isWordAt(line, position);
+        return line[position] == '$' || isWordAt(line, position);
     const char next = byteAt(line, position + 1);
     return isAscii(next) ? isLetter(next) || next == '_' : isWordAt(line, position + 1);
 }

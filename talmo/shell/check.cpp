@@ -1,0 +1,307 @@
+// talmo check: the mistakes in texts with expressions and macros.
+//
+// The library finds one flaw in a line at a time. So what was found is covered, by blanks or by
+// digits of the same length, and the line is looked at again. What stands behind keeps its place.
+// In the end, what is still as the user wrote it is evaluated.
+//
+// A macro whose definition is wrong is not defined. That would be told at each of its uses once
+// more, so what is wrong with a use of such a macro is not told.
+
+#include "CommandLine.h"
+#include "Definitions.h"
+#include "Filter.h"
+#include "commandTable.h"
+#include "knownUnit.h"
+#include "lineText.h"
+#include "numbers.h"
+#include "strict.h"
+#include "talmo/Flaw.h"
+#include "talmo/Macro.h"
+
+#include <QSet>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace Talmo
+{
+
+namespace
+{
+
+/// So many flaws are told in one line: each of them takes a walk over the line.
+constexpr int mostFlaws = 100;
+
+constexpr char16_t blank = u' ';
+constexpr char16_t digit = u'1';
+
+/// A part of a line, from one position to another.
+struct Range {
+    int begin = 0;
+    int end = 0;
+};
+
+/// The references "${...}" in \a line that are in no other one, from left to right.
+template <typename Text>
+std::vector<Range> referencesIn(const Text &line)
+{
+    std::vector<int> open;
+    std::vector<Range> ranges;
+    for (int index = 0; index < static_cast<int>(line.size()); ++index) {
+        const auto at = static_cast<size_t>(index);
+        const bool isBrace = line[at] == '{' && index > 0 && line[at - 1] == '$';
+        if (isBrace)
+            open.push_back(index - 1);
+        if (line[at] != '}' || open.empty())
+            continue;
+        const int begin = open.back();
+        open.pop_back();
+        while (!ranges.empty() && ranges.back().begin > begin)
+            ranges.pop_back();
+        ranges.push_back({begin, index + 1});
+    }
+    return ranges;
+}
+
+/// The one of \a ranges that holds \a position; null if none does.
+const Range *rangeAt(const std::vector<Range> &ranges, int position)
+{
+    const auto found = std::upper_bound(ranges.begin(), ranges.end(), position,
+        [](int place, const Range &range) { return place < range.end; });
+    return found != ranges.end() && found->begin <= position ? &*found : nullptr;
+}
+
+void cover(QString &text, Range range, char16_t character)
+{
+    const int end = std::min(range.end, static_cast<int>(text.size()));
+    std::fill(text.begin() + range.begin, text.begin() + end, QChar(character));
+}
+
+bool isWordCharacter(QChar character)
+{
+    return character == '_' || (character.unicode() < 0x80 && character.isLetterOrNumber());
+}
+
+/// The word in a reference to a macro, such as "$x", "${x}", "${x++}" or "x".
+QString wordOf(const QString &reference)
+{
+    QString word;
+    for (const QChar character : reference) {
+        if (isWordCharacter(character))
+            word += character;
+    }
+    return word;
+}
+
+bool isComment(const QString &text)
+{
+    const auto first = std::find_if(
+        text.begin(), text.end(), [](QChar character) { return !character.isSpace(); });
+    return first != text.end() && *first == '#';
+}
+
+/// Looks at the lines of files, one after the other.
+class Check
+{
+public:
+    void inspect(FilterLine &input);
+
+private:
+    struct Finding {
+        qint64 column = 1;
+        QString message;
+    };
+
+    void beginFile();
+    void findNumbers();
+    void findFlaws();
+    void coverFlaw(const Flaw &flaw, QSet<int> &places);
+    void findMisfits();
+    void define(FilterLine &input);
+    void add(int position, const QString &message);
+
+    std::string_view bytes;        ///< of the line
+    QString text;                  ///< of the line
+    QString rest;                  ///< the same, with what was found covered
+    std::vector<Range> references; ///< in the text
+    std::vector<Finding> findings;
+    bool isWrong = false; ///< whether there are findings, or some that are not told
+
+    QSet<QString> wrongMacros; ///< whose definitions are wrong
+    bool hasScope = false;
+};
+
+/// The macros that a file defines are forgotten at its end.
+void Check::beginFile()
+{
+    if (hasScope)
+        Macro::popDefinitions();
+    hasScope = true;
+    Macro::pushDefinitions(/*clear=*/false);
+    wrongMacros.clear();
+}
+
+void Check::add(int position, const QString &message)
+{
+    isWrong = true;
+    findings.push_back({columnAt(text, position), message});
+}
+
+/// Finds unknown units behind numbers outside of references.
+void Check::findNumbers()
+{
+    const std::vector<Range> braces = referencesIn(bytes);
+    NumbersWithUnits numbers(bytes);
+    NumberWithUnit number;
+    Columns columns(bytes);
+    while (numbers.next(number)) {
+        const QString unit = textOf(number.unit);
+        if (isKnownUnit(unit) || isWord(number) ||
+            rangeAt(braces, static_cast<int>(numbers.position())) != nullptr)
+            continue;
+        isWrong = true;
+        findings.push_back({columns.at(numbers.position()), unknownUnit(unit)});
+    }
+}
+
+/// Finds what can be seen without evaluating.
+void Check::findFlaws()
+{
+    QSet<int> places;
+    for (int count = 0; count <= mostFlaws; ++count) {
+        const Flaw flaw = flawOfLine(rest);
+        if (flaw.what.isEmpty())
+            return;
+        isWrong = true;
+        const bool isUse = wrongMacros.contains(wordOf(text.mid(flaw.position, flaw.length)));
+        if (count == mostFlaws)
+            add(flaw.position, QStringLiteral("there may be more mistakes in this line"));
+        else if (!places.contains(flaw.position) && !isUse)
+            add(flaw.position, messageOf(flaw));
+        const QString before = rest;
+        coverFlaw(flaw, places);
+        if (rest == before)
+            return;
+    }
+}
+
+/// Covers \a flaw, so that the next one is found. In an expression a digit takes the place of each
+/// character of a name or unit, once in each of the \a places; otherwise all of the expression is
+/// covered.
+void Check::coverFlaw(const Flaw &flaw, QSet<int> &places)
+{
+    const int position = flaw.position;
+    const Range range = {position, position + std::max(flaw.length, 1)};
+    const bool isUndefined = flaw.what.startsWith(QLatin1String("undefined macro "));
+    const bool isOpen = flaw.what == QLatin1String("'${' is never closed");
+    const bool joinsWord = position > 0 && isWordCharacter(rest[position - 1]);
+    const bool isSmall = flaw.kind == Flaw::Kind::Unit ||
+                         ((flaw.kind == Flaw::Kind::Name || isUndefined) && !joinsWord);
+    const Range *const reference = rangeAt(references, position);
+    if (reference == nullptr || isOpen)
+        cover(rest, range, blank);
+    else if (isSmall && !places.contains(position))
+        cover(rest, range, digit);
+    else
+        cover(rest, *reference, blank);
+    places.insert(position);
+}
+
+/// Finds what depends on values: units that do not fit together. Counters count on.
+void Check::findMisfits()
+{
+    const auto count = static_cast<int>(text.size());
+    for (const Range &reference : references) {
+        const int size = reference.end - reference.begin;
+        if (reference.end <= count &&
+            rest.mid(reference.begin, size) != text.mid(reference.begin, size))
+            cover(rest, reference, blank);
+    }
+    Strict strict;
+    std::optional<Macro::Table> counted;
+    for (int turn = 0; turn < mostFlaws; ++turn) {
+        QString expanded;
+        const Problem problem = strict.expand(rest, expanded);
+        if (!counted)
+            counted = Macro::hash;
+        if (problem.message.isEmpty())
+            break;
+        add(problem.position, problem.message);
+        const Range *const reference = rangeAt(references, problem.position);
+        if (reference == nullptr)
+            break;
+        cover(rest, *reference, blank);
+    }
+    Macro::hash = *counted;
+}
+
+/// Performs a line with "define", if nothing is wrong with it.
+void Check::define(FilterLine &input)
+{
+    const QStringList words = text.simplified().split(QLatin1Char(' '));
+    const QString name = words.size() > 1 ? words[1] : QString();
+    if (!isWrong) {
+        performDefinition(input, text);
+        isWrong = input.isWrong();
+    }
+    if (!isWrong) {
+        wrongMacros.remove(name);
+        return;
+    }
+    wrongMacros.insert(name);
+    Macro::hash.remove(name);
+}
+
+void Check::inspect(FilterLine &input)
+{
+    if (input.lineNumber() == 1)
+        beginFile();
+    bytes = input.text;
+    text = textOf(bytes);
+    if (isComment(text))
+        return;
+    rest = text;
+    references = referencesIn(text);
+    findings.clear();
+    isWrong = false;
+    findNumbers();
+    const bool isDefining = isDefinition(text);
+    if (text.contains(QLatin1Char('$'))) {
+        findFlaws();
+        if (!isDefining)
+            findMisfits();
+    }
+    std::stable_sort(findings.begin(), findings.end(),
+        [](const Finding &one, const Finding &other) { return one.column < other.column; });
+    for (const Finding &finding : findings)
+        input.report(finding.column, finding.message);
+    if (isDefining)
+        define(input);
+}
+
+} // namespace
+
+int checkCommand(const QStringList &arguments)
+{
+    CommandLine line(QStringLiteral("check"),
+        QStringLiteral("Names the mistakes in texts with expressions and macros: unknown units, "
+                       "undefined macros, and what is wrong in ${...}. Lines 'define NAME TEXT' "
+                       "count from where they stand, and lines that begin with '#' are comments."));
+    addDefinitionOptions(line);
+    line.addPositionalArgument(QStringLiteral("file"),
+        QStringLiteral("What is looked at; '-' is standard input."), QStringLiteral("FILE..."));
+    if (const std::optional<int> status = line.read(arguments))
+        return *status;
+    const QStringList files = line.positionalArguments();
+    const QString problem =
+        files.isEmpty() ? QStringLiteral("a file is missing") : problemOfInputs(files);
+    if (!problem.isNull())
+        return line.refuse(problem);
+    if (const int status = define(line); status != AllIsWell)
+        return status;
+    Check check;
+    return inspectLines(line, files, [&check](FilterLine &input) { check.inspect(input); });
+}
+
+} // namespace Talmo
