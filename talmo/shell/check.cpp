@@ -115,8 +115,9 @@ private:
 
     void beginFile();
     void findNumbers();
-    void findFlaws();
+    bool findFlaws();
     void coverFlaw(const Flaw &flaw, QSet<int> &places);
+    bool standsForNumber(Range range, Flaw::Kind kind) const;
     void findMisfits();
     void define(FilterLine &input);
     void add(int position, const QString &message);
@@ -165,25 +166,25 @@ void Check::findNumbers()
     }
 }
 
-/// Finds what can be seen without evaluating.
-void Check::findFlaws()
+/// Finds what can be seen without evaluating. False if there may be more.
+bool Check::findFlaws()
 {
     QSet<int> places;
-    for (int count = 0; count <= mostFlaws; ++count) {
+    for (int count = 0; count < mostFlaws; ++count) {
         const Flaw flaw = flawOfLine(rest);
         if (flaw.what.isEmpty())
-            return;
+            return true;
         isWrong = true;
         const bool isUse = wrongMacros.contains(wordOf(text.mid(flaw.position, flaw.length)));
-        if (count == mostFlaws)
-            add(flaw.position, QStringLiteral("there may be more mistakes in this line"));
-        else if (!places.contains(flaw.position) && !isUse)
+        if (!places.contains(flaw.position) && !isUse)
             add(flaw.position, messageOf(flaw));
         const QString before = rest;
         coverFlaw(flaw, places);
         if (rest == before)
-            return;
+            return false;
     }
+    add(static_cast<int>(text.size()), QStringLiteral("there may be more mistakes in this line"));
+    return false;
 }
 
 /// Covers \a flaw, so that the next one is found. In an expression a digit takes the place of each
@@ -193,19 +194,34 @@ void Check::coverFlaw(const Flaw &flaw, QSet<int> &places)
 {
     const int position = flaw.position;
     const Range range = {position, position + std::max(flaw.length, 1)};
-    const bool isUndefined = flaw.what.startsWith(QLatin1String("undefined macro "));
-    const bool isOpen = flaw.what == QLatin1String("'${' is never closed");
-    const bool joinsWord = position > 0 && isWordCharacter(rest[position - 1]);
-    const bool isSmall = flaw.kind == Flaw::Kind::Unit ||
-                         ((flaw.kind == Flaw::Kind::Name || isUndefined) && !joinsWord);
     const Range *const reference = rangeAt(references, position);
+    const bool isOpen = flaw.what == QLatin1String("'${' is never closed");
+    const bool isNameOrUnit = flaw.kind == Flaw::Kind::Name || flaw.kind == Flaw::Kind::Unit ||
+                              flaw.what.startsWith(QLatin1String("undefined macro "));
     if (reference == nullptr || isOpen)
         cover(rest, range, blank);
-    else if (isSmall && !places.contains(position))
+    else if (isNameOrUnit && !places.contains(position) && standsForNumber(range, flaw.kind))
         cover(rest, range, digit);
     else
         cover(rest, *reference, blank);
     places.insert(position);
+}
+
+/// Whether digits in the place of \a range, which is in an expression, are a number there, or the
+/// end of one, and no part of a name.
+bool Check::standsForNumber(Range range, Flaw::Kind kind) const
+{
+    const auto at = [this](int index) {
+        return index >= 0 && index < rest.size() ? rest[index] : QChar();
+    };
+    const QChar before = at(range.begin - 1);
+    const QChar next = at(range.end);
+    if (isWordCharacter(next) || next == '$' || next == '{' || before == '}')
+        return false;
+    if (kind != Flaw::Kind::Unit && isWordCharacter(before))
+        return false;
+    // A name in braces would be a macro.
+    return before != '{' || (next != '}' && rest.mid(range.end, 3) != QLatin1String("++}"));
 }
 
 /// Finds what depends on values: units that do not fit together. Counters count on.
@@ -268,8 +284,7 @@ void Check::inspect(FilterLine &input)
     findNumbers();
     const bool isDefining = isDefinition(text);
     if (text.contains(QLatin1Char('$'))) {
-        findFlaws();
-        if (!isDefining)
+        if (findFlaws() && !isDefining)
             findMisfits();
     }
     std::stable_sort(findings.begin(), findings.end(),
