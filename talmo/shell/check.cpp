@@ -214,13 +214,16 @@ bool Check::standsForNumber(Range range, Flaw::Kind kind) const
     const auto at = [this](int index) {
         return index >= 0 && index < rest.size() ? rest[index] : QChar();
     };
-    const QChar before = at(range.begin - 1);
     const QChar next = at(range.end);
-    if (isWordCharacter(next) || next == '$' || next == '{' || before == '}')
+    if (isWordCharacter(next) || next == '$' || next == '{')
         return false;
-    if (kind != Flaw::Kind::Unit && isWordCharacter(before))
+    int begin = range.begin;
+    while (isWordCharacter(at(begin - 1)))
+        --begin;
+    const QChar before = at(begin - 1);
+    if (before == '}' || before == '$' || (kind != Flaw::Kind::Unit && begin < range.begin))
         return false;
-    // A name in braces would be a macro.
+    // A word alone in braces would be a macro.
     return before != '{' || (next != '}' && rest.mid(range.end, 3) != QLatin1String("++}"));
 }
 

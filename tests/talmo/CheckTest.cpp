@@ -143,6 +143,7 @@ TEST_F(CheckTest, NamesNothingTwice)
         "in:1:16: undefined macro 'a'\n"
         "in:1:26: undefined macro 'a'\n",
         {"-D", "b=5"});
+    expectFindings("${3mm${b}}\n", "in:1:4: unknown unit 'mm5mm'\n", {"-D", "b=5mm+1"});
     // What is wrong with a macro is named where it is defined.
     expectFindings("define a 3parsec\ndefine b 2*$a\n$a ${b} ${2*a} ${2*$b+nosuch}\n",
         "in:1:10: unknown unit 'parsec'\n"
