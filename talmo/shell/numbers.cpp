@@ -99,12 +99,15 @@ bool isWordAt(std::string_view line, size_t position)
 }
 
 /// Whether what stands before \a position of \a line makes a word of the number there. A "}" may
-/// end a reference, such as "${x}5mm".
+/// end a reference, such as "${x}5mm", and a "%" begin a format, such as "%-8.3f".
 bool isBound(std::string_view line, size_t position)
 {
     const char before = position == 0 ? '\0' : line[position - 1];
     if (before == '.')
         return isWordBefore(line, position - 1);
+    const size_t format = before == '-' || before == '+' ? position - 1 : position;
+    if (format > 0 && line[format - 1] == '%')
+        return true;
     return before == '$' || before == '}' || isWordBefore(line, position);
 }
 
