@@ -81,12 +81,10 @@ Completion chosen(QStringList words, const QString &beginning)
     return {static_cast<int>(beginning.size()), words};
 }
 
-/// What may be named in an expression, or only \a macros.
-QStringList names(bool macros)
+/// What may be named in an expression.
+QStringList names()
 {
     QStringList words = Macro::hash.keys() + Macro::globalHash.keys();
-    if (macros)
-        return words;
     for (const QString &name : functionNames())
         words += name + QLatin1Char('(');
     return words;
@@ -219,9 +217,7 @@ Completion Calculator::completionOf(const QString &before)
     const int number = beginOf(isWordOrPoint, before, end);
     if (number < end && (isDigit(before[number]) || before[number] == QLatin1Char('.')))
         return chosen(knownUnits(), before.mid(endOfNumber(before, number)));
-    const int word = beginOf(isWordPart, before, end);
-    const bool isReference = word > 0 && before[word - 1] == QLatin1Char('$');
-    return chosen(names(/*macros=*/isReference), before.mid(word));
+    return chosen(names(), before.mid(beginOf(isWordPart, before, end)));
 }
 
 } // namespace Talmo

@@ -16,17 +16,19 @@ namespace Talmo
 namespace
 {
 
-/// So many bytes are surely possible as one text, also where Qt counts in int.
-constexpr size_t longestLine = 1U << 29U;
-
 /// Bytes as they are, with carriage returns and a mark. They end behind the beginning of a line
 /// that is too long, so that memory is enough for it.
 class PlainText : public TextSource
 {
 public:
+    explicit PlainText(size_t itsLongest)
+        : longest(itsLongest)
+    {
+    }
+
     qint64 readText(char *target, qint64 size) final
     {
-        const qint64 got = lineLength > longestLine ? 0 : readBytes(target, size);
+        const qint64 got = lineLength > longest ? 0 : readBytes(target, size);
         const std::string_view bytes(target, static_cast<size_t>(got));
         const size_t newline = bytes.rfind('\n');
         lineLength = newline == std::string_view::npos ? lineLength + bytes.size()
@@ -37,12 +39,15 @@ public:
 private:
     virtual qint64 readBytes(char *target, qint64 size) = 0;
 
+    size_t longest;
     size_t lineLength = 0; // what was read of the latest line
 };
 
 class PlainFile : public PlainText
 {
 public:
+    using PlainText::PlainText;
+
     bool open(const QString &name) { return file.openToRead(name); }
     qint64 sizeAtOpening() const override { return file.sizeAtOpening(); }
     bool failed() const override { return file.failed(); }
@@ -62,6 +67,8 @@ private:
 class PlainInput : public PlainText
 {
 public:
+    using PlainText::PlainText;
+
     bool failed() const override { return hasFailed; }
 
 private:
@@ -82,11 +89,11 @@ bool InputLines::open(const QString &name)
 {
     fileName = name;
     if (name == QLatin1String("-")) {
-        lines.readFrom(std::make_unique<PlainInput>());
+        lines.readFrom(std::make_unique<PlainInput>(longest));
         isOpen = true;
         return true;
     }
-    auto file = std::make_unique<PlainFile>();
+    auto file = std::make_unique<PlainFile>(longest);
     isOpen = file->open(name);
     lines.readFrom(std::move(file));
     return isOpen;
@@ -118,7 +125,7 @@ bool InputLines::next(InputLine &line)
 bool InputLines::cut(std::string_view whole, InputLine &line)
 {
     ++lineNumber;
-    isTooLong = whole.size() > longestLine;
+    isTooLong = whole.size() > longest;
     const size_t begin = lineNumber == 1 ? byteOrderMarkLength(whole) : 0;
     size_t end = whole.size();
     if (end > begin && whole[end - 1] == '\n')
@@ -132,8 +139,8 @@ QString InputLines::failure() const
     const QString name =
         fileName == QLatin1String("-") ? QStringLiteral("standard input") : fileName;
     if (isTooLong)
-        return QStringLiteral("line %1 of '%2' is longer than 512 MiB")
-            .arg(QString::number(lineNumber), name);
+        return QStringLiteral("line %1 of '%2' is longer than %3 bytes")
+            .arg(QString::number(lineNumber), name, QString::number(longest));
     if (!isOpen || (lines.failed() && lineNumber == 0))
         return QStringLiteral("cannot read '%1'").arg(name) + lines.remark();
     return lines.failed() ? QStringLiteral("cannot read '%1' behind line %2")

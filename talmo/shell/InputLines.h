@@ -23,6 +23,15 @@ struct InputLine {
 class InputLines
 {
 public:
+    /// So many bytes are surely possible as one text, also where Qt counts in int.
+    static constexpr size_t longestText = 1U << 29U;
+
+    /// A line of more than \a itsLongest bytes, with its end, is refused.
+    explicit InputLines(size_t itsLongest = longestText)
+        : longest(itsLongest)
+    {
+    }
+
     /// Opens \a name; "-" is standard input. False if it cannot be read; failure() then says so.
     bool open(const QString &name);
 
@@ -39,6 +48,7 @@ private:
     bool takeWindow();
     bool cut(std::string_view whole, InputLine &line);
 
+    size_t longest;
     QString fileName;
     bool isOpen = false;
     LineReader lines;

@@ -1,14 +1,14 @@
 // Lines that are edited by libedit.
 //
-// While a line is edited, the terminal is in a mode of its own, in which Ctrl-C is a character like
-// any other: no signal has to find its way out of the library. Signals that end the process, and
-// those that tell of a new size of the window, are the library's, so that the terminal is always
-// left as it was.
+// While a line is edited, the terminal is in a mode of its own, in which Ctrl-C and Ctrl-Z are
+// characters like any other: no signal has to find its way out of the library. Signals that end the
+// process, and those that tell of a new size of the window, are the library's, so that the terminal
+// is always left as it was.
 
 #include "LineEditor.h"
 
 #include <algorithm>
-#include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -36,7 +36,7 @@ QString commonBeginning(const QStringList &words)
     return common;
 }
 
-/// \a words in columns.
+/// \a words in columns, without a newline at the end.
 QString listOf(const QStringList &words)
 {
     int width = 0;
@@ -46,7 +46,8 @@ QString listOf(const QStringList &words)
     QString list;
     for (int index = 0; index < words.size(); ++index) {
         const bool isLast = index % perLine == perLine - 1 || index + 1 == words.size();
-        list += isLast ? words[index] + QLatin1Char('\n') : words[index].leftJustified(width);
+        list += isLast ? words[index] : words[index].leftJustified(width);
+        list += QLatin1String(isLast && index + 1 < words.size() ? "\n" : "");
     }
     return list;
 }
@@ -67,6 +68,7 @@ private:
     static Terminal &of(EditLine *editor);
     static wchar_t *promptOf(EditLine *editor) { return of(editor).prompt.data(); }
     static unsigned char drop(EditLine *editor, wint_t character);
+    static unsigned char suspend(EditLine *editor, wint_t character);
     static unsigned char complete(EditLine *editor, wint_t character);
 
     // Standard output itself, of which the library needs the number.
@@ -99,10 +101,12 @@ LineEditor::Terminal::Terminal(const QString &itsPrompt, Complete itsCompletion)
     el_wset(editor, EL_EDITOR, L"emacs");
     el_wset(editor, EL_ADDFN, L"talmo-complete", L"Completes a word", complete);
     el_wset(editor, EL_ADDFN, L"talmo-drop", L"Drops the line", drop);
+    el_wset(editor, EL_ADDFN, L"talmo-suspend", L"Stops the program", suspend);
     el_wset(editor, EL_BIND, L"^I", L"talmo-complete", nullptr);
     el_wset(editor, EL_BIND, L"^C", L"talmo-drop", nullptr);
+    el_wset(editor, EL_BIND, L"^Z", L"talmo-suspend", nullptr);
     el_wset(editor, EL_BIND, L"^R", L"em-inc-search-prev", nullptr);
-    el_wset(editor, EL_SETTY, L"-d", L"intr=", nullptr);
+    el_wset(editor, EL_SETTY, L"-d", L"-isig", nullptr);
     el_source(editor, nullptr); // what the user has chosen for all programs, in ~/.editrc
 }
 
@@ -117,6 +121,12 @@ unsigned char LineEditor::Terminal::drop(EditLine *editor, wint_t /*character*/)
 {
     of(editor).isDropped = true;
     return CC_EOF;
+}
+
+unsigned char LineEditor::Terminal::suspend(EditLine * /*editor*/, wint_t /*character*/)
+{
+    std::raise(SIGTSTP); // which the library takes, and passes on
+    return CC_NORM;
 }
 
 unsigned char LineEditor::Terminal::complete(EditLine *editor, wint_t /*character*/)
@@ -141,6 +151,8 @@ LineEditor::Input LineEditor::Terminal::read(QString &line)
 {
     std::fflush(stdout);
     isDropped = false;
+    // The library itself would do this behind the prompt, and keys may be there at once.
+    el_wset(editor, EL_PREP_TERM, 1);
     int length = 0;
     const wchar_t *const typed = el_wgets(editor, &length);
     if (typed == nullptr || length <= 0) {

@@ -13,6 +13,7 @@
 #include "talmo/Flaw.h"
 #include "talmo/Units.h"
 
+#include <csignal>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -140,6 +141,7 @@ int EvalCommand::calculate()
 
 int EvalCommand::perform()
 {
+    std::signal(SIGPIPE, SIG_DFL); // who reads no more wants to hear no more
     QString problem;
     QString ignored;
     if (!areUnits(units, problem))
