@@ -8,6 +8,7 @@
 #include "talmo/Macro.h"
 #include "talmo/Units.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -52,6 +53,16 @@ bool isInfinite(const QString &format, const QString &result)
             return true;
     }
     return false;
+}
+
+/// Whether the text of the macro \a name may be part of a counter.
+bool mayCount(const QString &name)
+{
+    const QString text = Macro::value(name);
+    return std::any_of(text.begin(), text.end(), [](QChar at) {
+        return at == QLatin1Char('$') || at == QLatin1Char('{') || at == QLatin1Char('}') ||
+               at == QLatin1Char('+');
+    });
 }
 
 /// The references in a line, one after the other; those inside of others are parts of these.
@@ -139,24 +150,29 @@ private:
     bool isWhole;
 };
 
-/// Keeps the values of all counters in \a line. False if there is none, or if one of them is
-/// another than that of its name.
+/// Keeps the values of all counters in \a line. False if there is none, or if a reference may bring
+/// another one, or make another one of these.
 bool Strict::Counters::keepNamed(const QString &line)
 {
     static const QString tail = QStringLiteral("++}");
-    static const QString opening = QStringLiteral("${");
-    bool isAny = false;
-    for (auto end = line.indexOf(tail); end >= 0; end = line.indexOf(tail, end + 1)) {
-        auto begin = end;
-        while (begin > 0 && isNamePart(line[begin - 1]))
-            --begin;
+    if (!line.contains(tail))
+        return false;
+    int counters = 0;
+    auto end = line.indexOf(QLatin1Char('$'));
+    for (auto dollar = end; dollar >= 0; dollar = line.indexOf(QLatin1Char('$'), end)) {
+        const bool isBraced = line.mid(dollar + 1, 1) == QLatin1String("{");
+        const auto begin = dollar + (isBraced ? 2 : 1);
+        for (end = begin; end < line.size() && isNamePart(line[end]);)
+            ++end;
         const auto macro = Macro::hash.constFind(line.mid(begin, end - begin));
-        if (begin < 2 || line.mid(begin - 2, 2) != opening || macro == Macro::hash.constEnd())
+        if (isBraced && line.mid(end, tail.size()) == tail && macro != Macro::hash.constEnd()) {
+            values.insert(macro.key(), macro.value());
+            ++counters;
+        } else if (begin < end && mayCount(line.mid(begin, end - begin))) {
             return false;
-        values.insert(macro.key(), macro.value());
-        isAny = true;
+        }
     }
-    return isAny;
+    return line.count(tail) == counters;
 }
 
 QString messageOf(const Flaw &flaw)

@@ -161,7 +161,7 @@ protected:
     QByteArray printedUntil(const QByteArray &end)
     {
         QByteArray printed;
-        while (!printed.endsWith(end)) {
+        while (end.isNull() || !printed.endsWith(end)) {
             pollfd state = {terminal, POLLIN, 0};
             char bytes[4096];
             const bool isThere = poll(&state, 1, waitingTime) > 0;

@@ -98,8 +98,8 @@ TEST_F(ExpandTest, RefusesWhatWouldGoOnWithoutEnd)
 TEST_F(ExpandTest, LenientlyIsTheLibrary)
 {
     const Outcome outcome =
-        filter("$nosuch\n${1+nosuch} ${1 + 2}\n${1,5}\n", {"expand", "--lenient"});
-    EXPECT_EQ(outcome.output, "\n1 1\n1\n");
+        filter("$nosuch\n${1+nosuch} ${1 + 2}\n${600,/2}\n", {"expand", "--lenient"});
+    EXPECT_EQ(outcome.output, "\n1 1\n300\n");
     EXPECT_EQ(outcome.errors, "Error: Syntax Error Undefined macro 'nosuch', at line 1\n"
                               "       line: $nosuch\n"
                               "Error: Syntax Error X:Syntax error in '1+nosuch', at line 2\n"
@@ -113,7 +113,7 @@ TEST_F(ExpandTest, LenientlyIsTheLibraryToTheByte)
 {
     std::mt19937_64 random(7);
     const QList<QByteArray> pieces = {"$", "$a", "$b", "${", "${a}", "${c", "${n++}", "{", "}", "}",
-        "++}", "+", "3", "2mm", ";", ";mm}", "%g;", " ", "a", "b", "\xC3\xA4", "${1m+1s}"};
+        "+", "3", "2mm", ";", ";mm}", "%g;", " ", "a", "b", "\xC3\xA4", "${1m+1s}"};
     Talmo::Error::handler = [](const QString &) {};
     Talmo::Macro::hash = {{"a", "2"}, {"b", "1+$a"}, {"c", "x"}, {"n", "9"}};
     QByteArray input;
@@ -146,13 +146,14 @@ TEST_F(ExpandTest, TakesFilesOfAnySizeInLittleMemory)
     const Outcome outcome = runShell(
         R"((yes 'text without a reference' | head -c 260000000; echo '$x') | "$0" "$@" | tail -c 32)",
         {"expand", "-D", "x=1"});
-    EXPECT_EQ(outcome.output, "ut a reference\ntext without a r"
-                              "1\n");
+    EXPECT_EQ(outcome.output, "ence\ntext without a reference\n1\n");
     EXPECT_EQ(outcome.errors, "");
 }
 
 TEST_F(ExpandTest, TakesALineOfAHundredMegabytes)
 {
+    if (isSanitized)
+        GTEST_SKIP() << "under the sanitizers this would take minutes";
     const Outcome outcome =
         runShell(R"((head -c 100000000 /dev/zero | tr '\0' a; echo ' $x') | "$0" "$@" | tail -c 8)",
             {"expand", "-D", "x=12"});
@@ -165,6 +166,6 @@ TEST_F(ExpandTest, SaysThatNobodyWritesAFifo)
     ASSERT_EQ(mkfifo((work + "/fifo").toUtf8(), 0600), 0);
     const Outcome outcome = run({"expand", "fifo"});
     EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(outcome.errors, "talmo: expand: cannot read 'fifo' (a FIFO that nobody writes)\n");
+    EXPECT_EQ(outcome.errors, "talmo: expand: cannot read 'fifo', a FIFO that nobody writes\n");
     EXPECT_EQ(outcome.status, 1);
 }

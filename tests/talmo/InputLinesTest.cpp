@@ -71,7 +71,7 @@ TEST_F(InputLinesTest, ComeByteForByte)
             "b|]"},
         {"\xEF\xBB\xBF\n", "[\xEF\xBB\xBF||\n]"},
         {"\xEF\xBB\xBF", "[\xEF\xBB\xBF||]"},
-        {QByteArray("a\0b\n\0", 5), QByteArray("[|a\0b|\n][|\0|]", 14)},
+        {QByteArray("a\0b\n\0", 5), QByteArray("[|a\0b|\n][|\0|]", 13)},
         {"\xFF\xFE\n", "[|\xFF\xFE|\n]"},
     };
     for (const auto &row : rows) {
