@@ -32,11 +32,22 @@ bool isNamePart(QChar character)
     return unicode < 0x80 && (character.isLetterOrNumber() || character == QLatin1Char('_'));
 }
 
-/// Whether \a text may hold a number that is none, or infinite, as a format prints it.
+/// Whether \a text may hold a number that is none, or infinite, as a format prints it: "inf" or
+/// "nan", in small or capital letters. This is asked for every line, so it looks for the "n" first.
 bool mayBeInfinite(const QString &text)
 {
-    return text.contains(QLatin1String("inf"), Qt::CaseInsensitive) ||
-           text.contains(QLatin1String("nan"), Qt::CaseInsensitive);
+    const auto small = [&text](qsizetype index) {
+        const bool isThere = index >= 0 && index < text.size();
+        return isThere ? text.constData()[index].unicode() | 0x20 : 0;
+    };
+    for (qsizetype index = 0; index < text.size(); ++index) {
+        if (small(index) != 'n')
+            continue;
+        if ((small(index - 1) == 'i' && small(index + 1) == 'f') ||
+            (small(index + 1) == 'a' && small(index + 2) == 'n'))
+            return true;
+    }
+    return false;
 }
 
 /// Whether \a result, printed with \a format, is none or infinite; a unit may follow.
