@@ -173,8 +173,8 @@ bool isSoundReference(QStringView inside, Trace &trace)
 {
     const ExpressionParts parts(inside);
     const QStringView format = inside.left(parts.formatEnd);
-    if (parts.formatEnd > 0 && (format.contains('{') || !isNumberFormat(lookUpKey(format))))
-        return false; // the result may begin another reference
+    if (parts.formatEnd > 0 && !isNumberFormat(lookUpKey(format)))
+        return false;
     if (parts.unitsBegin > 0 && !isKnownUnit(lookUpKey(inside.mid(parts.unitsBegin))))
         return false;
     return ExpressionProof(trace).holds(inside.mid(parts.begin, parts.end - parts.begin));

@@ -39,6 +39,11 @@ def awk(name, bar=0):
 JOBS = "{bench}/jobs"
 
 
+def library(job):
+    """What the shell's part of the work costs: the library alone, in a program that does no more."""
+    return Side("library", JOBS + " " + job, 1 / 1.3)
+
+
 def diff(name, make):
     """All differences to the end: how many, where, and how large. Numdiff tells that with -S only;
     the bar is for what takes it less time, the verdict alone."""
@@ -160,6 +165,24 @@ WORKLOADS = (
         "expand-expressions", 100_000, workloads.lines_with_expressions, same_numbers,
         Side("ours", JOBS + " expand macros lines.txt"),
         (Side("perl", "perl {peers}/expressions.pl lines.txt", 4),)),
+    Workload(
+        "shell-eval", 100_000, workloads.shell_expressions, same_numbers,
+        Side("ours", "{talmo} eval -u * <ours.txt"),
+        (library("evaluate library.txt"),
+         Side("bc", "bc -q bc.txt </dev/null", 1, environment=BC),
+         Side("units", "units -q -t -o %.12g <units.txt", 20),
+         Side("qalc", "qalc -t -set 'precision 14' -set 'unicode 0' -f qalc.txt", 50,
+              share=workloads.QALC_SHARE, once=True))),
+    Workload(
+        "shell-convert", 100_000_000, workloads.prose, same_numbers,
+        Side("ours", "{talmo} convert prose.txt"),
+        (library("convert prose.txt {hundredth}"),
+         Side("perl", "perl {peers}/convert.pl prose.txt", 2, once=True))),
+    Workload(
+        "shell-expand", 100_000, workloads.lines_with_references, same_body,
+        Side("ours", "{talmo} expand --definitions definitions lines.txt"),
+        (library("expand macros lines.txt"),
+         Side("m4", "m4 macros.m4 lines.m4", 1.5))),
 )
 
 

@@ -15,6 +15,8 @@ UNITS = (
     (("T", "1"), ("kG", "0.1")),
 )
 
+QALC_SHARE = 50  # it waits between two expressions, and gets one in so many
+
 # An expression as we write it, and as bc has it; {u} and {v} are units of one kind.
 EXPRESSIONS = (
     ("{a}{u}", "{a}*{u}"),
@@ -204,16 +206,15 @@ def number(rng):
 
 
 def expression(rng):
-    """An expression as ours and as that of bc, and its unit."""
+    """An expression as we write it, as others do, and its unit."""
     template = rng.randrange(len(EXPRESSIONS))
     kind = [unit for unit, _ in rng.choice(UNITS)]
     values = {"a": number(rng), "b": number(rng), "c": number(rng),
               "u": rng.choice(kind), "v": rng.choice(kind)}
     unit = rng.choice(kind) if template < len(EXPRESSIONS) - UNITLESS else ""
     ours, _ = EXPRESSIONS[template]
-    lower = {key: value.lower() for key, value in values.items()}
-    theirs = EXPRESSIONS[template][1].format(**lower)
-    return ours.format(**values), theirs, unit
+    theirs = EXPRESSIONS[template][1]
+    return ours.format(**values), theirs.format(**values), unit
 
 
 def bc_units():
@@ -227,7 +228,30 @@ def expressions(folder, count, rng):
         for _ in range(count):
             own, other, unit = expression(rng)
             ours.write(f"{own} {unit}\n" if unit else f"{own}\n")
-            theirs.write(f"({other})/{unit.lower()}\n" if unit else f"{other}\n")
+            theirs.write((f"({other})/{unit}\n" if unit else f"{other}\n").lower())
+
+
+def standard_of(unit):
+    return next(kind[0][0] for kind in UNITS if unit in dict(kind))
+
+
+def shell_expressions(folder, count, rng):
+    """Expressions as they are typed, a line each, with results in standard units. GNU units asks
+    for the unit on a line of its own, and does not know kG."""
+    with open(folder / "ours.txt", "w") as ours, open(folder / "library.txt", "w") as library, \
+         open(folder / "bc.txt", "w") as bc, open(folder / "units.txt", "w") as units, \
+         open(folder / "qalc.txt", "w") as qalc:
+        bc.write(bc_units())
+        for line in range(count):
+            own, other, unit = expression(rng)
+            ours.write(f"{own}\n")
+            library.write(f"{own} *\n")
+            bc.write(f"{other}\n".lower())
+            standard = standard_of(unit) if unit else "1"
+            other = other.replace("kG", "kgauss")
+            units.write(f"{other}\n{standard}\n")
+            if line < count // QALC_SHARE:
+                qalc.write(f"({other})/{standard}\n")
 
 
 def long_expressions(folder, count, rng):
@@ -264,6 +288,8 @@ def prose(folder, count, rng):
 
 def macros(folder):
     write(folder / "macros", "".join(f"{name}={value}\n" for name, value in MACROS.items()))
+    write(folder / "definitions", "".join(
+        f"define {name} {value}\n" for name, value in MACROS.items()))
     write(folder / "macros.m4", "".join(
         f"define(`{name}',`{value}')" for name, value in MACROS.items()) + "dnl\n")
 
