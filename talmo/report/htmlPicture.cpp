@@ -76,8 +76,7 @@ QString changeOf(const PlotRequest &request, const FailedComparison &comparison)
 QString draw(const PlotRequest &request, const FailedComparison &comparison, QBuffer &picture)
 {
     for (const QString &name : {request.file1, request.file2}) {
-        const QString objection = objectionTo(name);
-        if (!objection.isNull())
+        if (QString objection = objectionTo(name); !objection.isNull())
             return objection;
     }
     QString problem;
