@@ -35,8 +35,8 @@ struct OperatorToken {
     int appliedFirst; ///< pending operators from this precedence upwards are applied first
 };
 
-/// The operator at the front of \a text, which must not be empty, or null. Where \a expectOperand, a
-/// "-" is a minus sign.
+/// The operator at the front of \a text, or null; \a text must not be empty. Where
+/// \a expectOperand, a "-" is a minus sign.
 const OperatorToken *operatorAhead(QStringView text, bool expectOperand);
 
 /// How many arguments \a function takes; 0 if there is no such function.
