@@ -7,7 +7,6 @@
 #include "replacing.h"
 #include "talmo/Numbers.h"
 
-
 namespace Talmo
 {
 

@@ -30,6 +30,7 @@ namespace Talmo
 
 void printProblem(const QString &place, qint64 column, const QString &message, std::FILE *stream)
 {
+    std::fflush(stdout); // so that both are in order where they go to the same place
     std::string line;
     appendBytes(line, QStringLiteral("%1:%2: %3\n").arg(place, QString::number(column), message));
     std::fwrite(line.data(), 1, line.size(), stream);

@@ -162,7 +162,7 @@ void Check::findNumbers()
             rangeAt(braces, static_cast<int>(numbers.position())) != nullptr)
             continue;
         isWrong = true;
-        findings.push_back({columns.at(numbers.position()), unknownUnit(unit)});
+        findings.push_back({columns.at(numbers.unitPosition()), unknownUnit(unit)});
     }
 }
 

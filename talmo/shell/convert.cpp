@@ -94,7 +94,7 @@ void StrictConversion::convert(FilterLine &line, std::string &result)
         const Conversion &conversion = of(number.unit);
         const size_t begin = numbers.position();
         if (!conversion.isKnown && !isWord(number))
-            line.report(columns.at(begin), unknownUnit(textOf(number.unit)));
+            line.report(columns.at(numbers.unitPosition()), unknownUnit(textOf(number.unit)));
         if (!conversion.isPossible)
             continue;
         result += line.text.substr(done, begin - done);

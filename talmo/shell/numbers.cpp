@@ -167,13 +167,14 @@ bool NumbersWithUnits::next(NumberWithUnit &found)
             return false;
         begin = static_cast<size_t>(digit - line.begin());
         if (begin > end && line[begin - 1] == '.')
-            --begin; // everything before `end` belongs to another number or unit
-        const size_t unit = numberEnd(line, begin);
-        end = isLetter(byteAt(line, unit)) ? endOf(isLetterOrDigit, line, unit) : unit;
-        if (end == unit || isBound(line, begin) || isContinued(line, end))
+            --begin; // everything before `end` belongs to another number or unitBegin
+        unitBegin = numberEnd(line, begin);
+        end =
+            isLetter(byteAt(line, unitBegin)) ? endOf(isLetterOrDigit, line, unitBegin) : unitBegin;
+        if (end == unitBegin || isBound(line, begin) || isContinued(line, end))
             continue;
-        end = compoundEnd(line, unit, end);
-        found = {line.substr(begin, unit - begin), line.substr(unit, end - unit)};
+        end = compoundEnd(line, unitBegin, end);
+        found = {line.substr(begin, unitBegin - begin), line.substr(unitBegin, end - unitBegin)};
         return true;
     }
 }

@@ -39,9 +39,13 @@ public:
     /// Where the latest one begins in the line, in bytes from 0.
     size_t position() const { return begin; }
 
+    /// Where its unit does.
+    size_t unitPosition() const { return unitBegin; }
+
 private:
     std::string_view line;
     size_t begin = 0;
+    size_t unitBegin = 0;
     size_t end = 0; ///< everything before it was looked at
 };
 

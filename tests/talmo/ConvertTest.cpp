@@ -101,16 +101,16 @@ TEST_F(ConvertTest, LeavesWhatIsPartOfAWord)
 TEST_F(ConvertTest, ReportsUnknownUnitsAndLeavesAGap)
 {
     expectFault("1m\n\xC3\xA9 5Mev 2parsec 3cm\n\n2m", "1000\n\n\n2000",
-        "in:2:3: unknown unit 'Mev' (did you mean MeV?)\n"
-        "in:2:8: unknown unit 'parsec'\n");
+        "in:2:4: unknown unit 'Mev' (did you mean MeV?)\n"
+        "in:2:9: unknown unit 'parsec'\n");
     expectFault("3m/s 2m^2\n", "\n",
-        "in:1:1: unknown unit 'm/s' (did you mean mps?)\n"
-        "in:1:6: unknown unit 'm^2'\n");
+        "in:1:2: unknown unit 'm/s' (did you mean mps?)\n"
+        "in:1:7: unknown unit 'm^2'\n");
     expectFault("-1e999m\n", "\n", "in:1:2: the number '1e999m' is too large\n");
     expectFault("1e308m\n", "\n", "in:1:1: the number '1e308m' is too large\n");
     expectConverted("1e308mm\n", "1e+308\n");
     // Units that are not asked for are unknown all the same.
-    expectFault("3Mev\n", "\n", "in:1:1: unknown unit 'Mev' (did you mean MeV?)\n", {"-u", "cm"});
+    expectFault("3Mev\n", "\n", "in:1:2: unknown unit 'Mev' (did you mean MeV?)\n", {"-u", "cm"});
 }
 
 TEST_F(ConvertTest, DoesAsTheLibraryWithNumbersThatStandAlone)
@@ -156,7 +156,7 @@ TEST_F(ConvertTest, ReadsSeveralFilesAndStandardInput)
     write("b", "2cm\n5Mev");
     const Outcome outcome = run({"convert", "a", "b", "a"});
     EXPECT_EQ(outcome.output, "1020\n10");
-    EXPECT_EQ(outcome.errors, "b:2:1: unknown unit 'Mev' (did you mean MeV?)\n");
+    EXPECT_EQ(outcome.errors, "b:2:2: unknown unit 'Mev' (did you mean MeV?)\n");
     EXPECT_EQ(outcome.status, 1);
 }
 
@@ -181,6 +181,6 @@ TEST_F(ConvertTest, ManyMistakesInALongLineTakeNoLongTime)
     const Outcome outcome = run({"convert", "in"});
     EXPECT_EQ(outcome.output, "");
     EXPECT_EQ(outcome.errors.count('\n'), 20000);
-    EXPECT_TRUE(outcome.errors.endsWith("in:1:99996: unknown unit 'abc'\n"));
+    EXPECT_TRUE(outcome.errors.endsWith("in:1:99997: unknown unit 'abc'\n"));
     EXPECT_EQ(outcome.status, 1);
 }

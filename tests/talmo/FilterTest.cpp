@@ -75,7 +75,7 @@ TEST_F(FilterTest, ChangesNoneOfSeveralFilesIfOneIsWrong)
     write("a", "1cm\n");
     write("b", "5Mev\n");
     write("c", "1cm\n");
-    const QByteArray report = "b:1:1: unknown unit 'Mev' (did you mean MeV?)\n";
+    const QByteArray report = "b:1:2: unknown unit 'Mev' (did you mean MeV?)\n";
     expectNothingChanged({"--in-place", "a", "b", "c"}, report);
     expectNothingChanged({"-o", "a", "b"}, report);
     expectNothingChanged({"-o", "new", "c", "b"}, report);
