@@ -31,7 +31,7 @@ QStringList wordsOf(const QString &text)
 /// a name that its pattern matches, or nearly.
 QString programFor(const Script &script, const QStringList &configured)
 {
-    const QString program = programsFor(script, configured).value(0);
+    QString program = programsFor(script, configured).value(0);
     if (!program.isEmpty() || !script.programPatterns())
         return program;
     QString name = script.programPatterns()->value(0);

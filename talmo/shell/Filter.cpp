@@ -90,7 +90,7 @@ QString problemOfPlace(Replacement &replacement, const Replacements &others, boo
 {
     if (replacement.name == QLatin1String("-"))
         return QStringLiteral("--in-place changes files, and standard input is none");
-    const QString problem = replacement.prepare(followsLinks);
+    QString problem = replacement.prepare(followsLinks);
     if (!problem.isNull())
         return problem;
     for (const auto &other : others) {
@@ -327,8 +327,7 @@ int runFilter(const CommandLine &line, const FilterFiles &files, const LineWork 
 QString problemOfInputs(const QStringList &inputs)
 {
     for (const QString &name : inputs) {
-        const QString problem = problemOfInput(name);
-        if (!problem.isNull())
+        if (QString problem = problemOfInput(name); !problem.isNull())
             return problem;
     }
     return {};

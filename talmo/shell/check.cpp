@@ -49,7 +49,7 @@ std::vector<Range> referencesIn(const Text &line)
     std::vector<int> open;
     std::vector<Range> ranges;
     for (int index = 0; index < static_cast<int>(line.size()); ++index) {
-        const auto at = static_cast<size_t>(index);
+        const auto at = static_cast<decltype(line.size())>(index);
         const bool isBrace = line[at] == '{' && index > 0 && line[at - 1] == '$';
         if (isBrace)
             open.push_back(index - 1);

@@ -87,7 +87,7 @@ Problem EvalCommand::evaluate(const QString &expression, QString &result)
 {
     if (strict)
         return strict->evaluate(format, expression, units, result);
-    const Problem problem = Leniency::endlessness(flawOfExpression(expression));
+    Problem problem = Leniency::endlessness(flawOfExpression(expression));
     if (problem.message.isEmpty())
         result = Units::evaluate(format, expression, units);
     return problem;

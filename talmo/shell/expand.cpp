@@ -45,7 +45,7 @@ Problem Expansion::expand(const QString &text, QString &expanded)
 {
     if (strict)
         return strict->expand(text, expanded);
-    const Problem problem = Leniency::endlessness(flawOfLine(text));
+    Problem problem = Leniency::endlessness(flawOfLine(text));
     if (problem.message.isEmpty())
         expanded = Macro::expand(text);
     return problem;
