@@ -153,11 +153,35 @@ TEST_F(PrefsTest, TheFirstValueMakesTheFileForTheUserAlone)
 
 TEST_F(PrefsTest, ValuesComeBackAsTheyWereWritten)
 {
-    const char *const values[] = {"", " ", " a ", "a, b", "\"", "\\", "\\n", "a\nb", "\r", "\t",
-        "a;b#c", "=", "[x]", "%41", "@@", "@Invalid()", "@ByteArray(x)", "-5", "-h5", "größe",
+    const char *const values[] = {
+        "",
+        " ",
+        " a ",
+        "a, b",
+        "\"",
+        "\\",
+        "\\n",
+        "a\nb",
+        "\r",
+        "\t",
+        "a;b#c",
+        "=",
+        "[x]",
+        "%41",
+        "@@",
+        "@Invalid()",
+        "@ByteArray(x)",
+        "-5",
+        "-h5",
+        "größe",
         "\x01"
         "1",
-        "\xF0\x9F\x98\x80", "true", "1e5"};
+#if QT_VERSION_MAJOR >= 6 // Qt 5 does not read characters beyond U+FFFF back, and they are refused
+        "\xF0\x9F\x98\x80",
+#endif
+        "true",
+        "1e5"
+    };
     for (const char *const value : values) {
         SCOPED_TRACE(value);
         expectSuccess({"prefs", "set", "Root", value}, "");
