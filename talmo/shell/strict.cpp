@@ -195,13 +195,14 @@ QString messageOf(const Flaw &flaw)
 }
 
 Strict::Strict()
+    : handlerBefore(Error::handler)
 {
     Error::handler = [this](const QString &problem) { reports += problem; };
 }
 
 Strict::~Strict()
 {
-    Error::handler = nullptr;
+    Error::handler = handlerBefore;
 }
 
 Problem Strict::evaluate(

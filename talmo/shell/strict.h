@@ -3,6 +3,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace Talmo
 {
 
@@ -40,6 +42,7 @@ private:
     int positionOfWrong(const QString &line);
 
     QStringList reports; ///< of the library, since the latest call began
+    std::function<void(const QString &problem)> handlerBefore; // of another such object
 };
 
 /// What is wrong in words, with all names of a circle, and with the unit that may have been meant.

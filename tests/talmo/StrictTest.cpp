@@ -130,6 +130,20 @@ TEST_F(StrictTest, CountsOnlyInLinesThatAreRight)
     EXPECT_EQ(Macro::hash["m"], "b");
 }
 
+TEST_F(StrictTest, OneInsideOfAnotherGivesTheReportsBack)
+{
+    Strict strict;
+    QString result;
+    {
+        Strict inner;
+        EXPECT_EQ(inner.evaluate("%g", "1mm+1s", "-", result).message,
+            "Units Conversion Error from s to mm");
+    }
+    EXPECT_EQ(strict.evaluate("%g", "1mm+2s", "-", result).message,
+        "Units Conversion Error from s to mm");
+    EXPECT_EQ(printed(), "");
+}
+
 TEST_F(StrictTest, IsDoneSoonWithManyReferences)
 {
     QString line = "${(1)}";
