@@ -215,6 +215,10 @@ Problem Strict::evaluate(
     result = Units::evaluate(format, expression, units);
     if (!reports.isEmpty())
         return {reports[0], 0};
+    // A kind without a standard unit: the bare number would not say what it is of.
+    const QString unit = Units::val.isEmpty() ? QString() : Units::val.last().units;
+    if (units == QLatin1String("*") && !Units::standardUnits.contains(unit))
+        result += unit;
     return isInfinite(format, result) ? Problem{notFinite, 0} : Problem();
 }
 

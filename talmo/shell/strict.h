@@ -27,7 +27,8 @@ public:
     Strict &operator=(const Strict &) = delete;
     ~Strict();
 
-    /// Sets \a result to what Units::evaluate gives, unless that is infinite or no number.
+    /// Sets \a result to what Units::evaluate gives, unless that is infinite or no number. For "*",
+    /// the unit follows if its kind has no standard unit.
     Problem evaluate(
         const QString &format, const QString &expression, const QString &units, QString &result);
 

@@ -130,6 +130,18 @@ TEST_F(StrictTest, CountsOnlyInLinesThatAreRight)
     EXPECT_EQ(Macro::hash["m"], "b");
 }
 
+TEST_F(StrictTest, KeepsTheUnitOfAKindWithoutAStandardUnit)
+{
+    const Row rows[] = {{"3kg", "3kg"}, {"2*3kV", "6kV"}, {"1coulomb", "1coulomb"}, {"2in", "50.8"},
+        {"2*3", "6"}, {"1in/1mm", "25.4"}};
+    Strict strict;
+    for (const Row &row : rows) {
+        QString result;
+        EXPECT_EQ(strict.evaluate("%g", row.text, "*", result).message, "") << row.text;
+        EXPECT_EQ(result, row.problem) << row.text;
+    }
+}
+
 TEST_F(StrictTest, OneInsideOfAnotherGivesTheReportsBack)
 {
     Strict strict;
