@@ -268,7 +268,8 @@ QString problemOfFiles(const FilterFiles &files, Replacements &replacements)
 void addFilterOptions(CommandLine &line)
 {
     line.addOption({outputOption,
-        QStringLiteral("Writes FILE instead of standard output, if nothing is wrong."),
+        QStringLiteral(
+            "Writes FILE instead of standard output, if nothing is wrong; '-' is standard output."),
         QStringLiteral("FILE")});
     line.addPositionalArgument(QStringLiteral("file"),
         QStringLiteral("What is read; standard input, also called '-', if none is given."),
@@ -289,7 +290,7 @@ FilterFiles filterFilesOf(const CommandLine &line, QString &problem)
     FilterFiles files;
     const QStringList options = line.optionNames();
     files.inputs = line.positionalArguments();
-    if (line.isSet(outputOption))
+    if (line.isSet(outputOption) && line.value(outputOption) != QLatin1String("-"))
         files.output = line.value(outputOption);
     files.isInPlace = options.contains(inPlaceOption);
     files.followsLinks = options.contains(followOption);

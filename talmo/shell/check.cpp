@@ -312,8 +312,10 @@ int checkCommand(const QStringList &arguments)
     if (const std::optional<int> status = line.read(arguments))
         return *status;
     const QStringList files = line.positionalArguments();
-    const QString problem =
+    QString problem =
         files.isEmpty() ? QStringLiteral("a file is missing") : problemOfInputs(files);
+    if (problem.isNull() && readsStandardInput(line) && files.contains(QStringLiteral("-")))
+        problem = QStringLiteral("standard input cannot be both definitions and text");
     if (!problem.isNull())
         return line.refuse(problem);
     if (const int status = define(line); status != AllIsWell)

@@ -253,6 +253,8 @@ TEST_F(CheckTest, RefusesWhatItCannotReadBeforeAnythingElse)
     expectWrongCall({"check", "-D", "a", "bad", "none"},
         "talmo: check: cannot read 'none': No such file or directory\n");
     expectWrongCall({"check"}, "talmo: check: a file is missing\n");
+    expectWrongCall({"check", "--definitions", "-", "bad", "-"},
+        "talmo: check: standard input cannot be both definitions and text\n");
     expectWrongCall(
         {"check", "-D", "a", "bad"}, "talmo: check: 'a' is no definition, 'NAME=TEXT'\n");
 }

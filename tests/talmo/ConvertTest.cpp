@@ -174,6 +174,14 @@ TEST_F(ConvertTest, RefusesWrongCalls)
         "talmo: convert: --follow-links makes sense with --in-place only\n");
 }
 
+TEST_F(ConvertTest, ADashIsStandardOutput)
+{
+    write("in", "2in\n");
+    const QStringList before = everything();
+    expectSuccess({"convert", "-o", "-", "in"}, "50.8\n");
+    EXPECT_EQ(everything(), before);
+}
+
 TEST_F(ConvertTest, ManyMistakesInALongLineTakeNoLongTime)
 {
     const QByteArray text = QByteArray("3abc ").repeated(20000);
