@@ -4,8 +4,12 @@
 # a test program while building.
 find_package(GTest REQUIRED)
 
-# The compiler takes longer than the tests do, and a third of that for what only a debugger reads.
-set(talmo_test_options -O0 -g1)
+set(talmo_test_options -O0) # the compiler takes longer than the tests do
+
+# These take longest, most of it waiting. In a new build they start first, so that no processor waits for them.
+set(talmo_long_tests BlessProgramsTest DiffBadInputTest DiskFileTest FlawPropertiesTest HostileProgramsTest
+  ListAsDriverTest NewTest PrefsTest RunInterruptionTest RunTimeoutTest)
+
 function(talmo_add_test name)
   add_executable(${name} ${name}.cpp)
   target_link_libraries(${name} PRIVATE ${ARGN} tests_main talmo_compilation)
@@ -14,6 +18,9 @@ function(talmo_add_test name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${name} COMMAND ${name})
   talmo_test_home(${name})
+  if(name IN_LIST talmo_long_tests)
+    set_tests_properties(${name} PROPERTIES COST 50)
+  endif()
 endfunction()
 
 # talmo_test_home(NAME): the CTest entry NAME runs in a home of its own. Under the sanitizers a request
