@@ -161,7 +161,8 @@ async function findWithAxe(browser, file, dark) {
   await page.evaluate(axeSource);
   const violations = await page.evaluate(async () => (await window.axe.run(document,
     { resultTypes: ['violations'] })).violations.map(
-    (found) => `${found.id}: ${found.nodes.slice(0, 3).map((node) => node.html.slice(0, 150)).join(' | ')}`));
+    (found) => `${found.id}: ${found.nodes.slice(0, 3).map(
+      (node) => `${node.html.slice(0, 150)} (${node.any.map((reason) => reason.message)})`).join(' | ')}`));
   expect(violations.length === 0, violations.join('\n'));
   await page.close();
 }
