@@ -10,6 +10,7 @@
 
 #include "talmo/Units.h"
 
+#include "EvaluationWatch.h"
 #include "NumberFormat.h"
 #include "Tokens.h"
 #include "UnitsTable.h"
@@ -149,7 +150,10 @@ double Units::Value::convert(QString target, bool *ok)
     if (kind != targetKind)
         return value;
     const double factor = factorHash[units];
-    return value * factor / (isSame ? factor : factorHash[target]);
+    const double converted = value * factor / (isSame ? factor : factorHash[target]);
+    if (EvaluationWatch::current != nullptr)
+        EvaluationWatch::current->noteConversion(converted);
+    return converted;
 }
 
 QString Units::Value::to_s(QString format, bool withUnits) const
@@ -208,18 +212,23 @@ Units::Value &Units::Value::neg()
 
 QString Units::evaluate(QString format, QString expr, QString units)
 {
+    EvaluationWatch *const watch = EvaluationWatch::current;
+    if (watch != nullptr)
+        watch->begin();
     value(std::move(expr), units, nullptr);
     if (val.isEmpty()) { // the result is 0 in these units, even if they are "-"
         val.append(Value());
         val.top().units = units;
     }
     Value &result = val.top();
-    if (units == QLatin1String("-"))
-        return printed(format, result.value, result.units);
+    const bool isOwn = units == QLatin1String("-");
     // Deliberate: value has converted the result, and we convert it once more. That makes a
     // difference for an unknown unit (NaN). With "*" the result is in its standard unit already.
-    const bool isStandard = units == QLatin1String("*");
-    return printed(format, isStandard ? result.value : result.convert(units), QString());
+    const bool isDone = isOwn || units == QLatin1String("*");
+    const double number = isDone ? result.value : result.convert(units);
+    if (watch != nullptr)
+        watch->end(number);
+    return printed(format, number, isOwn ? result.units : QString());
 }
 
 QString Units::unit(QString expr)

@@ -30,17 +30,22 @@ bool hasUnits(const Value &value)
 
 constexpr double smallestTruth = 1e-12; ///< a number of a smaller magnitude is false
 
+} // namespace
+
 bool isFalse(const Value &value)
 {
     return std::fabs(value.value) < smallestTruth;
 }
 
-/// Deliberate: this is not the opposite of isFalse. For NaN both are false, so NaN counts as true
-/// in && and as a condition, but not in ||.
+// Deliberate: this is not the opposite of isFalse. For NaN both are false, so NaN counts as true
+// in && and as a condition, but not in ||.
 bool isTrue(const Value &value)
 {
     return std::fabs(value.value) >= smallestTruth;
 }
+
+namespace
+{
 
 struct Choice {
     Value condition;
@@ -282,6 +287,17 @@ void applyFunction(const QString &name)
         function->apply();
 }
 
+/// The row of \a pending, or null: then it does nothing.
+const OperatorRow *findOperator(const Units::Operator &pending)
+{
+    for (const OperatorRow &row : operatorRows) {
+        if (row.precedence == pending.precedence &&
+            (row.name == any || pending.name == QLatin1String(row.name)))
+            return &row;
+    }
+    return nullptr;
+}
+
 void applyOperator(const OperatorRow &row)
 {
     if (Units::val.size() >= row.values)
@@ -301,6 +317,25 @@ int argumentCount(const QString &function)
     return findRow(unaryFunctions, function) != nullptr ? 1 : 0;
 }
 
+QStringList functionNames()
+{
+    QStringList names;
+    for (const FunctionRow &row : functions)
+        names += QString(row.name);
+    for (const UnaryFunction &row : unaryFunctions)
+        names += QString(row.name);
+    names.sort();
+    return names;
+}
+
+int operandCount(const Units::Operator &pending)
+{
+    if (pending.precedence == Function)
+        return argumentCount(pending.name);
+    const OperatorRow *const row = findOperator(pending);
+    return row != nullptr ? row->values : 0;
+}
+
 void Units::doit(Operator pending)
 {
     startupGuard();
@@ -308,13 +343,8 @@ void Units::doit(Operator pending)
         applyFunction(pending.name);
         return;
     }
-    for (const OperatorRow &row : operatorRows) {
-        if (row.precedence == pending.precedence &&
-            (row.name == any || pending.name == QLatin1String(row.name))) {
-            applyOperator(row);
-            return;
-        }
-    }
+    if (const OperatorRow *const row = findOperator(pending))
+        applyOperator(*row);
 }
 
 } // namespace Talmo

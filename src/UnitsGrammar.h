@@ -6,6 +6,7 @@
 #include "talmo/Error.h"
 #include "talmo/Units.h"
 
+#include <QStringList>
 #include <QStringView>
 
 namespace Talmo
@@ -41,6 +42,17 @@ const OperatorToken *operatorAhead(QStringView text, bool expectOperand);
 
 /// How many arguments \a function takes; 0 if there is no such function.
 int argumentCount(const QString &function);
+
+/// The names of all functions, sorted.
+QStringList functionNames();
+
+/// How many values \a pending, an operator or a function, takes from the stack; 0 if it does
+/// nothing.
+int operandCount(const Units::Operator &pending);
+
+/// Whether \a value counts as false or as true. One that is no number counts as neither.
+bool isFalse(const Units::Value &value);
+bool isTrue(const Units::Value &value);
 
 /// Reports \a problem, whose %1 is the expression.
 inline void reportInExpression(const char *problem)

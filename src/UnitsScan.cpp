@@ -13,6 +13,7 @@
 
 #include "talmo/Units.h"
 
+#include "EvaluationWatch.h"
 #include "Tokens.h"
 #include "UnitsGrammar.h"
 #include "WorkingText.h"
@@ -79,11 +80,19 @@ const OperatorToken *operatorAhead(QStringView text, bool expectOperand)
 namespace
 {
 
+void apply(const Units::Operator &pending)
+{
+    if (EvaluationWatch *const watch = EvaluationWatch::current)
+        watch->apply(pending);
+    else
+        Units::doit(pending);
+}
+
 /// Pops and applies the pending operators from \a precedence upwards.
 void applyPending(int precedence)
 {
     while (!Units::op.isEmpty() && Units::op.top().precedence >= precedence)
-        Units::doit(Units::op.pop());
+        apply(Units::op.pop());
 }
 
 /// One pass over an expression.
@@ -106,12 +115,14 @@ private:
     bool closeParenthesis();
 
     WorkingText rest;
+    int token = 0; ///< how many have been begun
     bool expectOperand = true;
 };
 
 bool Scan::run()
 {
     while (!rest.isEmpty()) {
+        ++token;
         if (!takeToken())
             return false;
     }
@@ -140,7 +151,7 @@ void Scan::takeName()
     const QString name = ahead.left(length).toString();
     if (length < ahead.size() && ahead[length] == '(') {
         rest.drop(length + 1);
-        Units::op.append({name, Function});
+        Units::op.append({name, Function, token});
         expectOperand = true;
         return;
     }
@@ -152,27 +163,27 @@ void Scan::takeName()
 
 bool Scan::takeNumber()
 {
-    const NumberToken token = numberAhead(rest.ahead());
-    if (!token.isNumber())
+    const NumberToken ahead = numberAhead(rest.ahead());
+    if (!ahead.isNumber())
         return false;
-    Value value = number(toDouble(token.number));
-    value.units = token.unit.toString();
+    Value value = number(toDouble(ahead.number));
+    value.units = ahead.unit.toString();
     Units::val.append(std::move(value));
-    rest.drop(token.size());
+    rest.drop(ahead.size());
     expectOperand = false;
     return true;
 }
 
 bool Scan::takeOperator()
 {
-    const OperatorToken *const token = operatorAhead(rest.ahead(), expectOperand);
-    if (token == nullptr)
+    const OperatorToken *const ahead = operatorAhead(rest.ahead(), expectOperand);
+    if (ahead == nullptr)
         return false;
-    rest.drop(static_cast<int>(token->name.size()));
-    applyPending(token->appliedFirst);
-    if (token->name == QLatin1String(":") && Units::op.top().name != "?")
+    rest.drop(static_cast<int>(ahead->name.size()));
+    applyPending(ahead->appliedFirst);
+    if (ahead->name == QLatin1String(":") && Units::op.top().name != "?")
         return false;
-    Units::op.append({token->name, token->precedence});
+    Units::op.append({ahead->name, ahead->precedence, token});
     expectOperand = true;
     return true;
 }
@@ -187,7 +198,7 @@ bool Scan::closeParenthesis()
         return false;
     const Units::Operator opened = Units::op.pop();
     if (opening == Function)
-        Units::doit(opened);
+        apply(opened);
     expectOperand = false;
     return true;
 }

@@ -69,11 +69,13 @@ public:
     struct Operator {
         QString name;
         int precedence = 0; ///< also tells the class of the operator
+        int token = 0;      ///< which token of the expression it is, from 1; 0 if that is not known
 
         Operator() = default;
-        Operator(QString itsName, int itsPrecedence)
+        Operator(QString itsName, int itsPrecedence, int itsToken = 0)
             : name(itsName)
             , precedence(itsPrecedence)
+            , token(itsToken)
         {
         }
     };
