@@ -6,6 +6,9 @@
 // A flaw that the evaluator may take in silence ends the walk. One that the evaluator reports
 // itself for sure is only noted, because one of the other sort may follow.
 //
+// Where the text of a macro ends, or begins, no token may go on, other than a number with a unit,
+// or a name. Somebody means cell_$n and 5$unit, but nobody an exponent for "x-3", with "1e" for x.
+//
 // The walk goes over as many characters as the evaluator would, so it has to end where that would
 // not: at a macro inside its own text, and where macros have inserted too much.
 
@@ -15,11 +18,16 @@
 #include "Soundness.h"
 #include "Tokens.h"
 #include "UnitsGrammar.h"
+#include "Walks.h"
 #include "WorkingText.h"
 #include "knownUnit.h"
 #include "talmo/StartupGuard.h"
 
 #include <QSet>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace Talmo
 {
@@ -27,12 +35,22 @@ namespace Talmo
 namespace
 {
 
+/// \a text, a part of a token, for a message.
+QString inShort(const QString &text)
+{
+    constexpr int most = 40;
+    return text.size() <= most ? text : text.left(most / 2) + QStringLiteral("...");
+}
+
 /// One pass over an expression.
 class Walk
 {
 public:
-    Walk(const TracedText &itsExpression, Trace &itsTrace)
-        : expression(itsExpression)
+    Walk(const TracedExpression &whole, Trace &itsTrace, Aim itsAim)
+        : expression(whole.text)
+        , nothing(whole.nothing)
+        , before(whole.before)
+        , aim(itsAim)
         , trace(itsTrace)
         , rest(toString(expression.constData(), expression.size()))
     {
@@ -40,7 +58,10 @@ public:
     }
 
     /// Goes to the end, or to the first flaw that the evaluator may take in silence.
-    Flaw run(Place nothing);
+    Flaw run();
+
+    /// Goes up to token number \a token, from 1; where that begins.
+    Place find(int token);
 
 private:
     /// A macro whose text the walk is in.
@@ -80,7 +101,26 @@ private:
     void endAlternatives(Level &level);
 
     void checkArguments(const Level &call);
-    void checkEnd(Place nothing);
+    void checkEnd();
+
+    /// Ends the walk at the number \a text, from \a place, if no double holds it.
+    void checkSize(QStringView number, Place place);
+
+    /// Whether the text of a macro begins or ends, or is empty, where \a count characters are left.
+    bool isJoint(int count) const;
+
+    /// Ends the walk if the text of a macro joins with what stands beside it in the \a length
+    /// characters ahead, other than behind the first \a allowed. Returns whether it has.
+    bool refuseJoint(int length, int allowed);
+
+    /// Ends the walk where \a one and \a other, before which \a count characters are left, join.
+    void refuseJoint(const QString &one, const QString &other, int count);
+
+    /// Whether what comes next stands behind the text of a macro.
+    bool isBehindMacro() const;
+
+    /// What the evaluator does not take: an end without a flaw, if that is what is looked for.
+    void stop(Place place, const QString &what);
 
     int left() const { return static_cast<int>(rest.ahead().size()); }
 
@@ -90,12 +130,16 @@ private:
     /// Drops the first \a length characters, at least one; where they come from.
     Place drop(int length);
 
-    /// Ends the walk at a flaw that the evaluator may take in silence.
-    void refuse(Flaw::Kind kind, Place place, const QString &what);
+    /// Ends the walk at a flaw that the evaluator may take in silence, if it is one that the walk
+    /// looks for. Returns whether it has.
+    bool refuse(Flaw::Kind kind, Place place, const QString &what);
     /// Remembers a flaw that the evaluator reports itself, if it is the first.
     void note(Place place, const QString &what);
 
     const TracedText &expression;
+    const Place nothing;
+    const std::optional<TracedCharacter> before;
+    const Aim aim;
     Trace &trace;
     WorkingText rest;
 
@@ -107,15 +151,25 @@ private:
     QString lastSymbol;     ///< the operator or "(" that wants the operand; null at the beginning
     Place lastPlace;
 
+    bool hasStopped = false;
     bool hasSpareComma = false;
     bool hasLonelyQuestion = false;
     Flaw flaw;
     Flaw noted;
 };
 
-void Walk::refuse(Flaw::Kind kind, Place place, const QString &what)
+bool Walk::refuse(Flaw::Kind kind, Place place, const QString &what)
 {
-    flaw = makeFlaw(kind, place, what);
+    const bool isEndless = kind == Flaw::Kind::Circle || kind == Flaw::Kind::Length;
+    if (aim == Aim::Flaws || isEndless)
+        flaw = makeFlaw(kind, place, what);
+    return !flaw.what.isEmpty();
+}
+
+void Walk::stop(Place place, const QString &what)
+{
+    refuse(Flaw::Kind::Syntax, place, what);
+    hasStopped = true;
 }
 
 void Walk::note(Place place, const QString &what)
@@ -124,13 +178,13 @@ void Walk::note(Place place, const QString &what)
         noted = makeFlaw(Flaw::Kind::Syntax, place, what);
 }
 
-Flaw Walk::run(Place nothing)
+Flaw Walk::run()
 {
-    while (flaw.what.isEmpty() && !rest.isEmpty())
+    while (flaw.what.isEmpty() && !hasStopped && !rest.isEmpty())
         takeToken();
     if (flaw.what.isEmpty())
-        checkEnd(nothing);
-    if (flaw.what.isEmpty()) {
+        checkEnd();
+    if (flaw.what.isEmpty() && aim == Aim::Flaws) {
         flaw = noted;
         // A "?" without a ":" takes an operand too many, a spare "," leaves one: 5,(1?2) is 1.
         flaw.isReported = !flaw.what.isEmpty() && !(hasSpareComma && hasLonelyQuestion);
@@ -138,6 +192,13 @@ Flaw Walk::run(Place nothing)
     if (!flaw.what.isEmpty())
         flaw.expression = toString(expression.constData(), expression.size());
     return flaw;
+}
+
+Place Walk::find(int token)
+{
+    while (--token > 0 && !rest.isEmpty())
+        takeToken();
+    return rest.isEmpty() ? nothing : placeAt(left());
 }
 
 Place Walk::placeAt(int count) const
@@ -173,8 +234,7 @@ void Walk::takeToken()
         return takeOperator(*token);
     const bool isPair = ahead.size() > 1 && ahead[0].isHighSurrogate() && ahead[1].isLowSurrogate();
     const QString character = ahead.left(isPair ? 2 : 1).toString();
-    refuse(Flaw::Kind::Syntax, drop(isPair ? 2 : 1),
-        QStringLiteral("'%1' has no meaning here").arg(character));
+    stop(drop(isPair ? 2 : 1), QStringLiteral("'%1' has no meaning here").arg(character));
 }
 
 void Walk::takeName()
@@ -193,8 +253,10 @@ void Walk::takeName()
 void Walk::enterMacro(const QString &name, Place place)
 {
     QString text;
-    if (!trace.find(name, text))
-        return refuse(Flaw::Kind::Name, place, QStringLiteral("unknown name '%1'").arg(name));
+    if (!trace.find(name, text)) {
+        refuse(Flaw::Kind::Name, place, QStringLiteral("unknown name '%1'").arg(name));
+        return;
+    }
     if (openNames.contains(name)) {
         refuse(Flaw::Kind::Circle, place, QStringLiteral("macro '%1' refers to itself").arg(name));
         for (const OpenMacro &macro : open) {
@@ -204,10 +266,12 @@ void Walk::enterMacro(const QString &name, Place place)
         flaw.circle.append(name);
         return;
     }
-    if (!trace.allows(text.size()))
-        return refuse(Flaw::Kind::Length, place,
-            QStringLiteral("macro '%1' grows too long")
-                .arg(open.isEmpty() ? name : open.first().name));
+    if (!trace.allows(text.size())) {
+        const QString outermost = open.isEmpty() ? name : open.first().name;
+        refuse(
+            Flaw::Kind::Length, place, QStringLiteral("macro '%1' grows too long").arg(outermost));
+        return;
+    }
     open.append({name, left(), place});
     openNames.insert(name);
     rest.replaceFront(0, text);
@@ -216,33 +280,121 @@ void Walk::enterMacro(const QString &name, Place place)
 void Walk::takeNumber()
 {
     const NumberToken token = numberAhead(rest.ahead());
+    if (refuseJoint(token.size(), static_cast<int>(token.number.size())))
+        return;
     const QString text = rest.ahead().left(token.size()).toString();
+    const QString number = token.number.toString();
     const QString unit = token.unit.toString();
-    Place place = drop(static_cast<int>(token.number.size()));
+    Place place = drop(static_cast<int>(number.size()));
+    const Place numberPlace = place;
     if (!unit.isEmpty()) {
         const Place unitPlace = drop(static_cast<int>(unit.size()));
-        if (!isKnownUnit(unit))
-            return refuse(
-                Flaw::Kind::Unit, unitPlace, QStringLiteral("unknown unit '%1'").arg(unit));
+        if (!isKnownUnit(unit) &&
+            refuse(Flaw::Kind::Unit, unitPlace, QStringLiteral("unknown unit '%1'").arg(unit)))
+            return;
         place.end = unitPlace.end;
     }
-    if (!wantsOperand)
-        return refuse(Flaw::Kind::Syntax, place,
-            QStringLiteral("an operator is missing before '%1'").arg(text));
+    if (!wantsOperand && refuse(Flaw::Kind::Syntax, place,
+                             QStringLiteral("an operator is missing before '%1'").arg(text)))
+        return;
     wantsOperand = false;
+    checkSize(number, numberPlace);
+}
+
+void Walk::checkSize(QStringView number, Place place)
+{
+    const double value = std::fabs(toDouble(number));
+    const auto *const exponent = std::find_if(number.begin(), number.end(), isLetter);
+    const bool isZero = std::all_of(number.begin(), exponent,
+        [](QChar character) { return character == '0' || character == '.'; });
+    const bool isSmall = value < std::numeric_limits<double>::min() && !isZero;
+    if (isSmall || std::isinf(value))
+        refuse(Flaw::Kind::Number, place,
+            QStringLiteral("the number '%1' is too %2")
+                .arg(inShort(number.toString()),
+                    isSmall ? QStringLiteral("small") : QStringLiteral("large")));
+}
+
+bool Walk::isJoint(int count) const
+{
+    const auto endsHere = [count](const OpenMacro &macro) { return macro.left == count; };
+    if (std::any_of(open.begin(), open.end(), endsHere))
+        return true;
+    const int index = static_cast<int>(expression.size()) - count;
+    if (count == 0 || (!open.isEmpty() && count > open.first().left))
+        return false;
+    const std::optional<TracedCharacter> previous = index > 0 ? expression[index - 1] : before;
+    return previous && !follows(expression[index], *previous);
+}
+
+bool Walk::isBehindMacro() const
+{
+    if (!isJoint(left()))
+        return false;
+    if (!open.isEmpty() && left() > open.first().left)
+        return true;
+    const TracedCharacter next = expression[expression.size() - left()];
+    return next.origin >= 0 || next.index > 0; // otherwise another text begins here
+}
+
+bool Walk::refuseJoint(int length, int allowed)
+{
+    if (aim != Aim::Flaws)
+        return false;
+    int joint = 1;
+    while (joint < length && (joint == allowed || !isJoint(left() - joint)))
+        ++joint;
+    if (joint >= length)
+        return false;
+    const QString token = rest.ahead().left(length).toString();
+    refuseJoint(inShort(token.left(joint)), inShort(token.mid(joint)), left() - joint);
+    return true;
+}
+
+void Walk::refuseJoint(const QString &one, const QString &other, int count)
+{
+    const QString ends =
+        QStringLiteral("the text of '%1' ends in '%2', which joins with '%3' behind it");
+    const auto macro = std::find_if(
+        open.rbegin(), open.rend(), [count](const OpenMacro &each) { return each.left == count; });
+    if (macro != open.rend()) {
+        refuse(Flaw::Kind::Join, macro->place, ends.arg(macro->name, one, other));
+        return;
+    }
+    const TracedCharacter next = expression[expression.size() - count];
+    const TracedCharacter last = expression[expression.size() - count - 1];
+    const auto nameOf = [this](TracedCharacter character) {
+        return trace.insertions[-1 - character.origin].macro;
+    };
+    const bool isOfOne = last.origin == next.origin || (last.origin >= 0 && next.origin >= 0);
+    if (isOfOne)
+        refuse(Flaw::Kind::Join, trace.placeOf(next, next),
+            QStringLiteral("'%1' and '%2' join, for the text between them is empty")
+                .arg(one, other));
+    else if (last.origin < 0)
+        refuse(Flaw::Kind::Join, trace.placeOf(last, last), ends.arg(nameOf(last), one, other));
+    else
+        refuse(Flaw::Kind::Join, trace.placeOf(next, next),
+            QStringLiteral("the text of '%1' begins with '%2', which joins with '%3' before it")
+                .arg(nameOf(next), other, one));
 }
 
 void Walk::takeOperator(const OperatorToken &token)
 {
     if (token.precedence == Parenthesis)
         return openParenthesis(QString(), {});
-    const Place place = drop(static_cast<int>(token.name.size()));
-    const bool isSign = token.precedence == UnaryMinus;
-    if (wantsOperand && !isSign)
-        return refuse(Flaw::Kind::Syntax, place,
-            QStringLiteral("an operand is missing before '%1'").arg(token.name));
-    if (isNegated && isSign)
-        return refuse(Flaw::Kind::Syntax, place, QStringLiteral("two minus signs in a row"));
+    const int length = static_cast<int>(token.name.size());
+    if (refuseJoint(length, length))
+        return;
+    const bool isSign = token.precedence == UnaryMinus && !isBehindMacro();
+    const Place place = drop(length);
+    if (wantsOperand && !isSign &&
+        refuse(Flaw::Kind::Syntax, place,
+            QStringLiteral("an operand is missing before '%1'").arg(token.name)))
+        return;
+    if (isNegated && isSign &&
+        refuse(Flaw::Kind::Syntax, place, QStringLiteral("two minus signs in a row")))
+        return;
     if (token.precedence == Comma)
         takeComma(place);
     else if (token.precedence == Conditional)
@@ -281,6 +433,7 @@ void Walk::takeConditional(const QString &symbol, Place place)
         level.alternative = Alternative::Second;
     } else {
         note(place, QStringLiteral("':' without its '?'"));
+        hasStopped = aim == Aim::Endlessness;
     }
 }
 
@@ -296,9 +449,9 @@ void Walk::endAlternatives(Level &level)
 void Walk::openParenthesis(const QString &function, Place name)
 {
     const Place place = drop(1);
-    if (!wantsOperand)
-        return refuse(Flaw::Kind::Syntax, function.isEmpty() ? place : name,
-            QStringLiteral("an operator is missing before '%1('").arg(function));
+    if (!wantsOperand && refuse(Flaw::Kind::Syntax, function.isEmpty() ? place : name,
+                             QStringLiteral("an operator is missing before '%1('").arg(function)))
+        return;
     Level level;
     level.opening = place;
     level.function = function;
@@ -310,11 +463,12 @@ void Walk::openParenthesis(const QString &function, Place name)
 void Walk::closeParenthesis()
 {
     const Place place = drop(1);
-    if (wantsOperand)
-        return refuse(
-            Flaw::Kind::Syntax, place, QStringLiteral("an operand is missing before ')'"));
+    if (wantsOperand &&
+        refuse(Flaw::Kind::Syntax, place, QStringLiteral("an operand is missing before ')'")))
+        return;
     if (levels.size() == 1)
-        return refuse(Flaw::Kind::Syntax, place, QStringLiteral("')' without its '('"));
+        return stop(place, QStringLiteral("')' without its '('"));
+    wantsOperand = false;
     Level closed = levels.takeLast();
     endAlternatives(closed);
     checkArguments(closed);
@@ -333,7 +487,7 @@ void Walk::checkArguments(const Level &call)
                             .arg(call.function, QString::number(found), QString::number(needed)));
 }
 
-void Walk::checkEnd(Place nothing)
+void Walk::checkEnd()
 {
     if (wantsOperand && !lastSymbol.isNull())
         refuse(Flaw::Kind::Syntax, lastPlace,
@@ -350,9 +504,14 @@ void Walk::checkEnd(Place nothing)
 
 } // namespace
 
-Flaw flawOfExpression(const TracedText &expression, Place nothing, Trace &trace)
+Flaw flawOfExpression(const TracedExpression &expression, Trace &trace, Aim aim)
 {
-    return Walk(expression, trace).run(nothing);
+    return Walk(expression, trace, aim).run();
+}
+
+Place placeOfToken(int token, const TracedExpression &expression, Trace &trace)
+{
+    return Walk(expression, trace, Aim::Flaws).find(token);
 }
 
 Flaw flawOfExpression(const QString &expression)
@@ -361,7 +520,24 @@ Flaw flawOfExpression(const QString &expression)
     if (isSurelySound(expression))
         return {};
     Trace trace;
-    return flawOfExpression(traced(expression), {}, trace);
+    return flawOfExpression({traced(expression)}, trace);
+}
+
+Flaw endlessnessOfExpression(const QString &expression)
+{
+    if (isSurelySound(expression))
+        return {};
+    TracedText text = traced(expression);
+    const auto isDropped = [](QChar character) { return character == '$'; };
+    text.erase(std::remove_if(text.begin(), text.end(), isDropped), text.end());
+    Trace trace;
+    return flawOfExpression({text}, trace, Aim::Endlessness);
+}
+
+int positionOfToken(int token, const QString &expression)
+{
+    Trace trace;
+    return placeOfToken(token, {traced(expression)}, trace).begin;
 }
 
 } // namespace Talmo

@@ -10,6 +10,7 @@
 #include "NumberFormat.h"
 #include "References.h"
 #include "Soundness.h"
+#include "Walks.h"
 #include "knownUnit.h"
 #include "talmo/Macro.h"
 #include "talmo/StartupGuard.h"
@@ -33,7 +34,27 @@ class LineWalk
 public:
     using Character = TracedCharacter;
 
+    /// What is made of expressions.
+    enum class Work {
+        Walk,     ///< over them, for a flaw
+        None,     ///< the line ends before the first of them
+        Find,     ///< the place of one of them, or in it
+        Evaluate, ///< as the expansion does
+    };
+
+    explicit LineWalk(Aim itsAim, Work itsWork = Work::Walk)
+        : aim(itsAim)
+        , work(itsWork)
+    {
+    }
+
     Flaw run(const QString &line);
+
+    /// Where token number \a token of expression number \a evaluation begins in \a line.
+    int find(int token, int evaluation, const QString &line);
+
+    TracedExpansion expand(const QString &line);
+    Macro::Table count(const QString &line);
 
     bool macro(Character first, Character last, const QString &name, TracedText &value);
     bool counter(Character first, Character last, const QString &name, TracedText &value);
@@ -55,11 +76,18 @@ private:
     /// Remembers \a found, which the library reports itself.
     void note(const Flaw &found);
 
+    /// Ends the walk if it looks for the place of this expression or in it.
+    bool find(Character first, const TracedExpression &expression);
+
+    bool walk(Character first, Character last, const TextBuffer<TracedText> &inside,
+        const ExpressionParts &parts, const TracedExpression &whole);
+    void insertResult(Character first, Character last, const QString &text, TracedText &value);
     Flaw flawOfUnits(const TextBuffer<TracedText> &inside, const ExpressionParts &parts) const;
     void checkFormat(const TextBuffer<TracedText> &inside, const ExpressionParts &parts);
 
-    /// The insertion that \a character belongs to; null if the user has written it.
-    const Insertion *insertionOf(Character character) const;
+    /// The insertion that a character of this \a origin belongs to; null if the user has written
+    /// it.
+    const Insertion *insertionOf(int origin) const;
 
     /// The names from the macro \a name, whose text \a character has come through, to itself; none
     /// if it has not.
@@ -67,6 +95,13 @@ private:
 
     /// The macro that the user has named in a reference to \a name that begins with \a first.
     QString outermost(Character first, const QString &name) const;
+
+    const Aim aim;
+    const Work work;
+    int wantedToken = 0;
+    int wantedEvaluation = 0;
+    int evaluations = 0;
+    int position = 0; ///< that was looked for
 
     Trace trace;
     QSet<QString> namesInserted; ///< one that is not among them saves the search for a circle
@@ -79,7 +114,28 @@ Flaw LineWalk::run(const QString &line)
 {
     TracedText text = traced(line);
     replaceReferences(*this, text);
-    return flaw.what.isEmpty() ? noted : flaw;
+    return flaw.what.isEmpty() && aim == Aim::Flaws ? noted : flaw;
+}
+
+int LineWalk::find(int token, int evaluation, const QString &line)
+{
+    wantedToken = token;
+    wantedEvaluation = evaluation;
+    run(line);
+    return position;
+}
+
+TracedExpansion LineWalk::expand(const QString &line)
+{
+    TracedText text = traced(line);
+    replaceReferences(*this, text);
+    return {text, trace};
+}
+
+Macro::Table LineWalk::count(const QString &line)
+{
+    run(line);
+    return trace.counted;
 }
 
 // References to macros.
@@ -104,7 +160,7 @@ bool LineWalk::counter(Character first, Character last, const QString &name, Tra
     QString text;
     if (!Macro::hash.contains(name) || !trace.find(name, text)) // a global one does not count
         return undefined(first, last, name, value);
-    if (!canCount(text)) {
+    if (aim == Aim::Flaws && !canCount(text)) {
         const QString what = QStringLiteral("macro '%1' cannot count").arg(name);
         return refuse(makeFlaw(Flaw::Kind::Counter, trace.placeOf(first, last), what));
     }
@@ -142,13 +198,13 @@ bool LineWalk::undefined(Character first, Character last, const QString &name, T
     const QString what = QStringLiteral("undefined macro '%1'").arg(name);
     note(makeFlaw(Flaw::Kind::Reference, place, what));
     undefinedAt = std::min(undefinedAt, place.begin);
-    value = {{' ', first.origin}}; // no reference can be made of it
+    value = {{' ', first.origin, first.index}}; // no reference can be made of it
     return true;
 }
 
 bool LineWalk::refuse(const Flaw &found)
 {
-    if (found.position >= undefinedAt)
+    if (work == Work::None || found.position >= undefinedAt)
         return true;
     flaw = found;
     return false;
@@ -161,21 +217,21 @@ void LineWalk::note(const Flaw &found)
     noted.isReported = true;
 }
 
-const Insertion *LineWalk::insertionOf(Character character) const
+const Insertion *LineWalk::insertionOf(int origin) const
 {
-    return character.origin < 0 ? &trace.insertions[-1 - character.origin] : nullptr;
+    return origin < 0 ? &trace.insertions[-1 - origin] : nullptr;
 }
 
 QStringList LineWalk::circle(Character character, const QString &name) const
 {
-    const Insertion *insertion = insertionOf(character);
+    const Insertion *insertion = insertionOf(character.origin);
     while (insertion != nullptr && insertion->macro != name)
-        insertion = insertionOf({character.character, insertion->origin});
+        insertion = insertionOf(insertion->origin);
     if (insertion == nullptr)
         return {};
     QStringList names = {name};
-    for (const Insertion *each = insertionOf(character); each != insertion;
-         each = insertionOf({character.character, each->origin}))
+    for (const Insertion *each = insertionOf(character.origin); each != insertion;
+         each = insertionOf(each->origin))
         names.prepend(each->macro);
     names.prepend(name);
     return names;
@@ -184,8 +240,8 @@ QStringList LineWalk::circle(Character character, const QString &name) const
 QString LineWalk::outermost(Character first, const QString &name) const
 {
     QString outer = name;
-    for (const Insertion *each = insertionOf(first); each != nullptr;
-         each = insertionOf({first.character, each->origin}))
+    for (const Insertion *each = insertionOf(first.origin); each != nullptr;
+         each = insertionOf(each->origin))
         outer = each->macro;
     return outer;
 }
@@ -214,41 +270,82 @@ void LineWalk::checkFormat(const TextBuffer<TracedText> &inside, const Expressio
             QStringLiteral("invalid format '%1'").arg(format)));
 }
 
+/// The expression in \a parts of \a inside, which stands between \a first, a "$", with a brace, and
+/// \a last, a brace.
+TracedExpression expressionIn(const TextBuffer<TracedText> &inside, const ExpressionParts &parts,
+    TracedCharacter first, TracedCharacter last, const Trace &trace)
+{
+    const TracedCharacter next = parts.begin < inside.size() ? inside[parts.begin] : last;
+    const TracedCharacter brace = {'{', first.origin, first.index + 1};
+    const int nothing = trace.placeOf(next, next).begin;
+    return {TracedText(inside.begin() + parts.begin, inside.begin() + parts.end),
+        {nothing, nothing}, parts.begin > 0 ? inside[parts.begin - 1] : brace};
+}
+
 bool LineWalk::expression(
     Character first, Character last, const TextBuffer<TracedText> &inside, TracedText &value)
 {
-    if (undefinedAt != nowhere)
+    if (undefinedAt != nowhere || work == Work::None)
         return false; // the expansion ends before it comes to expressions
-    const Insertion *const insertion = insertionOf(first);
+    const ExpressionParts parts(toString(inside));
+    const TracedExpression whole = expressionIn(inside, parts, first, last, trace);
+    ++evaluations;
+    if (work == Work::Find && evaluations == wantedEvaluation)
+        return find(first, whole);
+    if (work == Work::Walk && !walk(first, last, inside, parts, whole))
+        return false;
+    if (work == Work::Evaluate)
+        insertResult(first, last, valueOfReference(toString(inside)), value);
+    else if (parts.formatEnd > 0) // a number and a unit make no reference
+        insertResult(first, last, toString(inside.constData(), parts.formatEnd), value);
+    return true;
+}
+
+bool LineWalk::find(Character first, const TracedExpression &expression)
+{
+    const Place place = wantedToken == 0 ? trace.placeOf(first, first)
+                                         : placeOfToken(wantedToken, expression, trace);
+    position = place.begin;
+    return false;
+}
+
+void LineWalk::insertResult(Character first, Character last, const QString &text, TracedText &value)
+{
+    trace.insertions.append(
+        {QString(), trace.placeOf(first, last), first.origin, /*isPrinted=*/true});
+    value = traced(text);
+    for (Character &character : value)
+        character.origin = -static_cast<int>(trace.insertions.size());
+}
+
+/// Looks for what is wrong in a reference to an expression. False if that ends the walk.
+bool LineWalk::walk(Character first, Character last, const TextBuffer<TracedText> &inside,
+    const ExpressionParts &parts, const TracedExpression &whole)
+{
+    if (aim == Aim::Endlessness) {
+        TracedExpression seen = whole; // by the evaluator
+        const auto isDropped = [](Character character) { return isDollar(character); };
+        seen.text.erase(
+            std::remove_if(seen.text.begin(), seen.text.end(), isDropped), seen.text.end());
+        flaw = flawOfExpression(seen, trace, aim);
+        return flaw.what.isEmpty();
+    }
+    const Insertion *const insertion = insertionOf(first.origin);
     if (insertion != nullptr && insertion->isPrinted) {
         flaw = makeFlaw(Flaw::Kind::Reference, trace.placeOf(first, last),
             QStringLiteral("the result of an expression begins another reference"));
         return false;
     }
-    const ExpressionParts parts(toString(inside));
     flaw = flawOfUnits(inside, parts);
     if (!flaw.what.isEmpty())
         return false;
     checkFormat(inside, parts);
-    const Character next = parts.begin < inside.size() ? inside[parts.begin] : last;
-    const int nothing = trace.placeOf(next, next).begin;
-    const Flaw found =
-        flawOfExpression(TracedText(inside.begin() + parts.begin, inside.begin() + parts.end),
-            {nothing, nothing}, trace);
-    if (found.isReported) {
+    const Flaw found = flawOfExpression(whole, trace);
+    if (found.isReported)
         note(found);
-    } else if (!found.what.isEmpty()) {
+    else
         flaw = found;
-        return false;
-    }
-    if (parts.formatEnd == 0)
-        return true; // a number and a unit make no reference
-    value = TracedText(inside.begin(), inside.begin() + parts.formatEnd);
-    trace.insertions.append(
-        {QString(), trace.placeOf(first, last), first.origin, /*isPrinted=*/true});
-    for (Character &character : value)
-        character.origin = -static_cast<int>(trace.insertions.size());
-    return true;
+    return flaw.what.isEmpty();
 }
 
 void LineWalk::neverClosed(Character dollar, Character brace)
@@ -261,13 +358,33 @@ void LineWalk::neverClosed(Character dollar, Character brace)
 
 Flaw walkOverLine(const QString &line)
 {
-    return LineWalk().run(line);
+    return LineWalk(Aim::Flaws).run(line);
 }
 
 Flaw flawOfLine(const QString &line)
 {
     startupGuard();
     return isLineSurelySound(line) ? Flaw() : walkOverLine(line);
+}
+
+Flaw endlessnessOfLine(const QString &line)
+{
+    return isLineSurelySound(line) ? Flaw() : LineWalk(Aim::Endlessness).run(line);
+}
+
+int positionOfToken(int token, int evaluation, const QString &line)
+{
+    return LineWalk(Aim::Flaws, LineWalk::Work::Find).find(token, evaluation, line);
+}
+
+Macro::Table countersBehind(const QString &line)
+{
+    return LineWalk(Aim::Flaws, LineWalk::Work::None).count(line);
+}
+
+TracedExpansion tracedExpansion(const QString &line)
+{
+    return LineWalk(Aim::Flaws, LineWalk::Work::Evaluate).expand(line);
 }
 
 } // namespace Talmo

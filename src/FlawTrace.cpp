@@ -20,8 +20,15 @@ TracedText traced(const QString &text)
     TracedText characters;
     characters.reserve(static_cast<int>(text.size()));
     for (const QChar character : text)
-        characters.append({character, static_cast<int>(characters.size())});
+        characters.append(
+            {character, static_cast<int>(characters.size()), static_cast<int>(characters.size())});
     return characters;
+}
+
+bool follows(TracedCharacter next, TracedCharacter character)
+{
+    const bool isOfUser = next.origin >= 0 && character.origin >= 0;
+    return (isOfUser || next.origin == character.origin) && next.index == character.index + 1;
 }
 
 QString toString(const TracedCharacter *begin, qsizetype size)

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 // What the walks over expressions (Flaw.cpp) and over lines (FlawOfLine.cpp) have in common: texts
 // whose characters know where they come from.
 
@@ -22,6 +24,7 @@ struct Place {
 struct TracedCharacter {
     QChar character;
     int origin; ///< its position in the user's text, or -1 - i for one of insertion number i
+    int index;  ///< its position in the text that it comes from
 
     operator QChar() const { return character; }
 };
@@ -30,6 +33,9 @@ using TracedText = QVector<TracedCharacter>;
 
 /// \a text, as the user has written it.
 TracedText traced(const QString &text);
+
+/// Whether \a next has always stood directly behind \a character.
+bool follows(TracedCharacter next, TracedCharacter character);
 
 /// The \a size characters from \a begin on (see References.h).
 QString toString(const TracedCharacter *begin, qsizetype size);
@@ -66,8 +72,24 @@ private:
 /// The flaw \a what at \a place.
 Flaw makeFlaw(Flaw::Kind kind, Place place, const QString &what);
 
-/// What is wrong in \a expression; \a nothing is where it would stand if it were empty.
-Flaw flawOfExpression(const TracedText &expression, Place nothing, Trace &trace);
+/// What a walk is made for.
+enum class Aim {
+    Flaws,
+    Endlessness, ///< flaws with which the library would go on without end, or until memory runs out
+};
+
+/// An expression in the user's text.
+struct TracedExpression {
+    TracedText text;
+    Place nothing = {};                                   ///< where it would stand if it were empty
+    std::optional<TracedCharacter> before = std::nullopt; ///< the character in front of it
+};
+
+/// What is wrong in \a expression.
+Flaw flawOfExpression(const TracedExpression &expression, Trace &trace, Aim aim = Aim::Flaws);
+
+/// Where token number \a token of \a expression begins, which has no flaw.
+Place placeOfToken(int token, const TracedExpression &expression, Trace &trace);
 
 /// What is wrong in \a line; flawOfLine without the proof that comes first.
 Flaw walkOverLine(const QString &line);

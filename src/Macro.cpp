@@ -149,13 +149,7 @@ bool Values::counter(QChar /*first*/, QChar /*last*/, const QString &name, QStri
 bool Values::expression(
     QChar /*first*/, QChar /*last*/, const TextBuffer<QString> &inside, QString &value) const
 {
-    QString text = toString(inside);
-    const ExpressionParts parts(text);
-    const QString format = parts.formatEnd > 0 ? text.left(parts.formatEnd) : QStringLiteral("%g");
-    const QString units = parts.unitsBegin > 0 ? text.mid(parts.unitsBegin) : QStringLiteral("-");
-    text.truncate(parts.end);
-    text.remove(0, parts.begin);
-    value = Units::evaluate(format, text, units);
+    value = valueOfReference(toString(inside));
     return true;
 }
 
@@ -184,6 +178,17 @@ const Alphabet *wrapping(QChar character)
 }
 
 } // namespace
+
+QString valueOfReference(QString inside)
+{
+    const ExpressionParts parts(inside);
+    const QString format =
+        parts.formatEnd > 0 ? inside.left(parts.formatEnd) : QStringLiteral("%g");
+    const QString units = parts.unitsBegin > 0 ? inside.mid(parts.unitsBegin) : QStringLiteral("-");
+    inside.truncate(parts.end);
+    inside.remove(0, parts.begin);
+    return Units::evaluate(format, inside, units);
+}
 
 QString Macro::expand(QString text)
 {

@@ -26,12 +26,16 @@ void append(QStringView text, TextBuffer<QString> &replaced)
 }
 
 /// Appends the text of the macro \a name. False if there is none, or if a reference may come of it.
-bool appendMacro(QStringView name, TextBuffer<QString> &replaced)
+bool appendMacro(QStringView name, TextBuffer<QString> &replaced, Joints *joints)
 {
     const QString *const text = findMacro(lookUpKey(name));
     if (text == nullptr || std::any_of(text->begin(), text->end(), isOfReferences))
         return false;
+    if (joints != nullptr)
+        joints->append(static_cast<int>(replaced.size()));
     append(*text, replaced);
+    if (joints != nullptr)
+        joints->append(static_cast<int>(replaced.size()));
     return true;
 }
 
@@ -43,14 +47,14 @@ qsizetype wordLength(QStringView text)
 
 /// Appends "${", \a inside with each $name in it replaced, and "}". False if it is not sure that
 /// this is an expression or a counter.
-bool appendExpression(QStringView inside, TextBuffer<QString> &replaced)
+bool appendExpression(QStringView inside, TextBuffer<QString> &replaced, Joints *joints)
 {
     const auto begin = replaced.size() + 2;
     append(QStringLiteral("${"), replaced);
     for (auto dollar = inside.indexOf('$'); dollar >= 0; dollar = inside.indexOf('$')) {
         append(inside.left(dollar), replaced);
         const qsizetype length = wordLength(inside.mid(dollar + 1));
-        if (length == 0 || !appendMacro(inside.mid(dollar + 1, length), replaced))
+        if (length == 0 || !appendMacro(inside.mid(dollar + 1, length), replaced, joints))
             return false;
         inside = inside.mid(dollar + 1 + length);
     }
@@ -62,18 +66,18 @@ bool appendExpression(QStringView inside, TextBuffer<QString> &replaced)
 
 /// Appends what \a text begins with, a "$" and perhaps a reference, with names replaced. Returns
 /// how much of \a text that was; 0 if it is not sure.
-qsizetype appendReference(QStringView text, TextBuffer<QString> &replaced)
+qsizetype appendReference(QStringView text, TextBuffer<QString> &replaced, Joints *joints)
 {
     const qsizetype length = wordLength(text.mid(1));
     if (length > 0)
-        return appendMacro(text.mid(1, length), replaced) ? 1 + length : 0;
+        return appendMacro(text.mid(1, length), replaced, joints) ? 1 + length : 0;
     const QChar next = text.size() > 1 ? text[1] : QChar();
     if (isOpening(next)) {
         const auto end = text.indexOf('}');
         const QStringView inside = text.mid(2, std::max<qsizetype>(end - 2, 0));
         const bool isName = wordLength(inside) == inside.size();
-        return end > 0 &&
-                       (isName ? appendMacro(inside, replaced) : appendExpression(inside, replaced))
+        return end > 0 && (isName ? appendMacro(inside, replaced, joints)
+                                  : appendExpression(inside, replaced, joints))
                    ? end + 1
                    : 0;
     }
@@ -83,11 +87,11 @@ qsizetype appendReference(QStringView text, TextBuffer<QString> &replaced)
 
 } // namespace
 
-bool replacePlainNames(QStringView line, TextBuffer<QString> &replaced)
+bool replacePlainNames(QStringView line, TextBuffer<QString> &replaced, Joints *joints)
 {
     for (auto dollar = line.indexOf('$'); dollar >= 0; dollar = line.indexOf('$')) {
         append(line.left(dollar), replaced);
-        const qsizetype length = appendReference(line.mid(dollar), replaced);
+        const qsizetype length = appendReference(line.mid(dollar), replaced, joints);
         if (length == 0)
             return false;
         line = line.mid(dollar + length);

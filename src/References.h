@@ -200,6 +200,10 @@ struct ExpressionParts {
     }
 };
 
+/// What a reference to an expression stands for, with \a inside between "${" and "}". The evaluator
+/// reports its problems.
+QString valueOfReference(QString inside);
+
 /// Replaces each "${", up to the next "}", by what \a values make of the text inside. Stops and
 /// returns false if \a values return false, or at a "${" that is never closed.
 template <typename Text, typename Values>

@@ -21,6 +21,8 @@
 
 #include <QVarLengthArray>
 
+#include <algorithm>
+
 namespace Talmo
 {
 
@@ -40,6 +42,32 @@ bool endsBefore(QStringView text, QChar next)
     if (next == '+' || next == '-')
         return last != 'e' && last != 'E'; // an exponent may begin
     return next.isNull() || endings.contains(next);
+}
+
+/// Whether a double surely holds \a token: it neither overflows nor underflows.
+bool isSurelyHeld(const NumberToken &token)
+{
+    const auto isOfExponent = [](QChar character) { return isDigit(character); };
+    return token.number.size() < 200 &&
+           std::count_if(token.exponent.begin(), token.exponent.end(), isOfExponent) < 3;
+}
+
+/// Whether surely no token goes over \a position of \a text, where the text of a macro begins or
+/// ends. Most operators are of one character.
+bool isSurelyApart(QStringView text, qsizetype position)
+{
+    static const QString alone = QStringLiteral("()*/^,?:;{}");
+    const auto at = [text](qsizetype index) {
+        return index >= 0 && index < text.size() ? text[index] : QChar();
+    };
+    const auto mayBeExponent = [](QChar letter) { return letter == 'e' || letter == 'E'; };
+    const QChar before = at(position - 1);
+    const QChar next = at(position);
+    if (next == '-' || next == '+') // it may become a sign of an operand, or of an exponent
+        return before == ')' || (isWordCharacter(before) && !mayBeExponent(before));
+    if (before == '-' || before == '+')
+        return !mayBeExponent(at(position - 2));
+    return alone.contains(before) || alone.contains(next);
 }
 
 /// The proof for an expression.
@@ -106,7 +134,8 @@ int ExpressionProof::takeToken(QStringView text, QChar next)
 int ExpressionProof::takeNumber(QStringView text)
 {
     const NumberToken token = numberAhead(text);
-    if (!wantsOperand || (token.hasUnit() && !isKnownUnit(lookUpKey(token.unit))))
+    if (!wantsOperand || !isSurelyHeld(token) ||
+        (token.hasUnit() && !isKnownUnit(lookUpKey(token.unit))))
         return 0;
     wantsOperand = false;
     return token.size();
@@ -192,15 +221,22 @@ bool isLineSurelySound(const QString &line)
 {
     TextBuffer<QString> buffer;
     Trace trace;
-    if (!replacePlainNames(line, buffer) || !trace.allows(buffer.size()))
+    Joints joints;
+    if (!replacePlainNames(line, buffer, &joints) || !trace.allows(buffer.size()))
         return false;
-    QStringView text(buffer.constData(), buffer.size());
-    for (int begin = findDollar(isOpening, text); begin >= 0; begin = findDollar(isOpening, text)) {
-        text = text.mid(begin + 2);
-        const auto end = text.indexOf('}');
-        if (!isSoundReference(text.left(end), trace))
+    const QStringView text(buffer.constData(), buffer.size());
+    const auto *joint = joints.constBegin();
+    for (int dollar = findDollar(isOpening, text); dollar >= 0;) {
+        const auto begin = dollar + 2;
+        const auto end = text.indexOf('}', begin);
+        joint = std::find_if(joint, joints.constEnd(), [&](int each) { return each >= begin; });
+        for (; joint != joints.constEnd() && *joint <= end; ++joint) {
+            if (!isSurelyApart(text, *joint))
+                return false;
+        }
+        if (!isSoundReference(text.mid(begin, end - begin), trace))
             return false;
-        text = text.mid(end);
+        dollar = findDollar(isOpening, text, static_cast<int>(end));
     }
     return true;
 }

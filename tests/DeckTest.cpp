@@ -389,7 +389,7 @@ TEST_F(DeckFiles, WhatIsNotANumberOrAMacroIsTold)
         {"drift 1/0", "'1/0' is not finite"},
         {"drift sqrt(-1)", "'sqrt(-1)' is not finite"},
         {"accelerate 1e308GeV", "'1e308GeV' is not finite"},
-        {"quad 1 1e999", "'1e999' is not finite"},
+        {"quad 1 1e999", "the number '1e999' is too large"},
         {"drift -1e-9", "negative length '-1e-9'"},
         {"drift 2mm-1cm", "negative length '2mm-1cm'"},
         {"define", "expected 'define NAME TEXT', found 'define'"},

@@ -65,7 +65,7 @@ TEST_F(FlawOfLine, ExpressionsAreWalkedOver)
         {"x ${1+${bad}}", macros, "an operand is missing behind '*'", 6, 6},
         {"x ${1+bad}", macros, "an operand is missing behind '*'", 6, 3},
         {"x ${10+-$neg}", macros, "two minus signs in a row", 8, 4},
-        {"${$good.5.5}", macros, "an operator is missing before '.5'", 9, 2},
+        {"${($good).5.5}", macros, "an operator is missing before '.5'", 9, 2},
         {"$line ${2*}", {{"line", "${1+}"}}, "an operand is missing behind '+'", 0, 5},
         {"x ${line}", {{"line", "${2*$u}"}, {"u", "3parsec"}}, "'$' has no meaning here", 2, 7},
         {"x $line", {{"line", "${2*$u}"}, {"u", "3parsec"}}, "unknown unit 'parsec'", 2, 5},
@@ -73,6 +73,45 @@ TEST_F(FlawOfLine, ExpressionsAreWalkedOver)
     });
     Macro::hash = macros;
     EXPECT_EQ(flawOfLine("x ${%g;2+$bad;mm}").expression, "2+2*");
+}
+
+TEST_F(FlawOfLine, TextsOfMacrosMustNotJoinWithWhatStandsBesideThem)
+{
+    const Macro::Table macros = {{"e", "1e"}, {"two", "2"}, {"none", ""}, {"mm", "mm"}, {"k", "k"},
+        {"n", "9"}, {"times", "2*"}, {"neg", "-3"}, {"sign", "-"}, {"eq", "=2"}, {"sin", "sin"},
+        {"x_9", "1"}, {"deep", "$two"}, {"inner", "(1${none}2)"}, {"m", "m"}, {"exp", "e-3"}};
+    const auto ends = [](const char *name, const char *one, const char *other) {
+        return QString("the text of '%1' ends in '%2', which joins with '%3' behind it")
+            .arg(name, one, other);
+    };
+    const auto begins = [](const char *name, const char *one, const char *other) {
+        return QString("the text of '%1' begins with '%2', which joins with '%3' before it")
+            .arg(name, one, other);
+    };
+    const QString empty = "'1' and '2' join, for the text between them is empty";
+    const QString missing = "an operand is missing before '-'";
+    expect({
+        {"x ${2*$e-3}", macros, ends("e", "1e", "-3"), 6, 2},
+        {"${$e-$two}", macros, ends("e", "1e", "-2"), 2, 2},
+        {"${(1$two)}", macros, begins("two", "2", "1"), 4, 4},
+        {"${${two}0;mm}", macros, ends("two", "2", "0"), 2, 6},
+        {"${(${n++}0)}", macros, ends("n", "9", "0"), 3, 6},
+        {"${1+$two$two}", macros, ends("two", "2", "2"), 4, 4},
+        {"${1+$deep.5}", macros, ends("two", "2", ".5"), 4, 5},
+        {"${2$exp}", macros, begins("exp", "e-3", "2"), 3, 4},
+        {"${(5$k$m)}", macros, ends("k", "5k", "m"), 4, 2},
+        {"${(5m$m)}", macros, begins("m", "m", "5m"), 5, 2},
+        {"${1<$eq}", macros, begins("eq", "=", "<"), 4, 3},
+        {"${(1${none}2)}", macros, empty, 11, 1}, {"x ${$inner}", macros, empty, 4, 6},
+        {"${2*$times-3}", macros, missing, 10, 1}, {"${2*$none-3}", macros, missing, 9, 1},
+        {"${$none-3}", macros, missing, 7, 1}, {"${%g;$none-3}", macros, missing, 10, 1},
+        // What authors of decks write.
+        {"${(5$mm)} ${(${two}mm)} ${2*${n}$mm;mm}", macros},
+        {"${2*x_${n}} ${2*x_$n} ${${sin}(1)} ${$sin(1)}", macros},
+        {"${2*$neg} ${2-$neg} ${1+$two-3} ${$two-$two} ${(${sign}3)} ${${sign}3}", macros},
+        {"${($none$two)} ${$two*$two} ${($two$mm)} ${$neg$mm}", macros},
+        {"$two$two ${two}0 1$e-3 cell_$n.dat", macros}, // in no expression
+    });
 }
 
 TEST_F(FlawOfLine, ReferencesAreReplacedInTheOrderOfTheExpansion)

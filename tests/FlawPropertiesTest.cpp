@@ -193,8 +193,8 @@ TEST_F(FlawProperties, WithoutAFlawALineIsExpanded)
 {
     const char *const pieces[] = {"$", "$a", "$b", "${", "${", "${a", "${c", "{", "}", "}", "}",
         "++}", "+", "-", "3", "2mm", ";", ";mm}", ";parsec}", "%g;", "%.2f;", "%d;", "%g$;", " ",
-        "(", ")", "a", "b", "c", "n", "m", "*", ","};
-    int kinds[8] = {};
+        "(", ")", "a", "b", "c", "n", "m", "*", ",", "$n", "${(1", "1e"};
+    int kinds[10] = {};
     for (int n = 0; n < 60000 && !HasFailure(); ++n) {
         Macro::globalHash = {{"m", joined(pieces, 2)}};
         Macro::hash = {{"a", joined(pieces, 3)}, {"b", joined(pieces, 3)}, {"n", "9"}};
@@ -214,8 +214,9 @@ TEST_F(FlawProperties, WithoutAFlawALineIsExpanded)
         const QString report = printed();
         EXPECT_TRUE(isReportOf(flaw, report)) << flaw.what.toStdString() << report.toStdString();
     }
-    for (const Flaw::Kind kind : {Flaw::Kind::None, Flaw::Kind::Syntax, Flaw::Kind::Name,
-             Flaw::Kind::Unit, Flaw::Kind::Circle, Flaw::Kind::Counter, Flaw::Kind::Reference})
+    for (const Flaw::Kind kind :
+        {Flaw::Kind::None, Flaw::Kind::Syntax, Flaw::Kind::Name, Flaw::Kind::Unit, Flaw::Kind::Join,
+            Flaw::Kind::Circle, Flaw::Kind::Counter, Flaw::Kind::Reference})
         EXPECT_GT(kinds[static_cast<int>(kind)], 20) << static_cast<int>(kind);
 }
 
@@ -249,7 +250,7 @@ TEST_F(SurelySound, ExpressionsHaveNoFlaw)
         defineMacros();
         const QString expression = joined(pieces, 1 + pick(9));
         Trace trace;
-        const Flaw flaw = Talmo::flawOfExpression(Talmo::traced(expression), {}, trace);
+        const Flaw flaw = Talmo::flawOfExpression({Talmo::traced(expression)}, trace);
         sound += flaw.what.isEmpty() ? 1 : 0;
         if (!isSurelySound(expression))
             continue;

@@ -153,13 +153,6 @@ TEST_F(FlawOfExpression, InTheTextOfAMacroThePlaceIsItsName)
         {"1+worse", macros, "an operand is missing before '+'", 2, 5},
         {"good+deep+good", macros, "unknown unit 'parsec'", 5, 4},
         {"(5)good", macros, "an operator is missing before '1'", 3, 4},
-        // Texts merge with what follows them.
-        {"e-1", macros},
-        {"(1)less=2", macros},
-        {"(1)less=", macros, "an operand is missing behind '<='", 3, 5},
-        {"through.5", macros},
-        {"(1)through.5", macros, "an operator is missing before '2.5'", 3, 9},
-        {"through.5mx", macros, "unknown unit 'mx'", 9, 2},
         {"open,2)", macros},
         {"5+open", macros, "'(' is never closed", 2, 4},
         {"5+close", macros, "')' without its '('", 2, 5},
@@ -170,6 +163,59 @@ TEST_F(FlawOfExpression, InTheTextOfAMacroThePlaceIsItsName)
         {"1+none", macros, "an operand is missing behind '+'", 1, 1},
         {"none+1", macros, "an operand is missing before '+'", 4, 1},
     });
+}
+
+TEST_F(FlawOfExpression, TextsOfMacrosMustNotJoinWithWhatFollowsThem)
+{
+    const Macro::Table macros = {{"e", "1+2e"}, {"two", "2"}, {"through", "two"}, {"less", "<"},
+        {"is", "1="}, {"and", "1&"}, {"both", "e-3"}, {"times", "2*"}, {"none", ""}, {"neg", "-3"},
+        {"sign", "-"}};
+    expect({
+        {"5*e-1", macros, "the text of 'e' ends in '2e', which joins with '-1' behind it", 2, 1},
+        {"e+1", macros, "the text of 'e' ends in '2e', which joins with '+1' behind it", 0, 1},
+        {"e-x", {{"e", "2e"}, {"x", "1"}}}, // no digit behind it, so no exponent
+        {"(e)-1", macros},
+        {"e*1", macros},
+        {"1+both", macros, "the text of 'e' ends in '2e', which joins with '-3' behind it", 2, 4},
+        {"two.5", macros, "the text of 'two' ends in '2', which joins with '.5' behind it", 0, 3},
+        {"through.5mx", macros, "the text of 'two' ends in '2', which joins with '.5mx' behind it",
+            0, 7},
+        {"(1)less=2", macros, "the text of 'less' ends in '<', which joins with '=' behind it", 3,
+            4},
+        {"is=1", macros, "the text of 'is' ends in '=', which joins with '=' behind it", 0, 2},
+        {"and&1", macros, "the text of 'and' ends in '&', which joins with '&' behind it", 0, 3},
+        {"(1)less-2", macros, "an operand is missing before '-'", 7, 1},
+        // A minus sign is no part of an operand of which the macro has the rest.
+        {"1*times-3", macros, "an operand is missing before '-'", 7, 1},
+        {"2*none-3", macros, "an operand is missing before '-'", 6, 1},
+        {"none-3", macros, "an operand is missing before '-'", 4, 1},
+        {"two-3", macros},
+        {"2*neg", macros},
+        {"neg-3", macros},
+        {"2*neg*2", macros},
+    });
+    Macro::hash = macros;
+    EXPECT_EQ(flawOfExpression("two.5").kind, Flaw::Kind::Join);
+}
+
+TEST_F(FlawOfExpression, NumbersMustBeHeldByADouble)
+{
+    const QString zeros = QString("0").repeated(400);
+    expect({
+        {"1e400", {}, "the number '1e400' is too large", 0, 5},
+        {"2*1e309mm", {}, "the number '1e309' is too large", 2, 5},
+        {"1.7e308"},
+        {"1" + zeros, {}, "the number '1" + zeros.left(19) + "...' is too large", 0, 401},
+        {"1e-400", {}, "the number '1e-400' is too small", 0, 6},
+        {"1+1e-310s", {}, "the number '1e-310' is too small", 2, 6},
+        {"3e-308"},
+        {"0e-400"},
+        {"0.0e999"},
+        {"." + zeros + "1", {}, "the number '." + zeros.left(19) + "...' is too small", 0, 402},
+        {"1" + zeros + "e-400"},
+        {"1+x", {{"x", "1e999"}}, "the number '1e999' is too large", 2, 1},
+    });
+    EXPECT_EQ(flawOfExpression("1e400").kind, Flaw::Kind::Number);
 }
 
 TEST_F(FlawOfExpression, MacrosMustNotReferToThemselves)
@@ -280,9 +326,9 @@ TEST_F(FlawOfExpression, TellsTheKind)
 TEST_F(FlawOfExpression, TextsOfMacrosAreNotLongerThanAMillionCharacters)
 {
     const int most = 1 << 20;
-    Macro::hash["digits"] = QString(most, '1');
+    Macro::hash["digits"] = QString(most, '0');
     EXPECT_EQ(flawOfExpression("2+digits").what, "");
-    Macro::hash["digits"] += "1";
+    Macro::hash["digits"] += "0";
     FlawTest::expect(
         flawOfExpression, {{"2+digits", Macro::hash, "macro 'digits' grows too long", 2, 6}});
     EXPECT_EQ(flawOfExpression("2+digits").kind, Flaw::Kind::Length);

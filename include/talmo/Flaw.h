@@ -18,10 +18,15 @@ namespace Talmo
 /// - functions that do not exist, or have another number of arguments;
 /// - characters that mean nothing there, and "$", which the evaluator drops;
 /// - names that are no macro, and units that are not in the table;
+/// - numbers that a double does not hold, because they are too large, or nearly 0;
+/// - texts of macros that join with what stands beside them to a number, a unit or an operator, as
+///   "1e" does with "-3" in x-3, or that end where an operand has to follow;
 /// - macros that refer to themselves, also through others, so that the library would go on for
 ///   ever; macros that insert more than a million characters;
 /// - in a line also undefined macros, counters that hold neither digits nor letters alone, a "${"
 ///   that is never closed, formats that are none, and results that begin another reference.
+///
+/// A number and a unit may come from two texts, and so may the parts of a name, as in cell_$n.
 ///
 /// What depends on values is not found: units that do not fit together, and results that are not
 /// finite. Nor is a "$name" that the text of a "${name}" brings, which stays as it is. An
@@ -32,6 +37,8 @@ struct Flaw {
         Syntax,    ///< of an expression
         Name,      ///< that is no macro
         Unit,      ///< that is not in the table
+        Number,    ///< too large or too small for a double
+        Join,      ///< of the text of a macro with what stands beside it
         Circle,    ///< a macro that refers to itself
         Length,    ///< macros that insert too much
         Counter,   ///< a macro that cannot count
