@@ -59,8 +59,9 @@ bool isSilent(const QString &text)
     return begin == text.size() || text[begin] == QLatin1Char('#');
 }
 
-/// Defines what the file \a name says. False if something is wrong, which was said.
-int defineByFile(const QString &name, const CommandLine &line)
+/// Defines what the file \a name says, without the macros \a kept. Returns the exit status; what is
+/// wrong was said.
+int defineByFile(const QString &name, const CommandLine &line, const QSet<QString> &kept)
 {
     InputLines lines;
     if (!lines.open(name))
@@ -71,7 +72,7 @@ int defineByFile(const QString &name, const CommandLine &line)
         FilterLine one(name, lines.number(), input.text);
         const QString text = textOf(input.text);
         if (isDefinition(text))
-            performDefinition(one, text);
+            performDefinition(one, text, kept);
         else if (!isSilent(text))
             one.report(firstWord(text) + 1, QStringLiteral("no definition, 'define NAME TEXT'"));
         isWrong = isWrong || one.isWrong();
@@ -95,19 +96,19 @@ void addDefinitionOptions(CommandLine &line)
 
 int define(const CommandLine &line)
 {
-    int status = AllIsWell;
-    for (const QString &name : line.values(fileOption)) {
-        if (status == AllIsWell)
-            status = defineByFile(name, line);
-    }
-    if (status != AllIsWell)
-        return status;
+    QSet<QString> kept;
     for (const QString &text : line.values(defineOption)) {
         QString problem;
         if (!defineByText(text, problem))
             return line.refuse(problem);
+        kept.insert(text.left(text.indexOf(QLatin1Char('='))));
     }
-    return AllIsWell;
+    int status = AllIsWell;
+    for (const QString &name : line.values(fileOption)) {
+        if (status == AllIsWell)
+            status = defineByFile(name, line, kept);
+    }
+    return status;
 }
 
 bool defineByText(const QString &text, QString &problem)
@@ -135,9 +136,11 @@ bool defineByAssignment(const QString &text)
     return true;
 }
 
-bool readsStandardInput(const CommandLine &line)
+QString problemOfStandardInput(const CommandLine &line, bool isRead, const QString &contents)
 {
-    return line.values(fileOption).contains(QStringLiteral("-"));
+    const bool isBoth = isRead && line.values(fileOption).contains(QStringLiteral("-"));
+    return isBoth ? QStringLiteral("standard input cannot be both definitions and %1").arg(contents)
+                  : QString();
 }
 
 bool isDefinition(const QString &text)
@@ -146,7 +149,7 @@ bool isDefinition(const QString &text)
     return takeWord(text, position) == keyword;
 }
 
-void performDefinition(FilterLine &line, const QString &text)
+void performDefinition(FilterLine &line, const QString &text, const QSet<QString> &kept)
 {
     QString expanded;
     Strict strict;
@@ -164,7 +167,8 @@ void performDefinition(FilterLine &line, const QString &text)
     QString value = expanded.mid(position);
     while (!value.isEmpty() && isBlank(value.back()))
         value.chop(1);
-    Macro::hash[name] = value;
+    if (!kept.contains(name))
+        Macro::hash[name] = value;
 }
 
 } // namespace Talmo

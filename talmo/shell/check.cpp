@@ -2,7 +2,8 @@
 //
 // The library finds one flaw in a line at a time. So what was found is covered, by blanks or by
 // digits of the same length, and the line is looked at again. What stands behind keeps its place.
-// In the end, what is still as the user wrote it is evaluated.
+// In the end, what is still as the user wrote it is expanded, as the code that reads the deck sees
+// it, and searched for units that only the texts of macros bring.
 //
 // A macro whose definition is wrong is not defined. That would be told at each of its uses once
 // more, so what is wrong with a use of such a macro is not told.
@@ -10,6 +11,7 @@
 #include "CommandLine.h"
 #include "Definitions.h"
 #include "Filter.h"
+#include "Walks.h"
 #include "commandTable.h"
 #include "knownUnit.h"
 #include "lineText.h"
@@ -119,6 +121,7 @@ private:
     void coverFlaw(const Flaw &flaw, QSet<int> &places);
     bool standsForNumber(Range range, Flaw::Kind kind) const;
     void findMisfits();
+    void findInsertedUnits();
     void define(FilterLine &input);
     void add(int position, const QString &message);
 
@@ -163,6 +166,33 @@ void Check::findNumbers()
             continue;
         isWrong = true;
         findings.push_back({columns.at(numbers.unitPosition()), unknownUnit(unit)});
+    }
+}
+
+/// Finds unknown units behind numbers that the user has not written as they are: they come from the
+/// text of a macro, or from the result of an expression. Such a unit stands where the reference
+/// does.
+void Check::findInsertedUnits()
+{
+    const auto isInserted = [](TracedCharacter character) { return character.origin < 0; };
+    const TracedExpansion expansion = tracedExpansion(rest);
+    const TracedText &characters = expansion.text;
+    if (std::none_of(characters.begin(), characters.end(), isInserted))
+        return;
+    std::string expanded;
+    appendBytes(expanded, toString(characters.constData(), characters.size()));
+    NumbersWithUnits numbers(expanded);
+    NumberWithUnit number;
+    const std::string_view all = expanded;
+    while (numbers.next(number)) {
+        const QString unit = textOf(number.unit);
+        if (isKnownUnit(unit) || isWord(number))
+            continue;
+        const TracedCharacter *const begin =
+            characters.constData() + textOf(all.substr(0, numbers.position())).size();
+        const TracedCharacter *const end = begin + textOf(number.text()).size();
+        if (std::any_of(begin, end, isInserted))
+            add(expansion.trace.placeOf(*(end - unit.size()), *(end - 1)).begin, unknownUnit(unit));
     }
 }
 
@@ -227,7 +257,7 @@ bool Check::standsForNumber(Range range, Flaw::Kind kind) const
     return before != '{' || (next != '}' && rest.mid(range.end, 3) != QLatin1String("++}"));
 }
 
-/// Finds what depends on values: units that do not fit together. Counters count on.
+/// Finds what depends on values: units that do not fit together, numbers that are infinite.
 void Check::findMisfits()
 {
     const auto count = static_cast<int>(text.size());
@@ -238,12 +268,11 @@ void Check::findMisfits()
             cover(rest, reference, blank);
     }
     Strict strict;
-    std::optional<Macro::Table> counted;
+    const Macro::Table before = Macro::hash;
     for (int turn = 0; turn < mostFlaws; ++turn) {
         QString expanded;
+        Macro::hash = before;
         const Problem problem = strict.expand(rest, expanded);
-        if (!counted)
-            counted = Macro::hash;
         if (problem.message.isEmpty())
             break;
         add(problem.position, problem.message);
@@ -252,10 +281,11 @@ void Check::findMisfits()
             break;
         cover(rest, *reference, blank);
     }
-    Macro::hash = *counted;
+    Macro::hash = before;
+    findInsertedUnits();
 }
 
-/// Performs a line with "define", if nothing is wrong with it.
+/// Performs a line with "define", if nothing is wrong with it. Its counters count.
 void Check::define(FilterLine &input)
 {
     const QStringList words = text.simplified().split(QLatin1Char(' '));
@@ -263,6 +293,8 @@ void Check::define(FilterLine &input)
     if (!isWrong) {
         performDefinition(input, text);
         isWrong = input.isWrong();
+    } else {
+        advanceCounters(text);
     }
     if (!isWrong) {
         wrongMacros.remove(name);
@@ -287,8 +319,10 @@ void Check::inspect(FilterLine &input)
     findNumbers();
     const bool isDefining = isDefinition(text);
     if (text.contains(QLatin1Char('$'))) {
-        if (findFlaws() && !isDefining)
+        if (findFlaws())
             findMisfits();
+        if (!isDefining)
+            advanceCounters(text);
     }
     std::stable_sort(findings.begin(), findings.end(),
         [](const Finding &one, const Finding &other) { return one.column < other.column; });
@@ -314,8 +348,9 @@ int checkCommand(const QStringList &arguments)
     const QStringList files = line.positionalArguments();
     QString problem =
         files.isEmpty() ? QStringLiteral("a file is missing") : problemOfInputs(files);
-    if (problem.isNull() && readsStandardInput(line) && files.contains(QStringLiteral("-")))
-        problem = QStringLiteral("standard input cannot be both definitions and text");
+    if (problem.isNull())
+        problem = problemOfStandardInput(
+            line, files.contains(QStringLiteral("-")), QStringLiteral("text"));
     if (!problem.isNull())
         return line.refuse(problem);
     if (const int status = define(line); status != AllIsWell)

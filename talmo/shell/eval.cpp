@@ -5,12 +5,12 @@
 #include "Definitions.h"
 #include "Filter.h"
 #include "NumberFormat.h"
+#include "Walks.h"
 #include "commandTable.h"
 #include "knownUnits.h"
 #include "leniency.h"
 #include "lineText.h"
 #include "strict.h"
-#include "talmo/Flaw.h"
 #include "talmo/Units.h"
 
 #include <csignal>
@@ -87,7 +87,7 @@ Problem EvalCommand::evaluate(const QString &expression, QString &result)
 {
     if (strict)
         return strict->evaluate(format, expression, units, result);
-    Problem problem = Leniency::endlessness(flawOfExpression(expression));
+    Problem problem = Leniency::endlessness(endlessnessOfExpression(expression));
     if (problem.message.isEmpty())
         result = Units::evaluate(format, expression, units);
     return problem;
@@ -149,9 +149,9 @@ int EvalCommand::perform()
     if (!printNumber(format, 0, ignored))
         return line.refuse(QStringLiteral("'%1' is no format for a number").arg(format));
     const bool hasExpressions = !line.positionalArguments().isEmpty();
-    if (!hasExpressions && readsStandardInput(line))
-        return line.refuse(
-            QStringLiteral("standard input cannot be both definitions and expressions"));
+    problem = problemOfStandardInput(line, !hasExpressions, QStringLiteral("expressions"));
+    if (!problem.isNull())
+        return line.refuse(problem);
     if (const int status = define(line); status != AllIsWell)
         return status;
     if (!leniency.isWanted())

@@ -3,11 +3,11 @@
 #include "CommandLine.h"
 #include "Definitions.h"
 #include "Filter.h"
+#include "Walks.h"
 #include "commandTable.h"
 #include "leniency.h"
 #include "lineText.h"
 #include "strict.h"
-#include "talmo/Flaw.h"
 #include "talmo/Macro.h"
 
 #include <memory>
@@ -45,7 +45,7 @@ Problem Expansion::expand(const QString &text, QString &expanded)
 {
     if (strict)
         return strict->expand(text, expanded);
-    Problem problem = Leniency::endlessness(flawOfLine(text));
+    Problem problem = Leniency::endlessness(endlessnessOfLine(text));
     if (problem.message.isEmpty())
         expanded = Macro::expand(text);
     return problem;
@@ -81,8 +81,9 @@ int expandCommand(const QStringList &arguments)
         return *status;
     QString problem;
     const FilterFiles files = filterFilesOf(line, problem);
-    if (problem.isNull() && readsStandardInput(line) && files.inputs.contains(QStringLiteral("-")))
-        problem = QStringLiteral("standard input cannot be both definitions and text");
+    if (problem.isNull())
+        problem = problemOfStandardInput(
+            line, files.inputs.contains(QStringLiteral("-")), QStringLiteral("text"));
     if (!problem.isNull())
         return line.refuse(problem);
     if (const int status = define(line); status != AllIsWell)

@@ -50,8 +50,7 @@ void Leniency::setLine(const QString &text, qint64 number) const
 
 Problem Leniency::endlessness(const Flaw &flaw)
 {
-    const bool isEndless = flaw.kind == Flaw::Kind::Circle || flaw.kind == Flaw::Kind::Length;
-    return isEndless ? Problem{messageOf(flaw), flaw.position} : Problem();
+    return flaw.what.isEmpty() ? Problem() : Problem{messageOf(flaw), flaw.position};
 }
 
 bool Leniency::wasUsed() const

@@ -28,8 +28,8 @@ public:
     /// Tells the library the line that it works on, for its reports.
     void setLine(const QString &text, qint64 number) const;
 
-    /// What \a flaw is about, if the library would go on without end, or until memory runs out;
-    /// nothing otherwise.
+    /// What is wrong with \a flaw (see Walks.h), with which the library would go on without end, or
+    /// until memory runs out.
     static Problem endlessness(const Flaw &flaw);
 
     /// Whether the library has reported anything since.

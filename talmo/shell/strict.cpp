@@ -1,6 +1,6 @@
 #include "strict.h"
 
-#include "NumberFormat.h"
+#include "Walks.h"
 #include "knownUnits.h"
 #include "nearest.h"
 #include "talmo/Error.h"
@@ -9,16 +9,12 @@
 #include "talmo/Units.h"
 
 #include <algorithm>
-#include <cmath>
-#include <limits>
 
 namespace Talmo
 {
 
 namespace
 {
-
-const QString notFinite = QStringLiteral("the result is not finite");
 
 /// The unit that \a flaw names, which is unknown.
 QString unitOf(const Flaw &flaw)
@@ -32,40 +28,6 @@ bool isNamePart(QChar character)
     return unicode < 0x80 && (character.isLetterOrNumber() || character == QLatin1Char('_'));
 }
 
-/// Whether \a text may hold a number that is none, or infinite, as a format prints it: "inf" or
-/// "nan", in small or capital letters. This is asked for every line, so it looks for the "n" first.
-bool mayBeInfinite(const QString &text)
-{
-    const auto small = [&text](qsizetype index) {
-        const bool isThere = index >= 0 && index < text.size();
-        return isThere ? text.constData()[index].unicode() | 0x20 : 0;
-    };
-    for (qsizetype index = 0; index < text.size(); ++index) {
-        if (small(index) != 'n')
-            continue;
-        if ((small(index - 1) == 'i' && small(index + 1) == 'f') ||
-            (small(index + 1) == 'a' && small(index + 2) == 'n'))
-            return true;
-    }
-    return false;
-}
-
-/// Whether \a result, printed with \a format, is none or infinite; a unit may follow.
-bool isInfinite(const QString &format, const QString &result)
-{
-    if (!mayBeInfinite(result))
-        return false;
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    constexpr double none = std::numeric_limits<double>::quiet_NaN();
-    for (const double number : {infinity, -infinity, none, -none}) {
-        QString printed;
-        printNumber(format, number, printed);
-        if (result.startsWith(printed))
-            return true;
-    }
-    return false;
-}
-
 /// Whether the text of the macro \a name may be part of a counter.
 bool mayCount(const QString &name)
 {
@@ -76,59 +38,23 @@ bool mayCount(const QString &name)
     });
 }
 
-/// The references in a line, one after the other; those inside of others are parts of these.
-class References
+/// What the library reported as \a report. It leaves out the unit into which a number could not be
+/// converted, if there is none.
+QString inFull(const QString &report)
 {
-public:
-    explicit References(const QString &itsLine)
-        : line(itsLine)
-    {
-    }
-
-    /// Moves to the next one. False if there is none that ends.
-    bool next();
-
-    int position() const { return begin; }
-    QString text() const { return line.mid(begin, end - begin); }
-
-private:
-    QChar at(int index) const { return index < line.size() ? line[index] : QChar(); }
-    bool close();
-
-    const QString &line;
-    int begin = 0;
-    int end = 0;
-};
-
-/// Moves the end behind the "}" that belongs to the "${" at the beginning.
-bool References::close()
-{
-    int open = 0;
-    for (end = begin; end < line.size(); ++end) {
-        open += at(end) == QLatin1Char('$') && at(end + 1) == QLatin1Char('{') ? 1 : 0;
-        open -= at(end) == QLatin1Char('}') ? 1 : 0;
-        if (at(end) == QLatin1Char('}') && open == 0) {
-            ++end;
-            return true;
-        }
-    }
-    return false;
+    const bool isOfConversion = report.startsWith(QLatin1String("Units Conversion Error from "));
+    return isOfConversion && report.endsWith(QLatin1String(" to "))
+               ? report + QStringLiteral("(none)")
+               : report;
 }
 
-bool References::next()
+QString messageOf(const EvaluationWatch::Fault &fault)
 {
-    for (begin = end; begin < line.size(); ++begin) {
-        if (at(begin) != QLatin1Char('$'))
-            continue;
-        if (at(begin + 1) == QLatin1Char('{'))
-            return close();
-        end = begin + 1;
-        while (isNamePart(at(end)))
-            ++end;
-        if (end > begin + 1)
-            return true;
-    }
-    return false;
+    const QString subject = fault.operation.isEmpty()
+                                ? QStringLiteral("the result in the units asked for")
+                                : QStringLiteral("the result of '%1'").arg(fault.operation);
+    return subject +
+           (fault.isNone ? QStringLiteral(" is no number") : QStringLiteral(" is infinite"));
 }
 
 } // namespace
@@ -197,12 +123,22 @@ QString messageOf(const Flaw &flaw)
 Strict::Strict()
     : handlerBefore(Error::handler)
 {
-    Error::handler = [this](const QString &problem) { reports += problem; };
+    Error::handler = [this](const QString &problem) {
+        if (report.isEmpty())
+            reportedIn = watch.evaluation();
+        report = report.isEmpty() ? inFull(problem) : report;
+    };
 }
 
 Strict::~Strict()
 {
     Error::handler = handlerBefore;
+}
+
+void Strict::begin()
+{
+    report.clear();
+    watch.clear();
 }
 
 Problem Strict::evaluate(
@@ -211,66 +147,46 @@ Problem Strict::evaluate(
     const Flaw flaw = flawOfExpression(expression);
     if (!flaw.what.isEmpty())
         return {messageOf(flaw), flaw.position};
-    reports.clear();
+    begin();
     result = Units::evaluate(format, expression, units);
-    if (!reports.isEmpty())
-        return {reports[0], 0};
+    if (!report.isEmpty())
+        return {report, 0};
+    if (const EvaluationWatch::Fault &fault = watch.fault(); fault.evaluation != 0)
+        return {messageOf(fault), fault.token == 0 ? 0 : positionOfToken(fault.token, expression)};
     // A kind without a standard unit: the bare number would not say what it is of.
     const QString unit = Units::val.isEmpty() ? QString() : Units::val.last().units;
     if (units == QLatin1String("*") && !Units::standardUnits.contains(unit))
         result += unit;
-    return isInfinite(format, result) ? Problem{notFinite, 0} : Problem();
-}
-
-/// Whether \a reference, expanded alone, is reported, or gives a number that is not finite.
-bool Strict::isWrong(const QString &reference)
-{
-    reports.clear();
-    Units::val.clear();
-    const QString result = Macro::expand(reference).trimmed();
-    if (!reports.isEmpty())
-        return true;
-    static const QString numbers[] = {QStringLiteral("inf"), QStringLiteral("-inf"),
-        QStringLiteral("nan"), QStringLiteral("-nan")};
-    const bool isNumber = !Units::val.isEmpty();
-    bool isWrong = isNumber && !std::isfinite(Units::val.last().value);
-    for (const QString &number : numbers)
-        isWrong = isWrong || (isNumber && result.compare(number, Qt::CaseInsensitive) == 0);
-    return isWrong;
-}
-
-/// The position of the first reference in \a line with which something is wrong; -1 if there is
-/// none.
-int Strict::positionOfWrong(const QString &line)
-{
-    References reference(line);
-    while (reference.next()) {
-        if (isWrong(reference.text()))
-            return reference.position();
-    }
-    return -1;
+    return {};
 }
 
 Problem Strict::expand(const QString &line, QString &result)
 {
     const Flaw flaw = flawOfLine(line);
-    if (!flaw.what.isEmpty())
+    if (!flaw.what.isEmpty()) {
+        advanceCounters(line);
         return {messageOf(flaw), flaw.position};
-    reports.clear();
+    }
+    begin();
     const Counters before(line);
     result = Macro::expand(line);
-    if (reports.isEmpty() && !mayBeInfinite(result))
+    const EvaluationWatch::Fault &fault = watch.fault();
+    if (report.isEmpty() && fault.evaluation == 0)
         return {};
-    const QString report = reports.isEmpty() ? QString() : reports[0];
-    const Counters after(line);
+    const bool isReport = !report.isEmpty();
+    const Counters behind(line);
     before.restore();
-    const int position = positionOfWrong(line);
-    if (report.isEmpty() && position < 0) {
-        after.restore();
-        return {};
-    }
-    before.restore();
-    return {report.isEmpty() ? notFinite : report, position < 0 ? 0 : position};
+    const int position =
+        positionOfToken(isReport ? 0 : fault.token, isReport ? reportedIn : fault.evaluation, line);
+    behind.restore();
+    return {isReport ? report : messageOf(fault), position};
+}
+
+void advanceCounters(const QString &line)
+{
+    const Macro::Table counters = countersBehind(line);
+    for (auto counter = counters.begin(); counter != counters.end(); ++counter)
+        Macro::hash[counter.key()] = counter.value();
 }
 
 } // namespace Talmo

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "EvaluationWatch.h"
+
 #include <QString>
-#include <QStringList>
 
 #include <functional>
 
@@ -27,24 +28,30 @@ public:
     Strict &operator=(const Strict &) = delete;
     ~Strict();
 
-    /// Sets \a result to what Units::evaluate gives, unless that is infinite or no number. For "*",
-    /// the unit follows if its kind has no standard unit.
+    /// Sets \a result to what Units::evaluate gives, unless that depends on a number that is
+    /// infinite or none. For "*", the unit follows if its kind has no standard unit.
     Problem evaluate(
         const QString &format, const QString &expression, const QString &units, QString &result);
 
-    /// Sets \a result to what Macro::expand gives for \a line, unless an expression in it is
-    /// infinite or no number. A line with which something is wrong advances no counter.
+    /// Sets \a result to what Macro::expand gives for \a line, unless an expression in it depends
+    /// on a number that is infinite or none. Counters count also where something is wrong, as they
+    /// will once it is mended: the lines behind keep their numbers.
     Problem expand(const QString &line, QString &result);
 
 private:
     class Counters;
 
-    bool isWrong(const QString &reference);
-    int positionOfWrong(const QString &line);
+    /// Forgets the evaluations before.
+    void begin();
 
-    QStringList reports; ///< of the library, since the latest call began
+    QString report;     ///< the first one of the library since then
+    int reportedIn = 0; ///< in which evaluation that was
+    EvaluationWatch watch;
     std::function<void(const QString &problem)> handlerBefore; // of another such object
 };
+
+/// Counts on as expanding \a line does, whatever is wrong in it.
+void advanceCounters(const QString &line);
 
 /// What is wrong in words, with all names of a circle, and with the unit that may have been meant.
 QString messageOf(const Flaw &flaw);

@@ -143,13 +143,69 @@ TEST_F(CheckTest, NamesNothingTwice)
         "in:1:16: undefined macro 'a'\n"
         "in:1:26: undefined macro 'a'\n",
         {"-D", "b=5"});
-    expectFindings("${3mm${b}}\n", "in:1:4: unknown unit 'mm5mm'\n", {"-D", "b=5mm+1"});
+    expectFindings("${3mm${b}}\n",
+        "in:1:6: the text of 'b' begins with '5mm', which joins with '3mm' before it\n",
+        {"-D", "b=5mm+1"});
     // What is wrong with a macro is named where it is defined.
     expectFindings("define a 3parsec\ndefine b 2*$a\n$a ${b} ${2*a} ${2*$b+nosuch}\n",
         "in:1:11: unknown unit 'parsec'\n"
         "in:3:23: unknown name 'nosuch'\n");
     expectFindings("define a ${1mm+1s}\n$a\ndefine a 5\n$a\n",
         "in:1:10: Units Conversion Error from s to mm\n");
+}
+
+TEST_F(CheckTest, LooksAtWhatTheTextsOfMacrosMake)
+{
+    const QStringList macros = {"-D", "x=5Mev", "-D", "y=Mev", "-D", "n=5", "-D", "m=M", "-D",
+        "both=3parsec 4km 6Mev", "-D", "name=BPM12a", "-D", "k=9"};
+    const QByteArray mev = " unknown unit 'Mev' (did you mean MeV?)\n";
+    expectFindings("drift $x\n", "in:1:7:" + mev, macros);
+    expectFindings("gap 5$y 5${y} $n$y ${n}Mev 6Mev\n",
+        "in:1:6:" + mev + "in:1:10:" + mev + "in:1:17:" + mev + "in:1:24:" + mev + "in:1:29:" + mev,
+        macros);
+    expectFindings("\xC3\xA4 ${$n+1}$y ${%.1f;1+1}Mev ${3*2}km\n",
+        "in:1:10:" + mev + "in:1:24:" + mev, macros);
+    expectFindings("$both\n", "in:1:1: unknown unit 'parsec'\nin:1:1:" + mev, macros);
+    expectFindings("${k++}$y $k ${n}${m}ev\n",
+        "in:1:7:" + mev + "in:1:17: unknown unit 'Mev' (did you mean MeV?)\n", macros);
+    expectFindings("5${m}eV ${n}mm $name cell_$k.dat ${k}th ${n}D 0x$k x$x\n", "", macros);
+    // Beside other mistakes, and where a macro is defined of it.
+    expectFindings("$nosuch $x ${1m+1s} 5$y\n",
+        "in:1:1: undefined macro 'nosuch'\nin:1:9:" + mev +
+            "in:1:12: Units Conversion Error from s to m\nin:1:22:" + mev,
+        macros);
+    expectFindings("define z 2*$x\n$z\n", "in:1:12:" + mev, macros);
+    expectFindings("${2*$x}\n", "in:1:5:" + mev, macros);
+}
+
+TEST_F(CheckTest, NamesWhatIsNotFiniteAndWhatJoins)
+{
+    expectFindings("a ${1/(1/$z)} ${0==$z?1:1/$z} ${$x-3}\n",
+        "in:1:9: the result of '/' is infinite\n"
+        "in:1:33: the text of 'x' ends in '1e', which joins with '-3' behind it\n",
+        {"-D", "z=0", "-D", "x=1e"});
+    expectFindings("${(1e400)} ${2*5mm;}\n", "in:1:4: the number '1e400' is too large\n"
+                                             "in:1:12: Units Conversion Error from mm to (none)\n");
+}
+
+TEST_F(CheckTest, CountsAsTheExpansionDoes)
+{
+    write("in", "a_${n++} $nosuch\n"
+                "b_${n++}\n"
+                "c_${n++} ${1m+1s} ${n++}\n"
+                "d_${n++} ${2*${n++}*}\n"
+                "e_${n} ${x$n}\n");
+    const QStringList macros = {"-D", "n=7"};
+    EXPECT_EQ(run(QStringList("check") + macros + QStringList("in")).output,
+        "in:1:10: undefined macro 'nosuch'\n"
+        "in:3:10: Units Conversion Error from s to m\n"
+        "in:4:20: an operand is missing behind '*'\n"
+        "in:5:8: undefined macro 'x13'\n");
+    EXPECT_EQ(run(QStringList("expand") + macros + QStringList{"-D", "x13=ok", "in"}).output,
+        "\nb_8\n\n\ne_13 ok\n");
+    write("in", "a_${n++} \nb_${n++}\nc_${n++} ${1m+1m} ${n++}\nd_${n++} ${2*${n++}}\ne_${n}\n");
+    EXPECT_EQ(run(QStringList("expand") + macros + QStringList("in")).output,
+        "a_7 \nb_8\nc_9 2m 10\nd_11 24\ne_13\n");
 }
 
 TEST_F(CheckTest, DefinitionsCountFromWhereTheyStand)
@@ -178,7 +234,7 @@ TEST_F(CheckTest, CountersCountFromLineToLine)
     expectFindings("define n 8\n${n++} $nosuch ${1mm+1s} ${n++}\n${x$n}\n",
         "in:2:8: undefined macro 'nosuch'\n"
         "in:2:16: Units Conversion Error from s to mm\n"
-        "in:3:1: undefined macro 'x8'\n");
+        "in:3:1: undefined macro 'x10'\n");
     expectFindings("define n 1\n${n++} ${x${n++}}\n", "in:2:10: unknown name 'x2'\n");
 }
 

@@ -18,12 +18,12 @@ class DefinitionsTest : public LibraryTest
 {
 protected:
     /// Performs \a line and returns what is said of it.
-    static QByteArray perform(const QString &line)
+    static QByteArray perform(const QString &line, const QSet<QString> &kept = {})
     {
         std::FILE *const stream = std::tmpfile();
         const QString file = "deck";
         FilterLine input(file, 7, {}, stream);
-        performDefinition(input, line);
+        performDefinition(input, line, kept);
         std::rewind(stream);
         char said[200] = "";
         const bool isSaid = std::fgets(said, sizeof said, stream) != nullptr;
@@ -67,7 +67,18 @@ TEST_F(DefinitionsTest, DefineNothingIfSomethingIsWrong)
     EXPECT_EQ(perform("define x 1 $y"), "deck:7:12: undefined macro 'y'\n");
     EXPECT_EQ(
         perform("define x ${n++} ${1m+1s}"), "deck:7:17: Units Conversion Error from s to m\n");
-    const Macro::Table expected = {{"n", "9"}};
+    EXPECT_EQ(perform("define ${n++} ${n++} $y"), "deck:7:22: undefined macro 'y'\n");
+    const Macro::Table expected = {{"n", "12"}}; // counters count, as they will once it is mended
+    EXPECT_EQ(Macro::hash, expected);
+}
+
+TEST_F(DefinitionsTest, KeepWhatHasToBeKept)
+{
+    Macro::hash = {{"x", "1"}, {"n", "9"}};
+    perform("define x ${n++}", {"x"});
+    perform("define y $x", {"x"});
+    EXPECT_EQ(perform("define x $nosuch", {"x"}), "deck:7:10: undefined macro 'nosuch'\n");
+    const Macro::Table expected = {{"x", "1"}, {"y", "1"}, {"n", "10"}};
     EXPECT_EQ(Macro::hash, expected);
 }
 

@@ -58,10 +58,10 @@ TEST_F(EvalTest, EvaluatesEachLineAndKeepsItsEnd)
         "2\n");
     expectFiltered({"eval"}, "", "");
     expectFiltered({"eval"}, "1/0\n1+1\n0/0\n1 + 2\n", "\n2\n\n\n",
-        "-:1:1: the result is not finite\n-:3:1: the result is not finite\n"
+        "-:1:2: the result of '/' is infinite\n-:3:2: the result of '/' is no number\n"
         "-:4:2: ' ' has no meaning here\n");
-    expectFiltered(
-        {"eval", "-f", "inf %g"}, "2\n-1/0\n", "inf 2\n\n", "-:2:1: the result is not finite\n");
+    expectFiltered({"eval", "-f", "inf %g"}, "2\n-1/0\n", "inf 2\n\n",
+        "-:2:3: the result of '/' is infinite\n");
     expectFiltered({"eval"}, QByteArray("1\0+1\n2\n", 7), "\n2\n",
         QByteArray("-:1:2: '\0' has no meaning here\n", 31));
     expectFiltered({"eval"}, "\xC3\xA4\xFF+1\n", "\n", "-:1:1: '\xC3\xA4' has no meaning here\n");
@@ -80,6 +80,30 @@ TEST_F(EvalTest, LenientlyPrintsWhatTheLibraryPrints)
     EXPECT_EQ(outcome.output, "\n2\n");
     EXPECT_EQ(outcome.errors, "argument 1:1: macro 'a' refers to itself: a -> b -> a\n");
     EXPECT_EQ(outcome.status, 1);
+}
+
+TEST_F(EvalTest, LenientlyFindsCirclesBehindOtherMistakes)
+{
+    const QStringList call = {"eval", "--lenient", "-D", "a=b", "-D", "b=a"};
+    for (const char *before : {"nosuch+", "3parsec*", "1(", "()", "1*--", "foo(1)", "1e999", "$",
+             "+", "1?", "?1:", "5 5", "1:", ")", "1?2,3:"}) {
+        const Outcome outcome = run(call + QStringList(QString(before) + "+a"));
+        const bool isEnd = QStringList({"5 5", "1:", ")", "1?2,3:"}).contains(before);
+        EXPECT_EQ(outcome.errors.endsWith(": macro 'a' refers to itself: a -> b -> a\n"), !isEnd)
+            << before << outcome.errors.constData();
+        EXPECT_EQ(outcome.status, 1) << before;
+    }
+}
+
+TEST_F(EvalTest, RefusesWhatTheTextOfAMacroMakesOfItsNeighbours)
+{
+    const Outcome outcome = run({"eval", "-D", "x=1e", "-D", "y=1<", "x-3", "y=2", "(x)-3e"});
+    EXPECT_EQ(outcome.output, "\n\n-2e\n");
+    EXPECT_EQ(outcome.errors,
+        "argument 1:1: the text of 'x' ends in '1e', which joins with '-3' behind it\n"
+        "argument 2:1: the text of 'y' ends in '<', which joins with '=' behind it\n");
+
+    expectSuccess({"eval", "--lenient", "-D", "x=1e", "-D", "y=1<", "x-3", "y=2"}, "0.001\n1\n");
 }
 
 TEST_F(EvalTest, EndsQuietlyWithThePipe)

@@ -73,8 +73,13 @@ TEST_F(ExpandTest, TakesDefinitionsFromFilesAndThenFromOptions)
     write("more", "define x 5\n");
     write("a", "$x,$y,$z\n");
     expectSuccess({"expand", "--definitions", "defs", "a"}, "1mm,1mm+2mm,\n");
+    // What the file computes follows the option, and it may refer to what only the option defines.
     expectSuccess({"expand", "-D", "x=7", "--definitions", "defs", "--definitions", "more", "a"},
-        "7,1mm+2mm,\n");
+        "7,7+2mm,\n");
+    expectSuccess(
+        {"expand", "--definitions", "defs", "--definitions", "more", "a"}, "5,1mm+2mm,\n");
+    write("half", "define half ${0.5*$cell}\n");
+    expectFiltered({"expand", "-D", "cell=3mm", "--definitions", "half"}, "$half\n", "1.5mm\n");
     expectFiltered(
         {"expand", "--definitions", "-", "a"}, "define x 3\ndefine y 4\ndefine z 5\n", "3,4,5\n");
     write("wrong", "define 2x+ 1\nx = 3\ndefine\ndefine a $nosuch\n");

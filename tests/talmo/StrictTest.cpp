@@ -40,7 +40,7 @@ struct Row {
 
 TEST_F(StrictTest, EvaluatesOnlyWhatSomebodyMeans)
 {
-    Macro::hash = {{"x", "-2"}, {"a", "b"}, {"b", "(a)"}, {"empty", ""}};
+    Macro::hash = {{"x", "-2"}, {"a", "b"}, {"b", "(a)"}, {"empty", ""}, {"e", "1e"}};
     const Row rows[] = {
         {"2*3mm+5mm", "= 11mm"},
         {"-(x)", "= 2"},
@@ -58,10 +58,65 @@ TEST_F(StrictTest, EvaluatesOnlyWhatSomebodyMeans)
         {"2*a", "2 macro 'a' refers to itself: a -> b -> a"},
         {"1m+1s", "0 Units Conversion Error from s to m"},
         {"2m*3m", "0 U:Invalid units in '2m*3m'"},
-        {"1/0", "0 the result is not finite"},
-        {"-(1mm)/0", "0 the result is not finite"},
-        {"0/0", "0 the result is not finite"},
-        {"1e400", "0 the result is not finite"},
+        {"x-3", "= -5"},
+        {"e-3", "0 the text of 'e' ends in '1e', which joins with '-3' behind it"},
+        {"1e400", "0 the number '1e400' is too large"},
+        {"1mm*1e-400", "4 the number '1e-400' is too small"},
+        {"5mm+1", "0 Units Conversion Error from (none) to mm"},
+        {"1+5mm", "0 Units Conversion Error from mm to (none)"},
+    };
+    Strict strict;
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.text);
+        QString result;
+        const Problem problem = strict.evaluate("%.12g", row.text, "-", result);
+        EXPECT_EQ(problem.message.isEmpty()
+                      ? "= " + result
+                      : QString::number(problem.position) + ' ' + problem.message,
+            row.problem);
+    }
+    EXPECT_EQ(printed(), "");
+}
+
+TEST_F(StrictTest, GivesNoNumberThatDependsOnOneThatIsNotFinite)
+{
+    Macro::hash = {{"zero", "0"}, {"one", "1/zero"}};
+    const Row rows[] = {
+        {"1/0", "1 the result of '/' is infinite"},
+        {"-(1mm)/0", "6 the result of '/' is infinite"},
+        {"0/0", "1 the result of '/' is no number"},
+        {"1/(1/0)", "4 the result of '/' is infinite"},
+        {"1/-(2*one)", "6 the result of '/' is infinite"},
+        {"0/0?1:2", "1 the result of '/' is no number"},
+        {"if(1/0,1,2)", "4 the result of '/' is infinite"},
+        {"1/0>2", "1 the result of '/' is infinite"},
+        {"(0/0==1)+1", "2 the result of '/' is no number"},
+        {"2<log(0)", "2 the result of 'log' is infinite"},
+        {"sqrt(-1)!=1", "0 the result of 'sqrt' is no number"},
+        {"min(1,1/0)", "7 the result of '/' is infinite"},
+        {"max(0/0,1)", "5 the result of '/' is no number"},
+        {"atan(1/0)", "6 the result of '/' is infinite"},
+        {"atan2(1,pow(10,400))", "8 the result of 'pow' is infinite"},
+        {"1+10^400*0", "4 the result of '^' is infinite"},
+        {"1e308*10-1e308*10", "5 the result of '*' is infinite"},
+        {"1/(1e308+1e308)", "8 the result of '+' is infinite"},
+        {"1um/1e308km", "3 the result of '/' is infinite"},
+        {"1um<1e308km", "3 the result of '<' is infinite"},
+        {"exp(-exp(1000))", "5 the result of 'exp' is infinite"},
+        // What the result does not depend on may be anything.
+        {"zero==0?7:one", "= 7"},
+        {"if(zero!=0,1/one,8)", "= 8"},
+        {"zero==1?7:one", "10 the result of '/' is infinite"},
+        {"(1?2:1/0)+(0?1/0:3)", "= 5"},
+        {"(0?1/0:2)/(1/0)", "12 the result of '/' is infinite"},
+        {"zero!=0&&1/zero<5", "= 0"},
+        {"1/0>5&&zero", "= 0"},
+        {"zero==0||one>5", "= 1"},
+        {"1/0>5||1", "= 1"},
+        {"1/0||0", "1 the result of '/' is infinite"},
+        {"1&&1/0", "4 the result of '/' is infinite"},
+        {"1/0&&1/0&&0", "= 0"},
+        {"max(1?1:1/0,3)", "= 3"},
     };
     Strict strict;
     for (const Row &row : rows) {
@@ -75,23 +130,32 @@ TEST_F(StrictTest, EvaluatesOnlyWhatSomebodyMeans)
     }
     QString result;
     EXPECT_EQ(strict.evaluate("%.12g", "1e200km", "um", result).message, "");
-    EXPECT_EQ(strict.evaluate("%g", "1e308km", "um", result).message, "the result is not finite");
-    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(strict.evaluate("%g", "1e308km", "um", result).message,
+        "the result in the units asked for is infinite");
+    EXPECT_EQ(strict.evaluate("%g", "1e308km", "*", result).message,
+        "the result in the units asked for is infinite");
+    EXPECT_EQ(strict.evaluate("%g", "1e308km", "km", result).message,
+        "the result in the units asked for is infinite"); // as the library converts it
 }
 
 TEST_F(StrictTest, TellsWhichReferenceIsWrong)
 {
     Macro::hash = {{"x", "5"}, {"bad", "${1m+1s}"}, {"n", "9"}, {"a", "$b"}, {"b", "$a"},
-        {"name", "n"}, {"inf", "inf"}};
+        {"name", "n"}, {"inf", "inf"}, {"zero", "0"}, {"half", "2/0"}, {"x_9", "1"},
+        {"x_10", "1/0"}};
     const Row rows[] = {
         {"$x ${2*3}", "= 5 6"},
         {"$inf ${inf} information ${(1)}", "= inf inf information 1"},
         {"$x ${2*3} ${1m+1s} ${1m+2s}", "10 Units Conversion Error from s to m"},
         {"${(1mm)} $bad ${1m+1kg}", "9 Units Conversion Error from s to m"},
         {"${2*${x}} ${2*${x}m*1m}", "10 U:Invalid units in '2*5m*1m'"},
-        {"${(1)} inf ${1/0}", "11 the result is not finite"},
-        {"${%E;1/0}", "0 the result is not finite"},
-        {"a ${1e308km;um}", "2 the result is not finite"},
+        {"${(1)} inf ${1/0}", "14 the result of '/' is infinite"},
+        {"${%E;1/0}", "6 the result of '/' is infinite"},
+        {"a ${(1)}${1e308km;um}", "8 the result in the units asked for is infinite"},
+        {"${(1)} ${2*$zero} ${1/(1/$zero)} ${0/0}", "24 the result of '/' is infinite"},
+        {"${1/0?1:2} ${1m+1s}", "11 Units Conversion Error from s to m"},
+        {"$x ${$half+1}", "5 the result of '/' is infinite"},
+        {"${x_${n++}} ${x_${n++}} ${2*x_9} ${1+(x_10)}", "14 the result of '/' is infinite"},
         {"x ${3furlong;}", "5 unknown unit 'furlong'"},
         {"x ${1+", "2 '${' is never closed"},
         {"is $a", "3 macro 'a' refers to itself: a -> b -> a"},
@@ -110,19 +174,48 @@ TEST_F(StrictTest, TellsWhichReferenceIsWrong)
     EXPECT_EQ(printed(), "");
 }
 
-TEST_F(StrictTest, CountsOnlyInLinesThatAreRight)
+TEST_F(StrictTest, CountsOnInLinesThatAreWrong)
 {
     Macro::hash = {{"n", "9"}, {"m", "a"}, {"name", "n"}, {"count", "${n++}"}};
-    const char *const wrong[] = {"${n++} ${1m+1s}", "${1m+1s} ${n++} ${m++}", "${$name++} ${1m+1s}",
-        "$count ${1/0}", "${n++} $nosuch", "${m++} $count ${0/0}"};
+    const struct {
+        const char *line;
+        const char *n;
+        const char *m;
+    } rows[] = {
+        {"${n++} ${1m+1s}", "10", "a"},
+        {"${1m+1s} ${n++} ${m++}", "10", "b"},
+        {"${$name++} ${1m+1s}", "10", "a"},
+        {"$count ${1/0}", "10", "a"},
+        {"${m++} $count ${0/0}", "10", "b"},
+        {"${n++} $nosuch", "10", "a"},
+        {"$nosuch ${n++} ${nosuch} ${nosuch++} ${n++}", "11", "a"},
+        {"${n++} ${2*} ${m++}", "10", "b"},
+        {"$circle ${n++} ${circle}", "10", "a"},
+        {"${k++} ${n++}", "10", "a"},
+        {"${n++} ${3parsec+${n++}} ${", "11", "a"},
+        {"${2*(${n++}} ${m++}", "10", "b"},
+        {"$long ${n++}", "10", "a"},
+        {"", "9", "a"},
+    };
+    Macro::hash.insert("circle", "x$circle");
+    Macro::hash.insert("k", "-1");
+    Macro::hash.insert("long", QString(2000000, 'x'));
     const Macro::Table before = Macro::hash;
     Strict strict;
     QString result;
-    for (const char *line : wrong) {
-        SCOPED_TRACE(line);
-        EXPECT_NE(strict.expand(line, result).message, "");
-        EXPECT_EQ(Macro::hash, before);
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.line);
+        Macro::Table expected = before;
+        expected["n"] = row.n;
+        expected["m"] = row.m;
+        Macro::hash = before;
+        EXPECT_EQ(strict.expand(row.line, result).message.isEmpty(), *row.line == 0);
+        EXPECT_EQ(Macro::hash, expected);
+        Macro::hash = before;
+        Talmo::advanceCounters(row.line);
+        EXPECT_EQ(Macro::hash, expected);
     }
+    Macro::hash = before;
     for (const char *line : {"${n++}${n++}${m++} inf", "$count ${$name++}"})
         EXPECT_EQ(strict.expand(line, result).message, "");
     EXPECT_EQ(result, "11 12");
@@ -210,11 +303,12 @@ TEST_F(StrictTest, ALineIsThatOfThePlainModelOrThereIsNone)
         ASSERT_EQ(printed(), "");
         ASSERT_TRUE(problem.position >= 0 && problem.position <= line.size());
         (problem.message.isEmpty() ? good : wrong) += 1;
-        if (!problem.message.isEmpty()) {
-            ASSERT_EQ(Macro::hash, before);
-            continue;
-        }
         const Macro::Table after = Macro::hash;
+        Macro::hash = before;
+        Talmo::advanceCounters(line);
+        ASSERT_EQ(Macro::hash, after);
+        if (!problem.message.isEmpty())
+            continue;
         Macro::hash = before;
         ASSERT_EQ(PlainExpansion().expand(line), result);
         ASSERT_EQ(printed(), "");
