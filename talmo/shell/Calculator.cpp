@@ -2,6 +2,7 @@
 
 #include "Definitions.h"
 #include "LineEditor.h"
+#include "UnitsGrammar.h"
 #include "knownUnits.h"
 #include "lineText.h"
 #include "nearest.h"
@@ -132,13 +133,6 @@ Calculator::Answer wrong(const QString &problem, int place = -1)
 }
 
 } // namespace
-
-QStringList functionNames()
-{
-    return QStringLiteral("abs acos asin atan atan2 ceil cos cosh exp fabs floor if log log10 max "
-                          "min pow sin sinh sqrt tan tanh")
-        .split(QLatin1Char(' '));
-}
 
 Calculator::Answer Calculator::answerUnits(const QString &unit)
 {

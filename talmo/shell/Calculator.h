@@ -57,7 +57,4 @@ private:
     bool hasEnded = false;
 };
 
-/// The functions that expressions know.
-QStringList functionNames();
-
 } // namespace Talmo

@@ -2,6 +2,7 @@
 
 #include "CompanionTest.h"
 #include "LibraryTest.h"
+#include "UnitsGrammar.h"
 
 #include <QFile>
 #include <QRegularExpression>
