@@ -13,9 +13,9 @@
 #include "Filter.h"
 #include "Walks.h"
 #include "commandTable.h"
-#include "knownUnit.h"
 #include "lineText.h"
 #include "numbers.h"
+#include "references.h"
 #include "strict.h"
 #include "talmo/Flaw.h"
 #include "talmo/Macro.h"
@@ -37,34 +37,6 @@ constexpr int mostFlaws = 100;
 
 constexpr char16_t blank = u' ';
 constexpr char16_t digit = u'1';
-
-/// A part of a line, from one position to another.
-struct Range {
-    int begin = 0;
-    int end = 0;
-};
-
-/// The references "${...}" in \a line that are in no other one, from left to right.
-template <typename Text>
-std::vector<Range> referencesIn(const Text &line)
-{
-    std::vector<int> open;
-    std::vector<Range> ranges;
-    for (int index = 0; index < static_cast<int>(line.size()); ++index) {
-        const auto at = static_cast<decltype(line.size())>(index);
-        const bool isBrace = line[at] == '{' && index > 0 && line[at - 1] == '$';
-        if (isBrace)
-            open.push_back(index - 1);
-        if (line[at] != '}' || open.empty())
-            continue;
-        const int begin = open.back();
-        open.pop_back();
-        while (!ranges.empty() && ranges.back().begin > begin)
-            ranges.pop_back();
-        ranges.push_back({begin, index + 1});
-    }
-    return ranges;
-}
 
 /// The one of \a ranges that holds \a position; null if none does.
 const Range *rangeAt(const std::vector<Range> &ranges, int position)
@@ -152,20 +124,17 @@ void Check::add(int position, const QString &message)
     findings.push_back({columnAt(text, position), message});
 }
 
-/// Finds unknown units behind numbers outside of references.
+/// Finds what is wrong with numbers with units outside of references.
 void Check::findNumbers()
 {
-    const std::vector<Range> braces = referencesIn(bytes);
     NumbersWithUnits numbers(bytes);
     NumberWithUnit number;
     Columns columns(bytes);
     while (numbers.next(number)) {
-        const QString unit = textOf(number.unit);
-        if (isKnownUnit(unit) || isWord(number) ||
-            rangeAt(braces, static_cast<int>(numbers.position())) != nullptr)
+        if (number.problem.empty())
             continue;
         isWrong = true;
-        findings.push_back({columns.at(numbers.unitPosition()), unknownUnit(unit)});
+        findings.push_back({columns.at(numbers.positionOf(number.problem)), problemOf(number)});
     }
 }
 

@@ -3,13 +3,16 @@
 #include "CommandLine.h"
 #include "Filter.h"
 #include "commandTable.h"
-#include "knownUnit.h"
 #include "knownUnits.h"
 #include "leniency.h"
+#include "lineBytes.h"
 #include "lineText.h"
 #include "numbers.h"
+#include "talmo/Numbers.h"
 #include "talmo/Units.h"
 
+#include <cmath>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -24,9 +27,7 @@ const QString unitsOption = QStringLiteral("u");
 
 /// What becomes of the numbers with one unit.
 struct Conversion {
-    bool isKnown = false;
     bool isPossible = false; ///< whether the kinds are the same
-    QString unit;
     QString target;
 };
 
@@ -46,17 +47,12 @@ private:
     Conversion lookUp(const QString &unit) const;
 
     QString units;
-    std::map<std::string, Conversion, std::less<>> conversions; // of known units only
-    Conversion unknown;
+    std::map<std::string, Conversion, std::less<>> conversions;
 };
 
 Conversion StrictConversion::lookUp(const QString &unit) const
 {
     Conversion conversion;
-    conversion.isKnown = isKnownUnit(unit);
-    if (!conversion.isKnown)
-        return conversion;
-    conversion.unit = unit;
     const bool isStandard = units == QLatin1String("*");
     conversion.target = isStandard ? Units::standardUnit(unit) : units;
     // A unit of a kind without a standard unit is its own, and its numbers stay as they are.
@@ -66,22 +62,53 @@ Conversion StrictConversion::lookUp(const QString &unit) const
     return conversion;
 }
 
+/// What becomes of numbers with \a unit, a known one.
 const Conversion &StrictConversion::of(std::string_view unit)
 {
     const auto known = conversions.find(unit);
-    if (known != conversions.end())
-        return known->second;
-    const Conversion conversion = lookUp(textOf(unit));
-    // Unknown names are not kept: there may be any number of them.
-    return conversion.isKnown ? conversions.emplace(unit, conversion).first->second : unknown;
+    return known != conversions.end()
+               ? known->second
+               : conversions.emplace(unit, lookUp(textOf(unit))).first->second;
 }
 
-/// Appends to \a result what stands for \a number in \a target. False if it is too large.
-bool appendConverted(const NumberWithUnit &number, const QString &target, std::string &result)
+/// \a number with its unit, as the library reads it: at least one digit follows a point.
+QString readableText(const NumberWithUnit &number)
 {
-    const QString text = Units::evaluate(QStringLiteral("%.12g"), textOf(number.text()), target);
+    const size_t point = number.number.find('.');
+    QString text = textOf(number.text());
+    if (point != std::string_view::npos && !isDigit(byteAt(number.number, point + 1)))
+        text.remove(static_cast<int>(point), 1);
+    return text;
+}
+
+/// Whether \a number becomes 0, or loses digits, because it is too small for a double; or so does
+/// what it was converted to, \a converted.
+bool isTooSmall(std::string_view number, const QString &converted)
+{
+    constexpr size_t surelyLargeEnough = 200;
+    const size_t exponent = number.find_first_of("eE");
+    if (exponent == std::string_view::npos && number.size() < surelyLargeEnough)
+        return false;
+    double value = 0;
+    const bool isZero =
+        number.substr(0, exponent).find_first_not_of("0.") == std::string_view::npos;
+    const bool isNormal =
+        toNumber(number, value) && std::isnormal(value) && std::isnormal(converted.toDouble());
+    return !isZero && !isNormal;
+}
+
+/// Appends to \a result what stands for \a number in \a target. Returns what is wrong with it, in
+/// words; null if nothing is.
+QString appendConverted(const NumberWithUnit &number, const QString &target, std::string &result)
+{
+    const QString text = Units::evaluate(QStringLiteral("%.12g"), readableText(number), target);
     appendBytes(result, text);
-    return !text.endsWith(QLatin1Char('f')) && !text.endsWith(QLatin1Char('n')); // inf, nan
+    const QString subject = QStringLiteral("the number '%1' is too %2");
+    if (text.endsWith(QLatin1Char('f')) || text.endsWith(QLatin1Char('n'))) // inf, nan
+        return subject.arg(textOf(number.text()), QStringLiteral("large"));
+    if (isTooSmall(number.number, text))
+        return subject.arg(textOf(number.text()), QStringLiteral("small"));
+    return {};
 }
 
 void StrictConversion::convert(FilterLine &line, std::string &result)
@@ -91,17 +118,19 @@ void StrictConversion::convert(FilterLine &line, std::string &result)
     Columns columns(line.text);
     size_t done = 0; // bytes of the line
     while (numbers.next(number)) {
+        if (!number.problem.empty()) {
+            line.report(columns.at(numbers.positionOf(number.problem)), problemOf(number));
+            continue;
+        }
         const Conversion &conversion = of(number.unit);
-        const size_t begin = numbers.position();
-        if (!conversion.isKnown && !isWord(number))
-            line.report(columns.at(numbers.unitPosition()), unknownUnit(textOf(number.unit)));
         if (!conversion.isPossible)
             continue;
+        const size_t begin = numbers.positionOf(number.number);
         result += line.text.substr(done, begin - done);
         done = begin + number.text().size();
-        if (!appendConverted(number, conversion.target, result))
-            line.report(columns.at(begin),
-                QStringLiteral("the number '%1' is too large").arg(textOf(number.text())));
+        const QString problem = appendConverted(number, conversion.target, result);
+        if (!problem.isNull())
+            line.report(columns.at(begin), problem);
     }
     result += line.text.substr(done);
 }

@@ -40,8 +40,23 @@ qsizetype appendAscii(std::string &bytes, const QString &text)
 
 constexpr char16_t firstEscape = 0xDC00; ///< plus the byte, which is 0x80 at least
 
-/// How many bytes the character of UTF-8 takes that \a bytes begin with; 0 if they begin with none.
-/// \a character becomes its number.
+/// Appends \a character, any but a surrogate, in UTF-8.
+void appendCharacter(std::string &bytes, char32_t character)
+{
+    const size_t more = character < 0x80 ? 0 : character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
+    constexpr unsigned char leads[] = {0, 0xC0, 0xE0, 0xF0};
+    bytes += static_cast<char>(leads[more] | character >> (6 * more));
+    for (size_t index = more; index > 0; --index)
+        bytes += static_cast<char>(0x80U | (character >> (6 * (index - 1)) & 0x3FU));
+}
+
+bool isEscape(QChar unit)
+{
+    return unit.unicode() >= firstEscape + 0x80 && unit.unicode() <= firstEscape + 0xFF;
+}
+
+} // namespace
+
 size_t readCharacter(std::string_view bytes, char32_t &character)
 {
     const auto first = static_cast<unsigned char>(bytes[0]);
@@ -65,23 +80,6 @@ size_t readCharacter(std::string_view bytes, char32_t &character)
     const bool isSurrogate = character >= 0xD800 && character < 0xE000;
     return isTooLong || isSurrogate || character > 0x10FFFF ? 0 : length;
 }
-
-/// Appends \a character, any but a surrogate, in UTF-8.
-void appendCharacter(std::string &bytes, char32_t character)
-{
-    const size_t more = character < 0x80 ? 0 : character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
-    constexpr unsigned char leads[] = {0, 0xC0, 0xE0, 0xF0};
-    bytes += static_cast<char>(leads[more] | character >> (6 * more));
-    for (size_t index = more; index > 0; --index)
-        bytes += static_cast<char>(0x80U | (character >> (6 * (index - 1)) & 0x3FU));
-}
-
-bool isEscape(QChar unit)
-{
-    return unit.unicode() >= firstEscape + 0x80 && unit.unicode() <= firstEscape + 0xFF;
-}
-
-} // namespace
 
 QString textOf(std::string_view bytes)
 {

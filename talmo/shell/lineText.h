@@ -23,4 +23,8 @@ qint64 columnAt(const QString &text, qint64 position);
 /// The column, from 1, of the character that begins at \a offset in the line \a bytes.
 qint64 columnAt(std::string_view bytes, size_t offset);
 
+/// How many bytes the character of UTF-8 takes that \a bytes, one at least, begin with; 0 if they
+/// begin with none. \a character becomes its number.
+size_t readCharacter(std::string_view bytes, char32_t &character);
+
 } // namespace Talmo

@@ -92,8 +92,8 @@ TEST_F(ConvertTest, RewritesNumbersInOneUnit)
 
 TEST_F(ConvertTest, LeavesWhatIsPartOfAWord)
 {
-    const QByteArray text = "BPM12a file1in.txt 2nd 0x10 1e5 3D 4x4 10x $5cm a_5cm 5mm2 \xC2\xB5"
-                            "5cm 5m\xC2\xB2 22T10:15\n";
+    const QByteArray text = "BPM12a file1in.txt 2nd 0x10 1e5 3D 4x4 10x $5cm a_5cm \xC2\xB5"
+                            "5cm 22-11-22T10:15 5mm.dat\n";
     expectConverted(text, text);
     expectConverted("1e5m 2e 2.5e-3cm\n", "100000000 2e 0.025\n");
 }
@@ -106,11 +106,69 @@ TEST_F(ConvertTest, ReportsUnknownUnitsAndLeavesAGap)
     expectFault("3m/s 2m^2\n", "\n",
         "in:1:2: unknown unit 'm/s' (did you mean mps?)\n"
         "in:1:7: unknown unit 'm^2'\n");
-    expectFault("-1e999m\n", "\n", "in:1:2: the number '1e999m' is too large\n");
-    expectFault("1e308m\n", "\n", "in:1:1: the number '1e308m' is too large\n");
-    expectConverted("1e308mm\n", "1e+308\n");
     // Units that are not asked for are unknown all the same.
     expectFault("3Mev\n", "\n", "in:1:2: unknown unit 'Mev' (did you mean MeV?)\n", {"-u", "cm"});
+}
+
+TEST_F(ConvertTest, TakesNoPartOfANumber)
+{
+    expectFault("x 1,024m\n(1,2mm) 10mm,20mm\n1'000mm 1 000mm\n", "\n(1,2) 10,20\n\n",
+        "in:1:3: '1,024m' may be one number or several\n"
+        "in:3:1: '1'000mm' may be one number or several\n"
+        "in:3:9: '1 000mm' may be one number or several\n");
+    expectFault("5mm2, 10mmx20mm\n5.cm 1.e2cm\n", "\n50 1000\n",
+        "in:1:2: unknown unit 'mm2' (did you mean mm?)\n"
+        "in:1:9: unknown unit 'mmx20mm'\n");
+}
+
+TEST_F(ConvertTest, LeavesExpressionsAlone)
+{
+    expectConverted("drift 2cm ${2*3cm;mm} ${x}5cm ${a[${1m}]+1m} 3cm\n",
+        "drift 20 ${2*3cm;mm} ${x}5cm ${a[${1m}]+1m} 30\n");
+    expectConverted("${3Mev}\n", "${3Mev}\n");
+    expectConverted("${3cm 4cm\n", "${30 40\n"); // never closed
+}
+
+TEST_F(ConvertTest, RefusesWhatIsNoDouble)
+{
+    const struct {
+        const char *number;
+        const char *problem;
+    } rows[] = {
+        {"1e400mm", "large"},
+        {"1e308m", "large"},
+        {"1e-400mm", "small"},
+        {"0.1E-4000m", "small"},
+        {"5.e-324mm", "small"}, // it has one digit
+        {"1e-308mm", "small"},
+    };
+    for (const auto &row : rows) {
+        const QByteArray number = row.number;
+        expectFault("-" + number + "\n", "\n",
+            "in:1:2: the number '" + number + "' is too " + row.problem + "\n");
+    }
+    const QByteArray tiny = "0." + QByteArray(400, '0') + "1mm";
+    expectFault(tiny, "", "in:1:1: the number '" + tiny + "' is too small\n");
+    expectFault("1e-307mm\n", "\n", "in:1:1: the number '1e-307mm' is too small\n", {"-u", "mile"});
+    expectConverted("3e-308mm 1e-310kg 0e-400m 0.0E-999m 1e308mm\n"
+                    "0." +
+                        QByteArray(400, '0') + "mm\n",
+        "3e-308 1e-310kg 0 0 1e+308\n0\n");
+}
+
+TEST_F(ConvertTest, FindsTheSameMistakesAsCheck)
+{
+    std::mt19937 random(3);
+    static const char *const pieces[] = {"1", "05", "200", ".", ",", " ", "'", "m", "mm", "Mev",
+        "x", "/", "^2", "e", "-", "(", "_", "\xC2\xB5", "\xE9", "T10", "2"};
+    for (int round = 0; round < 5; ++round) {
+        QByteArray text;
+        for (int count = 5000; count > 0; --count)
+            text +=
+                QByteArray(pieces[random() % std::size(pieces)]) + (random() % 9 == 0 ? "\n" : "");
+        write("in", text);
+        EXPECT_EQ(run({"convert", "in"}).errors, run({"check", "in"}).output);
+    }
 }
 
 TEST_F(ConvertTest, DoesAsTheLibraryWithNumbersThatStandAlone)
