@@ -101,10 +101,11 @@ QString problemOfPlace(Replacement &replacement, const Replacements &others, boo
     return {};
 }
 
-/// A part of a spool, from one byte to another.
+/// The results of one input: a part of a spool, from one byte to another.
 struct SpooledPart {
     qint64 begin = 0;
     qint64 end = 0;
+    bool isChanged = false; ///< they are not what the input was
 };
 
 /// Takes results, and puts them where they belong.
@@ -124,7 +125,7 @@ public:
 
     bool begin() { return !isSpooled || spool.open() || fail(); }
     bool write(std::string_view bytes);
-    void finishInput();
+    void finishInput(bool isChanged);
     bool save(QString &problem);
 
     /// Why the latest step failed, as a sentence.
@@ -134,6 +135,7 @@ private:
     bool fail();
     bool saveOutput(QString &problem);
     bool replaceAll(QString &problem);
+    void takeBack(QString &problem);
 
     const FilterFiles &files;
     const Replacements &replacements;
@@ -158,11 +160,11 @@ bool Results::write(std::string_view bytes)
     return std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
 }
 
-/// All results since the latest call belong to one input.
-void Results::finishInput()
+/// All results since the latest call belong to one input, and differ from it if it \a isChanged.
+void Results::finishInput(bool isChanged)
 {
     if (isSpooled)
-        spooled.push_back({spooled.empty() ? 0 : spooled.back().end, spool.size()});
+        spooled.push_back({spooled.empty() ? 0 : spooled.back().end, spool.size(), isChanged});
 }
 
 bool Results::saveOutput(QString &problem)
@@ -178,14 +180,27 @@ bool Results::saveOutput(QString &problem)
         problem);
 }
 
-/// Replaces all files, or none.
+/// Takes all files back. Adds to \a problem which of them are changed all the same.
+void Results::takeBack(QString &problem)
+{
+    for (const auto &file : replacements) {
+        const QString remark = file->takeBack();
+        if (remark.isNull())
+            continue;
+        if (problem.isNull())
+            problem = QStringLiteral("interrupted");
+        problem += QStringLiteral("; ") + remark;
+    }
+}
+
+/// Replaces all files that change, or none.
 bool Results::replaceAll(QString &problem)
 {
     const auto forAll = [&](const auto &step) {
         for (size_t index = 0; index < replacements.size(); ++index) {
             if (!interruption().isNull())
                 return false;
-            if (!step(*replacements[index], spooled[index])) {
+            if (spooled[index].isChanged && !step(*replacements[index], spooled[index])) {
                 problem = replacements[index]->problem();
                 return false;
             }
@@ -201,8 +216,10 @@ bool Results::replaceAll(QString &problem)
     const bool isReplaced = forAll(write) && forAll([](Replacement &file, const SpooledPart &) {
         return file.giveName();
     }) && forAll([](Replacement &file, const SpooledPart &) { return file.putInPlace(); });
-    if (!isReplaced)
-        return false; // they go back by themselves
+    if (!isReplaced) {
+        takeBack(problem);
+        return false;
+    }
     for (const auto &file : replacements)
         file->commit();
     return true;
@@ -226,6 +243,7 @@ bool filterInput(
     lines.open(name);
     InputLine input;
     std::string result;
+    bool isChanged = false;
     while (lines.next(input)) {
         FilterLine line(name, lines.number(), input.text);
         result.assign(input.mark);
@@ -233,13 +251,14 @@ bool filterInput(
         if (line.isWrong())
             result.assign(input.mark);
         isWrong = isWrong || line.isWrong();
+        isChanged = isChanged || std::string_view(result).substr(input.mark.size()) != input.text;
         result += input.end;
         if (!results.write(result)) {
             problem = results.problem();
             return false;
         }
     }
-    results.finishInput();
+    results.finishInput(isChanged);
     problem = lines.failure();
     return problem.isNull();
 }

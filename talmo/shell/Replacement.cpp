@@ -1,6 +1,7 @@
 #include "Replacement.h"
 
 #include "DiskFile.h"
+#include "attributes.h"
 #include "regularFile.h"
 #include "removeDir.h"
 #include "saving.h"
@@ -12,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -61,10 +63,30 @@ bool isUnchanged(const struct stat &before, const struct stat &now)
 
 Replacement::~Replacement()
 {
-    if (state == State::Exchanged)
-        renameat2(AT_FDCWD, contentPath, AT_FDCWD, path, RENAME_EXCHANGE);
+    takeBack();
+}
+
+QString Replacement::takeBack()
+{
+    if (state == State::Replaced)
+        return QStringLiteral("'%1' is changed already").arg(name);
+    if (state == State::Exchanged &&
+        renameat2(AT_FDCWD, contentPath, AT_FDCWD, path, RENAME_EXCHANGE) != 0) {
+        state = State::Replaced;
+        return QStringLiteral("'%1' is changed already, and what it held is in '%2'")
+            .arg(name, QFile::decodeName(std::exchange(contentPath, QByteArray())));
+    }
+    state = State::Nothing;
     if (!contentPath.isEmpty())
-        unlink(contentPath);
+        unlink(std::exchange(contentPath, QByteArray()));
+    return {};
+}
+
+void Replacement::commit()
+{
+    if (!contentPath.isEmpty())
+        unlink(std::exchange(contentPath, QByteArray()));
+    state = State::Nothing;
 }
 
 bool Replacement::fail(int error)
@@ -127,6 +149,11 @@ bool Replacement::write(
     // Only root may give a file away. For all others, the file becomes theirs.
     const bool isOwned = fchown(content.get(), before.st_uid, before.st_gid) == 0;
     const mode_t mode = before.st_mode & (isOwned ? permissions : ACCESSPERMS);
+    const QString problem = keepAttributes(path, content.get());
+    if (!problem.isNull()) {
+        reason = cannotWrite(name, problem);
+        return false;
+    }
     return (fchmod(content.get(), mode) == 0 && fsync(content.get()) == 0) || fail(errno);
 }
 
@@ -172,7 +199,7 @@ bool Replacement::putInPlace()
     if (rename(contentPath, path) != 0)
         return fail(errno);
     contentPath.clear();
-    state = State::Done;
+    state = State::Replaced;
     return true;
 }
 

@@ -17,8 +17,8 @@ namespace Talmo
 /// the file gets its old content back if the object goes. What was written has no name before it is
 /// whole, if the file system can do that: so a process that is killed hardly ever leaves anything.
 ///
-/// The mode stays, and the owner if we may give files away. Another name of the file, a hard link,
-/// keeps the old content.
+/// The mode stays, and so do the access control list and other extended attributes, and the owner
+/// if we may give files away. Another name of the file, a hard link, keeps the old content.
 class Replacement
 {
 public:
@@ -47,18 +47,22 @@ public:
     bool giveName();
 
     /// Puts the new content in the place of the file. That fails if somebody has changed the file
-    /// since it was prepared.
+    /// since it was prepared. Where files cannot be exchanged, there is no way back from here.
     bool putInPlace();
 
     /// From here on it stays in place.
-    void commit() { state = State::Done; }
+    void commit();
+
+    /// Gives the file its old content back unless it was committed. Says, as a sentence, if that is
+    /// not possible and the file is changed; null if all is as it was.
+    QString takeBack();
 
     QString problem() const { return reason; }
 
     const QString name; ///< as the user has given it
 
 private:
-    enum class State { Nothing, Named, Exchanged, Done };
+    enum class State { Nothing, Named, Exchanged, Replaced };
 
     bool openNew();
     bool fail(int error);

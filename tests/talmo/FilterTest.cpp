@@ -7,11 +7,25 @@
 #include <QDir>
 #include <QFile>
 
+#include <cerrno>
+#include <csignal>
+
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace
 {
+
+/// An access control list, as the kernel has it: the owner may read and write, another user with
+/// the number 0x1234 may read.
+constexpr char accessList[] = "system.posix_acl_access";
+constexpr char list[] = "\2\0\0\0"
+                        "\x01\0\6\0\xFF\xFF\xFF\xFF"
+                        "\x02\0\4\0\x34\x12\0\0"
+                        "\x04\0\4\0\xFF\xFF\xFF\xFF"
+                        "\x10\0\4\0\xFF\xFF\xFF\xFF"
+                        "\x20\0\0\0\xFF\xFF\xFF\xFF";
 
 class FilterTest : public CompanionTest
 {
@@ -30,6 +44,23 @@ protected:
     {
         return runProcess("/bin/sh", {"-c", QString::fromUtf8(script), driver}, environment, work);
     }
+
+    /// The extended attribute \a name of a \a file.
+    QByteArray attribute(const QString &file, const char *name) const
+    {
+        char value[1000];
+        const ssize_t size = getxattr(pathOf(file), name, value, sizeof value);
+        return size < 0 ? QByteArray("(none)") : QByteArray(value, static_cast<int>(size));
+    }
+
+    /// The files "a", "b" and "c", and what they hold together.
+    void writeThree()
+    {
+        write("a", "1cm\n");
+        write("b", "2cm\n");
+        write("c", "3cm\n");
+    }
+    QByteArray readThree() const { return read("a") + read("b") + read("c"); }
 
     /// Expects that `talmo convert` with \a arguments reports \a errors, ends with status 1, prints
     /// nothing, and changes nothing in any file.
@@ -102,6 +133,68 @@ TEST_F(FilterTest, KeepsTheOwnerOfAFile)
     EXPECT_EQ(statusOf("a").st_uid, 4321U);
     EXPECT_EQ(statusOf("a").st_gid, 1234U);
     EXPECT_EQ(statusOf("a").st_mode & 07777U, 04755U);
+}
+
+TEST_F(FilterTest, KeepsTheAttributesOfAFile)
+{
+    write("a", "1cm\n");
+    if (setxattr(pathOf("a"), "user.origin", "beam\0line", 9, 0) != 0)
+        GTEST_SKIP() << "the file system knows no attributes";
+    ASSERT_EQ(setxattr(pathOf("a"), "user.empty", "", 0, 0), 0);
+    const bool hasList = setxattr(pathOf("a"), accessList, list, sizeof list - 1, 0) == 0;
+    expectSuccess({"convert", "--in-place", "a"}, "");
+    EXPECT_EQ(read("a"), "10\n");
+    EXPECT_EQ(attribute("a", "user.origin"), QByteArray("beam\0line", 9));
+    EXPECT_EQ(attribute("a", "user.empty"), "");
+    if (!hasList)
+        GTEST_SKIP() << "the file system knows no access control lists";
+    EXPECT_EQ(attribute("a", accessList), QByteArray(list, sizeof list - 1));
+}
+
+TEST_F(FilterTest, TheListOfTheFolderIsForNewFilesOnly)
+{
+    write("folder/a", "1cm\n");
+    if (setxattr(pathOf("folder"), "system.posix_acl_default", list, sizeof list - 1, 0) != 0)
+        GTEST_SKIP() << "the file system knows no access control lists";
+    const mode_t mode = statusOf("folder/a").st_mode;
+    write("folder/b", "");
+    EXPECT_NE(attribute("folder/b", accessList), "(none)");
+    expectSuccess({"convert", "--in-place", "folder/a"}, "");
+    EXPECT_EQ(read("folder/a"), "10\n");
+    EXPECT_EQ(attribute("folder/a", accessList), "(none)");
+    EXPECT_EQ(statusOf("folder/a").st_mode, mode);
+}
+
+TEST_F(FilterTest, ChangesNothingIfAnAttributeWouldBeLost)
+{
+    write("a", "1cm\n");
+    write("b", "1cm\n");
+    if (setxattr(pathOf("b"), "user.origin", "beam", 4, 0) != 0)
+        GTEST_SKIP() << "the file system knows no attributes";
+    preload(SICK_EXCHANGE);
+    environment["ATTRIBUTES_FAIL"] = "1";
+    expectNothingChanged({"--in-place", "a", "b"},
+        "talmo: convert: cannot write 'b': Its attribute 'user.origin' cannot be kept: No space "
+        "left on device\n");
+}
+
+TEST_F(FilterTest, LeavesAFileInWhichNothingChanges)
+{
+    write("a", "\xEF\xBB\xBF"
+               "1cm\r\n");
+    write("b", "\xEF\xBB\xBF"
+               "5 BPM12a\r\n\xFF"
+               "2kg");
+    write("c", "");
+    const struct stat before[] = {statusOf("a"), statusOf("b"), statusOf("c")};
+    expectSuccess({"convert", "--in-place", "a", "b", "c"}, "");
+    EXPECT_NE(statusOf("a").st_ino, before[0].st_ino);
+    for (const int index : {1, 2}) {
+        const struct stat now = statusOf(QStringList({"a", "b", "c"}).at(index));
+        EXPECT_EQ(now.st_ino, before[index].st_ino);
+        EXPECT_EQ(now.st_ctim.tv_sec, before[index].st_ctim.tv_sec);
+        EXPECT_EQ(now.st_ctim.tv_nsec, before[index].st_ctim.tv_nsec);
+    }
 }
 
 TEST_F(FilterTest, FollowsNoLinkUnlessTold)
@@ -253,6 +346,87 @@ TEST_F(FilterTest, LeavesNothingWhenItIsInterruptedOrKilled)
         EXPECT_EQ(read("out"), "old\n");
         EXPECT_EQ(everything(), before);
     }
+}
+
+TEST_F(FilterTest, BringsAllFilesBackWhenItIsInterruptedBetweenThem)
+{
+    preload(SICK_EXCHANGE);
+    writeThree();
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        for (const char *const exchange : {"1", "2"}) {
+            SCOPED_TRACE(exchange);
+            environment["EXCHANGES"] = exchange + QStringLiteral(" signal %1").arg(signal);
+            const Outcome outcome = runShell("\"$0\" convert --in-place a b c\necho $?\n");
+            EXPECT_EQ(outcome.output, QByteArray::number(128 + signal) + '\n');
+            EXPECT_EQ(readThree(), "1cm\n2cm\n3cm\n");
+            EXPECT_EQ(entries(), QStringList({"a", "b", "c"}));
+        }
+    }
+    // Behind the last one, there is nothing to be brought back.
+    environment["EXCHANGES"] = QStringLiteral("3 signal %1").arg(SIGINT);
+    EXPECT_EQ(runShell("\"$0\" convert --in-place a b c\necho $?\n").output, "130\n");
+    EXPECT_EQ(readThree(), "10\n20\n30\n");
+    EXPECT_EQ(entries(), QStringList({"a", "b", "c"}));
+}
+
+TEST_F(FilterTest, LeavesEveryFileWholeAndTheOldOnesWhenItIsKilledBetweenThem)
+{
+    preload(SICK_EXCHANGE);
+    const QByteArray contents[] = {"10\n2cm\n3cm\n", "10\n20\n3cm\n", "10\n20\n30\n"};
+    for (const int exchange : {1, 2, 3}) {
+        SCOPED_TRACE(exchange);
+        writeThree();
+        environment["EXCHANGES"] = QStringLiteral("%1 signal %2").arg(exchange).arg(SIGKILL);
+        EXPECT_EQ(
+            runShell("\"$0\" convert --in-place a b c 2>/dev/null\necho $?\n").output, "137\n");
+        EXPECT_EQ(readThree(), contents[exchange - 1]);
+        QByteArray left;
+        for (const QString &name : QDir(work).entryList(QDir::Files | QDir::Hidden)) {
+            if (name.startsWith(".talmo-")) {
+                left += read(name);
+                QFile::remove(work + '/' + name);
+            }
+        }
+        for (const char *const old : {"1cm", "2cm", "3cm"})
+            EXPECT_TRUE((left + readThree()).contains(old)) << old;
+    }
+}
+
+TEST_F(FilterTest, SaysWhatIsChangedIfItCannotBeBroughtBack)
+{
+    preload(SICK_EXCHANGE);
+    writeThree();
+    environment["EXCHANGES"] = QStringLiteral("2 error %1").arg(EIO);
+    const Outcome outcome = run({"convert", "--in-place", "a", "b", "c"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(readThree(), "10\n2cm\n3cm\n");
+    const QStringList left = QDir(work).entryList({".talmo-*"}, QDir::Files | QDir::Hidden);
+    ASSERT_EQ(left.size(), 1);
+    EXPECT_EQ(read(left[0]), "1cm\n");
+    EXPECT_EQ(outcome.errors,
+        "talmo: convert: cannot write 'b': Input/output error; 'a' is changed already, and what it "
+        "held is in '" +
+            QFile::encodeName(QDir(work).canonicalPath() + '/' + left[0]) + "'\n");
+}
+
+TEST_F(FilterTest, ReplacesFilesOneByOneWhereTheyCannotBeExchanged)
+{
+    preload(SICK_EXCHANGE);
+    environment["EXCHANGES"] = QStringLiteral("1 error %1").arg(EINVAL);
+    writeThree();
+    expectSuccess({"convert", "--in-place", "a", "b", "c"}, "");
+    EXPECT_EQ(readThree(), "10\n20\n30\n");
+    EXPECT_EQ(QDir(work).entryList(QDir::Files | QDir::Hidden), QStringList({"a", "b", "c"}));
+    writeThree();
+    if (!mountPrivately("mount --bind \"$work/b\" \"$work/b\"\n",
+            "test \"$(cat \"$work/b\")\" = 2cm\numount \"$work/b\"\n"))
+        GTEST_SKIP() << "mounting is not allowed here";
+    const Outcome outcome = run({"convert", "--in-place", "a", "b", "c"});
+    EXPECT_EQ(outcome.errors,
+        "talmo: convert: cannot write 'b': Device or resource busy; 'a' is changed already\n");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(readThree(), "10\n2cm\n3cm\n");
+    EXPECT_EQ(QDir(work).entryList(QDir::Files | QDir::Hidden), QStringList({"a", "b", "c"}));
 }
 
 TEST_F(FilterTest, WritesOneFile)
