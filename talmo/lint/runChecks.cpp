@@ -1,4 +1,5 @@
-// Checks of "=run": what the driver adds to the line goes to its last command only.
+// Checks of "=run". The driver passes its words to the shell, as one line. If no word begins with
+// ">", it adds a redirection to the capture, which counts for the last command of the line only.
 
 #include "checks.h"
 #include "commands.h"
@@ -27,34 +28,191 @@ std::optional<ShellLine> shellLineIn(const Situation &situation)
     return line.isUnderstood ? std::optional<ShellLine>(std::move(line)) : std::nullopt;
 }
 
-bool isReport(const ShellWord &file)
+/// Where standard output and standard error of a command go, as far as it matters.
+struct Streams {
+    bool isReport[2] = {true, true}; ///< the file of the driver's report
+
+    /// Whether \a descriptor is one of the two, and the report.
+    bool leadsToReport(int descriptor) const
+    {
+        return (descriptor == 1 || descriptor == 2) && isReport[descriptor - 1];
+    }
+};
+
+/// The descriptor that the name of a \a file stands for; -1 if it is an ordinary file.
+int descriptorNamed(const ShellWord &file)
 {
-    static const QStringList names = {QStringLiteral("/dev/stdout"), QStringLiteral("/dev/stderr"),
-        QStringLiteral("/dev/fd/1"), QStringLiteral("/dev/fd/2"), QStringLiteral("/proc/self/fd/1"),
+    static const QStringList outputs = {QStringLiteral("/dev/stdout"), QStringLiteral("/dev/fd/1"),
+        QStringLiteral("/proc/self/fd/1")};
+    static const QStringList errors = {QStringLiteral("/dev/stderr"), QStringLiteral("/dev/fd/2"),
         QStringLiteral("/proc/self/fd/2")};
-    return names.contains(file.text);
+    return outputs.contains(file.text) ? 1 : errors.contains(file.text) ? 2 : -1;
 }
 
-/// Commands that only prepare the shell, and an empty one.
+/// Whether \a redirection, with \a streams before it, empties the file of the report.
+bool emptiesReport(const ShellRedirection &redirection, const Streams &streams)
+{
+    static const QStringList emptying = {
+        QStringLiteral(">"), QStringLiteral(">|"), QStringLiteral("&>")};
+    return emptying.contains(redirection.sign) &&
+           streams.leadsToReport(descriptorNamed(redirection.target));
+}
+
+/// Has \a redirection change \a streams.
+void redirect(const ShellRedirection &redirection, Streams &streams)
+{
+    const int descriptor = redirection.descriptor;
+    if (descriptor != 1 && descriptor != 2)
+        return;
+    const bool copies = redirection.sign == QLatin1String(">&") && !redirection.writesFile();
+    const int from = copies ? redirection.target.text.toInt() : descriptorNamed(redirection.target);
+    streams.isReport[descriptor - 1] = streams.leadsToReport(from);
+    if (redirection.sign.startsWith(QLatin1Char('&')))
+        streams.isReport[1] = streams.isReport[0];
+}
+
+/// Applies \a redirections of what ends with \a end to \a streams, and tells which of them empty
+/// the report.
+Streams redirected(Streams streams, const std::vector<ShellRedirection> &redirections,
+    const QString &end, const Situation &situation, Mistakes &mistakes)
+{
+    if (end == QLatin1String("|"))
+        streams.isReport[0] = false;
+    for (const ShellRedirection &redirection : redirections) {
+        if (emptiesReport(redirection, streams))
+            mistakes.add(situation.line, columnAt(situation.line.text, redirection.position),
+                QStringLiteral("'%1%2' empties the file that the report goes to; '>&1' does not")
+                    .arg(redirection.sign, redirection.target.text));
+        redirect(redirection, streams);
+    }
+    return streams;
+}
+
+/// Whether \a part redirects what the rest of the line prints.
+bool redirectsShell(const ShellPart &part)
+{
+    return part.program() == QLatin1String("exec") && part.words.size() == 1;
+}
+
+/// Commands that only prepare what follows, or end it, and an empty one.
 bool isPreparation(const ShellPart &part)
 {
-    static const QStringList programs = {QStringLiteral(":"), QStringLiteral("export"),
-        QStringLiteral("set"), QStringLiteral("trap"), QStringLiteral("ulimit"),
-        QStringLiteral("umask"), QStringLiteral("unset"), QStringLiteral("true"),
-        QStringLiteral("sleep")};
-    const auto isAssignment = [](const ShellWord &word) {
-        return word.text.indexOf(QLatin1Char('=')) > 0;
-    };
-    return programs.contains(part.program()) ||
-           std::all_of(part.words.begin(), part.words.end(), isAssignment);
+    static const QStringList programs = QStringLiteral(
+        ": . alias cd exit export kill mkdir module rm set sleep source trap true ulimit umask "
+        "unset wait")
+                                            .split(QLatin1Char(' '));
+    const QString program = part.program();
+    return program.isEmpty() || redirectsShell(part) || programs.contains(program);
 }
 
-/// Commands that only bring text into a pipe.
+/// Commands that only print what they were given.
+bool isPrinter(const ShellPart &part)
+{
+    static const QStringList programs =
+        QStringLiteral("date echo printf pwd seq yes").split(QLatin1Char(' '));
+    return programs.contains(part.program());
+}
+
+/// Commands that only bring text into a pipe, or pass on what others print there.
 bool isSource(const ShellPart &part)
 {
-    static const QStringList programs = {QStringLiteral("cat"), QStringLiteral("echo"),
-        QStringLiteral("printf"), QStringLiteral("yes")};
-    return isPreparation(part) || programs.contains(part.program());
+    static const QStringList programs =
+        QStringLiteral("awk cat cut grep head ls sed sort tac tail tee tr uniq wc")
+            .split(QLatin1Char(' '));
+    return isPreparation(part) || isPrinter(part) || programs.contains(part.program());
+}
+
+/// Whether one of the words of \a part contains \a text.
+bool mentions(const ShellPart &part, const char *text)
+{
+    return std::any_of(part.words.begin(), part.words.end(),
+        [text](const ShellWord &word) { return word.text.contains(QLatin1String(text)); });
+}
+
+/// Whether \a part is \a program with a word behind it.
+bool isWithWord(const ShellPart &part, const char *program)
+{
+    return part.program() == QLatin1String(program) && part.words.size() > part.programIndex() + 1;
+}
+
+/// Whether a part of \a line behind \a part looks at its status, or decides that of the line.
+bool isStatusUsed(const ShellLine &line, const ShellPart &part)
+{
+    const ShellPart *const next = &part + 1; // a part that has an end is never the last one
+    const ShellPart *const end = line.parts.data() + line.parts.size();
+    if (part.end == QLatin1String("|"))
+        return std::any_of(
+            next, end, [](const ShellPart &later) { return mentions(later, "PIPESTATUS"); });
+    const bool isInBackground = part.end == QLatin1String("&");
+    if (!isInBackground && mentions(*next, "$?"))
+        return true;
+    return std::any_of(next, end, [isInBackground](const ShellPart &later) {
+        const bool isWaitedFor =
+            mentions(later, "$!") || isWithWord(later, "wait") || isWithWord(later, "kill");
+        const bool decides = isWithWord(later, "exit") && !mentions(later, "$?");
+        return decides || (isInBackground && isWaitedFor);
+    });
+}
+
+/// The word, an index into those of the line at hand, that the driver takes for a redirection.
+int redirectingWord(const QStringList &words)
+{
+    const auto found = std::find_if(words.begin(), words.end(),
+        [](const QString &word) { return word.startsWith(QLatin1Char('>')); });
+    return static_cast<int>(found - words.begin());
+}
+
+/// Whether a quoted ">" that stands behind \a before may be a redirection for another program: for
+/// a shell, or behind a "print" of awk.
+bool isForAnotherShell(const ShellLine &line, const QString &before)
+{
+    static const QStringList shells = {QStringLiteral("-c"), QStringLiteral("-e"),
+        QStringLiteral("eval"), QStringLiteral("ssh"), QStringLiteral("xargs")};
+    for (const ShellPart &part : line.parts) {
+        if (std::any_of(part.words.begin(), part.words.end(),
+                [](const ShellWord &word) { return shells.contains(word.text); }))
+            return true;
+    }
+    const auto begin =
+        std::max(before.lastIndexOf(QLatin1Char('{')), before.lastIndexOf(QLatin1Char(';')));
+    const QString statement = before.mid(begin + 1);
+    return statement.contains(QLatin1String("print")) &&
+           statement.count(QLatin1Char('(')) == statement.count(QLatin1Char(')'));
+}
+
+/// Finds a ">" in quotes that keeps the driver from capturing.
+void findQuotedRedirection(const Situation &situation, const ShellLine &line, Mistakes &mistakes)
+{
+    const std::vector<ShellRedirection> redirections = line.redirections();
+    if (std::any_of(redirections.begin(), redirections.end(), [](const ShellRedirection &one) {
+            return one.sign.contains(QLatin1Char('>')) && one.descriptor == 1;
+        }))
+        return;
+    const QStringList &words = situation.line.words;
+    const int word = redirectingWord(words);
+    const int position = situation.line.positionOf(word);
+    if (line.comment >= 0 || situation.line.text.mid(position, 1) != QLatin1String(">") ||
+        isForAnotherShell(line, situation.line.text.left(position)))
+        return;
+    mistakes.add(situation.line, columnAt(situation.line.text, position),
+        QStringLiteral("nothing goes to '%1', because the driver takes this for a redirection")
+            .arg(shown(captureOf(words.mid(0, 2)))));
+}
+
+/// Finds redirections that the one to \a capture, which the driver adds, makes vain.
+void findVainRedirections(
+    const Situation &situation, const ShellLine &line, const QString &capture, Mistakes &mistakes)
+{
+    for (const ShellRedirection &redirection : line.parts.back().redirections) {
+        const bool isOutput = redirection.descriptor == 1 || redirection.descriptor == 2;
+        const bool isDevice = descriptorNamed(redirection.target) > 0 ||
+                              redirection.target.text.startsWith(QLatin1String("/dev/"));
+        if (isOutput && redirection.writesFile() && !isDevice)
+            mistakes.add(situation.line, columnAt(situation.line.text, redirection.position),
+                QStringLiteral("nothing goes to '%1', because no word begins with '>', so that "
+                               "the driver captures in '%2'")
+                    .arg(shown(redirection.target.text), shown(capture)));
+    }
 }
 
 } // namespace
@@ -64,44 +222,60 @@ void findEmptiedReport(const Situation &situation, Mistakes &mistakes)
     const std::optional<ShellLine> line = shellLineIn(situation);
     if (!line)
         return;
-    static const QStringList emptying = {
-        QStringLiteral(">"), QStringLiteral(">|"), QStringLiteral("&>")};
+    Streams ofLine;
+    std::vector<Streams> ofGroups; // those around a group come before it
+    const auto around = [&](int group) {
+        return group < 0 ? ofLine : ofGroups[static_cast<size_t>(group)];
+    };
+    for (const ShellGroup &group : line->groups)
+        ofGroups.push_back(
+            redirected(around(group.parent), group.redirections, group.end, situation, mistakes));
     for (const ShellPart &part : line->parts) {
-        const bool isIntoPipe = part.end == QLatin1String("|");
-        for (const ShellRedirection &redirection : part.redirections) {
-            if (!isIntoPipe && emptying.contains(redirection.sign) && isReport(redirection.target))
-                mistakes.add(situation.line, columnAt(situation.line.text, redirection.position),
-                    QStringLiteral(
-                        "'%1%2' empties the file that the report goes to; '>&1' does not")
-                        .arg(redirection.sign, redirection.target.text));
-        }
+        const Streams changed =
+            redirected(around(part.group), part.redirections, part.end, situation, mistakes);
+        if (redirectsShell(part))
+            (part.group < 0 ? ofLine : ofGroups[static_cast<size_t>(part.group)]) = changed;
     }
 }
 
 void findLostCapture(const Situation &situation, Mistakes &mistakes)
 {
     const std::optional<ShellLine> line = shellLineIn(situation);
-    if (!line || line->comment < 0)
+    if (!line)
         return;
     const QString capture = captureOf(situation.line.words);
-    if (!capture.isNull())
-        mistakes.add(situation.line, columnAt(situation.line.text, line->comment),
-            QStringLiteral("nothing goes to '%1', because a comment for the shell begins here")
-                .arg(shown(capture)));
+    if (capture.isNull()) {
+        findQuotedRedirection(situation, *line, mistakes);
+    } else if (line->comment < 0) {
+        findVainRedirections(situation, *line, capture, mistakes);
+    } else {
+        const std::vector<ShellRedirection> &own = line->parts.back().redirections;
+        const bool isRedirected = std::any_of(own.begin(), own.end(), [](const auto &redirection) {
+            return redirection.descriptor == 1 && redirection.sign.contains(QLatin1Char('>'));
+        });
+        if (!isRedirected)
+            mistakes.add(situation.line, columnAt(situation.line.text, line->comment),
+                QStringLiteral("nothing goes to '%1', because a comment for the shell begins here")
+                    .arg(shown(capture)));
+    }
 }
 
 void findLostStatus(const Situation &situation, Mistakes &mistakes)
 {
     const std::optional<ShellLine> line = shellLineIn(situation);
-    if (!line || line->parts[0].program() == QLatin1String("set"))
+    if (!line || !line->groups.empty() || line->parts[0].program() == QLatin1String("set"))
         return;
     const bool isCaptured = !captureOf(situation.line.words).isNull();
     for (const ShellPart &part : line->parts) {
         const bool isPipe = part.end == QLatin1String("|");
         const bool isList = part.end == QLatin1String(";") || part.end == QLatin1String("&");
-        if (!(isPipe && !isSource(part)) && !(isList && !isPreparation(part)))
-            continue;
         const bool printsElsewhere = isList && isCaptured && part.redirections.empty();
+        const bool losesNothing = isPipe ? isSource(part)
+                                  : isList
+                                      ? isPreparation(part) || (isPrinter(part) && !printsElsewhere)
+                                      : true;
+        if (losesNothing || isStatusUsed(*line, part))
+            continue;
         mistakes.add(situation.line, columnAt(situation.line.text, part.endPosition),
             QStringLiteral("'%1' loses the exit status of '%2'%3")
                 .arg(part.end, shown(part.program()),

@@ -3,6 +3,7 @@
 #include "CompanionTest.h"
 
 #include <QByteArray>
+#include <QScopedValueRollback>
 #include <QStringList>
 
 /// `talmo lint`, with the programs sim1 and sim2 configured.
@@ -35,6 +36,13 @@ protected:
                     text.section(':', 1, 2) + ' ' + text.section('[', -1, -1).section(']', 0, 0);
         }
         return found;
+    }
+
+    /// The error message of a run, by the driver, of a script with \a lines behind its heading.
+    QByteArray errorOfDriver(const QByteArray &lines)
+    {
+        const QScopedValueRollback<QString> plain(driver, plainDriver);
+        return errorOf(lines);
     }
 
     /// Whether \a check finds something in such a script.
