@@ -1,12 +1,12 @@
 #pragma once
 
+#include "InlineFiles.h"
 #include "WrittenFiles.h"
 
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
 
-#include <map>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -20,14 +20,14 @@ class Script;
 
 /// A line of a script outside of the texts of files.
 struct LintLine {
-    qint64 number = 0;   ///< from 1
-    QString text;        ///< as it stands there
-    QStringList words;   ///< as the command gets them: "$simProgram" is replaced
-    QStringList allowed; ///< the checks that comments above allow to find something
+    qint64 number = 0;      ///< from 1
+    QString text;           ///< as it stands there
+    QStringList words;      ///< as the command gets them: "$simProgram" is replaced
+    QStringList allowed;    ///< the checks that comments above allow to find something
+    bool isGuessed = false; ///< the name for "$simProgram" in the words is made up
 
     /// Where \a word, an index into words, begins in the text; 0 if it is not there because an
-    /// empty
-    /// "$simProgram" has vanished.
+    /// empty "$simProgram" has vanished.
     int positionOf(int word) const;
 
     /// The column, from 1, of that.
@@ -38,12 +38,6 @@ struct LintLine {
 struct LintBody {
     LintLine line;         ///< the "=file" line
     std::string_view text; ///< valid as long as the script
-};
-
-/// How often a script writes a file with "=file", and the latest text.
-struct InlineFile {
-    int count = 0;
-    std::string_view text;
 };
 
 /// All that the checks may know when they look at a command, or at a script as a whole.
@@ -67,10 +61,13 @@ struct Situation {
     std::optional<QString> pattern = {};     ///< its pattern, as the driver takes it
     bool isInSection = false;                ///< behind a "=platform" with platforms
     bool isTorn = false; ///< the line at hand was probably meant for the text of a file
+    /// The "=file" that must fail, so that the lines behind it are commands; none behind the first
+    /// of them.
+    std::optional<LintLine> failingFile = {};
 
     // What the commands before have done.
     WrittenFiles written = {};
-    std::map<QString, InlineFile> inlineFiles = {}; ///< by name
+    InlineFiles inlineFiles = {};
 
     /// Whether the "=ignore" before the command at hand expects \a message of it.
     bool isExpected(const QString &message) const;

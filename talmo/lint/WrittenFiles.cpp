@@ -17,16 +17,17 @@ namespace
 /// Programs that only print, whatever their arguments are.
 bool onlyPrints(const ShellPart &part)
 {
-    static const QStringList programs = {QStringLiteral("["), QStringLiteral("cat"),
-        QStringLiteral("cmp"), QStringLiteral("diff"), QStringLiteral("echo"),
-        QStringLiteral("expr"), QStringLiteral("false"), QStringLiteral("grep"),
-        QStringLiteral("head"), QStringLiteral("ls"), QStringLiteral("printf"),
-        QStringLiteral("pwd"), QStringLiteral("seq"), QStringLiteral("sleep"),
-        QStringLiteral("sort"), QStringLiteral("tail"), QStringLiteral("test"),
-        QStringLiteral("true"), QStringLiteral("wc")};
-    if (part.words.empty())
+    static const QStringList programs = {QStringLiteral("["), QStringLiteral(":"),
+        QStringLiteral("cat"), QStringLiteral("cmp"), QStringLiteral("diff"),
+        QStringLiteral("echo"), QStringLiteral("expr"), QStringLiteral("false"),
+        QStringLiteral("grep"), QStringLiteral("head"), QStringLiteral("ls"),
+        QStringLiteral("printf"), QStringLiteral("pwd"), QStringLiteral("seq"),
+        QStringLiteral("sleep"), QStringLiteral("sort"), QStringLiteral("tail"),
+        QStringLiteral("test"), QStringLiteral("true"), QStringLiteral("wc")};
+    const size_t index = part.programIndex();
+    if (index == part.words.size())
         return true;
-    if (part.words[0].isExpanded || !programs.contains(part.program()))
+    if (part.words[index].isExpanded || !programs.contains(part.program()))
         return false;
     // sort -o FILE, sort --output=FILE; also when an expansion may bring that.
     const auto mayWrite = [](const ShellWord &word) {
@@ -51,6 +52,7 @@ bool hasCommandInside(const ShellPart &part)
 void WrittenFiles::add(const LintLine &line, const Command &command)
 {
     const QString name = QLatin1String(command.name);
+    isAnyPossible = isAnyPossible || line.isGuessed;
     if (name == QLatin1String("=file") || name == QLatin1String("=testbeam"))
         addName(line.words[1]);
     else if (name == QLatin1String("=run"))
@@ -64,18 +66,20 @@ void WrittenFiles::addRun(const LintLine &line)
         addName(capture);
     const ShellLine shell = shellLineOf(line.words.mid(1).join(QLatin1Char(' ')), 0);
     isAnyPossible = isAnyPossible || !shell.isUnderstood;
-    for (const ShellPart &part : shell.parts) {
+    for (const ShellPart &part : shell.parts)
         isAnyPossible = isAnyPossible || !onlyPrints(part) || hasCommandInside(part);
-        for (const ShellRedirection &redirection : part.redirections) {
+    for (const ShellRedirection &redirection : shell.redirections()) {
+        if (redirection.writesFile())
             addName(redirection.target.text);
-            isAnyPossible = isAnyPossible || redirection.target.isExpanded;
-        }
+        isAnyPossible = isAnyPossible || redirection.target.isExpanded;
     }
 }
 
 void WrittenFiles::addName(const QString &name)
 {
-    known.insert(QDir::cleanPath(name));
+    const QString path = QDir::cleanPath(name);
+    if (known.insert(path).second)
+        inOrder += path;
 }
 
 bool WrittenFiles::mayHold(const QString &name) const
@@ -86,11 +90,6 @@ bool WrittenFiles::mayHold(const QString &name) const
     const QString inside = path + QLatin1Char('/');
     const auto next = known.lower_bound(inside);
     return next != known.end() && next->startsWith(inside);
-}
-
-QStringList WrittenFiles::names() const
-{
-    return QStringList(known.begin(), known.end());
 }
 
 } // namespace Talmo

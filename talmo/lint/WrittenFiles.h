@@ -24,13 +24,14 @@ public:
     bool mayHold(const QString &name) const;
 
     /// The names that are known.
-    QStringList names() const;
+    const QStringList &names() const { return inOrder; }
 
 private:
     void addRun(const LintLine &line);
     void addName(const QString &name);
 
     std::set<QString> known; ///< clean paths
+    QStringList inOrder;     ///< the same, in the order in which they are written
     bool isAnyPossible = false;
 };
 

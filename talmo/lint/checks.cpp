@@ -70,6 +70,8 @@ const std::vector<Check> &checkTable()
           Subject::Command, findHiddenCommand },
         { "never-written", "a file that is compared, or must exist, and that nothing writes",
           Subject::Command, findNeverWritten },
+        { "overwritten-file", "a =file whose text another =file replaces before it was used",
+          Subject::Command, findOverwrittenFile },
         { "huge-tolerance", "a tolerance so large that any number passes",
           Subject::Command, findHugeTolerance },
         { "emptied-report", "a redirection that empties the report",

@@ -32,6 +32,8 @@ public:
     /// Whether there are so many that nobody needs more of them.
     bool areMany() const;
 
+    size_t count() const { return found.size(); }
+
     /// All that was found, in the order of the places.
     std::vector<Mistake> sorted() const;
 
@@ -87,6 +89,7 @@ void findLostCapture(const Situation &situation, Mistakes &mistakes);
 void findLostStatus(const Situation &situation, Mistakes &mistakes);
 // compareChecks:
 void findNeverWritten(const Situation &situation, Mistakes &mistakes);
+void findOverwrittenFile(const Situation &situation, Mistakes &mistakes);
 void findHugeTolerance(const Situation &situation, Mistakes &mistakes);
 
 } // namespace Talmo

@@ -91,6 +91,13 @@ void findUnknownCommand(const Situation &situation, Mistakes &mistakes)
     const QString &name = situation.line.words[0];
     if (commandOf(name) != nullptr || situation.isTorn || situation.isExpected(situation.error))
         return;
+    if (situation.failingFile && !situation.line.text.startsWith(QLatin1Char('='))) {
+        mistakes.add(situation.line, situation.line.columnOf(0),
+            QStringLiteral("unknown command '%1': this is no text, because the '=file' above is "
+                           "expected to fail")
+                .arg(shown(name)));
+        return;
+    }
     QStringList names;
     for (const Command &command : commands)
         names += QLatin1String(command.name);

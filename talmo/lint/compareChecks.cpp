@@ -2,20 +2,17 @@
 // comparison can fail.
 
 #include "DiskFile.h"
-#include "Words.h"
 #include "checks.h"
 #include "commands.h"
 #include "compare.h"
 #include "details.h"
 #include "nearest.h"
-#include "talmo/Numbers.h"
 
 #include <QDir>
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
-#include <limits>
+#include <vector>
 
 #include <unistd.h>
 
@@ -25,7 +22,18 @@ namespace Talmo
 namespace
 {
 
+constexpr double almostZero = 1e-6; ///< values up to this may stand for 0
+constexpr double hugeFactor = 100;  ///< a tolerance is huge from so many times the values on
+constexpr double leastHuge = almostZero * hugeFactor;
+
 const QString above = QStringLiteral("../");
+
+/// Whether the clean \a path leads out of the directory of the run.
+bool isOutside(const QString &path)
+{
+    return path.startsWith(QLatin1Char('/')) || path.startsWith(above) ||
+           path == QLatin1String("..");
+}
 
 /// Whether the file \a name, outside of the directory of the run, may be there. Where the script
 /// lies we look; elsewhere files may come from anywhere.
@@ -39,66 +47,68 @@ bool mayExistOutside(const QString &name, const QByteArray &folder)
     return exists || (errno != ENOENT && errno != ENOTDIR);
 }
 
+/// " (did you mean NAME?)" for a file \a name that nothing has written. Among many files it is
+/// looked for only a few times, so that the time grows with the length of a script, not faster.
+QString suggestedFile(const QString &name, const Situation &situation, const Mistakes &mistakes)
+{
+    constexpr size_t mostComparisons = 1000000;
+    const QStringList &names = situation.written.names();
+    const bool isTooMuch =
+        static_cast<size_t>(names.size()) * (mistakes.count() + 1) > mostComparisons;
+    return isTooMuch ? QString() : suggestion(name, names);
+}
+
 void checkFile(const Situation &situation, int word, const QString &message, Mistakes &mistakes)
 {
     const QString &name = situation.line.words[word];
     const QString path = QDir::cleanPath(name);
     if (situation.written.mayHold(name) || situation.isExpected(message))
         return;
-    const bool isOutside =
-        path.startsWith(QLatin1Char('/')) || path.startsWith(above) || path == QLatin1String("..");
-    if (isOutside && (path == QLatin1String("..") || mayExistOutside(path, situation.folder)))
+    const bool isElsewhere = isOutside(path);
+    if (isElsewhere && (path == QLatin1String("..") || mayExistOutside(path, situation.folder)))
         return;
     mistakes.add(situation.line, situation.line.columnOf(word),
-        isOutside ? QStringLiteral("'%1' is not there, and nothing in the script writes it")
-                        .arg(shown(name))
-                  : QStringLiteral("nothing above has written '%1'%2")
-                        .arg(shown(name), suggestion(name, situation.written.names())));
-}
-
-/// The magnitudes of the numbers in the first columns of a text.
-struct Magnitudes {
-    std::vector<double> largest; ///< of each column; infinite if a word is no number
-    bool hasLines = false;
-};
-
-/// Those of the lines of \a text that are no comments, in \a count columns.
-Magnitudes magnitudesOf(std::string_view text, size_t count)
-{
-    Magnitudes magnitudes;
-    magnitudes.largest.resize(count);
-    Words words;
-    while (!text.empty()) {
-        const size_t end = std::min(text.find('\n'), text.size());
-        words.split(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-        if (words[0].substr(0, 1) == "#")
-            continue;
-        magnitudes.hasLines = true;
-        for (size_t column = 0; column < count; ++column) {
-            double value = std::numeric_limits<double>::infinity();
-            if (column < words.count())
-                toNumber(words[column], value);
-            magnitudes.largest[column] = std::max(magnitudes.largest[column], std::fabs(value));
-        }
-    }
-    return magnitudes;
+        isElsewhere ? QStringLiteral("'%1' is not there, and nothing in the script writes it")
+                          .arg(shown(name))
+                    : QStringLiteral("nothing above has written '%1'%2")
+                          .arg(shown(name), suggestedFile(name, situation, mistakes)));
 }
 
 /// Whether any number that a program would write passes \a tolerance beside values of up to
-/// \a largest. Values that are almost 0 stand for 0, beside which nothing is large.
-bool isHuge(double tolerance, double largest)
+/// \a largest, in a reference with values of up to \a largestOfAll. Values that are small beside
+/// others, or at all, may stand for 0, beside which nothing is large.
+bool isHuge(double tolerance, double largest, double largestOfAll)
 {
-    constexpr double almostZero = 1e-9;
-    constexpr double times = 100;
-    return largest > almostZero && tolerance >= times * largest;
+    constexpr double smallPart = 1e-3;
+    const bool mayBeZero = largest <= almostZero || largest <= smallPart * largestOfAll;
+    return !mayBeZero && tolerance >= hugeFactor * largest;
+}
+
+/// The references among the two files of the "=compare" at hand: those in the script, if nothing
+/// can have changed them. None if it is not certain which of them is there.
+std::vector<const Magnitudes *> referencesOf(const Situation &situation)
+{
+    std::vector<const Magnitudes *> references;
+    for (int word = 1; word <= 2; ++word) {
+        const QString &name = situation.line.words[word];
+        if (!situation.inlineFiles.contains(name)) {
+            // What is outside has been there before, so the other file is not the reference.
+            if (isOutside(QDir::cleanPath(name)))
+                return {};
+            continue;
+        }
+        references.push_back(situation.inlineFiles.magnitudesOf(name));
+        if (references.back() == nullptr)
+            return {};
+    }
+    return references;
 }
 
 } // namespace
 
 void findNeverWritten(const Situation &situation, Mistakes &mistakes)
 {
-    if (situation.command == nullptr)
+    if (situation.command == nullptr || situation.line.isGuessed)
         return;
     const QString name = QLatin1String(situation.command->name);
     const QStringList &words = situation.line.words;
@@ -122,28 +132,39 @@ void findHugeTolerance(const Situation &situation, Mistakes &mistakes)
     if (!isComparison || situation.pattern || !readTolerances(words, tolerances) ||
         tolerances.empty())
         return;
-    std::vector<Magnitudes> references;
-    for (int word = 1; word <= 2; ++word) {
-        const auto file = situation.inlineFiles.find(QDir::cleanPath(words[word]));
-        if (file == situation.inlineFiles.end())
-            continue;
-        if (file->second.count > 1)
-            return; // which of them it is, is not known
-        references.push_back(magnitudesOf(file->second.text, tolerances.size()));
-    }
+    const auto largest = std::max_element(tolerances.begin(), tolerances.end());
+    if (*largest < leastHuge)
+        return;
+    const std::vector<const Magnitudes *> references = referencesOf(situation);
+    const InlineFiles &files = situation.inlineFiles;
     for (size_t column = 0; column < tolerances.size() && !references.empty(); ++column) {
-        const bool passesAll =
-            std::all_of(references.begin(), references.end(), [&](const Magnitudes &reference) {
-                return reference.hasLines && isHuge(tolerances[column], reference.largest[column]);
-            });
+        const auto passesAll = [&](const Magnitudes *reference) {
+            return column < reference->ofColumns.size() &&
+                   isHuge(tolerances[column], reference->ofColumns[column], reference->ofAll);
+        };
+        if (!std::all_of(references.begin(), references.end(), passesAll))
+            continue;
+        if (files.isNamedInOther(words[1]) || files.isNamedInOther(words[2]))
+            return;
         const int word = static_cast<int>(column) + 3;
-        if (passesAll)
-            mistakes.add(situation.line, situation.line.columnOf(word),
-                QStringLiteral("any number passes the tolerance %1: the largest in column %2 of "
-                               "the reference is %3")
-                    .arg(words[word], QString::number(column + 1),
-                        QString::number(references.back().largest[column])));
+        mistakes.add(situation.line, situation.line.columnOf(word),
+            QStringLiteral("any number passes the tolerance %1: the largest in column %2 of the "
+                           "reference is %3")
+                .arg(words[word], QString::number(column + 1),
+                    QString::number(references.back()->ofColumns[column])));
     }
+}
+
+void findOverwrittenFile(const Situation &situation, Mistakes &mistakes)
+{
+    const LintLine &line = situation.line;
+    if (!situation.body || line.isGuessed || situation.pattern ||
+        !situation.inlineFiles.isUnused(line.words[1]))
+        return;
+    mistakes.add(line, line.columnOf(1),
+        QStringLiteral("the text that an earlier '=file' writes to '%1' is lost here, and nothing "
+                       "has used it")
+            .arg(shown(line.words[1])));
 }
 
 } // namespace Talmo

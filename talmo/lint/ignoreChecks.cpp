@@ -43,37 +43,109 @@ bool matchesAnything(const QString &pattern)
     return countOfMatches(pattern, messages) == messages.size();
 }
 
-/// \a pattern with "[0-9]+" for each number and each set of digits, so that it also matches
-/// messages with other numbers.
+// To tell numbers of lines and columns from those in the names of files, their digits are replaced
+// by another digit, which nobody types, and which patterns match as any digit.
+const QString markDigit = QStringLiteral("\u0661");
+constexpr char16_t firstHiddenDigit = 0xE100; // in the area for private use
+
+bool isAsciiDigit(QChar character)
+{
+    return character >= QLatin1Char('0') && character <= QLatin1Char('9');
+}
+
+/// \a text with its digits hidden, so that they are taken for letters.
+QString withHiddenDigits(QString text)
+{
+    for (QChar &character : text) {
+        if (isAsciiDigit(character))
+            character = QChar(static_cast<char16_t>(firstHiddenDigit + character.unicode() - u'0'));
+    }
+    return text;
+}
+
+/// \a text, a message with names with hidden digits, with these digits, and with the mark for each
+/// of the others.
+QString withMarkedDigits(QString text)
+{
+    for (QChar &character : text) {
+        const int hidden = character.unicode() - firstHiddenDigit;
+        if (isAsciiDigit(character))
+            character = markDigit[0];
+        else if (hidden >= 0 && hidden <= 9)
+            character = QChar(static_cast<char16_t>(u'0' + hidden));
+    }
+    return text;
+}
+
+/// The messages that a command of these \a words can have, with marks for the numbers of lines and
+/// columns.
+QStringList markedFailuresOf(const QStringList &words)
+{
+    QStringList hidden;
+    for (const QString &word : words)
+        hidden += withHiddenDigits(word);
+    QStringList messages;
+    for (const QString &message : failuresOf(hidden))
+        messages += withMarkedDigits(message);
+    return messages;
+}
+
+/// Where the set of characters ends that begins at \a begin in \a pattern; -1 if it does not.
+int endOfSet(const QString &pattern, int begin)
+{
+    int index = begin + (pattern.mid(begin + 1, 1) == QLatin1String("^") ? 2 : 1);
+    const int first = index; // a "]" there is a member
+    for (; index < static_cast<int>(pattern.size()); ++index) {
+        if (pattern[index] == QLatin1Char('\\'))
+            ++index;
+        else if (pattern[index] == QLatin1Char(']') && index > first)
+            return index + 1;
+    }
+    return -1;
+}
+
+/// Whether the \a set of characters, "[...]", matches a digit.
+bool hasDigit(const QString &set)
+{
+    QStringList digits;
+    for (int digit = 0; digit < 10; ++digit)
+        digits += QString::number(digit);
+    return countOfMatches(set, digits) > 0;
+}
+
+/// Where the item of \a pattern ends that begins at \a begin: a set, a number, how often something
+/// is there, an escaped character, or a single one.
+int endOfItem(const QString &pattern, int begin)
+{
+    const int size = static_cast<int>(pattern.size());
+    const QChar first = pattern[begin];
+    int end = begin + 1;
+    if (first == QLatin1Char('\\')) { // "\x" takes four digits
+        end += pattern.mid(begin, 2) == QLatin1String("\\x") ? 5 : 1;
+    } else if (first == QLatin1Char('[')) {
+        end = endOfSet(pattern, begin);
+    } else if (first == QLatin1Char('{')) {
+        end = static_cast<int>(pattern.indexOf(QLatin1Char('}'), begin)) + 1;
+    } else if (isAsciiDigit(first)) {
+        while (end < size && isAsciiDigit(pattern[end]))
+            ++end;
+    }
+    return end <= begin || end > size ? size : end;
+}
+
+/// \a pattern, which also matches marks where it matches a number or a digit.
 QString forAnyNumbers(const QString &pattern)
 {
-    const QString anyNumber = QStringLiteral("(?:[0-9]+)");
-    const int size = static_cast<int>(pattern.size());
+    const QString marked = QStringLiteral("(?:%1|") + markDigit + QStringLiteral("+)");
     QString result;
-    for (int index = 0; index < size; ++index) {
-        const QChar character = pattern[index];
-        if (character == QLatin1Char('\\')) {
-            const QString escaped = pattern.mid(index++, 2);
-            result += escaped == QLatin1String("\\d") ? anyNumber : escaped;
-        } else if (character == QLatin1Char('[')) {
-            const int end = static_cast<int>(pattern.indexOf(QLatin1Char(']'), index + 2));
-            const QString set = pattern.mid(index, end < 0 ? -1 : end + 1 - index);
-            const bool mayBeDigit =
-                std::any_of(set.begin(), set.end(), [](QChar member) { return member.isDigit(); });
-            const bool isWidened = mayBeDigit && end > 0 && !set.startsWith(QLatin1String("[^"));
-            result += isWidened ? QStringLiteral("(?:%1|[0-9]+)").arg(set) : set;
-            index = end < 0 ? size : end;
-        } else if (character == QLatin1Char('{')) { // how often, which stays
-            const int end = static_cast<int>(pattern.indexOf(QLatin1Char('}'), index));
-            result += pattern.mid(index, end < 0 ? -1 : end + 1 - index);
-            index = end < 0 ? size : end;
-        } else if (character.isDigit()) {
-            while (index + 1 < size && pattern[index + 1].isDigit())
-                ++index;
-            result += anyNumber;
-        } else {
-            result += character;
-        }
+    for (int index = 0; index < static_cast<int>(pattern.size());) {
+        const int end = endOfItem(pattern, index);
+        const QString item = pattern.mid(index, end - index);
+        const bool isDigits = item == QLatin1String("\\d") ||
+                              item.startsWith(QLatin1String("\\x")) || isAsciiDigit(item[0]) ||
+                              (item[0] == QLatin1Char('[') && hasDigit(item));
+        result += isDigits ? marked.arg(item) : item;
+        index = end;
     }
     return result;
 }
@@ -82,13 +154,12 @@ QString forAnyNumbers(const QString &pattern)
 /// numbers of lines and columns.
 bool mayMatch(const QString &pattern, const QStringList &words)
 {
-    const QStringList messages = failuresOf(words);
-    if (countOfMatches(pattern, messages) > 0)
+    if (countOfMatches(pattern, failuresOf(words)) > 0)
         return true;
     if (words[0] != QLatin1String("=compare"))
         return false;
     const QString wider = forAnyNumbers(pattern);
-    return !problemOfPattern(wider).isNull() || countOfMatches(wider, messages) > 0;
+    return !problemOfPattern(wider).isNull() || countOfMatches(wider, markedFailuresOf(words)) > 0;
 }
 
 /// The column of the pattern in \a ignore, or of the command if there is none.
@@ -138,6 +209,8 @@ void findVainIgnore(const Situation &situation, Mistakes &mistakes)
     const LintLine &ignore = *situation.ignore;
     const QString &pattern = *situation.pattern;
     const QStringList &words = situation.line.words;
+    if (situation.line.isGuessed || ignore.isGuessed)
+        return; // the pattern may be about the program
     if (mayMatch(pattern, words) || matchesAnything(pattern) || !problemOfPattern(pattern).isNull())
         return;
     const bool hasPattern = ignore.text.startsWith(QLatin1String("=ignore "));

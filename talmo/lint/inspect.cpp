@@ -8,10 +8,9 @@
 #include "Needs.h"
 #include "Script.h"
 #include "commands.h"
+#include "messages.h"
 #include "nearest.h"
 #include "utf8.h"
-
-#include <QDir>
 
 #include <algorithm>
 
@@ -27,17 +26,28 @@ QStringList wordsOf(const QString &text)
     return text.simplified().split(QLatin1Char(' '));
 }
 
-/// The program that the script is looked at for: the first one that it runs for. If there is none,
-/// a name that its pattern matches, or nearly.
-QString programFor(const Script &script, const QStringList &configured)
+/// The program that a script is looked at for.
+struct ChosenProgram {
+    QString name;
+    bool isGuessed = false; ///< the name is made up
+};
+
+/// The first one that \a script runs for. If there is none, the first one that it names; a name is
+/// made up if it has only wildcards.
+ChosenProgram programFor(const Script &script, const QStringList &configured)
 {
-    QString program = programsFor(script, configured).value(0);
+    const QString program = programsFor(script, configured).value(0);
     if (!program.isEmpty() || !script.programPatterns())
-        return program;
-    QString name = script.programPatterns()->value(0);
-    for (const char *const special : {"*", "?", "[", "]"})
-        name.remove(QLatin1String(special));
-    return name.isEmpty() ? QStringLiteral("simProgram") : name;
+        return {program};
+    const auto isWildcard = [](QChar character) {
+        return character == QLatin1Char('*') || character == QLatin1Char('?') ||
+               character == QLatin1Char('[');
+    };
+    for (const QString &pattern : *script.programPatterns()) {
+        if (std::none_of(pattern.begin(), pattern.end(), isWildcard))
+            return {pattern};
+    }
+    return {QStringLiteral("simProgram"), true};
 }
 
 class Inspector
@@ -46,7 +56,8 @@ public:
     Inspector(Script &itsScript, const Surroundings &surroundings)
         : script(itsScript)
         , lines(itsScript.linesToRun())
-        , walk(lines, programFor(itsScript, surroundings.programs))
+        , program(programFor(itsScript, surroundings.programs))
+        , walk(lines, program.name)
         , situation{itsScript, surroundings.programs, surroundings.folder, surroundings.sameNames}
         , number(1 + lines.linesBetween(0, lines.position()))
     {
@@ -59,6 +70,7 @@ private:
     QStringList readComments(std::string_view text);
     void addAllowance(const LintLine &comment, QStringList &allowed);
     void look(Invocation &invocation, const LintLine &line);
+    bool mustFail() const;
     void readBody();
     bool isTornLine() const;
     void goOn(Invocation &invocation);
@@ -66,6 +78,7 @@ private:
 
     Script &script;
     ScriptReader &lines;
+    ChosenProgram program;
     CommandWalk walk;
     Situation situation;
     qint64 number; ///< of the line at which the walk is
@@ -114,11 +127,21 @@ QStringList Inspector::readComments(std::string_view text)
         const std::optional<QStringList> named =
             comment.isComment() ? allowedChecks(comment) : std::nullopt;
         if (named)
-            addAllowance({number, line, comment.words, *named}, allowed);
+            addAllowance({number, line, comment.words, *named, false}, allowed);
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     number += std::count(text.begin(), text.end(), '\n');
     return allowed;
+}
+
+/// Whether the "=file" at hand is expected not to make a file. Then the driver takes the lines
+/// behind it for commands. A device is there, and takes the text, before it fails.
+bool Inspector::mustFail() const
+{
+    const QString &name = situation.line.words[1];
+    return situation.pattern && !name.startsWith(QLatin1String("/dev/")) &&
+           !matchesMessage(*situation.pattern, QString()) &&
+           countOfMatches(*situation.pattern, failuresOf(situation.line.words)) > 0;
 }
 
 /// Takes the text of the "=file" at hand.
@@ -164,9 +187,13 @@ void Inspector::look(Invocation &invocation, const LintLine &line)
     situation.bodyBefore = situation.body;
     if (situation.bodyBefore) // nothing but text can stand between the two
         situation.line.allowed += situation.bodyBefore->line.allowed;
+    if (situation.failingFile) // whose text this was meant to be
+        situation.line.allowed += situation.failingFile->allowed;
     situation.body.reset();
     situation.isTorn = isTornLine();
-    if (situation.command != nullptr && situation.command->following == FollowingLines::AreBody)
+    const bool hasBody =
+        situation.command != nullptr && situation.command->following == FollowingLines::AreBody;
+    if (hasBody && !mustFail())
         readBody();
     constexpr int longest = 1000000; // a line that is longer is not meant to be read
     if (line.text.size() <= longest)
@@ -185,15 +212,21 @@ void Inspector::goOn(Invocation &invocation)
         situation.ignore = line;
     }
     walk.settle(invocation);
-    if (name == QLatin1String("=platform"))
+    if (name == QLatin1String("=platform")) {
         situation.isInSection = line.words.size() > 1;
+        situation.inlineFiles.addSection();
+    }
     if (command != nullptr)
         situation.written.add(line, *command);
-    if (situation.body) {
-        InlineFile &file = situation.inlineFiles[QDir::cleanPath(line.words[1])];
-        ++file.count;
-        file.text = situation.body->text;
-    }
+    if (situation.body)
+        situation.inlineFiles.add(line.words[1], situation.body->text);
+    else
+        situation.inlineFiles.addCommand(line.words);
+    // The text behind it is told once, not line by line.
+    situation.isTorn = situation.isTorn || (situation.failingFile && command == nullptr);
+    situation.failingFile.reset();
+    if (name == QLatin1String("=file") && !situation.body)
+        situation.failingFile = line;
 }
 
 Mistakes Inspector::inspect()
@@ -217,7 +250,8 @@ Mistakes Inspector::inspect()
         isFirst = false;
         if (!invocation)
             break;
-        const LintLine line{number, decoded(text), invocation->words, allowed};
+        LintLine line{number, decoded(text), invocation->words, allowed};
+        line.isGuessed = program.isGuessed && line.text.contains(QLatin1String("$simProgram"));
         ++number;
         look(*invocation, line);
         goOn(*invocation);

@@ -67,9 +67,16 @@ private:
     std::map<QByteArray, Folder> folders; // by path
 };
 
+/// The scripts to look at, and what was found about files that no run can use.
+struct ChosenScripts {
+    std::vector<ScriptPlace> places;
+    QStringList unusable; ///< a sentence for each file that is no script because of its name
+};
+
 /// The scripts that the driver would run without a filter, as far as they can be read.
-std::vector<ScriptPlace> usualScripts(bool isOfDistribution, QStringList &problems)
+ChosenScripts usualScripts(bool isOfDistribution, QStringList &problems)
 {
+    ChosenScripts chosen;
     const QByteArray folder = isOfDistribution ? distributionDirectory() : QByteArray(".");
     ScriptFolder files;
     QStringList names;
@@ -78,14 +85,15 @@ std::vector<ScriptPlace> usualScripts(bool isOfDistribution, QStringList &proble
                         .arg(shown(folder), QString::fromLocal8Bit(files.error()));
         return {};
     }
-    for (const PassedOver &file : files.passedOver())
-        problems +=
+    for (const PassedOver &file : files.passedOver()) {
+        const bool isNamedInText = QFile::encodeName(QFile::decodeName(file.name)) == file.name;
+        (isNamedInText ? problems : chosen.unusable) +=
             QStringLiteral("%1: %2").arg(shown(file.name), QString::fromLocal8Bit(file.reason));
-    std::vector<ScriptPlace> places;
+    }
     const QByteArray before = isOfDistribution ? folder + '/' : QByteArray();
     for (const QString &name : std::as_const(names))
-        places.push_back({before + QFile::encodeName(name)});
-    return places;
+        chosen.places.push_back({before + QFile::encodeName(name)});
+    return chosen;
 }
 
 /// Looks at scripts, one after the other.
@@ -161,42 +169,50 @@ void addOptions(CommandLine &line)
 }
 
 /// The scripts that \a line asks for.
-std::vector<ScriptPlace> chosenScripts(const CommandLine &line, QStringList &problems)
+ChosenScripts chosenScripts(const CommandLine &line, QStringList &problems)
 {
     const QStringList named = line.positionalArguments();
     if (!named.isEmpty() && isOfDistribution(line))
         problems += QStringLiteral("--distribution takes no SCRIPT");
     if (named.isEmpty())
         return usualScripts(isOfDistribution(line), problems);
-    std::vector<ScriptPlace> places;
+    ChosenScripts chosen;
     for (const QString &path : named)
-        places.push_back({QFile::encodeName(path), true});
-    return places;
+        chosen.places.push_back({QFile::encodeName(path), true});
+    return chosen;
 }
 
-/// Looks at all scripts that \a line asks for. False if that is not possible; the reasons were
+/// What became of looking at all scripts.
+struct Outcome {
+    std::vector<ScriptMistakes> scripts;
+    bool areFilesUnusable = false; ///< which was said
+};
+
+/// Looks at all scripts that \a line asks for. None if that is not possible; the reasons were
 /// printed.
-bool lookAtAll(const CommandLine &line, std::vector<ScriptMistakes> &results)
+std::optional<Outcome> lookAtAll(const CommandLine &line)
 {
     QStringList problems;
     QString problem;
     GivenPrograms given;
     if (!enterFolder(line, problem)) {
         line.refuse(problem);
-        return false;
+        return {};
     }
     const QStringList programs = chosenPrograms(line, given, problems);
     Linter linter(programs);
-    for (const ScriptPlace &place : chosenScripts(line, problems)) {
+    const ChosenScripts chosen = chosenScripts(line, problems);
+    for (const ScriptPlace &place : chosen.places) {
         if (!linter.look(place, problem))
             problems += problem;
     }
-    if (problems.isEmpty() && linter.results.empty())
+    if (problems.isEmpty() && chosen.unusable.isEmpty() && linter.results.empty())
         problems += QStringLiteral("there are no scripts 'test*' here");
-    for (const QString &sentence : std::as_const(problems))
+    for (const QString &sentence : problems + chosen.unusable)
         line.refuse(sentence);
-    results = std::move(linter.results);
-    return problems.isEmpty();
+    if (!problems.isEmpty())
+        return {};
+    return Outcome{std::move(linter.results), !chosen.unusable.isEmpty()};
 }
 
 } // namespace
@@ -214,14 +230,15 @@ int lintCommand(const QStringList &arguments)
     if (format == nullptr)
         return line.refuse(QStringLiteral("unknown format '%1'; there are text, gcc and json")
                                .arg(line.value(formatOption)));
-    std::vector<ScriptMistakes> results;
-    if (!lookAtAll(line, results))
+    const std::optional<Outcome> findings = lookAtAll(line);
+    if (!findings)
         return WrongCall;
+    const std::vector<ScriptMistakes> &results = findings->scripts;
     const QByteArray text = format->write(results);
     std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
     const bool isWell = std::all_of(results.begin(), results.end(),
         [](const ScriptMistakes &script) { return script.mistakes.empty(); });
-    return isWell ? AllIsWell : AtFault;
+    return isWell && !findings->areFilesUnusable ? AllIsWell : AtFault;
 }
 
 } // namespace Talmo

@@ -47,7 +47,7 @@ TEST_F(LintIgnoreTest, KnowsWhichPatternsMatchAnythingAndWhichNothing)
         {".", "=run a", {"2:9 wide-ignore"}},
         {"", "=run a", {"2:1 wide-ignore"}},
         {" ", "=run a", {"2:1 wide-ignore"}},
-        {"x*", "=exists a", {"2:9 never-written", "2:9 wide-ignore"}},
+        {"x*", "=exists a", {"2:9 wide-ignore"}},
         {"a|", "=run a", {"2:9 wide-ignore"}},
         {"^(?!x)", "=run a", {"2:9 wide-ignore"}},
         {"[a-zA-Z]", "=run a", {"2:9 wide-ignore"}},
@@ -57,9 +57,28 @@ TEST_F(LintIgnoreTest, KnowsWhichPatternsMatchAnythingAndWhichNothing)
         {"^$", "=run a", {"2:9 vain-ignore"}},
         {"^running 'a'$", "=run a", {"2:9 vain-ignore"}},
         {"^running '[a-z]+' failed$", "=run a", {}},
-        {"^running '$simProgram' failed", "=run x", {"2:19 stray-simprogram", "2:9 vain-ignore"}},
+        {"^running '$simProgram' failed", "=run x", {"2:9 vain-ignore", "2:19 stray-simprogram"}},
         {"^running 'sim1' failed", "=run sim2", {"2:9 vain-ignore"}},
-        {"a1' and '../b'", "=compare ../a2 ../b", {}}, // which numbers it has does not matter here
+        {"a1' and '../b'", "=compare ../a2 ../b", {"2:9 vain-ignore"}},
+        {"a2' and '../b' differ at line 77$", "=compare ../a2 ../b", {}},
+        {"a[12]' and '../b'", "=compare ../a2 ../b", {}},
+        {"a[^2]' and '../b'", "=compare ../a2 ../b", {"2:9 vain-ignore"}},
+        {"a\\d' and '../b'", "=compare ../a2 ../b", {}},
+        {"a2' and '../line 4' differ at line 12$", "=compare ../a2 ../line", {"2:9 vain-ignore"}},
+        {"line 4', '../b'", "=compare ../a ../b", {"2:9 vain-ignore"}},
+        {"line [^1]$", "=compare ../a ../b", {}},
+        {"line [^1]7$", "=compare ../a ../b", {}},
+        {"line [^]1]7$", "=compare ../a ../b", {}},
+        {"line [^a\\]]9$", "=compare ../a ../b", {}},
+        {"line []3]7$", "=compare ../a ../b", {}},
+        {"line [!-~]7$", "=compare ../a ../b", {}},
+        {"line [a-z]7$", "=compare ../a ../b", {"2:9 vain-ignore"}},
+        {"line \\w7$", "=compare ../a ../b", {}},
+        {"line \\D7$", "=compare ../a ../b", {"2:9 vain-ignore"}},
+        {"line \\x00377$", "=compare ../a ../b", {}},
+        {"line 3{2}$", "=compare ../a ../b", {}},
+        {"line 3{2}4{2}5{2}6{2}7{2}8{2}9{2}1{2}2{2}3{2}4{2}5{2}$", "=compare ../a ../b",
+            {"2:9 vain-ignore"}},
         {"UNIMPLEMENTED", "=meanandsigma", {}},
         {"line 4[0-9]$", "=compare ../a ../b", {}},
         {"line [3-5]\\d$", "=compare ../a ../b", {}},
@@ -77,13 +96,58 @@ TEST_F(LintIgnoreTest, KnowsWhichPatternsMatchAnythingAndWhichNothing)
         {"Cannot", "=debug", {"2:9 vain-ignore"}},
     };
     write("a", "");
+    write("a2", "");
+    write("line", "");
     write("b", "");
     for (const auto &row : rows) {
         SCOPED_TRACE(row.pattern.toStdString() + " " + row.command.toStdString());
-        QStringList found = foundIn("=ignore " + row.pattern + '\n' + row.command + '\n');
-        QStringList expected = row.found;
-        found = found.filter("ignore") + found.filter("stray");
-        expected = expected.filter("ignore") + expected.filter("stray");
-        EXPECT_EQ(found, expected);
+        EXPECT_EQ(foundIn("=ignore " + row.pattern + '\n' + row.command + '\n'), row.found);
     }
+}
+
+TEST_F(LintIgnoreTest, ExpectsNothingOfAProgramWhoseNameIsNotKnown)
+{
+    configure({});
+    const QByteArray script = "=heading\n=simprogram sim[12]*\n=ignore ^running 'sim1' failed$\n"
+                              "=run $simProgram\n";
+    write("test1", script);
+    EXPECT_EQ(lint({"test1"}), "");
+    write(
+        "test1", QByteArray(script).replace("'sim1'", "'$simProgram'").replace("=run $", "=run "));
+    EXPECT_EQ(lint({"test1"}), "");
+    const QByteArray vain =
+        "test1:3:9: the pattern '^running 'sim1' failed$' matches no message of '=run', such as "
+        "\"running 'sim2' failed\" [vain-ignore]\n";
+    write("test1", QByteArray(script).replace("sim[12]*", "x* sim2"));
+    EXPECT_EQ(lint({"test1"}), vain);
+    write("test1", QByteArray(script).replace("$simProgram", "sim2"));
+    EXPECT_EQ(lint({"test1"}), vain);
+}
+
+TEST_F(LintIgnoreTest, TheTextOfAFileThatMustFailIsNoText)
+{
+    const struct {
+        QByteArray lines;
+        QStringList found;
+    } rows[] = {
+        {"=ignore ^Cannot write\n=file no/a\n", {}},
+        {"=ignore ^Cannot write\n=file no/a\n1 2\n3\n=run a\n", {"4:1 unknown-command"}},
+        {"=ignore ^Cannot write\n=file no/a\n# 1\n\n=run a\n", {}},
+        {"=ignore ^Cannot write\n=file no/a\n1\n=fil a\n",
+            {"4:1 unknown-command", "5:1 unknown-command"}},
+        {"=ignore ^Cannot write\n=file no/a\n1\n=file b\n2\n3\n=run a\n", {"4:1 unknown-command"}},
+        {"=ignore ^Cannot write\n=file no/a\n =fil b\n", {"4:2 unknown-command"}},
+        {"=ignore ^Cannot write\n=file /dev/full\n1 2\n", {}},
+        {"=ignore failed$\n=file a\n1\n=run a\n", {"2:9 vain-ignore"}},
+        {"=ignore .*\n=file a\n1\n", {"2:9 wide-ignore"}},
+        {"=file a\n1\n", {}},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(foundIn(row.lines), row.found) << row.lines.toStdString();
+    write("test1", "=heading\n=ignore ^Cannot write\n=file no/a\n1 2\n");
+    EXPECT_EQ(lint({"test1"}),
+        "test1:4:1: unknown command '1': this is no text, because the '=file' above is expected "
+        "to fail [unknown-command]\n");
+    EXPECT_EQ(
+        errorOfDriver("=ignore ^Cannot write\n=file no/a\n1 2\n"), "Unknown test command '1'");
 }

@@ -7,7 +7,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -85,19 +87,44 @@ TEST_F(LintTest, SaysWhichScriptsCannotBeRead)
 
 TEST_F(LintTest, LooksAtTheScriptsThatTheDriverWouldRun)
 {
-    write("test1", "=heading\n=fil\n");
-    write("TEST2", "=heading\n=fil\n");
-    write(
-        "test-results.xml", "<?xml version=\"1.0\"?>\n<testsuites name=\"talmo\"></testsuites>\n");
-    write("other", "=heading\n=fil\n");
-    write(".test", "=heading\n=fil\n");
-    write("test.dir/a", "");
+    const QByteArray results = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                               "<testsuites name=\"talmo\"></testsuites>\n";
+    for (const char *const name : {"test1", "TEST2", "other", ".test3", "test.dir/a", "sub/test4"})
+        write(name, "=heading\n=fil\n");
+    write("test-results.xml", results);
+    write("testimony", results.mid(1)); // no results
+    ASSERT_TRUE(QFile::link("other", work + "/testlink"));
+    ASSERT_TRUE(QFile::link("sub", work + "/testfolder"));
     const QByteArray end = ":2:1: unknown command '=fil' (did you mean =file?) [unknown-command]\n";
-    const QByteArray printed = lint();
-    EXPECT_TRUE(printed.contains("test1" + end));
-    EXPECT_TRUE(printed.contains("TEST2" + end));
-    EXPECT_FALSE(printed.contains("other"));
-    EXPECT_FALSE(printed.contains(".test:"));
+    const QByteArray noScript =
+        ":1:1: this is no test script: the first line must begin with '=' [no-heading]\n";
+    EXPECT_EQ(lint(), "test1" + end + "TEST2" + end + "testimony" + noScript + "testlink" + end);
+    EXPECT_EQ(lint({"test-results.xml"}), "test-results.xml" + noScript); // if it is named
+    const QByteArray ran = runDriver({"test*"}).output;
+    for (const char *const name : {"test1", "TEST2", "testimony", "testlink", "test-results.xml"})
+        EXPECT_TRUE(ran.contains(QByteArray(name) + ": ***ERROR: ")) << name;
+    EXPECT_EQ(ran.count(": ***ERROR: "), 5);
+}
+
+TEST_F(LintTest, AFileWhoseNameIsNoTextDoesNotKeepItFromLookingAtTheOthers)
+{
+    write("test1", "=heading\n=platform BEOS\n");
+    const QByteArray name = QFile::encodeName(work) + "/test\xFF";
+    const int file = ::open(name.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+    if (file < 0)
+        GTEST_SKIP() << "this file system has no such names";
+    ::close(file);
+    const QByteArray sentence = "talmo: lint: test\xEF\xBF\xBD: its name is no valid text\n";
+    const Outcome both = run({"lint"});
+    EXPECT_EQ(both.output, "test1:2:11: unknown platform 'BEOS' [invalid-platform]\n");
+    EXPECT_EQ(both.errors, sentence);
+    EXPECT_EQ(both.status, 1);
+    ASSERT_TRUE(QFile::remove(work + "/test1"));
+    const Outcome alone = run({"lint"});
+    EXPECT_EQ(alone.output, "");
+    EXPECT_EQ(alone.errors, sentence);
+    EXPECT_EQ(alone.status, 1);
+    ::unlink(name.constData()); // which QTemporaryDir could not do
 }
 
 TEST_F(LintTest, CountsColumnsInCharacters)
