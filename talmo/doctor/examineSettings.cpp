@@ -6,7 +6,7 @@
 #include "SettingsFile.h"
 #include "SettingsLock.h"
 #include "StoredSettings.h"
-#include "changeSettings.h"
+#include "changeUserSettings.h"
 #include "configuredPrograms.h"
 #include "details.h"
 #include "examinations.h"

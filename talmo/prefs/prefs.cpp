@@ -4,7 +4,7 @@
 #include "CommandLine.h"
 #include "PreferenceRows.h"
 #include "StoredSettings.h"
-#include "changeSettings.h"
+#include "changeUserSettings.h"
 #include "commandTable.h"
 #include "details.h"
 #include "nearest.h"
@@ -152,8 +152,8 @@ int makeOneChange(const CommandLine &line, const SettingsChange &change)
     if (!problem.isNull())
         return line.refuse(problem);
     const ExitStatus status =
-        changeSettings([&change](const StoredSettings &,
-                           QString &) { return std::vector<SettingsChange>{change}; },
+        changeUserSettings([&change](const StoredSettings &,
+                               QString &) { return std::vector<SettingsChange>{change}; },
             problem);
     if (!problem.isNull())
         line.refuse(problem);

@@ -6,7 +6,7 @@
 #include "Programs.h"
 #include "SimPrograms.h"
 #include "StoredSettings.h"
-#include "changeSettings.h"
+#include "changeUserSettings.h"
 #include "configuredPrograms.h"
 #include "details.h"
 
@@ -68,7 +68,7 @@ int add(const CommandLine &line, const QString &name)
             changes.push_back({simProgramKey(free.front(), "name"), name});
         return changes;
     };
-    const ExitStatus status = changeSettings(decide, problem);
+    const ExitStatus status = changeUserSettings(decide, problem);
     if (status == AllIsWell && placesInPath(name).isEmpty())
         std::fprintf(stderr, "talmo: prefs programs: '%s' is configured, but not in the PATH\n",
             qPrintable(name));
@@ -96,7 +96,7 @@ int remove(const CommandLine &line, const QString &name)
         return changes;
     };
     QString problem;
-    const ExitStatus status = changeSettings(decide, problem);
+    const ExitStatus status = changeUserSettings(decide, problem);
     return report(line, status, problem);
 }
 

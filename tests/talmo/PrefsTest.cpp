@@ -2,7 +2,7 @@
 
 #include "CompanionTest.h"
 #include "SettingsLock.h"
-#include "settingsChange.h"
+#include "changeSettingsText.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "changeSettingsText.h"
 #include "commandTable.h"
-#include "settingsChange.h"
 
 #include <functional>
 #include <vector>
@@ -19,10 +19,11 @@ using SettingsDecision =
 /// could. Their folder must exist. Nothing is written.
 QString problemOfSavingSettings();
 
-/// Changes the user's settings. From \a decide on until they are saved, no other program of the
-/// product saves them; for that it waits up to ten seconds. The file keeps its owner and its
-/// permissions, and a link stays one. AtFault if the settings cannot be saved, WrongCall if they
-/// cannot be read or \a decide refuses; then nothing was written, and \a problem says why.
-ExitStatus changeSettings(const SettingsDecision &decide, QString &problem);
+/// Changes the file of the user's settings, under its lock. From \a decide on until they are saved,
+/// no other program of the product saves them; for that it waits up to ten seconds. The file keeps
+/// its owner and its permissions, and a link stays one. AtFault if the settings cannot be saved,
+/// WrongCall if they cannot be read or \a decide refuses; then nothing was written, and \a problem
+/// says why.
+ExitStatus changeUserSettings(const SettingsDecision &decide, QString &problem);
 
 } // namespace Talmo

@@ -4,7 +4,7 @@
 // all values must come out. If they do not, because somebody has quoted a newline or escaped a
 // letter of a key, Qt writes the file, and it is read in the same way.
 
-#include "settingsChange.h"
+#include "changeSettingsText.h"
 
 #include "anonymousFile.h"
 #include "utf8.h"
@@ -210,7 +210,7 @@ QByteArray assignmentOf(const SettingsChange &change, Trials &trials)
 
 } // namespace
 
-ExitStatus makeChange(QByteArray &text, const SettingsChange &change, QString &problem)
+ExitStatus changeSettingsText(QByteArray &text, const SettingsChange &change, QString &problem)
 {
     Trials trials;
     Values expected = trials.valuesIn(text);

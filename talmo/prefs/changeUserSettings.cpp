@@ -2,7 +2,7 @@
 // we, and nothing that another one has saved is lost. We read them first when we have the lock: Qt
 // keeps what it has read, and takes a file of the same size and time for the same file.
 
-#include "changeSettings.h"
+#include "changeUserSettings.h"
 
 #include "DiskFile.h"
 #include "Ownership.h"
@@ -96,7 +96,8 @@ ExitStatus saveChanges(
         return WrongCall;
     QByteArray text = before;
     for (const SettingsChange &change : changes) {
-        if (const ExitStatus status = makeChange(text, change, problem); status != AllIsWell)
+        if (const ExitStatus status = changeSettingsText(text, change, problem);
+            status != AllIsWell)
             return status;
     }
     if (text == before)
@@ -140,7 +141,7 @@ QString problemOfSavingSettings()
     return problem;
 }
 
-ExitStatus changeSettings(const SettingsDecision &decide, QString &problem)
+ExitStatus changeUserSettings(const SettingsDecision &decide, QString &problem)
 {
     outliveFileSizeLimit();
     problem = problemOfReadingSettings();
