@@ -18,12 +18,18 @@ using namespace Talmo;
 namespace
 {
 
+/// \a argument as text. A byte order mark at its front is a character of it, which Qt would drop.
+QString textOf(const char *argument)
+{
+    return QFile::decodeName(QByteArray("x") + argument).mid(1);
+}
+
 /// The arguments behind the program's name. False if one is no valid text: what it names would not
 /// be found.
 bool readArguments(int argc, char *argv[], QStringList &arguments)
 {
     for (int index = 1; index < argc; ++index) {
-        const QString argument = QFile::decodeName(argv[index]);
+        const QString argument = textOf(argv[index]);
         if (QFile::encodeName(argument) != argv[index]) {
             std::fprintf(stderr, "talmo: argument %d is no valid text\n", index);
             return false;

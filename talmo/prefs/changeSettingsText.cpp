@@ -7,15 +7,13 @@
 #include "changeSettingsText.h"
 
 #include "anonymousFile.h"
-#include "utf8.h"
+#include "settingsLines.h"
 
 #include <QFile>
 #include <QMap>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QVariant>
-
-#include <vector>
 
 namespace Talmo
 {
@@ -95,117 +93,27 @@ QByteArray Trials::savedByQt(const QByteArray &text, const SettingsChange &chang
     return file.readAll();
 }
 
-/// The lines of \a text with their ends.
-std::vector<QByteArray> linesOf(const QByteArray &text)
+/// \a value as Qt writes it behind the equals sign; nothing if Qt writes it over several lines.
+std::optional<QByteArray> writtenByQt(const QString &value, Trials &trials)
 {
-    std::vector<QByteArray> lines;
-    for (int start = 0; start < text.size();) {
-        const auto end = text.indexOf('\n', start);
-        const auto next = static_cast<int>(end < 0 ? text.size() : end + 1);
-        lines.push_back(text.mid(start, next - start));
-        start = next;
-    }
-    return lines;
-}
-
-QByteArray endOf(const QByteArray &line)
-{
-    return line.endsWith("\r\n") ? "\r\n" : "\n";
-}
-
-bool isOfGeneral(const QByteArray &heading)
-{
-    return heading.mid(1, heading.indexOf(']') - 1).trimmed().toLower() == "general";
-}
-
-/// Whether the line \a line, without blanks around it, gives \a key a value.
-bool isAssignment(const QByteArray &line, const QByteArray &key)
-{
-    const auto equals = line.indexOf('=');
-    return equals > 0 && line.left(equals).trimmed() == key;
-}
-
-/// Whether the value in \a line ends there, as far as that is plain to see.
-bool isWhole(const QByteArray &line)
-{
-    return !line.endsWith('\\') && line.count('"') % 2 == 0;
-}
-
-/// Where in a file a key is, or where it could be put; lines count from 0.
-struct Place {
-    std::vector<size_t> assignments;
-    size_t end = 0;          ///< behind the last line of the section "General" that is not blank
-    bool hasSection = false; ///< it has a heading, or a key before the first heading
-    bool isReadable = true;  ///< no value of the key goes on in the next line
-};
-
-Place placeOf(const std::vector<QByteArray> &lines, const QByteArray &key)
-{
-    Place place;
-    bool isGeneral = true; // what comes before the first heading is of this section, too
-    bool isOver = false;
-    for (size_t number = 0; number < lines.size(); ++number) {
-        const QByteArray line = lines[number].trimmed();
-        if (line.startsWith('[')) {
-            isOver = isOver || (isGeneral && place.hasSection);
-            isGeneral = isOfGeneral(line);
-        }
-        if (!isGeneral || line.isEmpty())
-            continue;
-        if (!isOver)
-            place.end = number + 1;
-        place.hasSection = place.hasSection || line.startsWith('[') || line.contains('=');
-        if (!isAssignment(line, key))
-            continue;
-        place.assignments.push_back(number);
-        place.isReadable = place.isReadable && isWhole(line);
-    }
-    return place;
-}
-
-/// Puts \a assignment, which ends with a newline, where nothing is assigned yet.
-void insert(std::vector<QByteArray> &lines, const Place &place, QByteArray assignment)
-{
-    const QByteArray end = lines.empty() ? "\n" : endOf(lines[0]);
-    assignment.replace("\n", end);
-    if (!place.hasSection)
-        assignment = "[General]" + end + assignment + (place.end < lines.size() ? end : "");
-    if (place.end > 0 && !lines[place.end - 1].endsWith('\n'))
-        lines[place.end - 1] += end;
-    using Offset = std::vector<QByteArray>::difference_type;
-    lines.insert(lines.begin() + static_cast<Offset>(place.end), assignment);
-}
-
-/// \a text with \a assignment, a line, in the place of the values that it has for \a key; without
-/// them if that is empty. Nothing if the text is not plain enough.
-std::optional<QByteArray> edited(
-    const QByteArray &text, const QByteArray &key, const QByteArray &assignment)
-{
-    const auto mark = static_cast<int>(byteOrderMarkLength(text.toStdString()));
-    std::vector<QByteArray> lines = linesOf(text.mid(mark));
-    const Place place = placeOf(lines, key);
-    if (!place.isReadable)
+    const QByteArray assignment = "[General]\nvalue=";
+    const QByteArray text = trials.savedByQt({}, {QStringLiteral("value"), value});
+    if (!text.startsWith(assignment) || text.count('\n') != 2)
         return {};
-    if (place.assignments.empty() && !assignment.isEmpty())
-        insert(lines, place, assignment);
-    for (const size_t number : place.assignments) {
-        const bool isLast = number == place.assignments.back(); // the one that counts
-        QByteArray &line = lines[number];
-        line = isLast && !assignment.isEmpty() ? assignment.trimmed() + endOf(line) : QByteArray();
-    }
-    QByteArray whole = text.left(mark);
-    for (const QByteArray &line : lines)
-        whole += line;
-    return whole;
+    return text.mid(assignment.size()).chopped(1);
 }
 
-/// \a change as a line, in the way of Qt; empty if something is removed.
-QByteArray assignmentOf(const SettingsChange &change, Trials &trials)
+/// \a text with \a change, made in the lines of the key alone; nothing if that is not possible.
+std::optional<QByteArray> plainlyChanged(
+    const QByteArray &text, const SettingsChange &change, Trials &trials)
 {
-    if (!change.value)
-        return {};
-    const std::vector<QByteArray> lines = linesOf(trials.savedByQt({}, change)); // a heading first
-    return lines.size() == 2 ? lines[1] : QByteArray();
+    std::optional<QByteArray> value;
+    if (change.value) {
+        value = writtenByQt(*change.value, trials);
+        if (!value)
+            return {};
+    }
+    return settingsWith(text, change.key.toUtf8(), value);
 }
 
 } // namespace
@@ -224,7 +132,7 @@ ExitStatus changeSettingsText(QByteArray &text, const SettingsChange &change, QS
             text = candidate;
         return isRight;
     };
-    const auto plain = edited(text, change.key.toUtf8(), assignmentOf(change, trials));
+    const auto plain = plainlyChanged(text, change, trials);
     if ((plain && take(*plain)) || take(trials.savedByQt(text, change)))
         return AllIsWell;
     if (!trials.isWell()) {
