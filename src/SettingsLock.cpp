@@ -71,7 +71,13 @@ SettingsLock::SettingsLock(const QString &settings)
 
 QString SettingsLock::obstacleTo(const QString &settings)
 {
-    return obstacleToLock(nameOfLock(settings));
+    const QString name = nameOfLock(settings);
+    QString obstacle = obstacleToLock(name);
+    // Qt removes a lock that was left over if it may write into it.
+    if (obstacle.isNull() && QFileInfo::exists(name) && !QFileInfo(name).isWritable() &&
+        isLeftOver(QLockFile(name), name))
+        obstacle = name;
+    return obstacle;
 }
 
 SettingsLock::State SettingsLock::take(int longestWait)

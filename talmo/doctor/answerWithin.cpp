@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 
 #include <poll.h>
 #include <sys/wait.h>
@@ -35,7 +36,8 @@ namespace
     _exit(0);
 }
 
-/// Reads \a pipe to its end. False if that does not come within \a milliseconds.
+/// Reads \a pipe to its end, or as long as it can be read. False if its end does not come within
+/// \a milliseconds.
 bool readAll(int pipe, int milliseconds, QByteArray &text)
 {
     QElapsedTimer timer;
@@ -54,23 +56,33 @@ bool readAll(int pipe, int milliseconds, QByteArray &text)
         if (count > 0)
             text.append(block.data(), static_cast<int>(count));
         else if (errno != EINTR)
-            return false;
+            return true;
     }
+}
+
+/// How a process ended whose \a status is not 0.
+QString aboutEnd(int status)
+{
+    if (WIFSIGNALED(status))
+        return QStringLiteral("ended by signal %1 (%2)")
+            .arg(QString::number(WTERMSIG(status)),
+                QString::fromLocal8Bit(strsignal(WTERMSIG(status))));
+    return QStringLiteral("ended with exit status %1").arg(WEXITSTATUS(status));
 }
 
 } // namespace
 
-std::optional<QByteArray> answerWithin(int milliseconds, const std::function<QByteArray()> &work)
+Answer answerWithin(int milliseconds, const std::function<QByteArray()> &work)
 {
     std::array<int, 2> ends = {-1, -1};
     if (pipe2(ends.data(), O_CLOEXEC) != 0)
-        return work();
+        return {Answer::Given, work(), QString()};
     const Descriptor output(ends[0]);
     Descriptor input(ends[1]);
     std::fflush(stdout); // otherwise the child has a copy of what is not printed yet
     const pid_t child = fork();
     if (child < 0)
-        return work();
+        return {Answer::Given, work(), QString()};
     if (child == 0)
         answer(work, input.get());
     input = Descriptor();
@@ -78,14 +90,14 @@ std::optional<QByteArray> answerWithin(int milliseconds, const std::function<QBy
     if (!readAll(output.get(), milliseconds, text)) {
         kill(child, SIGKILL); // which has no effect while a call of the system waits for a drive
         waitpid(child, nullptr, WNOHANG);
-        return {};
+        return {Answer::Late, QByteArray(), QString()};
     }
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        return {};
-    return text;
+    if (status != 0)
+        return {Answer::Broken, QByteArray(), aboutEnd(status)};
+    return {Answer::Given, text, QString()};
 }
 
 } // namespace Talmo

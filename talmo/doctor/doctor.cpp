@@ -60,23 +60,27 @@ QByteArray documentOf(Observations (*examine)())
     return QJsonDocument(arrayOf(examine())).toJson(QJsonDocument::Compact);
 }
 
-QJsonObject unanswered(const char *subject)
+/// What is to be said about \a subject, since \a answer is none.
+Observation unanswered(const char *subject, const Answer &answer)
 {
-    const Observation observation = {Observation::Problem, QLatin1String(subject),
-        QStringLiteral("no answer within %1 seconds").arg(longestWait / 1000),
-        QStringLiteral("look for a network drive that does not answer")};
-    return arrayOf({observation}).at(0).toObject();
+    if (answer.end == Answer::Late)
+        return {Observation::Problem, QLatin1String(subject),
+            QStringLiteral("no answer within %1 seconds").arg(longestWait / 1000),
+            QStringLiteral("look for a network drive that does not answer")};
+    return {Observation::Problem, QLatin1String(subject),
+        QStringLiteral("the examination %1").arg(answer.reason),
+        QStringLiteral("that is a mistake of Talmo; report it, with this page")};
 }
 
 QJsonArray examineAll()
 {
     QJsonArray all;
     for (const auto &examination : examinations) {
-        const auto document =
+        const Answer answer =
             answerWithin(longestWait, [&examination] { return documentOf(examination.examine); });
-        if (!document)
-            all.append(unanswered(examination.subject));
-        const QJsonArray observations = QJsonDocument::fromJson(document.value_or("[]")).array();
+        const QJsonArray observations = answer.end == Answer::Given
+                                            ? QJsonDocument::fromJson(answer.text).array()
+                                            : arrayOf({unanswered(examination.subject, answer)});
         for (const auto &observation : observations)
             all.append(observation);
     }
@@ -98,12 +102,12 @@ void printLine(const QJsonObject &observation)
 /// long.
 bool enterAliveFolder(const CommandLine &line, QString &problem)
 {
-    const auto attempt = answerWithin(longestWait, [&line] {
+    const Answer attempt = answerWithin(longestWait, [&line] {
         QString reason;
         enterFolder(line, reason);
         return QByteArray();
     });
-    if (attempt)
+    if (attempt.end == Answer::Given)
         return enterFolder(line, problem);
     problem = QStringLiteral("the directory of -C does not answer");
     return false;

@@ -25,6 +25,32 @@ namespace
 
 const QString ofSettings = QStringLiteral("settings");
 
+/// What keeps everybody from the lock of the settings \a name; nothing if nothing does.
+Observations examineLockOf(const QString &name)
+{
+    const QString obstacle = SettingsLock::obstacleTo(name);
+    if (obstacle.isNull())
+        return {};
+    return {{Observation::Problem, ofSettings,
+        QStringLiteral("'%1' cannot be saved: '%2' is in the way")
+            .arg(shown(name), shown(obstacle)),
+        QStringLiteral("remove that")}};
+}
+
+/// The link \a name, which leads to nothing.
+Observation examineDanglingLink(const QString &name)
+{
+    const QString text =
+        QStringLiteral("'%1' is a link to '%2', which does not exist, so all preferences have "
+                       "their defaults")
+            .arg(shown(name), shown(QFileInfo(name).symLinkTarget()));
+    const QString problem = problemOfSavingSettings();
+    if (problem.isNull())
+        return {Observation::Ok, ofSettings, text, QString()};
+    return {Observation::Note, ofSettings, text + QStringLiteral(", and they cannot be saved"),
+        QStringLiteral("make the folder that it leads to, or remove the link")};
+}
+
 /// The file \a name, which does not exist.
 Observations examineMissing(const QString &name)
 {
@@ -56,11 +82,9 @@ Observation examineFile(const QString &name)
         return {Observation::Note, ofSettings,
             path + QStringLiteral(" can be read only: ") + problem,
             QStringLiteral("change its permissions if 'talmo prefs' is to save")};
-    const QString obstacle = SettingsLock::obstacleTo(name);
-    if (!obstacle.isNull())
-        return {Observation::Problem, ofSettings,
-            path + QStringLiteral(" cannot be saved: '%1' is in the way").arg(shown(obstacle)),
-            QStringLiteral("remove that")};
+    const Observations ofLock = examineLockOf(name);
+    if (!ofLock.empty())
+        return ofLock.front();
     return {
         Observation::Ok, ofSettings, path + QStringLiteral(" can be read and written"), QString()};
 }
@@ -94,6 +118,19 @@ void examineValues(const StoredSettings &settings, Observations &observations)
     }
 }
 
+/// The file \a name of settings, whatever it is.
+Observations observationsOf(const QString &name)
+{
+    if (QFileInfo::exists(name))
+        return {examineFile(name)};
+    Observations observations = QFileInfo(name).isSymLink()
+                                    ? Observations{examineDanglingLink(name)}
+                                    : examineMissing(name);
+    const Observations ofLock = examineLockOf(name);
+    observations.insert(observations.end(), ofLock.begin(), ofLock.end());
+    return observations;
+}
+
 Observation observationOf(const ConfiguredProgram &program)
 {
     const QString subject = QStringLiteral("program ") + shown(program.name);
@@ -117,9 +154,7 @@ Observations examineSettings()
     if (!settings.problem().isNull())
         return {{Observation::Problem, ofSettings, shown(settings.problem()),
             QStringLiteral("mend the file, or move it away")}};
-    Observations observations = QFileInfo::exists(name) || QFileInfo(name).isSymLink()
-                                    ? Observations{examineFile(name)}
-                                    : examineMissing(name);
+    Observations observations = observationsOf(name);
     examineOthers(observations);
     examineValues(settings, observations);
     return observations;

@@ -1,8 +1,10 @@
 #include "configuredPrograms.h"
 
+#include "DiskFile.h"
 #include "Programs.h"
 #include "SimPrograms.h"
 #include "StoredSettings.h"
+#include "interpreter.h"
 
 namespace Talmo
 {
@@ -20,7 +22,8 @@ QString problemOf(const QString &name, const QStringList &places)
         return QStringLiteral("its name has a '/', so its runs can have no directories");
     if (!isNameOfProgram(name))
         return QStringLiteral("the shell does not take this for the name of a program");
-    return places.isEmpty() ? QStringLiteral("not found in the PATH") : QString();
+    return places.isEmpty() ? QStringLiteral("not found in the PATH")
+                            : problemOfInterpreter(systemName(places.constFirst()));
 }
 
 } // namespace

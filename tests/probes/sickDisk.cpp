@@ -1,8 +1,11 @@
 // Is loaded into a program from outside. With LOCKS_FAIL in the environment, the file system knows
 // no locks. Whoever asks for the room in a folder whose path ends with that in DEAD_DRIVE waits for
-// ever, as at a network drive that does not answer.
+// ever, as at a network drive that does not answer, and leaves its process id in the file PID_FILE
+// before. Whoever asks for that in a folder whose path ends with that in CRASH_AT is killed.
 
 #include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
@@ -13,13 +16,32 @@
 namespace
 {
 
+/// True if \a path ends with what the environment has for \a variable.
+bool isMeant(const char *path, const char *variable)
+{
+    const char *const value = std::getenv(variable);
+    const std::string_view wanted = value == nullptr ? "" : value;
+    const std::string_view asked = path;
+    return !wanted.empty() && asked.size() >= wanted.size() &&
+           asked.substr(asked.size() - wanted.size()) == wanted;
+}
+
+void leaveProcessId()
+{
+    const char *const name = std::getenv("PID_FILE");
+    std::FILE *const file = name == nullptr ? nullptr : std::fopen(name, "w");
+    if (file == nullptr)
+        return;
+    std::fprintf(file, "%d", static_cast<int>(getpid()));
+    std::fclose(file);
+}
+
 int roomIn(const char *path, struct statvfs *status, const char *function)
 {
-    const char *const dead = std::getenv("DEAD_DRIVE");
-    const std::string_view wanted = dead == nullptr ? "" : dead;
-    const std::string_view asked = path;
-    if (!wanted.empty() && asked.size() >= wanted.size() &&
-        asked.substr(asked.size() - wanted.size()) == wanted) {
+    if (isMeant(path, "CRASH_AT"))
+        kill(getpid(), SIGKILL);
+    if (isMeant(path, "DEAD_DRIVE")) {
+        leaveProcessId();
         for (;;)
             pause();
     }

@@ -12,11 +12,18 @@
 #include <QJsonObject>
 #include <QRegularExpression>
 #include <QSysInfo>
+#include <QThread>
 
 #include <csignal>
+#include <cstring>
+#include <functional>
+#include <string>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+using namespace Talmo;
 
 namespace
 {
@@ -71,6 +78,22 @@ protected:
 
     /// Makes the folder of the settings, and nothing in it.
     void makePlaceOfSettings() const { QDir().mkpath(QFileInfo(settings).path()); }
+
+    /// True if the process \a number has ended, or does so within ten seconds. Whether somebody
+    /// has asked for its exit status does not count.
+    static bool endsSoon(const QByteArray &number)
+    {
+        EXPECT_GT(number.toInt(), 1);
+        QElapsedTimer timer;
+        timer.start();
+        do {
+            QFile status("/proc/" + QString::fromLatin1(number) + "/stat");
+            if (!status.open(QIODevice::ReadOnly) || status.readAll().contains(") Z "))
+                return true;
+            QThread::msleep(20);
+        } while (timer.elapsed() < 10000);
+        return false;
+    }
 
     const QByteArray well = "can be read and written";
 };
@@ -201,6 +224,53 @@ TEST_F(DoctorTest, SaysWhatIsInThePlaceOfTheSettings)
             "; remove that\n");
 }
 
+TEST_F(DoctorTest, SaysWhatIsInTheWayOfTheFirstSettings)
+{
+    makePlaceOfSettings();
+    const QByteArray missing =
+        "ok       " + ofSettings("does not exist yet, so all preferences have their defaults");
+    const QByteArray obstacle =
+        "problem  " +
+        ofSettings("cannot be saved: '" + settings.toUtf8() + ".lock' is in the way").trimmed() +
+        "; remove that\n";
+    QDir().mkpath(settings + ".lock");
+    EXPECT_EQ(linesAbout("settings"), missing + obstacle);
+    QDir().rmdir(settings + ".lock");
+
+    write(settings + ".lock", ""); // as if its owner had been killed; Qt removes it
+    const timespec old[2] = {{1000000000, 0}, {1000000000, 0}};
+    ASSERT_EQ(utimensat(AT_FDCWD, qPrintable(settings + ".lock"), old, 0), 0);
+    EXPECT_EQ(linesAbout("settings"), missing);
+    if (!obeyPermissions())
+        GTEST_SKIP() << "root may write anywhere, and cannot be kept from it here";
+    ASSERT_EQ(chmod(qPrintable(settings + ".lock"), 0400), 0);
+    EXPECT_EQ(linesAbout("settings"), missing + obstacle);
+    EXPECT_EQ(run({"prefs", "set", "Root", "x"}).errors,
+        "talmo: prefs set: cannot write '" + settings.toUtf8() + "': '" + settings.toUtf8() +
+            ".lock' is in the way\n");
+    ASSERT_EQ(chmod(qPrintable(settings + ".lock"), 0600), 0);
+    EXPECT_EQ(run({"prefs", "set", "Root", "x"}).status, 0);
+}
+
+TEST_F(DoctorTest, SaysWhereALinkToTheSettingsLeads)
+{
+    makePlaceOfSettings();
+    const QString target = folder.filePath("mine/dotfile");
+    ASSERT_TRUE(QFile::link(target, settings));
+    const QByteArray text = ofSettings("is a link to '" + target.toUtf8() +
+                                       "', which does not exist, so all preferences have their "
+                                       "defaults")
+                                .trimmed();
+    EXPECT_EQ(linesAbout("settings"),
+        "note     " + text +
+            ", and they cannot be saved; make the folder that it leads to, or remove the link\n");
+    QDir().mkpath(QFileInfo(target).path());
+    EXPECT_EQ(linesAbout("settings"), "ok       " + text + '\n');
+    EXPECT_EQ(run({"prefs", "set", "Root", "x"}).status, 0);
+    EXPECT_EQ(read(target), "[General]\nRoot=x\n");
+    EXPECT_EQ(linesAbout("settings"), "ok       " + ofSettings(well));
+}
+
 TEST_F(DoctorTest, SaysWhatIsTakenFromTheSystemsSettings)
 {
     const QString others = folder.filePath("system/Brelund, Inc./Talmo.conf");
@@ -257,7 +327,6 @@ TEST_F(DoctorTest, SaysWhichProgramsCannotBeStarted)
     QFile::setPermissions(folder.filePath("other/sim1"), QFile::ReadOwner | QFile::ExeOwner);
     const QByteArray other = QDir(folder.filePath("other")).absolutePath().toUtf8();
     environment["PATH"] = programs + ':' + other + ":/usr/bin:/bin";
-    configure({"sim1", "none", "test", "sim1", "a\nb", "a/b"});
     const QByteArray first = programs.toUtf8() + "/sim1";
     const QByteArray advice = "; mend that, or 'talmo prefs programs remove ";
     const QByteArray noName = "the shell does not take this for the name of a program";
@@ -275,6 +344,41 @@ TEST_F(DoctorTest, SaysWhichProgramsCannotBeStarted)
             noName + advice + "a\\x0ab'\n" +
             "problem  program a/b: its name has a '/', so its runs can have no directories" +
             advice + "a/b'\n");
+}
+
+TEST_F(DoctorTest, SaysWhichScriptsHaveNoInterpreter)
+{
+    environment["PATH"] = programs + ":/usr/bin:/bin";
+    const QByteArray plain = folder.filePath("plain").toUtf8();
+    write(plain, "");
+    const struct {
+        QByteArray line;
+        QByteArray problem; ///< empty if there is none
+    } rows[] = {
+        {"#!/bin/sh", ""},
+        {"#! /bin/sh -e ", ""},
+        {"#!/usr/bin/env sh", ""},
+        {"#!/usr/bin/env -S sh -e", ""},
+        {"# no interpreter", ""},
+        {"#!/none/sh -e", "'/none/sh' does not exist"},
+        {"#!/bin/sh\r", "'/bin/sh\\x0d' does not exist"},
+        {"#!/bin/sh/x", "'/bin/sh/x' does not exist"},
+        {"#!/bin", "'/bin' is not executable"},
+        {"#!" + plain, "'" + plain + "' is not executable"},
+        {"#!/usr/bin/env none7", "'none7' is not in the PATH"},
+        {"#!/usr/bin/env sh -e", "'sh -e' is not in the PATH"},
+    };
+    configure({"sim1"});
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.line.toStdString());
+        write(programs + "/sim1", row.line + '\n');
+        QFile::setPermissions(programs + "/sim1", QFile::ReadOwner | QFile::ExeOwner);
+        EXPECT_EQ(linesAbout("program"),
+            row.problem.isEmpty() ? "ok       program sim1: " + programs.toUtf8() + "/sim1\n"
+                                  : "problem  program sim1: its interpreter " + row.problem +
+                                        "; mend that, or 'talmo prefs programs remove sim1'\n");
+        QFile::remove(programs + "/sim1");
+    }
 }
 
 TEST_F(DoctorTest, SaysIfTheLocaleIsNotUtf8)
@@ -399,36 +503,74 @@ TEST_F(DoctorTest, SaysThatTheFileSystemKnowsNoLocks)
 
 TEST_F(DoctorTest, DoesNotWaitForADriveThatDoesNotAnswer)
 {
+    const QByteArray answer = linesAbout("suite") + linesAbout("locks");
+    const QByteArray all = doctor();
     preload(SICK_DISK);
     environment["DEAD_DRIVE"] = "/work";
+    environment["PID_FILE"] = folder.filePath("pid");
     QElapsedTimer timer;
     timer.start();
-    EXPECT_EQ(linesAbout("suite"),
-        "problem  suite: no answer within 5 seconds; look for a network drive that does not "
-        "answer\n");
+    // The rest is examined all the same.
+    const QByteArray problem = "problem  suite: no answer within 5 seconds; look for a network "
+                               "drive that does not answer\n";
+    EXPECT_EQ(doctor(), QByteArray(all).replace(answer, problem));
     EXPECT_GE(timer.elapsed(), 5000);
+    EXPECT_TRUE(endsSoon(read(environment["PID_FILE"])));
 }
+
+TEST_F(DoctorTest, SaysHowAnExaminationHasCrashed)
+{
+    const QByteArray answer = linesAbout("suite") + linesAbout("locks");
+    const QByteArray all = doctor();
+    preload(SICK_DISK);
+    environment["CRASH_AT"] = "/work";
+    const QByteArray problem = QByteArray("problem  suite: the examination ended by signal 9 (") +
+                               strsignal(SIGKILL) +
+                               "); that is a mistake of Talmo; report it, with this page\n";
+    EXPECT_EQ(doctor(), QByteArray(all).replace(answer, problem));
+}
+
+namespace
+{
+
+/// Expects that \a work is given up as \a end, for the \a reason.
+void expectNoAnswer(
+    int milliseconds, const std::function<QByteArray()> &work, Answer::End end, const char *reason)
+{
+    const Answer answer = answerWithin(milliseconds, work);
+    EXPECT_EQ(answer.end, end);
+    EXPECT_EQ(answer.reason, reason);
+    EXPECT_EQ(answer.text, QByteArray());
+}
+
+} // namespace
 
 TEST(AnswerWithin, ReturnsWhatTheWorkReturns)
 {
-    const QByteArray large(1000000, 'x');
-    EXPECT_EQ(Talmo::answerWithin(60000, [&large] { return large; }), large);
-    EXPECT_EQ(Talmo::answerWithin(60000, [] { return QByteArray(); }), QByteArray());
+    for (const QByteArray &text : {QByteArray(1000000, 'x'), QByteArray()}) {
+        const Answer answer = answerWithin(60000, [&text] { return text; });
+        EXPECT_EQ(answer.end, Answer::Given);
+        EXPECT_EQ(answer.text, text);
+    }
 }
 
 TEST(AnswerWithin, DoesNotWaitForEver)
 {
-    EXPECT_FALSE(Talmo::answerWithin(50, []() -> QByteArray {
+    const auto wait = []() -> QByteArray {
         for (;;)
             pause();
-    }));
+    };
+    expectNoAnswer(50, wait, Answer::Late, "");
 }
 
-TEST(AnswerWithin, SurvivesACrash)
+TEST(AnswerWithin, SaysHowTheWorkHasCrashed)
 {
-    EXPECT_FALSE(Talmo::answerWithin(60000, []() -> QByteArray { _exit(3); }));
-    EXPECT_FALSE(Talmo::answerWithin(60000, []() -> QByteArray {
+    const auto leave = []() -> QByteArray { _exit(3); };
+    expectNoAnswer(60000, leave, Answer::Broken, "ended with exit status 3");
+    const auto crash = []() -> QByteArray {
         kill(getpid(), SIGKILL);
         return {};
-    }));
+    };
+    const std::string reason = std::string("ended by signal 9 (") + strsignal(SIGKILL) + ')';
+    expectNoAnswer(60000, crash, Answer::Broken, reason.c_str());
 }
