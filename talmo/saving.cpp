@@ -19,6 +19,13 @@ namespace Talmo
 namespace
 {
 
+/// Why the latest call for \a file failed, before which errno was 0. Qt often does not know: if a
+/// part was written before, or if the file under construction cannot have a longer name.
+QString reasonFor(const QFileDevice &file)
+{
+    return errno == 0 ? file.errorString() : reasonOf(errno);
+}
+
 /// Has \a write write all of \a file. False if that fails, for the \a reason.
 bool fill(QFileDevice &file, const std::function<bool(QIODevice &)> &write, QString &reason)
 {
@@ -26,8 +33,7 @@ bool fill(QFileDevice &file, const std::function<bool(QIODevice &)> &write, QStr
     // Without flush, the end of a file could be lost, and QSaveFile::commit would not know.
     if (write(file) && file.flush())
         return true;
-    // Qt does not know the reason if a part was written before.
-    reason = errno == 0 ? file.errorString() : reasonOf(errno);
+    reason = reasonFor(file);
     return false;
 }
 
@@ -44,14 +50,17 @@ bool saveFile(const QString &name, const std::function<bool(QIODevice &)> &write
     if (!problem.isNull())
         return false;
     QSaveFile file(name);
+    errno = 0;
     if (!file.open(QIODevice::WriteOnly)) {
-        problem = cannotWrite(name, file.errorString());
+        problem = cannotWrite(name, reasonFor(file));
         return false;
     }
     QString reason;
-    if (fill(file, write, reason) && file.commit())
+    const bool isFilled = fill(file, write, reason);
+    errno = 0;
+    if (isFilled && file.commit())
         return true;
-    problem = cannotWrite(name, reason.isNull() ? file.errorString() : reason);
+    problem = cannotWrite(name, isFilled ? reasonFor(file) : reason);
     return false;
 }
 
