@@ -182,6 +182,7 @@ private:
     bool readKnown(QStringList &problems);
     bool openRecords();
     bool readLatest();
+    void keepWhatIsToRerun(const QSet<QString> &wentWell, const QSet<QString> &wereSkipped);
     int make();
     bool save();
     int status() const;
@@ -193,7 +194,8 @@ private:
     Known known;
     Records records;
     RunResults results;
-    bool isAllSkipped = false; ///< also in the other shards
+    bool isAllSkipped = false;     ///< also in the other shards
+    bool isNothingToRerun = false; ///< and what was asked for went well last time
 };
 
 int RunCommand::perform()
@@ -304,13 +306,28 @@ bool RunCommand::readLatest()
             wentWell.insert(run.name);
     }
     if (request.rerunsFailed)
-        keepRuns(chosen.suite, [&](size_t index) {
-            const PlannedRun &run = chosen.suite.runs[index];
-            return !(run.isSkipped ? wereSkipped : wentWell).contains(run.name);
-        });
-    if (request.rerunsFailed && chosen.suite.runs.empty())
-        line.refuse(QStringLiteral("nothing failed last time, and nothing is new"));
+        keepWhatIsToRerun(wentWell, wereSkipped);
     return true;
+}
+
+/// Leaves what is neither among the runs that \a wentWell nor among those that \a wereSkipped.
+void RunCommand::keepWhatIsToRerun(const QSet<QString> &wentWell, const QSet<QString> &wereSkipped)
+{
+    Suite &suite = chosen.suite;
+    const bool isAnyWell = std::any_of(suite.runs.begin(), suite.runs.end(),
+        [&](const PlannedRun &run) { return !run.isSkipped && wentWell.contains(run.name); });
+    keepRuns(suite, [&](size_t index) {
+        const PlannedRun &run = suite.runs[index];
+        return !(run.isSkipped ? wereSkipped : wentWell).contains(run.name);
+    });
+    if (!suite.runs.empty())
+        return;
+    // Nobody must take it for a success that everything was skipped.
+    isNothingToRerun = isAnyWell;
+    if (isAnyWell)
+        std::puts("Nothing failed last time, and nothing is new.");
+    else
+        line.refuse(QStringLiteral("nothing failed last time, but all was skipped"));
 }
 
 int RunCommand::make()
@@ -358,7 +375,7 @@ int RunCommand::status() const
     const Counts counts = countsOf(runs);
     // A shard may be empty, or have nothing but skipped scripts, if others have more.
     const bool isRestOfShards = request.shard > 0 && counts.skipped == runs.size() && !isAllSkipped;
-    return counts.areWell() || isRestOfShards ? AllIsWell : AtFault;
+    return counts.areWell() || isRestOfShards || isNothingToRerun ? AllIsWell : AtFault;
 }
 
 } // namespace

@@ -37,6 +37,8 @@ protected:
         return name + ": ***ERROR: File 'none' does not exist\n    " + name + ":2: =exists none\n";
     }
 
+    const QByteArray nothing = "Nothing failed last time, and nothing is new.\n";
+
     /// The end of a report of the failures of \a names.
     static QByteArray failed(const QByteArrayList &names)
     {
@@ -62,10 +64,7 @@ TEST_F(RunRecordsTest, RerunsByNameWhatFailedWasNotRunOrIsNew)
     expectRun({"-j1", "--rerun-failed"}, again, 1);
     EXPECT_EQ(make({"-j1", "test2"}).status, 0); // what is left out here is not forgotten
     expectRun({"-j1", "--rerun-failed"}, failureOf("test1") + failed({"test1"}) + counts(0, 1), 1);
-    const Outcome nothing = make({"-j1", "--rerun-failed", "test2", "test5"});
-    EXPECT_EQ(nothing.output, counts(0));
-    EXPECT_EQ(nothing.errors, "talmo: run: nothing failed last time, and nothing is new\n");
-    EXPECT_EQ(nothing.status, 1); // nothing ran
+    expectRun({"-j1", "--rerun-failed", "test2", "test5"}, nothing + counts(0), 0);
     write("test1", "=one\n");
     expectRun({"-j1", "--rerun-failed"}, "test1: one\n" + counts(1), 0);
     QFile::remove(work + "/test2"); // the names count, not the numbers
@@ -74,6 +73,28 @@ TEST_F(RunRecordsTest, RerunsByNameWhatFailedWasNotRunOrIsNew)
     QDir(work + "/.talmo").removeRecursively(); // then all are new
     EXPECT_EQ(make({"--rerun-failed"}).status, 0);
     EXPECT_TRUE(exists(".talmo/latest.xml"));
+}
+
+TEST_F(RunRecordsTest, NothingToRerunIsNoSuccessIfAllWasSkipped)
+{
+    write("test1", "=one\n=simprogram none\n");
+    EXPECT_EQ(make({"-j1"}).status, 1);
+    const Outcome outcome = make({"-j1", "--rerun-failed"});
+    EXPECT_EQ(outcome.output, counts(0));
+    EXPECT_EQ(outcome.errors, "talmo: run: nothing failed last time, but all was skipped\n");
+    EXPECT_EQ(outcome.status, 1);
+    write("test2", "=two\n");
+    EXPECT_EQ(make({"-j1", "--rerun-failed"}).status, 0);
+    expectRun({"-j1", "--rerun-failed"}, nothing + counts(0), 0);
+}
+
+TEST_F(RunRecordsTest, NothingToRerunIsAResultForServersToo)
+{
+    write("test1", "=one\n");
+    EXPECT_EQ(make({"-j1"}).status, 0);
+    EXPECT_EQ(make({"-j1", "--rerun-failed", "--junit", "results.xml"}).status, 0);
+    EXPECT_TRUE(read("results.xml").contains("tests=\"0\""));
+    EXPECT_EQ(make({"-j1", "--rerun-failed"}).output, nothing + counts(0)); // it is not forgotten
 }
 
 TEST_F(RunRecordsTest, WhatWasStoppedIsRerun)
