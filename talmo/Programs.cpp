@@ -154,12 +154,6 @@ QStringList placesInPath(const QString &name)
     return places;
 }
 
-GivenPrograms::~GivenPrograms()
-{
-    if (!folder.isNull() && getpid() == owner)
-        removeDir(folder);
-}
-
 bool GivenPrograms::isGiven(const QString &name) const
 {
     return std::any_of(programs.begin(), programs.end(),
@@ -214,14 +208,14 @@ QStringList GivenPrograms::texts() const
 /// Puts \a program into the folder. False, with the reason in \a problem, if that fails.
 bool GivenPrograms::place(const Program &program, QString &problem) const
 {
-    const QByteArray path = folder + '/' + QFile::encodeName(program.name);
+    const QByteArray path = folder.path() + '/' + QFile::encodeName(program.name);
     const bool isPlaced = isScript(program.path) ? writeStarter(path, program.path)
                                                  : symlink(program.path, path) == 0;
     // A script cannot be started in a file system that is mounted so.
     if (isPlaced && access(path, X_OK) == 0)
         return true;
     problem = QStringLiteral("the program '%1' cannot be started in '%2': %3")
-                  .arg(program.name, QFile::decodeName(folder),
+                  .arg(program.name, QFile::decodeName(folder.path()),
                       QString::fromLocal8Bit(std::strerror(errno)));
     return false;
 }
@@ -236,14 +230,11 @@ bool GivenPrograms::makeFolder(QString &problem)
                       .arg(QFile::decodeName(place));
         return false;
     }
-    QByteArray path = place + "/talmo-XXXXXX";
-    if (mkdtemp(path.data()) == nullptr) {
+    if (!folder.make(place)) {
         problem = QStringLiteral("cannot make a folder for the programs in '%1': %2")
                       .arg(QFile::decodeName(place), QString::fromLocal8Bit(std::strerror(errno)));
         return false;
     }
-    folder = path;
-    owner = getpid();
     return true;
 }
 
@@ -258,7 +249,7 @@ bool GivenPrograms::enterPath(QString &problem)
         if (hasPath(program) && !place(program, problem))
             return false;
     }
-    return qputenv("PATH", folder + ':' + searchedPath());
+    return qputenv("PATH", folder.path() + ':' + searchedPath());
 }
 
 } // namespace Talmo

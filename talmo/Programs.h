@@ -1,12 +1,12 @@
 #pragma once
 
+#include "ProgramFolder.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
 
 #include <vector>
-
-#include <sys/types.h>
 
 namespace Talmo
 {
@@ -27,13 +27,6 @@ QStringList placesInPath(const QString &name);
 class GivenPrograms
 {
 public:
-    GivenPrograms() = default;
-    GivenPrograms(const GivenPrograms &) = delete;
-    GivenPrograms &operator=(const GivenPrograms &) = delete;
-
-    /// Removes the folder that enterPath has made. A process that was forked meanwhile leaves it.
-    ~GivenPrograms();
-
     /// Adds the program \a text, "NAME", which is in the PATH, or "NAME=PATH". PATH is an
     /// executable, or a folder with the executable NAME in it; if it is relative, it is seen from
     /// the current directory. False if that is not possible; \a problem then says why.
@@ -47,7 +40,8 @@ public:
     QStringList texts() const;
 
     /// Makes a folder with the programs that were given by a path, and nothing else, and puts it
-    /// before the PATH of this process. False if that is not possible; \a problem then says why.
+    /// before the PATH of this process, until the end of this object. False if that is not
+    /// possible; \a problem then says why.
     bool enterPath(QString &problem);
 
 private:
@@ -61,8 +55,7 @@ private:
     bool place(const Program &program, QString &problem) const;
 
     std::vector<Program> programs;
-    QByteArray folder; ///< null until it was made
-    pid_t owner = 0;   ///< the process that made it
+    ProgramFolder folder; ///< there are links in it
 };
 
 } // namespace Talmo

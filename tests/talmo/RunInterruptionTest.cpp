@@ -248,6 +248,35 @@ TEST_F(RunInterruptionTest, RunsOfATalmoThatIsKilledEndWithAllThatTheyStarted)
     EXPECT_EQ(make().status, 0); // nothing is locked
 }
 
+TEST_F(RunInterruptionTest, WhatAKilledTalmoLeavesIsRemovedByTheNext)
+{
+    const auto folders = [this] {
+        return QDir(temporary).entryList({"talmo-programs-*"}, QDir::Dirs).size();
+    };
+    const QStringList given = {"--no-record", "--program", "other=" + programs + "/stay"};
+    QDir().mkpath(temporary + "/talmo-mine"); // something else
+    write("test1", "=one\n=simprogram other\n=run $simProgram one\n");
+    start(given);
+    waitFor({"one"});
+    EXPECT_EQ(folders(), 1);
+    write("suite/test1", "=one\n=simprogram other\n=run true\n");
+    const QStringList inSuite = QStringList{"-C", "suite"} + given;
+    EXPECT_EQ(make(inSuite).status, 0);
+    EXPECT_EQ(folders(), 1); // the one in use
+    EXPECT_TRUE(isThere("one"));
+    const QList<pid_t> runs = childrenOfTalmo();
+    sendToTalmo(SIGKILL);
+    EXPECT_EQ(end().signal, SIGKILL);
+    for (const pid_t run : runs) { // they have the lock, too
+        write("run", QByteArray::number(run));
+        EXPECT_TRUE(goes("run"));
+    }
+    EXPECT_EQ(folders(), 1);
+    EXPECT_EQ(make(inSuite).status, 0);
+    EXPECT_EQ(
+        QDir(temporary).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList("talmo-mine"));
+}
+
 TEST_F(RunInterruptionTest, ATalmoWhoseReaderHasGoneLeavesNothing)
 {
     addProgram("headless", "'" + driver.toUtf8() + "' \"$@\" | head -n 1\n");
