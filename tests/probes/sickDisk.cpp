@@ -1,7 +1,9 @@
 // Is loaded into a program from outside. With LOCKS_FAIL in the environment, the file system knows
-// no locks. Whoever asks for the room in a folder whose path ends with that in DEAD_DRIVE waits for
-// ever, as at a network drive that does not answer, and leaves its process id in the file PID_FILE
-// before. Whoever asks for that in a folder whose path ends with that in CRASH_AT is killed.
+// no locks; if that is "files", it knows those of directories. Whoever asks for the room in a
+// folder whose path ends with that in DEAD_DRIVE waits for ever, as at a network drive that does
+// not answer, and leaves its process id in the file PID_FILE before. With FILES_ARE_NOT_COUNTED,
+// file systems tell of no files, used or free, as some do. Whoever asks for the room in a folder
+// whose path ends with that in CRASH_AT is killed.
 
 #include <cerrno>
 #include <csignal>
@@ -10,6 +12,7 @@
 #include <string_view>
 
 #include <dlfcn.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -46,7 +49,12 @@ int roomIn(const char *path, struct statvfs *status, const char *function)
             pause();
     }
     using Function = int (*)(const char *, struct statvfs *);
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, function))(path, status);
+    const int result = reinterpret_cast<Function>(dlsym(RTLD_NEXT, function))(path, status);
+    if (std::getenv("FILES_ARE_NOT_COUNTED") != nullptr) {
+        status->f_files = 0;
+        status->f_favail = 0;
+    }
+    return result;
 }
 
 } // namespace
@@ -54,7 +62,10 @@ int roomIn(const char *path, struct statvfs *status, const char *function)
 extern "C" int flock(int file, int operation)
 {
     using Function = int (*)(int, int);
-    if (std::getenv("LOCKS_FAIL") == nullptr)
+    const char *const which = std::getenv("LOCKS_FAIL");
+    struct stat status = {};
+    const bool isDirectory = fstat(file, &status) == 0 && S_ISDIR(status.st_mode);
+    if (which == nullptr || (isDirectory && std::string_view(which) == "files"))
         return reinterpret_cast<Function>(dlsym(RTLD_NEXT, "flock"))(file, operation);
     errno = ENOLCK;
     return -1;

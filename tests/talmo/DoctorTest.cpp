@@ -1,5 +1,6 @@
 // talmo doctor
 
+#include "Descriptor.h"
 #include "RunFixture.h"
 #include "answerWithin.h"
 
@@ -20,6 +21,7 @@
 #include <string>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -95,6 +97,7 @@ protected:
         return false;
     }
 
+    const QByteArray known = "ok       locks: the file system knows them\n";
     const QByteArray well = "can be read and written";
 };
 
@@ -307,11 +310,25 @@ TEST_F(DoctorTest, SaysWhatMayNotBeReadOrWritten)
     EXPECT_EQ(linesAbout("settings"), "problem  settings: cannot read the settings '" + path +
                                           "': Permission denied; mend the file, or move it away\n");
 
+    const QString other = folder.filePath("other");
+    QDir().mkpath(other);
+    environment["TMPDIR"] = other;
+    for (const mode_t mode : {0200, 0100, 0500}) { // files can be made with 0300
+        ASSERT_EQ(chmod(qPrintable(other), mode), 0);
+        EXPECT_EQ(linesAbout("temporary"),
+            "problem  temporary files: no files can be made in '" + other.toUtf8() +
+                "': Permission denied; set TMPDIR to a folder in which you may write\n");
+    }
+    ASSERT_EQ(chmod(qPrintable(other), 0300), 0);
+    EXPECT_EQ(linesAbout("temporary"), "ok       temporary files: N are free\n");
+    ASSERT_EQ(chmod(qPrintable(other), 0700), 0);
+
     const QByteArray disk = "problem  suite's disk: no files can be made in '" + work.toUtf8() +
                             "': Permission denied; runs make their directories there; work in a "
                             "copy of the suite\n";
     ASSERT_EQ(chmod(qPrintable(work), 0500), 0);
     EXPECT_EQ(linesAbout("suite's disk"), disk);
+    EXPECT_EQ(linesAbout("locks"), known); // of the directory, since no file can be made
     ASSERT_EQ(chmod(qPrintable(work), 0300), 0);
     EXPECT_EQ(linesAbout("suite:") + linesAbout("locks"),
         "problem  suite: '" + work.toUtf8() +
@@ -360,6 +377,7 @@ TEST_F(DoctorTest, SaysWhichScriptsHaveNoInterpreter)
         {"#!/usr/bin/env sh", ""},
         {"#!/usr/bin/env -S sh -e", ""},
         {"# no interpreter", ""},
+        {"#!/bin/sh none7", ""},
         {"#!/none/sh -e", "'/none/sh' does not exist"},
         {"#!/bin/sh\r", "'/bin/sh\\x0d' does not exist"},
         {"#!/bin/sh/x", "'/bin/sh/x' does not exist"},
@@ -442,6 +460,13 @@ TEST_F(DoctorTest, SaysThatADiskTakesNoMoreFiles)
                                           "no more files; remove files from the disk\n");
 }
 
+TEST_F(DoctorTest, AFileSystemThatDoesNotCountFilesTakesMore)
+{
+    preload(SICK_DISK);
+    environment["FILES_ARE_NOT_COUNTED"] = "1";
+    EXPECT_EQ(linesAbout("temporary"), "ok       temporary files: N are free\n");
+}
+
 TEST_F(DoctorTest, SaysWhatIsWrongWithTheFolderForTemporaryFiles)
 {
     const QString file = folder.filePath("file");
@@ -495,10 +520,19 @@ TEST_F(DoctorTest, SaysWhoseResultsThereAre)
 TEST_F(DoctorTest, SaysThatTheFileSystemKnowsNoLocks)
 {
     preload(SICK_DISK);
-    environment["LOCKS_FAIL"] = "1";
-    EXPECT_EQ(linesAbout("locks"),
-        "note     locks: the file system knows none: No locks available; start no two suites here "
-        "at once, they would disturb one another\n");
+    for (const char *const which : {"all", "files"}) {
+        environment["LOCKS_FAIL"] = which;
+        EXPECT_EQ(linesAbout("locks"),
+            "note     locks: the file system knows none: No locks available; start no two suites "
+            "here at once, they would disturb one another\n");
+    }
+}
+
+TEST_F(DoctorTest, ASuiteThatSomebodyHasLockedCanBeLocked)
+{
+    const Descriptor directory = openDirectory(qPrintable(work), O_RDONLY);
+    ASSERT_EQ(flock(directory.get(), LOCK_EX), 0);
+    EXPECT_EQ(linesAbout("locks"), known);
 }
 
 TEST_F(DoctorTest, DoesNotWaitForADriveThatDoesNotAnswer)

@@ -93,6 +93,17 @@ TEST_F(PrefsSavingTest, WhatIsNoFileStaysAsItIs)
         "talmo: prefs set: cannot write '" + settings.toUtf8() + "': Not a directory\n", 1);
 }
 
+TEST_F(PrefsSavingTest, WhatIsSetAlreadyIsNotWrittenAgain)
+{
+    write(settings, someSettings);
+    const struct stat before = statusOf(settings);
+    expectChange({"set", "IconSize", "64"}, someSettings);
+    expectChange({"unset", "Root"}, someSettings);
+    EXPECT_EQ(statusOf(settings).st_ino, before.st_ino);
+    expectChange({"set", "IconSize", "65"}, "[General]\nIconSize=65\nmine=kept\n");
+    EXPECT_NE(statusOf(settings).st_ino, before.st_ino);
+}
+
 TEST_F(PrefsSavingTest, AFullDiskLeavesTheSettingsAsTheyAre)
 {
     addProgram("full", "ulimit -f 0\nexec " + driver.toUtf8() + " \"$@\"\n"); // no file can grow

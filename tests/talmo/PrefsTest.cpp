@@ -102,6 +102,21 @@ TEST_F(PrefsTest, RefusesWhatWouldNotBeReadBack)
     EXPECT_EQ(read(settings), someSettings);
 }
 
+TEST_F(PrefsTest, HelpIsNoValue)
+{
+    for (const char *const action : {"list", "get", "set", "unset", "path", "programs"}) {
+        for (const char *const option : {"--help", "-h"}) {
+            const Outcome outcome = prefs({action, option});
+            EXPECT_TRUE(outcome.output.startsWith(QByteArray("Usage: talmo prefs ") + action))
+                << outcome.output.toStdString();
+            EXPECT_EQ(outcome.errors, "");
+            EXPECT_EQ(outcome.status, 0);
+        }
+    }
+    expectSuccess({"prefs", "set", "Root", "--", "--help"}, "");
+    expectValue("Root", "--help");
+}
+
 TEST_F(PrefsTest, CommentsStay)
 {
     write(settings, "; mine\rIconSize=32 ; this, too\r");
