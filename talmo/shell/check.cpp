@@ -93,7 +93,7 @@ private:
     void coverFlaw(const Flaw &flaw, QSet<int> &places);
     bool standsForNumber(Range range, Flaw::Kind kind) const;
     void findMisfits();
-    void findInsertedUnits();
+    void findInsertedNumbers();
     void define(FilterLine &input);
     void add(int position, const QString &message);
 
@@ -138,10 +138,10 @@ void Check::findNumbers()
     }
 }
 
-/// Finds unknown units behind numbers that the user has not written as they are: they come from the
-/// text of a macro, or from the result of an expression. Such a unit stands where the reference
-/// does.
-void Check::findInsertedUnits()
+/// Finds what is wrong with numbers that the user has not written as they are: their units come
+/// from the text of a macro, or they are the result of an expression. That stands where the
+/// reference does.
+void Check::findInsertedNumbers()
 {
     const auto isInserted = [](TracedCharacter character) { return character.origin < 0; };
     const TracedExpansion expansion = tracedExpansion(rest);
@@ -151,17 +151,20 @@ void Check::findInsertedUnits()
     std::string expanded;
     appendBytes(expanded, toString(characters.constData(), characters.size()));
     NumbersWithUnits numbers(expanded);
+    const auto beginOf = [&](std::string_view part) {
+        const std::string_view before(expanded.data(), numbers.positionOf(part));
+        return characters.constData() + textOf(before).size();
+    };
     NumberWithUnit number;
-    const std::string_view all = expanded;
     while (numbers.next(number)) {
-        const QString unit = textOf(number.unit);
-        if (isKnownUnit(unit) || isWord(number))
+        if (number.problem.empty())
             continue;
-        const TracedCharacter *const begin =
-            characters.constData() + textOf(all.substr(0, numbers.position())).size();
-        const TracedCharacter *const end = begin + textOf(number.text()).size();
+        const TracedCharacter *const wrong = beginOf(number.problem);
+        const TracedCharacter *const last = wrong + textOf(number.problem).size() - 1;
+        const TracedCharacter *const begin = std::min(wrong, beginOf(number.text()));
+        const TracedCharacter *const end = beginOf(number.text()) + textOf(number.text()).size();
         if (std::any_of(begin, end, isInserted))
-            add(expansion.trace.placeOf(*(end - unit.size()), *(end - 1)).begin, unknownUnit(unit));
+            add(expansion.trace.placeOf(*wrong, *last).begin, problemOf(number));
     }
 }
 
@@ -251,7 +254,7 @@ void Check::findMisfits()
         cover(rest, *reference, blank);
     }
     Macro::hash = before;
-    findInsertedUnits();
+    findInsertedNumbers();
 }
 
 /// Performs a line with "define", if nothing is wrong with it. Its counters count.

@@ -83,6 +83,14 @@ TEST_F(CheckTest, NamesUnknownUnits)
     expectFindings("BPM12a 2nd 0x10 1e5 file1abc.txt\n", "");
 }
 
+TEST_F(CheckTest, NamesNumbersThatTextsOfMacrosMakeAmbiguous)
+{
+    expectFindings("a 1,$y\n$w 5,1mm\n",
+        "in:1:3: '1,024m' may be one number or several\n"
+        "in:2:1: '1,024m' may be one number or several\n",
+        {"-D", "y=024m", "-D", "w=1,024m"});
+}
+
 TEST_F(CheckTest, NamesUndefinedMacros)
 {
     expectFindings("a $b c ${d} ${e++} ${2*f+1} ${2*$g}\n", "in:1:3: undefined macro 'b'\n"
