@@ -1,8 +1,8 @@
 #include "strict.h"
 
 #include "LibraryTest.h"
-#include "PlainEvaluation.h"
 #include "PlainExpansion.h"
+#include "PlainMeaning.h"
 #include "talmo/Flaw.h"
 
 #include <cmath>
@@ -262,27 +262,91 @@ TEST_F(StrictTest, IsDoneSoonWithManyReferences)
         400003);
 }
 
+namespace
+{
+
+/// What the plain model makes of \a pieces, a number and a unit; empty if that is nothing.
+QString meaningOf(const QList<PlainMeaning::Piece> &pieces)
+{
+    const auto meant = PlainMeaning(pieces, Macro::hash).value();
+    return meant ? QString::number(meant->value, 'g', 17) + ' ' + meant->unit : QString();
+}
+
+/// \a result, a number and a unit as they are printed, in the same form.
+QString meaningOf(const QString &result)
+{
+    const auto digits = QRegularExpression("^-?[0-9.]+(e[-+]?[0-9]+)?").match(result).captured(0);
+    return QString::number(digits.toDouble(), 'g', 17) + ' ' + result.mid(digits.size());
+}
+
+} // namespace
+
 TEST_F(StrictTest, ANumberIsThatOfThePlainModelOrThereIsNone)
 {
-    const QStringList pieces = {"1", "2", "0", "13", "+", "-", "-", "*", "^", "<", "==", "&&", "||",
-        "?", ":", "(", "(", ")", ")", ",", "sin(", "max(", "if(", " ", "%"};
+    const QStringList pieces = {"1", "2", "0", "13", "2mm", "1in", "3s", "50ms", "1e", ".5", "1e3",
+        "2Mev", "+", "-", "-", "*", "*", "/", "/", "^", "<", "=", "==", "&&", "&", "||", "?", ":",
+        "(", "(", ")", ")", ",", "sin(", "max(", "if(", " ", "%", "x", "x", "y", "z", "w"};
+    const QStringList texts = {"1", "2mm", "-2", "1e", "3s", "2*", "1+", "<", "1=", "&", ".5", "0",
+        "(1", "1)", "1/0", "sin(0)", "-", "2?3:4", "z1", "5Mev"};
     int good = 0;
     int wrong = 0;
-    for (int n = 0; n < 60000 && !HasFailure(); ++n) {
-        const QString expression = joined(pieces, 12);
-        SCOPED_TRACE(expression.toStdString());
+    int named = 0;
+    for (int n = 0; n < 100000 && !HasFailure(); ++n) {
+        Macro::hash = {{"x", joined(texts, 1)}, {"y", joined(texts, 2)}, {"z", "x*2"}};
+        const QString expression = joined(pieces, 8);
+        SCOPED_TRACE(expression.toStdString() + '\n' + Macro::inspect().toStdString());
         QString result;
         const Problem problem = Strict().evaluate("%.17g", expression, "-", result);
-        const std::optional<double> expected = PlainEvaluation(expression).value();
-        ASSERT_EQ(problem.message.isEmpty(), expected && std::isfinite(*expected))
-            << problem.message.toStdString();
+        const QString expected = meaningOf({{expression, false}});
+        ASSERT_EQ(problem.message.isEmpty(), !expected.isEmpty()) << problem.message.toStdString();
         ASSERT_TRUE(problem.position >= 0 && problem.position <= expression.size());
-        if (problem.message.isEmpty()) {
-            ASSERT_EQ(result.toDouble(), *expected);
-        }
         (problem.message.isEmpty() ? good : wrong) += 1;
+        if (problem.message.isEmpty()) {
+            ASSERT_EQ(meaningOf(result), expected);
+            named += expression.contains(QRegularExpression("[xyz]")) ? 1 : 0;
+        }
     }
-    EXPECT_GT(good, 1000);
+    EXPECT_GT(good, 2000);
+    EXPECT_GT(named, 300);
+    EXPECT_GT(wrong, 10000);
+}
+
+TEST_F(StrictTest, AReferenceIsThatOfThePlainModelOrThereIsNone)
+{
+    const QStringList texts = {"1", "2", "12", "mm", "m", "s", "e", "1e", "2mm", "-", "-3", "*",
+        "/2", "+1", "<", "=", "(", ")", "x", "x_", "_9", "2*", "", "max(", ",", ".5", "?", ":"};
+    int good = 0;
+    int put = 0;
+    int wrong = 0;
+    for (int n = 0; n < 100000 && !HasFailure(); ++n) {
+        Macro::hash = {{"x", "7mm"}, {"x_", "8"}, {"x_9", "2e"}, {"xm", "3"}};
+        QList<PlainMeaning::Piece> pieces = {{"(", false}}; // else it may be the name of a macro
+        QString line = "${(";
+        for (auto count = random() % 6; count > 0; --count) {
+            const QString &text =
+                texts[static_cast<int>(random() % static_cast<size_t>(texts.size()))];
+            const bool isMacro = random() % 2 == 0;
+            pieces.append({text, isMacro});
+            const QString name = "macro" + QString::number(count);
+            if (isMacro)
+                Macro::hash[name] = text;
+            line += isMacro ? "${" + name + "}" : text;
+        }
+        pieces.append({")", false});
+        line = line.replace("${(", "${%.17g;(") + ")}";
+        SCOPED_TRACE(line.toStdString() + '\n' + Macro::inspect().toStdString());
+        QString result;
+        const Problem problem = Strict().expand(line, result);
+        const QString expected = meaningOf(pieces);
+        ASSERT_EQ(problem.message.isEmpty(), !expected.isEmpty()) << problem.message.toStdString();
+        (problem.message.isEmpty() ? good : wrong) += 1;
+        if (problem.message.isEmpty()) {
+            ASSERT_EQ(meaningOf(result), expected);
+            put += line.count("${macro") > 1 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(good, 2000);
+    EXPECT_GT(put, 500);
     EXPECT_GT(wrong, 10000);
 }
 
