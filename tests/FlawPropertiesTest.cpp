@@ -281,3 +281,25 @@ TEST_F(SurelySound, LinesHaveNoFlaw)
     EXPECT_GT(proved, 20000);
     EXPECT_GT(expressions, 1000);
 }
+
+TEST_F(SurelySound, ReferencesWithTextsOfMacrosHaveNoFlaw)
+{
+    const char *const pieces[] = {"$x", "$y", "$x", "$y", "1", "2", "e", "-", "-3", "+", "*", "<",
+        "=", "(", ")", ".5", "mm", ",", "&"};
+    const char *const texts[] = {"1", "2mm", "1e", "e-3", "-3", "2*", "<", "=1", "", "mm", "(1)",
+        ".5", "&", "1+", "x", "max(1"};
+    int proved = 0;
+    int refused = 0;
+    for (int n = 0; n < 100000 && !HasFailure(); ++n) {
+        Macro::hash = {{"x", joined(texts, 1)}, {"y", joined(texts, 2)}};
+        const QString line = "${(" + joined(pieces, 6) + ")}";
+        const Flaw flaw = walkOverLine(line);
+        refused += flaw.kind == Flaw::Kind::Join ? 1 : 0;
+        if (!isLineSurelySound(line))
+            continue;
+        ++proved;
+        EXPECT_EQ(flaw.what, "") << line.toStdString() << Macro::inspect().toStdString();
+    }
+    EXPECT_GT(proved, 1000);
+    EXPECT_GT(refused, 1000);
+}
