@@ -11,11 +11,11 @@
 #include "talmo/Numbers.h"
 #include "talmo/Units.h"
 
+#include <algorithm>
 #include <cmath>
-#include <functional>
-#include <map>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 namespace Talmo
 {
@@ -43,11 +43,11 @@ public:
     void convert(FilterLine &line, std::string &result);
 
 private:
-    const Conversion &of(std::string_view unit);
+    const Conversion &of(const std::string *unit);
     Conversion lookUp(const QString &unit) const;
 
     QString units;
-    std::map<std::string, Conversion, std::less<>> conversions;
+    std::unordered_map<const std::string *, Conversion> conversions; // by known units
 };
 
 Conversion StrictConversion::lookUp(const QString &unit) const
@@ -62,13 +62,13 @@ Conversion StrictConversion::lookUp(const QString &unit) const
     return conversion;
 }
 
-/// What becomes of numbers with \a unit, a known one.
-const Conversion &StrictConversion::of(std::string_view unit)
+/// What becomes of numbers with \a unit, one of the table.
+const Conversion &StrictConversion::of(const std::string *unit)
 {
     const auto known = conversions.find(unit);
     return known != conversions.end()
                ? known->second
-               : conversions.emplace(unit, lookUp(textOf(unit))).first->second;
+               : conversions.emplace(unit, lookUp(textOf(*unit))).first->second;
 }
 
 /// \a number with its unit, as the library reads it: at least one digit follows a point.
@@ -86,12 +86,13 @@ QString readableText(const NumberWithUnit &number)
 bool isTooSmall(std::string_view number, const QString &converted)
 {
     constexpr size_t surelyLargeEnough = 200;
-    const size_t exponent = number.find_first_of("eE");
-    if (exponent == std::string_view::npos && number.size() < surelyLargeEnough)
+    const auto *const exponent =
+        std::find_if(number.begin(), number.end(), [](char byte) { return (byte | 0x20) == 'e'; });
+    if (exponent == number.end() && number.size() < surelyLargeEnough)
         return false;
     double value = 0;
     const bool isZero =
-        number.substr(0, exponent).find_first_not_of("0.") == std::string_view::npos;
+        std::all_of(number.begin(), exponent, [](char byte) { return byte == '0' || byte == '.'; });
     const bool isNormal =
         toNumber(number, value) && std::isnormal(value) && std::isnormal(converted.toDouble());
     return !isZero && !isNormal;
@@ -103,12 +104,12 @@ QString appendConverted(const NumberWithUnit &number, const QString &target, std
 {
     const QString text = Units::evaluate(QStringLiteral("%.12g"), readableText(number), target);
     appendBytes(result, text);
-    const QString subject = QStringLiteral("the number '%1' is too %2");
-    if (text.endsWith(QLatin1Char('f')) || text.endsWith(QLatin1Char('n'))) // inf, nan
-        return subject.arg(textOf(number.text()), QStringLiteral("large"));
-    if (isTooSmall(number.number, text))
-        return subject.arg(textOf(number.text()), QStringLiteral("small"));
-    return {};
+    const QChar last = text.back();
+    const bool isTooLarge = last == 'f' || last == 'n'; // inf, nan
+    if (!isTooLarge && !isTooSmall(number.number, text))
+        return {};
+    return QStringLiteral("the number '%1' is too %2")
+        .arg(textOf(number.text()), QLatin1String(isTooLarge ? "large" : "small"));
 }
 
 void StrictConversion::convert(FilterLine &line, std::string &result)
@@ -122,7 +123,7 @@ void StrictConversion::convert(FilterLine &line, std::string &result)
             line.report(columns.at(numbers.positionOf(number.problem)), problemOf(number));
             continue;
         }
-        const Conversion &conversion = of(number.unit);
+        const Conversion &conversion = of(number.known);
         if (!conversion.isPossible)
             continue;
         const size_t begin = numbers.positionOf(number.number);

@@ -41,9 +41,13 @@ constexpr Separator separators[] = {
 /// it; null if there is none.
 const Separator *separatorBefore(std::string_view line, size_t position)
 {
+    const char last = position < 2 ? '\0' : line[position - 1];
+    if (last == ' ' && !isDigit(line[position - 2]))
+        return nullptr; // nearly always
     for (const Separator &separator : separators) {
         const size_t size = separator.text.size();
-        if (position > size && line.substr(position - size, size) == separator.text &&
+        if (separator.text.back() == last && position > size &&
+            line.substr(position - size, size) == separator.text &&
             isDigit(line[position - size - 1]))
             return &separator;
     }

@@ -37,17 +37,15 @@ Character characterAt(std::string_view line, size_t position)
     return character;
 }
 
-size_t wordEnd(std::string_view line, size_t position)
+size_t anyWordEnd(std::string_view line, size_t position)
 {
-    for (;;) {
-        position = endOf(isLetterOrDigit, line, position);
-        if (position == line.size() || isAscii(line[position]))
-            return position;
+    while (position < line.size()) {
         const Character character = characterAt(line, position);
         if (!isOfWord(character.code))
-            return position;
+            break;
         position += character.size;
     }
+    return position;
 }
 
 bool isWordBefore(std::string_view line, size_t position)
@@ -75,23 +73,6 @@ bool isBound(std::string_view line, size_t position)
     if (format > 0 && line[format - 1] == '%')
         return true;
     return before == '$' || before == '}' || isWordBefore(line, position);
-}
-
-size_t numberEnd(std::string_view line, size_t position)
-{
-    size_t end = endOf(isDigit, line, position);
-    if (byteAt(line, end) == '.' && isDigit(byteAt(line, end + 1)))
-        end = endOf(isDigit, line, end + 1);
-    return exponentEnd(line, end);
-}
-
-size_t exponentEnd(std::string_view line, size_t position)
-{
-    if ((byteAt(line, position) | 0x20) != 'e')
-        return position;
-    const char sign = byteAt(line, position + 1);
-    const size_t digits = position + (sign == '+' || sign == '-' ? 2 : 1);
-    return isDigit(byteAt(line, digits)) ? endOf(isDigit, line, digits) : position;
 }
 
 } // namespace Talmo

@@ -19,6 +19,14 @@ namespace Talmo
 namespace
 {
 
+/// Where the first digit is in \a line from \a position on, or the end of the line.
+size_t digitFrom(std::string_view line, size_t position)
+{
+    while (position < line.size() && !isDigit(line[position]))
+        ++position;
+    return position;
+}
+
 /// Where the number ends that begins at \a begin of \a line. A point without a digit behind it is a
 /// part of it only if a known unit follows, as in "5.mm": otherwise it may end a sentence.
 size_t endOfNumber(std::string_view line, size_t begin)
@@ -27,7 +35,8 @@ size_t endOfNumber(std::string_view line, size_t begin)
     if (byteAt(line, end) != '.' || end != endOf(isDigit, line, begin))
         return end;
     const size_t unitBegin = exponentEnd(line, end + 1);
-    return isUnit(line.substr(unitBegin, wordEnd(line, unitBegin) - unitBegin)) ? unitBegin : end;
+    const size_t unitEnd = wordEnd(line, unitBegin);
+    return unitOf(line.substr(unitBegin, unitEnd - unitBegin)) != nullptr ? unitBegin : end;
 }
 
 /// The letter "u" in the place of one that means "micro" in front of \a unit.
@@ -52,10 +61,11 @@ NumbersWithUnits::NumbersWithUnits(std::string_view itsLine)
 bool NumbersWithUnits::findDigit(size_t &digit)
 {
     for (;;) {
-        const auto *const found = std::find_if(line.begin() + end, line.end(), isDigit);
-        if (found == line.end())
+        digit = digitFrom(line, end);
+        if (digit == line.size())
             return false;
-        digit = static_cast<size_t>(found - line.begin());
+        if (references.empty())
+            return true;
         const auto isBehind = [&](const Range &range) {
             return static_cast<size_t>(range.end) <= digit;
         };
@@ -89,14 +99,15 @@ bool NumbersWithUnits::judge(size_t begin, NumberWithUnit &found)
     if (end == unitBegin || isBound(line, begin) || isContinued(line, end))
         return false;
     const std::string_view number = line.substr(begin, unitBegin - begin);
-    const bool isKnown = isUnit(line.substr(unitBegin, end - unitBegin));
-    const size_t sizes = number == "0" ? unitBegin : sizesEnd(line, unitBegin);
+    const std::string *const known = unitOf(line.substr(unitBegin, end - unitBegin));
+    const bool isKnown = known != nullptr;
+    const size_t sizes = isKnown || number == "0" ? unitBegin : sizesEnd(line, unitBegin);
     if (!isKnown && sizes == unitBegin && isWord(line, begin, unitBegin, end))
         return false;
     const size_t knownEnd = end;
     end = isKnown ? compoundEnd(line, end) : std::max(end, sizes);
     const std::string_view unit = line.substr(unitBegin, end - unitBegin);
-    found = {NumberWithUnit::Kind::Right, number, unit, {}};
+    found = {NumberWithUnit::Kind::Right, number, unit, known, {}};
     if (!isKnown || end != knownEnd) {
         found.kind = NumberWithUnit::Kind::UnknownUnit;
         found.problem = unit;

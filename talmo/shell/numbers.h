@@ -5,6 +5,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -26,6 +27,8 @@ struct NumberWithUnit {
     /// All letters and digits behind the number; or, where known units are put together, all of
     /// that, as in "m/s", "m^2" and "x20mm", which no table has.
     std::string_view unit;
+
+    const std::string *known = nullptr; ///< the unit in the table; null if it is in no table
 
     std::string_view problem; ///< the part of the line that is wrong; empty if nothing is
 

@@ -8,7 +8,7 @@
 #include <QStringList>
 
 #include <algorithm>
-#include <functional>
+#include <array>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -19,19 +19,31 @@ namespace Talmo
 namespace
 {
 
-/// The units of the table, sorted.
-std::vector<std::string> sortedUnits()
+using Names = std::vector<std::string>;
+
+/// The units of the table by their last letters and digits, and by their lengths: a text asks for
+/// them often, and there are few with the same of both.
+using SortedUnits = std::array<Names, 1024>;
+
+size_t placeOf(std::string_view unit)
 {
-    std::vector<std::string> units;
-    for (const QString &unit : knownUnits())
-        units.push_back(unit.toStdString());
-    std::sort(units.begin(), units.end());
+    constexpr size_t lengths = 8;
+    return (static_cast<unsigned char>(unit.back()) & 0x7FU) * lengths + unit.size() % lengths;
+}
+
+SortedUnits sortedUnits()
+{
+    SortedUnits units;
+    for (const QString &unit : knownUnits()) {
+        const std::string name = unit.toStdString();
+        units.at(placeOf(name)).push_back(name);
+    }
     return units;
 }
 
-const std::vector<std::string> &allUnits()
+const SortedUnits &allUnits()
 {
-    static const std::vector<std::string> units = sortedUnits();
+    static const SortedUnits units = sortedUnits();
     return units;
 }
 
@@ -51,6 +63,11 @@ bool isX(char byte)
     return byte == 'x' || byte == 'X';
 }
 
+bool isUnit(std::string_view bytes)
+{
+    return unitOf(bytes) != nullptr;
+}
+
 /// Whether \a bytes differ from a unit of two letters or more in upper and lower case only. One
 /// letter means too much.
 bool isNearlyUnit(std::string_view bytes)
@@ -59,9 +76,10 @@ bool isNearlyUnit(std::string_view bytes)
     const auto isMeant = [&](const std::string &unit) {
         return std::equal(unit.begin(), unit.end(), bytes.begin(), bytes.end(), isSame);
     };
-    const std::vector<std::string> &units = allUnits();
-    return bytes.size() > 1 && areAll(isLetter, bytes) &&
-           std::any_of(units.begin(), units.end(), isMeant);
+    if (bytes.size() < 2 || !areAll(isLetter, bytes))
+        return false;
+    return std::any_of(allUnits().begin(), allUnits().end(),
+        [&](const Names &units) { return std::any_of(units.begin(), units.end(), isMeant); });
 }
 
 /// Whether \a bytes begin with a unit and go on with anything but a letter of English, as "m2",
@@ -115,8 +133,10 @@ bool isOfTime(
 /// none.
 size_t signEnd(std::string_view line, size_t position)
 {
-    for (const std::string_view sign : {"**", "^", "*", "/", "\xC2\xB7", "\xE2\x8B\x85"}) {
-        if (line.substr(position, sign.size()) == sign)
+    constexpr std::string_view signs[] = {"**", "^", "*", "/", "\xC2\xB7", "\xE2\x8B\x85"};
+    const char first = byteAt(line, position);
+    for (const std::string_view sign : signs) {
+        if (sign[0] == first && line.substr(position, sign.size()) == sign)
             return position + sign.size();
     }
     return position;
@@ -129,9 +149,15 @@ bool isPower(std::string_view sign)
 
 } // namespace
 
-bool isUnit(std::string_view bytes)
+const std::string *unitOf(std::string_view bytes)
 {
-    return std::binary_search(allUnits().begin(), allUnits().end(), bytes, std::less<>());
+    if (bytes.empty())
+        return nullptr;
+    for (const std::string &unit : allUnits()[placeOf(bytes)]) {
+        if (unit == bytes)
+            return &unit;
+    }
+    return nullptr;
 }
 
 /// Deliberate: to convert 5m/s as 5m would give a number that is wrong.

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace Talmo
 {
 
-/// Whether \a bytes are a unit of the table.
-bool isUnit(std::string_view bytes);
+/// The unit of the table that \a bytes are; null if they are none. It is the same object each time.
+const std::string *unitOf(std::string_view bytes);
 
 /// Where the units end that are put together with the known one that ends at \a end of \a line, as
 /// in "m/s" or "m^2"; \a end if there are none.
