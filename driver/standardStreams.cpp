@@ -15,6 +15,7 @@ namespace
 {
 
 int latestError = 0; // why writing the report failed last
+bool inputWasClosed = false;
 
 /// Writes \a size bytes of \a text to standard output. Returns 0 if that fails, as fopencookie
 /// wants.
@@ -47,10 +48,16 @@ void occupyStandardStreams()
 {
     // We open it for reading. So printing still fails, and reportIsWritten reports that in the end.
     int descriptor = STDIN_FILENO;
+    inputWasClosed = fcntl(STDIN_FILENO, F_GETFD) < 0;
     while (descriptor >= 0 && descriptor <= STDERR_FILENO)
         descriptor = open("/dev/null", O_RDONLY);
     if (descriptor > STDERR_FILENO)
         close(descriptor);
+}
+
+bool standardInputWasClosed()
+{
+    return inputWasClosed;
 }
 
 void waitForReaders()
@@ -69,10 +76,10 @@ void dropWarningsOfQt()
     qInstallMessageHandler(printUnlessWarning);
 }
 
-bool reportIsWritten(const char *program)
+bool reportIsWritten(const char *program, const char *output)
 {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
         return true;
-    std::fprintf(stderr, "%s: cannot write the report: %s\n", program, std::strerror(latestError));
+    std::fprintf(stderr, "%s: cannot write %s: %s\n", program, output, std::strerror(latestError));
     return false;
 }

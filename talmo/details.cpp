@@ -8,6 +8,7 @@
 #include "LineReader.h"
 #include "Programs.h"
 #include "utf8.h"
+#include "visible.h"
 #include "wording.h"
 
 #include <QStandardPaths>
@@ -155,22 +156,6 @@ QString aboutCapture(const QString &capture, const QString &directory)
     return QStringLiteral("last line of '%1': %2").arg(shown(capture), shown(line));
 }
 
-/// \a character as a part of one line: what no terminal shows, or what ends the line, is escaped.
-QString shown(uint character)
-{
-    constexpr uint lastOfByte = 0xFF;
-    const QChar::Category category = QChar::category(character);
-    if (character == '\t')
-        return QStringLiteral(" ");
-    if (category == QChar::Separator_Line || category == QChar::Separator_Paragraph ||
-        category == QChar::Other_Surrogate)
-        return QStringLiteral("\\u%1").arg(character, 4, 16, QLatin1Char('0'));
-    if (category == QChar::Other_Control && character <= lastOfByte)
-        return QStringLiteral("\\x%1").arg(character, 2, 16, QLatin1Char('0'));
-    const auto letter = static_cast<char32_t>(character);
-    return QString::fromUcs4(&letter, 1);
-}
-
 /// The text of the line with \a number of \a script; null if there is none.
 QString lineOf(const Script &script, qint64 number)
 {
@@ -188,7 +173,7 @@ QString shown(const QString &text)
     constexpr int most = 300;
     QString line;
     for (const uint character : text.toUcs4()) {
-        const QString piece = shown(character);
+        const QString piece = character == '\t' ? QStringLiteral(" ") : visible(character);
         if (line.size() + piece.size() > most)
             return line + QStringLiteral("...");
         line += piece;

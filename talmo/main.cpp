@@ -66,7 +66,7 @@ int main(int argc, char *argv[])
     char *names[] = {name, nullptr};
     const QCoreApplication application(count, names);
     const int status = performInMemory(arguments);
-    const bool isWritten = reportIsWritten("talmo");
+    const bool isWritten = reportIsWritten("talmo", "standard output");
     endIfInterrupted();
     return isWritten || status != AllIsWell ? status : AtFault;
 }

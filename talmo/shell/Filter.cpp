@@ -11,6 +11,8 @@
 #include "regularFile.h"
 #include "removeDir.h"
 #include "saving.h"
+#include "standardStreams.h"
+#include "visible.h"
 
 #include <QIODevice>
 
@@ -22,6 +24,7 @@
 #include <utility>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,7 +35,8 @@ void printProblem(const QString &place, qint64 column, const QString &message, s
 {
     std::fflush(stdout); // so that both are in order where they go to the same place
     std::string line;
-    appendBytes(line, QStringLiteral("%1:%2: %3\n").arg(place, QString::number(column), message));
+    appendBytes(line, QStringLiteral("%1:%2: %3\n")
+                          .arg(visible(place), QString::number(column), visible(message)));
     std::fwrite(line.data(), 1, line.size(), stream);
 }
 
@@ -55,13 +59,24 @@ QString cannotRead(const QString &name, int error)
     return QStringLiteral("cannot read '%1': %2").arg(name, reasonOf(error));
 }
 
+QString problemOfStandardInput()
+{
+    const QString name = QStringLiteral("standard input");
+    struct stat status = {};
+    const int mode = fcntl(STDIN_FILENO, F_GETFL);
+    if (standardInputWasClosed() || mode < 0 || (mode & O_ACCMODE) == O_WRONLY)
+        return cannotRead(name, EBADF);
+    const bool isDirectory = fstat(STDIN_FILENO, &status) == 0 && S_ISDIR(status.st_mode);
+    return isDirectory ? cannotRead(name, EISDIR) : QString();
+}
+
 /// Why \a name cannot be an input, as a sentence; null if it can.
 QString problemOfInput(const QString &name)
 {
     struct stat status = {};
     const QByteArray path = systemName(name);
     if (name == QLatin1String("-"))
-        return {};
+        return problemOfStandardInput();
     if (path.isEmpty())
         return cannotRead(name, ENOENT);
     if (stat(path, &status) != 0 || access(path, R_OK) != 0)

@@ -10,7 +10,7 @@ namespace Talmo
 {
 
 /// Prints "PLACE:COLUMN: MESSAGE" on \a stream, in the form that editors look for: \a place is
-/// "FILE:LINE", or "argument N".
+/// "FILE:LINE", or "argument N". What cannot be seen of either is escaped.
 void printProblem(
     const QString &place, qint64 column, const QString &message, std::FILE *stream = stderr);
 

@@ -62,8 +62,8 @@ TEST_F(EvalTest, EvaluatesEachLineAndKeepsItsEnd)
         "-:4:2: ' ' has no meaning here\n");
     expectFiltered({"eval", "-f", "inf %g"}, "2\n-1/0\n", "inf 2\n\n",
         "-:2:3: the result of '/' is infinite\n");
-    expectFiltered({"eval"}, QByteArray("1\0+1\n2\n", 7), "\n2\n",
-        QByteArray("-:1:2: '\0' has no meaning here\n", 31));
+    expectFiltered(
+        {"eval"}, QByteArray("1\0+1\n2\n", 7), "\n2\n", "-:1:2: '\\x00' has no meaning here\n");
     expectFiltered({"eval"}, "\xC3\xA4\xFF+1\n", "\n", "-:1:1: '\xC3\xA4' has no meaning here\n");
 }
 

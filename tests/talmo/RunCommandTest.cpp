@@ -502,7 +502,7 @@ TEST_F(RunCommandTest, AReportThatCannotBeWrittenIsNoSuccess)
     const QString command = QStringLiteral("exec \"$0\" \"$@\" >/dev/full");
     const Outcome outcome = runProcess(QStringLiteral("/bin/sh"),
         {QStringLiteral("-c"), command, driver, QStringLiteral("run")}, environment, work);
-    EXPECT_EQ(outcome.errors, "talmo: cannot write the report: No space left on device\n");
+    EXPECT_EQ(outcome.errors, "talmo: cannot write standard output: No space left on device\n");
     EXPECT_EQ(outcome.status, 1);
     EXPECT_TRUE(exists("made"));
 }
