@@ -150,6 +150,8 @@ TEST_F(ConvertTest, RefusesWhatIsNoDouble)
     const QByteArray tiny = "0." + QByteArray(400, '0') + "1mm";
     expectFault(tiny, "", "in:1:1: the number '" + tiny + "' is too small\n");
     expectFault("1e-307mm\n", "\n", "in:1:1: the number '1e-307mm' is too small\n", {"-u", "mile"});
+    expectFault( // it has fewer digits than others, as a metre and as a micrometre
+        "1e-310m\n", "\n", "in:1:1: the number '1e-310m' is too small\n", {"-u", "um"});
     expectConverted("3e-308mm 1e-310kg 0e-400m 0.0E-999m 1e308mm\n"
                     "0." +
                         QByteArray(400, '0') + "mm\n",
