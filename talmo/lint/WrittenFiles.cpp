@@ -27,7 +27,7 @@ bool onlyPrints(const ShellPart &part)
     const size_t index = part.programIndex();
     if (index == part.words.size())
         return true;
-    if (part.words[index].isExpanded || !programs.contains(part.program()))
+    if (!programs.contains(part.program()))
         return false;
     // sort -o FILE, sort --output=FILE; also when an expansion may bring that.
     const auto mayWrite = [](const ShellWord &word) {

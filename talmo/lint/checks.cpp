@@ -20,13 +20,18 @@ void Mistakes::add(const LintLine &line, qint64 column, const QString &message)
 
 void Mistakes::addInBody(const LintLine &line, qint64 number, qint64 column, const QString &message)
 {
-    if (!areMany() && !line.allowed.contains(check))
+    if (areWanted(line))
         found.push_back({number, column, check, message});
 }
 
 bool Mistakes::areMany() const
 {
     return found.size() >= mostMistakes;
+}
+
+bool Mistakes::areWanted(const LintLine &line) const
+{
+    return !areMany() && !line.allowed.contains(check);
 }
 
 std::vector<Mistake> Mistakes::sorted() const

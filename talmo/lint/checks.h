@@ -32,6 +32,9 @@ public:
     /// Whether there are so many that nobody needs more of them.
     bool areMany() const;
 
+    /// Whether add() would keep another mistake in \a line.
+    bool areWanted(const LintLine &line) const;
+
     size_t count() const { return found.size(); }
 
     /// All that was found, in the order of the places.

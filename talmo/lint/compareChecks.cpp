@@ -158,9 +158,9 @@ void findHugeTolerance(const Situation &situation, Mistakes &mistakes)
 void findOverwrittenFile(const Situation &situation, Mistakes &mistakes)
 {
     const LintLine &line = situation.line;
-    if (!situation.body || line.isGuessed || situation.pattern ||
-        !situation.inlineFiles.isUnused(line.words[1]))
-        return;
+    if (!situation.body || line.isGuessed || !situation.inlineFiles.isUnused(line.words[1]) ||
+        line.words[1].startsWith(QLatin1String("/dev/")))
+        return; // a device does not forget what was written
     mistakes.add(line, line.columnOf(1),
         QStringLiteral("the text that an earlier '=file' writes to '%1' is lost here, and nothing "
                        "has used it")

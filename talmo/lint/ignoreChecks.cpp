@@ -173,7 +173,7 @@ qint64 columnOfPattern(const LintLine &ignore)
 void findBadPattern(const Situation &situation, Mistakes &mistakes)
 {
     const Script &script = situation.script;
-    if (!situation.ignore && script.programPatterns() && !script.problem().isNull())
+    if (script.programPatterns() && !script.problem().isNull())
         mistakes.add(situation.selection, 1,
             QStringLiteral("a pattern of programs needs too much time or memory"));
     if (!situation.ignore)

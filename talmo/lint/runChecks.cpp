@@ -79,7 +79,7 @@ Streams redirected(Streams streams, const std::vector<ShellRedirection> &redirec
     if (end == QLatin1String("|"))
         streams.isReport[0] = false;
     for (const ShellRedirection &redirection : redirections) {
-        if (emptiesReport(redirection, streams))
+        if (mistakes.areWanted(situation.line) && emptiesReport(redirection, streams))
             mistakes.add(situation.line, columnAt(situation.line.text, redirection.position),
                 QStringLiteral("'%1%2' empties the file that the report goes to; '>&1' does not")
                     .arg(redirection.sign, redirection.target.text));
@@ -97,10 +97,10 @@ bool redirectsShell(const ShellPart &part)
 /// Commands that only prepare what follows, or end it, and an empty one.
 bool isPreparation(const ShellPart &part)
 {
-    static const QStringList programs = QStringLiteral(
-        ": . alias cd exit export kill mkdir module rm set sleep source trap true ulimit umask "
-        "unset wait")
-                                            .split(QLatin1Char(' '));
+    static const QStringList programs =
+        QStringLiteral(": . alias cd chmod eval exit export kill mkdir module read rm set sleep "
+                       "source touch trap true ulimit umask unset wait")
+            .split(QLatin1Char(' '));
     const QString program = part.program();
     return program.isEmpty() || redirectsShell(part) || programs.contains(program);
 }
@@ -135,23 +135,41 @@ bool isWithWord(const ShellPart &part, const char *program)
     return part.program() == QLatin1String(program) && part.words.size() > part.programIndex() + 1;
 }
 
-/// Whether a part of \a line behind \a part looks at its status, or decides that of the line.
-bool isStatusUsed(const ShellLine &line, const ShellPart &part)
+/// The last parts of a line that look at the status of those before, or decide about it; -1 if
+/// there is none.
+struct StatusUsers {
+    int ofAll = -1;        ///< ends the line with a status of its own
+    int ofBackground = -1; ///< waits for a program, or ends one
+    int ofPipes = -1;
+};
+
+StatusUsers statusUsersIn(const ShellLine &line)
 {
-    const ShellPart *const next = &part + 1; // a part that has an end is never the last one
-    const ShellPart *const end = line.parts.data() + line.parts.size();
-    if (part.end == QLatin1String("|"))
-        return std::any_of(
-            next, end, [](const ShellPart &later) { return mentions(later, "PIPESTATUS"); });
-    const bool isInBackground = part.end == QLatin1String("&");
-    if (!isInBackground && mentions(*next, "$?"))
-        return true;
-    return std::any_of(next, end, [isInBackground](const ShellPart &later) {
-        const bool isWaitedFor =
-            mentions(later, "$!") || isWithWord(later, "wait") || isWithWord(later, "kill");
-        const bool decides = isWithWord(later, "exit") && !mentions(later, "$?");
-        return decides || (isInBackground && isWaitedFor);
-    });
+    StatusUsers users;
+    for (int index = 0; index < static_cast<int>(line.parts.size()); ++index) {
+        const ShellPart &part = line.parts[static_cast<size_t>(index)];
+        const QString program = part.program();
+        const bool isExit = isWithWord(part, "exit") && !mentions(part, "$?");
+        if (isExit || program == QLatin1String("true") || program == QLatin1String(":"))
+            users.ofAll = index;
+        if (mentions(part, "$!") || isWithWord(part, "wait") || isWithWord(part, "kill"))
+            users.ofBackground = index;
+        if (mentions(part, "PIPESTATUS"))
+            users.ofPipes = index;
+    }
+    return users;
+}
+
+/// Whether a part behind the one of \a index in \a line, which ends with an operator, looks at its
+/// status or decides that of the line.
+bool isStatusUsed(const ShellLine &line, int index, const StatusUsers &users)
+{
+    const QString &end = line.parts[static_cast<size_t>(index)].end;
+    if (end == QLatin1String("|"))
+        return users.ofPipes > index;
+    if (end == QLatin1String("&"))
+        return users.ofAll > index || users.ofBackground > index;
+    return users.ofAll > index || mentions(line.parts[static_cast<size_t>(index) + 1], "$?");
 }
 
 /// The word, an index into those of the line at hand, that the driver takes for a redirection.
@@ -203,15 +221,21 @@ void findQuotedRedirection(const Situation &situation, const ShellLine &line, Mi
 void findVainRedirections(
     const Situation &situation, const ShellLine &line, const QString &capture, Mistakes &mistakes)
 {
+    // Of "sim1>log", too, the driver makes the name of a capture, in which the shell finds more.
+    const bool isFile = !capture.contains(QLatin1Char('>'));
+    const QString kept = isFile ? QStringLiteral("captures in '%1'").arg(shown(capture))
+                                : QStringLiteral("adds another redirection");
     for (const ShellRedirection &redirection : line.parts.back().redirections) {
         const bool isOutput = redirection.descriptor == 1 || redirection.descriptor == 2;
         const bool isDevice = descriptorNamed(redirection.target) > 0 ||
                               redirection.target.text.startsWith(QLatin1String("/dev/"));
-        if (isOutput && redirection.writesFile() && !isDevice)
-            mistakes.add(situation.line, columnAt(situation.line.text, redirection.position),
-                QStringLiteral("nothing goes to '%1', because no word begins with '>', so that "
-                               "the driver captures in '%2'")
-                    .arg(shown(redirection.target.text), shown(capture)));
+        if (!isOutput || !redirection.writesFile() || isDevice ||
+            !mistakes.areWanted(situation.line))
+            continue;
+        mistakes.add(situation.line, columnAt(situation.line.text, redirection.position),
+            QStringLiteral("nothing goes to '%1', because no word begins with '>', so that the "
+                           "driver %2")
+                .arg(shown(redirection.target.text), kept));
     }
 }
 
@@ -266,7 +290,10 @@ void findLostStatus(const Situation &situation, Mistakes &mistakes)
     if (!line || !line->groups.empty() || line->parts[0].program() == QLatin1String("set"))
         return;
     const bool isCaptured = !captureOf(situation.line.words).isNull();
-    for (const ShellPart &part : line->parts) {
+    const StatusUsers users = statusUsersIn(*line);
+    const int count = static_cast<int>(line->parts.size());
+    for (int index = 0; index < count && mistakes.areWanted(situation.line); ++index) {
+        const ShellPart &part = line->parts[static_cast<size_t>(index)];
         const bool isPipe = part.end == QLatin1String("|");
         const bool isList = part.end == QLatin1String(";") || part.end == QLatin1String("&");
         const bool printsElsewhere = isList && isCaptured && part.redirections.empty();
@@ -274,7 +301,7 @@ void findLostStatus(const Situation &situation, Mistakes &mistakes)
                                   : isList
                                       ? isPreparation(part) || (isPrinter(part) && !printsElsewhere)
                                       : true;
-        if (losesNothing || isStatusUsed(*line, part))
+        if (losesNothing || isStatusUsed(*line, index, users))
             continue;
         mistakes.add(situation.line, columnAt(situation.line.text, part.endPosition),
             QStringLiteral("'%1' loses the exit status of '%2'%3")

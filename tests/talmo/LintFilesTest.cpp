@@ -78,6 +78,12 @@ TEST_F(LintFilesTest, KnowsWhichFilesMayBeThere)
         EXPECT_EQ(finds("never-written", row.lines + '\n'), row.found) << row.lines.toStdString();
 }
 
+TEST_F(LintFilesTest, TellsOfEachFileOnce)
+{
+    EXPECT_EQ(foundIn("=compare a a\n"), QStringList("2:10 never-written"));
+    EXPECT_EQ(foundIn("=compare a b\n"), QStringList({"2:10 never-written", "2:12 never-written"}));
+}
+
 TEST_F(LintFilesTest, KnowsWhichTolerancesLetEverythingPass)
 {
     const QByteArray reference = "=run sim1\n=file ref\n# x y z\n0.5 -3 0\n-1 2 1e-12\n";
@@ -99,6 +105,7 @@ TEST_F(LintFilesTest, KnowsWhichTolerancesLetEverythingPass)
         {"=file data.txt\n1\n=run sim1 data\n=compare sim1.out data.txt 1000", false},
         {"=run sim1 data\n=file data.txt\n1\n=compare sim1.out data.txt 1000", true},
         {"=file run.sh\nsim1 >ref\n=run sh run.sh\n=compare x ref 1000", false},
+        {"=file own\n# own\n1\n=compare sim1.out own 1000", true},
         {"=compare ref ../reference 1000", false}, // that one is the reference
         {"=compare /reference ref 1000", false},
         {"=compare ./ref ./sim1.out 100", true},
@@ -110,6 +117,7 @@ TEST_F(LintFilesTest, KnowsWhichTolerancesLetEverythingPass)
         {"=file noise\n1000 1.25\n=compare sim1.out noise 1 125", true},
         {"=file noise\n1.25 1000\n=compare sim1.out noise 125", true},
         {"=file text\n1 x\n2 y\n=compare sim1.out text 200 1000", true},
+        {"=file text\n1 2\n2\n3 4\n=compare sim1.out text -1 1000", false},
         {"=file text\n1 2\n2\n=compare sim1.out text -1 1000", false},
         {"=file text\nx 2\n1 2\n=compare sim1.out text -1 1000", true},
         {"=file text\n1e999 2\n=compare sim1.out text -1 1000", true},
@@ -117,8 +125,8 @@ TEST_F(LintFilesTest, KnowsWhichTolerancesLetEverythingPass)
         {"=compare sim1.out ref -1000", false},
         {"=compare sim1.out other 1000", false},
         {"=ignore differ on\n=compare sim1.out ref 1000", false},
-        {"=file ref\n1000\n=compare sim1.out ref 1000", false}, // which is it?
-        {"=file two\n1000\n=compare two ref 1000", false},      // not beside both
+        {"=file ref\n1\n=compare sim1.out ref 1000", false}, // which is it?
+        {"=file two\n1000\n=compare two ref 1000", false},   // not beside both
         {"=file two\n1\n=compare two ref 1000", true},
         {"=file two\n# 1\n=compare sim1.out two 1000", false},
         {"=file two\n1\nx\n=compare sim1.out two 1000", false},
@@ -146,6 +154,7 @@ TEST_F(LintFilesTest, KnowsWhichTextsAreReplacedBeforeTheyAreUsed)
         {"=platform LINUX\n=file a\n1\n=platform DARWIN\n=file a\n2", false},
         {"=file a\n1\n=platform DARWIN\n=file a\n2\n=platform", false},
         {"=file a\n1\n=ignore ^Cannot write\n=file a", false},
+        {"=file /dev/stdout\n1\n=file /dev/stdout\n2", false},
         {"=testbeam a 0 1 2 0 1 2 0 13 9\n=file a\n1", false},
     };
     for (const auto &row : rows)

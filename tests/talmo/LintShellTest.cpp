@@ -84,6 +84,11 @@ TEST_F(LintShellTest, AStatusThatIsLookedAtIsNotLost)
         {"a; s=$?; b; exit $s", {}},
         {"a; echo \"status $?\" >log", {}},
         {"a; exit 0", {}},
+        {"a; true", {}},
+        {"a; b & c; :", {}},
+        {"a | b; true", {"2:8 lost-status"}},
+        {"true; a; b", {"2:13 lost-status"}},
+        {"wait $!; a & b", {"2:17 lost-status"}},
         {"a; exit $?", {}},
         {"a & wait $!", {}},
         {"a & p=$!; b && wait $p", {}},
@@ -100,6 +105,10 @@ TEST_F(LintShellTest, AStatusThatIsLookedAtIsNotLost)
         {"a & test $? = 0", {"2:8 lost-status"}},
     };
     expectFound(rows);
+    // Nobody waits long for a long line.
+    const QByteArray many = QByteArray("a;").repeated(60000);
+    EXPECT_EQ(foundIn("=run " + many + "\n").size(), 1000);
+    EXPECT_EQ(foundIn("# talmo: allow lost-status\n=run " + many + "\n"), QStringList());
 }
 
 TEST_F(LintShellTest, QuotesAndGroupsArePassedOver)
@@ -173,6 +182,7 @@ TEST_F(LintShellTest, RedirectionsInGroupsCount)
         {"{ a; fi >/dev/stdout", {}}, // this is for no shell
         {"(a >/dev/stdout }", {}},
         {"(a) b >/dev/stdout", {}},
+        {"(a) (b >/dev/stdout)", {}},
         {"{ if a; then b; fi } >/dev/stdout", {"2:27 emptied-report"}},
     };
     expectFound(rows);
@@ -220,7 +230,12 @@ TEST_F(LintShellTest, TellsWhichFileStaysWithoutOutput)
     EXPECT_EQ(printedFor("bin/a deck>log"),
         "test1:2:16: nothing goes to 'log', because no word begins with '>', so that the driver "
         "captures in 'a.out' [lost-capture]\n");
+    EXPECT_EQ(printedFor("sim1>log"),
+        "test1:2:10: nothing goes to 'log', because no word begins with '>', so that the driver "
+        "adds another redirection [lost-capture]\n");
     // The driver does so.
+    EXPECT_EQ(errorOfDriver("=run echo>log\n=run test -s log.out\n=run test -s log\n"),
+        "running 'test' failed");
     EXPECT_EQ(
         errorOfDriver("=run true '2 > 3'\n=exists true.out\n"), "File 'true.out' does not exist");
     EXPECT_EQ(errorOfDriver("=run echo 1>log\n=run test -s echo.out\n=run test -s log\n"),

@@ -136,6 +136,10 @@ TEST_F(LintTest, CountsColumnsInCharacters)
         QStringList({"2:19 invalid-platform", "4:1 unknown-command"}));
     EXPECT_EQ(foundIn("=file a\n\n\n=file b\nx\n  =run a\n=fil"),
         QStringList({"7:3 hidden-command", "8:1 unknown-command"}));
+    EXPECT_EQ(foundIn("=file a\n\t=run b\n"), QStringList("3:2 hidden-command"));
+    EXPECT_EQ(foundIn("=file a\n\xEF\xBB\xBF=run b\n"), QStringList("3:2 hidden-command"));
+    EXPECT_EQ(foundIn("=platform LINUX\n =platform\n"), QStringList("3:2 hidden-command"));
+    EXPECT_EQ(foundIn(" =platform LINUX\n=platform\n =platform\n"), QStringList());
 }
 
 TEST_F(LintTest, NothingInAScriptStopsIt)
@@ -159,9 +163,9 @@ TEST_F(LintTest, NothingInAScriptStopsIt)
     write("test2", "=heading\n=simprogram " + QByteArray(300, '*') + "\n=fil\n");
     EXPECT_EQ(lint({"test2"}),
         "test2:2:1: a pattern of programs needs too much time or memory [bad-pattern]\n");
-    write("te\x1Bst\n3", "=heading\n=fil\n");
-    EXPECT_EQ(lint({"te\x1Bst\n3"}),
-        "te\\x1bst\\x0a3:2:1: unknown command '=fil' (did you mean =file?) [unknown-command]\n");
+    write("te\x1Bst\x7F\n3", "=heading\n=fil\n");
+    EXPECT_EQ(lint({"te\x1Bst\x7F\n3"}), "te\\x1bst\\x7f\\x0a3:2:1: unknown command '=fil' (did "
+                                         "you mean =file?) [unknown-command]\n");
 }
 
 TEST_F(LintTest, ChecksAgainstTheProgramsThatAreGiven)
@@ -172,8 +176,12 @@ TEST_F(LintTest, ChecksAgainstTheProgramsThatAreGiven)
     EXPECT_EQ(lint(), "test1:2:13: no configured program matches 'mine' [missing-program]\n");
     EXPECT_EQ(lint({"--program", "mine"}),
         "test1:2:18: no configured program matches 'sim1' [missing-program]\n");
+    write("test2", "=heading\n=simprogram\n=run $simProgram\n");
+    const QByteArray none = "test2:2:1: '=simprogram' names no program, so the script never runs "
+                            "[missing-program]\n";
+    EXPECT_EQ(lint({"test2"}), none);
     configure({});
-    EXPECT_EQ(lint(), "");
+    EXPECT_EQ(lint(), none);
     expectWrongCall({"lint", "--program", "no/such"},
         run({"list", "--program", "no/such"}).errors.replace("talmo: list", "talmo: lint"));
 }
