@@ -113,6 +113,23 @@ bool isPrinter(const ShellPart &part)
     return programs.contains(part.program());
 }
 
+/// Commands that print nothing, but perhaps what is wrong with their arguments.
+bool isSilent(const ShellPart &part)
+{
+    static const QStringList programs = QStringLiteral("[ false test").split(QLatin1Char(' '));
+    const QString program = part.program();
+    const auto isQuiet = [](const ShellWord &word) {
+        const bool isShort = word.text.startsWith(QLatin1Char('-')) &&
+                             !word.text.startsWith(QLatin1String("--")) &&
+                             word.text.contains(QLatin1Char('q'));
+        return isShort || word.text == QLatin1String("--quiet") ||
+               word.text == QLatin1String("--silent");
+    };
+    const bool isQuietSearch = program.endsWith(QLatin1String("grep")) &&
+                               std::any_of(part.words.begin(), part.words.end(), isQuiet);
+    return isPreparation(part) || programs.contains(program) || isQuietSearch;
+}
+
 /// Commands that only bring text into a pipe, or pass on what others print there.
 bool isSource(const ShellPart &part)
 {
@@ -265,7 +282,7 @@ void findEmptiedReport(const Situation &situation, Mistakes &mistakes)
 void findLostCapture(const Situation &situation, Mistakes &mistakes)
 {
     const std::optional<ShellLine> line = shellLineIn(situation);
-    if (!line)
+    if (!line || std::all_of(line->parts.begin(), line->parts.end(), isSilent))
         return;
     const QString capture = captureOf(situation.line.words);
     if (capture.isNull()) {
