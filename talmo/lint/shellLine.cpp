@@ -160,7 +160,7 @@ void ShellParser::addSeparator(const QString &sign)
 
 void ShellParser::openGroup(const QString &closing)
 {
-    isBroken = isBroken || !isAtCommand() || closed >= 0;
+    isBroken = isBroken || !isAtCommand();
     ShellGroup opened;
     opened.parent = group;
     opened.closing = closing;
@@ -258,9 +258,7 @@ ShellLine ShellParser::read()
 bool ShellRedirection::writesFile() const
 {
     const bool isDescriptor = isDigits(target) || target.text == QLatin1String("-");
-    return sign == QLatin1String(">&")
-               ? !isDescriptor
-               : sign == QLatin1String("<>") || sign.contains(QLatin1Char('>'));
+    return sign.contains(QLatin1Char('>')) && !(sign == QLatin1String(">&") && isDescriptor);
 }
 
 size_t ShellPart::programIndex() const
