@@ -110,6 +110,7 @@ TEST_F(OwnershipTest, WhatIsNoFileStaysAsItIs)
     }
     EXPECT_EQ(modeOf(other), 0600U);
     QFile::remove(name);
+    EXPECT_EQ(chmod(qPrintable(other), 0640), 0);
     {
         const Ownership ownership(other);
         QFile::remove(other);

@@ -605,6 +605,7 @@ TEST(AnswerWithin, SaysHowTheWorkHasCrashed)
         kill(getpid(), SIGKILL);
         return {};
     };
-    const std::string reason = std::string("ended by signal 9 (") + strsignal(SIGKILL) + ')';
+    const std::string reason =
+        std::string("ended by signal 9 (") + QByteArray(strsignal(SIGKILL)) + ')';
     expectNoAnswer(60000, crash, Answer::Broken, reason.c_str());
 }
