@@ -559,7 +559,7 @@ TEST_F(DoctorTest, SaysHowAnExaminationHasCrashed)
     preload(SICK_DISK);
     environment["CRASH_AT"] = "/work";
     const QByteArray problem = QByteArray("problem  suite: the examination ended by signal 9 (") +
-                               strsignal(SIGKILL) +
+                               QByteArray(strsignal(SIGKILL)) +
                                "); that is a mistake of Talmo; report it, with this page\n";
     EXPECT_EQ(doctor(), QByteArray(all).replace(answer, problem));
 }
@@ -605,7 +605,6 @@ TEST(AnswerWithin, SaysHowTheWorkHasCrashed)
         kill(getpid(), SIGKILL);
         return {};
     };
-    const std::string reason =
-        std::string("ended by signal 9 (") + QByteArray(strsignal(SIGKILL)) + ')';
+    const std::string reason = std::string("ended by signal 9 (") + strsignal(SIGKILL) + ')';
     expectNoAnswer(60000, crash, Answer::Broken, reason.c_str());
 }
