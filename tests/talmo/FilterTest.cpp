@@ -30,6 +30,13 @@ constexpr char list[] = "\2\0\0\0"
 class FilterTest : public CompanionTest
 {
 protected:
+    /// What starts the tests may ignore signals, as nohup does, and the command would inherit that.
+    FilterTest()
+    {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+            std::signal(signal, SIG_DFL);
+    }
+
     struct stat statusOf(const QString &name)
     {
         struct stat status = {};
