@@ -62,7 +62,8 @@ void checkFile(const Situation &situation, int word, const QString &message, Mis
 {
     const QString &name = situation.line.words[word];
     const QString path = QDir::cleanPath(name);
-    if (situation.written.mayHold(name) || situation.isExpected(message))
+    if (!mistakes.areWanted(situation.line) || situation.written.mayHold(name) ||
+        situation.isExpected(message))
         return;
     const bool isElsewhere = isOutside(path);
     if (isElsewhere && (path == QLatin1String("..") || mayExistOutside(path, situation.folder)))
