@@ -2,6 +2,7 @@
 
 #include "removeDir.h"
 
+#include <QString>
 #include <QSysInfo>
 
 #include <cerrno>

@@ -66,7 +66,7 @@ QString problemOfInterpreter(const QByteArray &path)
     const QByteArray interpreter = line.left(endOfWord(line));
     if (!interpreter.startsWith('/'))
         return {}; // none, or one that depends on the directory
-    const QString problem = problemOfFile(interpreter);
+    QString problem = problemOfFile(interpreter);
     const QByteArray name = line.mid(interpreter.size()).trimmed();
     const bool isSought = interpreter.endsWith("/env") && !name.isEmpty() &&
                           !name.startsWith('-') && !name.contains('=') && !name.contains('/');
