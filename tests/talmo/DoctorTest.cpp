@@ -313,7 +313,7 @@ TEST_F(DoctorTest, SaysWhatMayNotBeReadOrWritten)
     const QString other = folder.filePath("other");
     QDir().mkpath(other);
     environment["TMPDIR"] = other;
-    for (const mode_t mode : {0200, 0100, 0500}) { // files can be made with 0300
+    for (const mode_t mode : {0200U, 0100U, 0500U}) { // files can be made with 0300
         ASSERT_EQ(chmod(qPrintable(other), mode), 0);
         EXPECT_EQ(linesAbout("temporary"),
             "problem  temporary files: no files can be made in '" + other.toUtf8() +

@@ -60,6 +60,7 @@ protected:
             startProcess(*processes.back(), driver, QStringList("prefs") + call, environment, work);
         }
         std::vector<Outcome> outcomes;
+        outcomes.reserve(processes.size());
         for (const auto &process : processes)
             outcomes.push_back(outcomeOf(*process));
         return outcomes;
