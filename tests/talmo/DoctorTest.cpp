@@ -162,7 +162,7 @@ TEST_F(DoctorTest, TellsTheSameAsJson)
     const QJsonObject whole = QJsonDocument::fromJson(outcome.output).object();
     EXPECT_EQ(whole["format"], 1);
     QString lines;
-    for (const QJsonValue &value : whole["observations"].toArray()) {
+    for (const QJsonValue value : whole["observations"].toArray()) {
         const QString advice = value["advice"].toString();
         lines += value["verdict"].toString().leftJustified(8) + ' ' + value["subject"].toString() +
                  ": " + value["text"].toString() + (advice.isEmpty() ? "" : "; " + advice) + '\n';
