@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace Talmo
 {
@@ -28,9 +27,9 @@ Magnitudes magnitudesOf(std::string_view text)
         isFirst = false;
         for (size_t column = 0; column < count; ++column) {
             double value = 0;
-            const bool isNumber = toNumber(words[column], value);
-            largest[column] = std::max(largest[column],
-                isNumber ? std::fabs(value) : std::numeric_limits<double>::infinity());
+            if (!toNumber(words[column], value))
+                value = HUGE_VAL;
+            largest[column] = std::max(largest[column], std::fabs(value));
         }
     }
     for (const double one : largest)
