@@ -180,6 +180,8 @@ bool Check::findFlaws()
         const bool isUse = wrongMacros.contains(wordOf(text.mid(flaw.position, flaw.length)));
         if (!places.contains(flaw.position) && !isUse)
             add(flaw.position, messageOf(flaw));
+        if (flaw.kind == Flaw::Kind::Length)
+            break; // each walk over such a line takes long
         const QString before = rest;
         coverFlaw(flaw, places);
         if (rest == before)
@@ -272,7 +274,8 @@ void Check::define(FilterLine &input)
         wrongMacros.remove(name);
         return;
     }
-    wrongMacros.insert(name);
+    if (!name.isEmpty())
+        wrongMacros.insert(name);
     Macro::hash.remove(name);
 }
 

@@ -223,6 +223,23 @@ TEST_F(CheckTest, DefinitionsCountFromWhereTheyStand)
         "in:1:7: no definition, 'define NAME TEXT'\n"
         "in:2:8: 'a-b' is no name of a macro\n");
     expectFindings("define a $a\n", "in:1:10: undefined macro 'a'\n");
+    // A definition without a name makes nothing of what follows a use of it.
+    expectFindings("define\ndrift ${(1+2}\ndrift ${2*}\n",
+        "in:1:7: no definition, 'define NAME TEXT'\n"
+        "in:2:9: '(' is never closed\n"
+        "in:3:10: an operand is missing behind '*'\n");
+}
+
+TEST_F(CheckTest, LooksNoFurtherWhereMacrosGrowTooLong)
+{
+    const QString a = QStringLiteral("a=") + QString(200, '1');
+    const QString b = QStringLiteral("b=") + QStringLiteral("$a").repeated(100);
+    const QString c = QStringLiteral("c=") + QStringLiteral("$b").repeated(100);
+    expectFindings("x $c $c $nosuch\n$nosuch\n",
+        "in:1:3: macro 'c' grows too long\n"
+        "in:1:16: there may be more mistakes in this line\n"
+        "in:2:1: undefined macro 'nosuch'\n",
+        {"-D", a, "-D", b, "-D", c});
 }
 
 TEST_F(CheckTest, DefinitionsEndWithTheirFile)
