@@ -111,7 +111,74 @@ bool isInList(std::string_view line, size_t begin, size_t end)
            (byteAt(line, end) == ',' && next != '\0' && next != ' ' && next != '\t');
 }
 
+constexpr std::string_view minusSigns[] = {"-", "+", "\xE2\x88\x92", "\xE2\x80\x93"};
+constexpr std::string_view powers[] = {"^", "**"};
+constexpr std::string_view strokes[] = {"/", "\xE2\x81\x84", "\xE2\x88\x95"};
+
+/// Whether \a end bytes of \a line end with \a part.
+bool endsWith(std::string_view line, size_t end, std::string_view part)
+{
+    return end >= part.size() && line.substr(end - part.size(), part.size()) == part;
+}
+
+/// How many bytes the one of \a signs has that ends at \a end of \a line; 0 if none does.
+template <size_t count>
+size_t sizeBefore(std::string_view line, size_t end, const std::string_view (&signs)[count])
+{
+    for (const std::string_view sign : signs) {
+        if (endsWith(line, end, sign))
+            return sign.size();
+    }
+    return 0;
+}
+
+/// Where the letters, digits and points begin that end at \a end of \a line.
+size_t tokenBegin(std::string_view line, size_t end)
+{
+    while (end > 0 && (isLetterOrDigit(line[end - 1]) || line[end - 1] == '.'))
+        --end;
+    return end;
+}
+
+/// Whether from \a begin to \a end of \a line there is a number that stands alone.
+bool isNumber(std::string_view line, size_t begin, size_t end)
+{
+    return begin < end && numberEnd(line, begin) == end && !isBound(line, begin);
+}
+
 } // namespace
+
+size_t termBegin(std::string_view line, size_t begin)
+{
+    constexpr std::string_view lastBytes = "-+^*/\x92\x93\x84\x95"; // of all these signs
+    if (begin == 0 || lastBytes.find(line[begin - 1]) == std::string_view::npos)
+        return begin; // nearly always
+    const size_t sign = begin - sizeBefore(line, begin, minusSigns);
+    if (const size_t size = sizeBefore(line, sign, powers); size > 0) {
+        // Text that is set off by asterisks has no digits before them.
+        const size_t baseEnd = sign - size;
+        const char last = baseEnd > 0 ? line[baseEnd - 1] : '\0';
+        const bool isBase =
+            isDigit(last) || last == ')' || (size == 1 && isWordBefore(line, baseEnd));
+        return isBase ? tokenBegin(line, baseEnd) : begin;
+    }
+    const size_t numeratorEnd = begin - sizeBefore(line, begin, strokes);
+    const size_t numerator = tokenBegin(line, numeratorEnd);
+    return numeratorEnd < begin && isNumber(line, numerator, numeratorEnd) ? numerator : begin;
+}
+
+size_t brokenExponentEnd(std::string_view line, size_t unitBegin, size_t end)
+{
+    if (end != unitBegin + 1 || (line[unitBegin] | 0x20) != 'e')
+        return end;
+    for (const std::string_view sign : minusSigns) {
+        const size_t digits = end + sign.size();
+        if (!isAscii(sign[0]) && line.substr(end, sign.size()) == sign &&
+            isDigit(byteAt(line, digits)))
+            return wordEnd(line, digits);
+    }
+    return end;
+}
 
 size_t groupsBegin(std::string_view line, size_t begin, size_t end)
 {

@@ -39,6 +39,13 @@ size_t endOfNumber(std::string_view line, size_t begin)
     return unitOf(line.substr(unitBegin, unitEnd - unitBegin)) != nullptr ? unitBegin : end;
 }
 
+/// Where that begins which may be one number with the digits at \a begin of \a line, with a unit
+/// that ends at \a end; \a begin if nothing before them may belong to them.
+size_t wholeBegin(std::string_view line, size_t begin, size_t end)
+{
+    return std::min(groupsBegin(line, begin, end), termBegin(line, begin));
+}
+
 /// The letter "u" in the place of one that means "micro" in front of \a unit.
 QString withoutMicro(const QString &unit)
 {
@@ -104,17 +111,21 @@ bool NumbersWithUnits::judge(size_t begin, NumberWithUnit &found)
     const size_t sizes = isKnown || number == "0" ? unitBegin : sizesEnd(line, unitBegin);
     if (!isKnown && sizes == unitBegin && isWord(line, begin, unitBegin, end))
         return false;
+    const size_t exponentEnd = brokenExponentEnd(line, unitBegin, end);
+    const bool isBroken = exponentEnd != end;
     const size_t knownEnd = end;
-    end = isKnown ? compoundEnd(line, end) : std::max(end, sizes);
+    end = isBroken ? exponentEnd : isKnown ? compoundEnd(line, end) : std::max(end, sizes);
     const std::string_view unit = line.substr(unitBegin, end - unitBegin);
     found = {NumberWithUnit::Kind::Right, number, unit, known, {}};
-    if (!isKnown || end != knownEnd) {
+    if (!isBroken && (!isKnown || end != knownEnd)) {
         found.kind = NumberWithUnit::Kind::UnknownUnit;
         found.problem = unit;
-    } else if (const size_t groups = groupsBegin(line, begin, end); groups != begin) {
+    } else if (const size_t whole = wholeBegin(line, begin, end); isBroken || whole != begin) {
         found.kind = NumberWithUnit::Kind::InGroups;
-        found.problem = line.substr(groups, end - groups);
+        const size_t from = std::max(whole, told);
+        found.problem = line.substr(from, end - from);
     }
+    told = end;
     return true;
 }
 

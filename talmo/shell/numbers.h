@@ -18,7 +18,7 @@ struct NumberWithUnit {
     enum class Kind {
         Right,
         UnknownUnit,
-        InGroups, ///< with digits before it, as in "1,024m", so that it may be another number
+        InGroups, ///< with digits before it, as in "1,024m" or "1/2in": it may be another number
     };
 
     Kind kind = Kind::Right;
@@ -61,6 +61,7 @@ private:
     std::vector<Range> references;
     size_t reference = 0; ///< the first one that may be ahead
     size_t end = 0;       ///< everything before it was looked at
+    size_t told = 0;      ///< where the latest number with a unit ends
 };
 
 /// What is wrong with \a found, in words.

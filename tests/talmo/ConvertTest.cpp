@@ -116,6 +116,9 @@ TEST_F(ConvertTest, TakesNoPartOfANumber)
         "in:1:3: '1,024m' may be one number or several\n"
         "in:3:1: '1'000mm' may be one number or several\n"
         "in:3:9: '1 000mm' may be one number or several\n");
+    expectFault("pipe 1/2in\n1.5x10^3mm\n5mm/2cm\n", "\n\n5/20\n",
+        "in:1:6: '1/2in' may be one number or several\n"
+        "in:2:1: '1.5x10^3mm' may be one number or several\n");
     expectFault("5mm2, 10mmx20mm\n5.cm 1.e2cm\n", "\n50 1000\n",
         "in:1:2: unknown unit 'mm2' (did you mean mm?)\n"
         "in:1:9: unknown unit 'mmx20mm'\n");

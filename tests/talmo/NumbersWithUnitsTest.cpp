@@ -237,6 +237,47 @@ TEST(NumbersWithUnits, UnitsThatArePutTogetherAreNotKnown)
         check(row);
 }
 
+TEST(NumbersWithUnits, AreUnclearAsPartsOfFractionsPowersAndExponents)
+{
+    const std::string lines[] = {"1/2in", "10/3mm", ".5/2in", "1e3/2in", "1\u20442in", "1\u22152in",
+        "10^3mm", "10^-3mm", "10**3mm", "10**-3mm", "10^\u22123mm", "x^2mm", "1.5x10^3mm",
+        "1e\u22125m", "2.5E\u20135m"};
+    for (const std::string &line : lines) {
+        const std::string message = ":'" + line + "' may be one number or several";
+        check({line.c_str(), ("1" + message).c_str()});
+        check({(" -" + line).c_str(), ("3" + message).c_str()});
+    }
+    check({"1e\u22125", "1:'1e\u22125' may be one number or several"});
+    check({"3mm2^5mm",
+        "2:unknown unit 'mm2' (did you mean mm?), 5:'^5mm' may be one number or several"});
+    check({"1 1/2in", "3:'1/2in' may be one number or several"});
+    check({"(1+2)^2mm", "6:'^2mm' may be one number or several"});
+    check({"1e-3/2in", "4:'3/2in' may be one number or several"});
+}
+
+TEST(NumbersWithUnits, AreClearAsOperands)
+{
+    const Row rows[] = {
+        {"5mm/2in", "1:5 mm, 5:2 in"},
+        {"x/2in", "3:2 in"},
+        {"BPM1/2in", "6:2 in"},
+        {"1 / 2in", "5:2 in"},
+        {"/2in", "2:2 in"},
+        {"a**5mm**", "4:5 mm"},
+        {"^2mm", "2:2 mm"},
+        {"3-5mm", "3:5 mm"},
+        {"e-5mm", "3:5 mm"},
+        {"3\u22125mm", "3:5 mm"},
+        {"\u22125mm", "2:5 mm"},
+        {"2e\u2212x", "1:2 e"},
+        {"2e \u22125mm", "1:2 e, 5:5 mm"},
+        {"2m\u22125mm", "1:2 m, 4:5 mm"},
+        {"xe\u22125mm", "4:5 mm"},
+    };
+    for (const Row &row : rows)
+        check(row);
+}
+
 TEST(NumbersWithUnits, AreUnclearWithDigitsInGroups)
 {
     const char *const lines[] = {"1,024m", "1,200mm", "12,345mm", "1,000,000mm", "1,024.5mm",
