@@ -1,15 +1,44 @@
-// A value that is not finite, or that was computed from one, is stained: 1/(1/0) is 0, but stained.
-// The stains are kept beside the stack of values. As long as there is none, all that is done for an
-// operation is to look whether its result is finite.
+// A value that is not finite, or has lost its digits because it is too small, or that was computed
+// from one, is stained: 1/(1/0) is 0, but stained. The stains are kept beside the stack of values.
+// As long as there is none, all that is done for an operation is to look at its result.
 
 #include "EvaluationWatch.h"
 
 #include "UnitsGrammar.h"
 
 #include <cmath>
+#include <limits>
+#include <utility>
 
 namespace Talmo
 {
+
+namespace
+{
+
+bool isTiny(double number)
+{
+    return std::fabs(number) < std::numeric_limits<double>::min();
+}
+
+/// Whether the result of \a pending is 0 only if a double cannot hold it.
+bool hasFactors(const Units::Operator &pending)
+{
+    const auto count = Units::val.size();
+    const bool isPower = pending.precedence == Power || pending.name == "pow";
+    if ((!isPower && pending.precedence != Product) || count < 2)
+        return false;
+    return Units::val.at(count - 2).value != 0 && (isPower || Units::val.at(count - 1).value != 0);
+}
+
+EvaluationWatch::Defect defectOf(double number)
+{
+    if (std::isnan(number))
+        return EvaluationWatch::Defect::NoNumber;
+    return std::isinf(number) ? EvaluationWatch::Defect::Infinite : EvaluationWatch::Defect::None;
+}
+
+} // namespace
 
 EvaluationWatch *EvaluationWatch::current = nullptr;
 
@@ -36,32 +65,42 @@ void EvaluationWatch::begin()
     ++evaluations;
     faults.resize(1);
     stains.clear();
-    hasOverflown = false;
+    ofConversion = Defect::None;
 }
 
-void EvaluationWatch::noteConversion(double converted)
+void EvaluationWatch::noteConversion(double from, double converted)
 {
     if (!std::isfinite(converted))
-        hasOverflown = true;
+        ofConversion = Defect::Infinite;
+    else if (isTiny(converted) && from != 0)
+        ofConversion = Defect::TooSmall;
+}
+
+/// What is wrong with \a number, to which conversions may have led; these count from now on.
+EvaluationWatch::Defect EvaluationWatch::takeDefect(double number)
+{
+    const Defect conversion = std::exchange(ofConversion, Defect::None);
+    const Defect own = defectOf(number);
+    return own == Defect::None ? conversion : own;
 }
 
 void EvaluationWatch::apply(const Units::Operator &pending)
 {
     const Stain ofOperands = stains.isEmpty() ? 0 : stainOfOperands(pending);
+    const bool isNeverZero = hasFactors(pending);
     Units::doit(pending);
     const int top = static_cast<int>(Units::val.size()) - 1;
     if (top < 0)
         return;
     const double result = Units::val.at(top).value;
-    const bool isFinite = std::isfinite(result) && !hasOverflown;
-    if (stains.isEmpty() && isFinite)
+    Defect defect = takeDefect(result);
+    if (defect == Defect::None && isNeverZero && isTiny(result))
+        defect = Defect::TooSmall;
+    if (operandCount(pending) == 0 || (stains.isEmpty() && defect == Defect::None))
         return;
-    hasOverflown = false;
-    if (operandCount(pending) == 0)
-        return;
-    if (ofOperands != 0 || isFinite)
+    if (ofOperands != 0 || defect == Defect::None)
         return stain(top, ofOperands);
-    faults.append({evaluations, pending.token, pending.name, std::isnan(result)});
+    faults.append({evaluations, pending.token, pending.name, defect});
     stain(top, static_cast<Stain>(faults.size()) - 1);
 }
 
@@ -102,10 +141,11 @@ void EvaluationWatch::end(double result)
 {
     if (first.evaluation != 0)
         return;
+    const Defect defect = takeDefect(result);
     if (stainAt(0) != 0)
         first = faults[stainAt(0)];
-    else if (hasOverflown || !std::isfinite(result))
-        first = {evaluations, 0, QString(), std::isnan(result)};
+    else if (defect != Defect::None)
+        first = {evaluations, 0, QString(), defect};
 }
 
 } // namespace Talmo

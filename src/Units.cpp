@@ -152,7 +152,7 @@ double Units::Value::convert(QString target, bool *ok)
     const double factor = factorHash[units];
     const double converted = value * factor / (isSame ? factor : factorHash[target]);
     if (EvaluationWatch::current != nullptr)
-        EvaluationWatch::current->noteConversion(converted);
+        EvaluationWatch::current->noteConversion(value, converted);
     return converted;
 }
 

@@ -53,8 +53,16 @@ QString messageOf(const EvaluationWatch::Fault &fault)
     const QString subject = fault.operation.isEmpty()
                                 ? QStringLiteral("the result in the units asked for")
                                 : QStringLiteral("the result of '%1'").arg(fault.operation);
-    return subject +
-           (fault.isNone ? QStringLiteral(" is no number") : QStringLiteral(" is infinite"));
+    switch (fault.defect) {
+    case EvaluationWatch::Defect::NoNumber:
+        return subject + QStringLiteral(" is no number");
+    case EvaluationWatch::Defect::TooSmall:
+        return subject + QStringLiteral(" is too small");
+    case EvaluationWatch::Defect::Infinite:
+    case EvaluationWatch::Defect::None:
+        break;
+    }
+    return subject + QStringLiteral(" is infinite");
 }
 
 } // namespace

@@ -103,6 +103,20 @@ TEST_F(StrictTest, GivesNoNumberThatDependsOnOneThatIsNotFinite)
         {"1um/1e308km", "3 the result of '/' is infinite"},
         {"1um<1e308km", "3 the result of '<' is infinite"},
         {"exp(-exp(1000))", "5 the result of 'exp' is infinite"},
+        // Nor may it have been too small for a double.
+        {"1e-200*1e-200", "6 the result of '*' is too small"},
+        {"1e-200*-1e-200/1e-300", "6 the result of '*' is too small"},
+        {"1e-200mm/1e200+1m", "8 the result of '/' is too small"},
+        {"3e-308/7", "6 the result of '/' is too small"},
+        {"10^-400", "2 the result of '^' is too small"},
+        {"pow(0.1,400)>0", "0 the result of 'pow' is too small"},
+        {"0*1e-300+0/5+0^2+1e-200*0", "= 0"},
+        {"(1-1)/1e300+1e-300*(2-2)", "= 0"},
+        {"1e-300-1e-300", "= 0"},
+        {"2.3e-308/1", "= 2.3e-308"},
+        {"exp(-1000)", "= 0"},
+        {"1e-200*1e-200||1", "= 1"},
+        {"1?2:1e-200*1e-200", "= 2"},
         // What the result does not depend on may be anything.
         {"zero==0?7:one", "= 7"},
         {"if(zero!=0,1/one,8)", "= 8"},
@@ -136,6 +150,11 @@ TEST_F(StrictTest, GivesNoNumberThatDependsOnOneThatIsNotFinite)
         "the result in the units asked for is infinite");
     EXPECT_EQ(strict.evaluate("%g", "1e308km", "km", result).message,
         "the result in the units asked for is infinite"); // as the library converts it
+    EXPECT_EQ(strict.evaluate("%g", "1e-306um", "mile", result).message,
+        "the result in the units asked for is too small");
+    EXPECT_EQ(strict.evaluate("%g", "0um", "mile", result).message, "");
+    EXPECT_EQ(strict.evaluate("%g", "0mile+1e-306um", "-", result).message,
+        "the result of '+' is too small");
 }
 
 TEST_F(StrictTest, TellsWhichReferenceIsWrong)
