@@ -1,13 +1,9 @@
 // The walk over an expression. It takes the same tokens as the evaluator (UnitsScan.cpp), with the
 // texts of macros in the places of their names, but computes nothing. It only remembers whether an
-// operand or an operator comes next, and what is open: parentheses, conditionals, and the macros
-// whose texts it is in.
+// operand or an operator comes next, and what is open: parentheses and conditionals.
 //
 // A flaw that the evaluator may take in silence ends the walk. One that the evaluator reports
 // itself for sure is only noted, because one of the other sort may follow.
-//
-// Where the text of a macro ends, or begins, no token may go on, other than a number with a unit,
-// or a name. Somebody means cell_$n and 5$unit, but nobody an exponent for "x-3", with "1e" for x.
 //
 // The walk goes over as many characters as the evaluator would, so it has to end where that would
 // not: at a macro inside its own text, and where macros have inserted too much.
@@ -18,12 +14,12 @@
 #include "Soundness.h"
 #include "Tokens.h"
 #include "UnitsGrammar.h"
+#include "WalkedText.h"
 #include "Walks.h"
-#include "WorkingText.h"
 #include "knownUnit.h"
 #include "talmo/StartupGuard.h"
 
-#include <QSet>
+#include <QList>
 
 #include <algorithm>
 #include <cmath>
@@ -35,24 +31,14 @@ namespace Talmo
 namespace
 {
 
-/// \a text, a part of a token, for a message.
-QString inShort(const QString &text)
-{
-    constexpr int most = 40;
-    return text.size() <= most ? text : text.left(most / 2) + QStringLiteral("...");
-}
-
 /// One pass over an expression.
 class Walk
 {
 public:
     Walk(const TracedExpression &whole, Trace &itsTrace, Aim itsAim)
-        : expression(whole.text)
-        , nothing(whole.nothing)
-        , before(whole.before)
-        , aim(itsAim)
+        : aim(itsAim)
         , trace(itsTrace)
-        , rest(toString(expression.constData(), expression.size()))
+        , rest(whole, itsTrace)
     {
         levels.append(Level());
     }
@@ -64,13 +50,6 @@ public:
     Place find(int token);
 
 private:
-    /// A macro whose text the walk is in.
-    struct OpenMacro {
-        QString name;
-        int left;    ///< how many characters are behind its text
-        Place place; ///< of the outermost macro around it in the user's text
-    };
-
     /// Which alternative of a "?" the walk is in.
     enum class Alternative { None, First, Second };
 
@@ -106,29 +85,12 @@ private:
     /// Ends the walk at the number \a text, from \a place, if no double holds it.
     void checkSize(QStringView number, Place place);
 
-    /// Whether the text of a macro begins or ends, or is empty, where \a count characters are left.
-    bool isJoint(int count) const;
-
     /// Ends the walk if the text of a macro joins with what stands beside it in the \a length
     /// characters ahead, other than behind the first \a allowed. Returns whether it has.
     bool refuseJoint(int length, int allowed);
 
-    /// Ends the walk where \a one and \a other, before which \a count characters are left, join.
-    void refuseJoint(const QString &one, const QString &other, int count);
-
-    /// Whether what comes next stands behind the text of a macro.
-    bool isBehindMacro() const;
-
     /// What the evaluator does not take: an end without a flaw, if that is what is looked for.
     void stop(Place place, const QString &what);
-
-    int left() const { return static_cast<int>(rest.ahead().size()); }
-
-    /// Where the character comes from that has \a count characters left, itself included.
-    Place placeAt(int count) const;
-
-    /// Drops the first \a length characters, at least one; where they come from.
-    Place drop(int length);
 
     /// Ends the walk at a flaw that the evaluator may take in silence, if it is one that the walk
     /// looks for. Returns whether it has.
@@ -136,15 +98,10 @@ private:
     /// Remembers a flaw that the evaluator reports itself, if it is the first.
     void note(Place place, const QString &what);
 
-    const TracedText &expression;
-    const Place nothing;
-    const std::optional<TracedCharacter> before;
     const Aim aim;
     Trace &trace;
-    WorkingText rest;
+    WalkedText rest;
 
-    QList<OpenMacro> open; ///< the innermost last
-    QSet<QString> openNames;
     QList<Level> levels; ///< the innermost last
     bool wantsOperand = true;
     bool isNegated = false; ///< a minus sign was the last token
@@ -190,7 +147,7 @@ Flaw Walk::run()
         flaw.isReported = !flaw.what.isEmpty() && !(hasSpareComma && hasLonelyQuestion);
     }
     if (!flaw.what.isEmpty())
-        flaw.expression = toString(expression.constData(), expression.size());
+        flaw.expression = rest.whole();
     return flaw;
 }
 
@@ -198,26 +155,7 @@ Place Walk::find(int token)
 {
     while (--token > 0 && !rest.isEmpty())
         takeToken();
-    return rest.isEmpty() ? nothing : placeAt(left());
-}
-
-Place Walk::placeAt(int count) const
-{
-    if (!open.isEmpty() && count > open.first().left)
-        return open.first().place;
-    const TracedCharacter character = expression[expression.size() - count];
-    return trace.placeOf(character, character);
-}
-
-Place Walk::drop(int length)
-{
-    const int begin = placeAt(left()).begin;
-    rest.drop(length);
-    const int end = placeAt(left() + 1).end;
-    // A macro stays open up to the first character behind its text: its last token may be a name.
-    while (!open.isEmpty() && left() < open.last().left)
-        openNames.remove(open.takeLast().name);
-    return {begin, end};
+    return rest.place();
 }
 
 // The first character tells the kind of a token, here as in the evaluator.
@@ -234,7 +172,7 @@ void Walk::takeToken()
         return takeOperator(*token);
     const bool isPair = ahead.size() > 1 && ahead[0].isHighSurrogate() && ahead[1].isLowSurrogate();
     const QString character = ahead.left(isPair ? 2 : 1).toString();
-    stop(drop(isPair ? 2 : 1), QStringLiteral("'%1' has no meaning here").arg(character));
+    stop(rest.drop(isPair ? 2 : 1), QStringLiteral("'%1' has no meaning here").arg(character));
 }
 
 void Walk::takeName()
@@ -243,7 +181,7 @@ void Walk::takeName()
     const int length = nameAhead(ahead);
     const QString name = ahead.left(length).toString();
     const bool isCall = length < ahead.size() && ahead[length] == '(';
-    const Place place = drop(length);
+    const Place place = rest.drop(length);
     if (isCall)
         openParenthesis(name, place);
     else
@@ -257,24 +195,17 @@ void Walk::enterMacro(const QString &name, Place place)
         refuse(Flaw::Kind::Name, place, QStringLiteral("unknown name '%1'").arg(name));
         return;
     }
-    if (openNames.contains(name)) {
+    if (rest.isIn(name)) {
         refuse(Flaw::Kind::Circle, place, QStringLiteral("macro '%1' refers to itself").arg(name));
-        for (const OpenMacro &macro : open) {
-            if (macro.name == name || !flaw.circle.isEmpty())
-                flaw.circle.append(macro.name);
-        }
-        flaw.circle.append(name);
+        flaw.circle = rest.circle(name);
         return;
     }
     if (!trace.allows(text.size())) {
-        const QString outermost = open.isEmpty() ? name : open.first().name;
-        refuse(
-            Flaw::Kind::Length, place, QStringLiteral("macro '%1' grows too long").arg(outermost));
+        refuse(Flaw::Kind::Length, place,
+            QStringLiteral("macro '%1' grows too long").arg(rest.outermost(name)));
         return;
     }
-    open.append({name, left(), place});
-    openNames.insert(name);
-    rest.replaceFront(0, text);
+    rest.enter(name, text, place);
 }
 
 void Walk::takeNumber()
@@ -285,10 +216,10 @@ void Walk::takeNumber()
     const QString text = rest.ahead().left(token.size()).toString();
     const QString number = token.number.toString();
     const QString unit = token.unit.toString();
-    Place place = drop(static_cast<int>(number.size()));
+    Place place = rest.drop(static_cast<int>(number.size()));
     const Place numberPlace = place;
     if (!unit.isEmpty()) {
-        const Place unitPlace = drop(static_cast<int>(unit.size()));
+        const Place unitPlace = rest.drop(static_cast<int>(unit.size()));
         if (!isKnownUnit(unit) &&
             refuse(Flaw::Kind::Unit, unitPlace, QStringLiteral("unknown unit '%1'").arg(unit)))
             return;
@@ -315,68 +246,11 @@ void Walk::checkSize(QStringView number, Place place)
                     isSmall ? QStringLiteral("small") : QStringLiteral("large")));
 }
 
-bool Walk::isJoint(int count) const
-{
-    const auto endsHere = [count](const OpenMacro &macro) { return macro.left == count; };
-    if (std::any_of(open.begin(), open.end(), endsHere))
-        return true;
-    const int index = static_cast<int>(expression.size()) - count;
-    if (count == 0 || (!open.isEmpty() && count > open.first().left))
-        return false;
-    const std::optional<TracedCharacter> previous = index > 0 ? expression[index - 1] : before;
-    return previous && !follows(expression[index], *previous);
-}
-
-bool Walk::isBehindMacro() const
-{
-    if (!isJoint(left()))
-        return false;
-    if (!open.isEmpty() && left() > open.first().left)
-        return true;
-    const TracedCharacter next = expression[expression.size() - left()];
-    return next.origin >= 0 || next.index > 0; // otherwise another text begins here
-}
-
 bool Walk::refuseJoint(int length, int allowed)
 {
-    if (aim != Aim::Flaws)
-        return false;
-    int joint = 1;
-    while (joint < length && (joint == allowed || !isJoint(left() - joint)))
-        ++joint;
-    if (joint >= length)
-        return false;
-    const QString token = rest.ahead().left(length).toString();
-    refuseJoint(inShort(token.left(joint)), inShort(token.mid(joint)), left() - joint);
-    return true;
-}
-
-void Walk::refuseJoint(const QString &one, const QString &other, int count)
-{
-    const QString ends =
-        QStringLiteral("the text of '%1' ends in '%2', which joins with '%3' behind it");
-    const auto macro = std::find_if(
-        open.rbegin(), open.rend(), [count](const OpenMacro &each) { return each.left == count; });
-    if (macro != open.rend()) {
-        refuse(Flaw::Kind::Join, macro->place, ends.arg(macro->name, one, other));
-        return;
-    }
-    const TracedCharacter next = expression[expression.size() - count];
-    const TracedCharacter last = expression[expression.size() - count - 1];
-    const auto nameOf = [this](TracedCharacter character) {
-        return trace.insertions[-1 - character.origin].macro;
-    };
-    const bool isOfOne = last.origin == next.origin || (last.origin >= 0 && next.origin >= 0);
-    if (isOfOne)
-        refuse(Flaw::Kind::Join, trace.placeOf(next, next),
-            QStringLiteral("'%1' and '%2' join, for the text between them is empty")
-                .arg(one, other));
-    else if (last.origin < 0)
-        refuse(Flaw::Kind::Join, trace.placeOf(last, last), ends.arg(nameOf(last), one, other));
-    else
-        refuse(Flaw::Kind::Join, trace.placeOf(next, next),
-            QStringLiteral("the text of '%1' begins with '%2', which joins with '%3' before it")
-                .arg(nameOf(next), other, one));
+    if (aim == Aim::Flaws)
+        flaw = rest.joint(length, allowed);
+    return !flaw.what.isEmpty();
 }
 
 void Walk::takeOperator(const OperatorToken &token)
@@ -386,8 +260,8 @@ void Walk::takeOperator(const OperatorToken &token)
     const int length = static_cast<int>(token.name.size());
     if (refuseJoint(length, length))
         return;
-    const bool isSign = token.precedence == UnaryMinus && !isBehindMacro();
-    const Place place = drop(length);
+    const bool isSign = token.precedence == UnaryMinus && !rest.isBehindMacro();
+    const Place place = rest.drop(length);
     if (wantsOperand && !isSign &&
         refuse(Flaw::Kind::Syntax, place,
             QStringLiteral("an operand is missing before '%1'").arg(token.name)))
@@ -448,7 +322,7 @@ void Walk::endAlternatives(Level &level)
 
 void Walk::openParenthesis(const QString &function, Place name)
 {
-    const Place place = drop(1);
+    const Place place = rest.drop(1);
     if (!wantsOperand && refuse(Flaw::Kind::Syntax, function.isEmpty() ? place : name,
                              QStringLiteral("an operator is missing before '%1('").arg(function)))
         return;
@@ -462,7 +336,7 @@ void Walk::openParenthesis(const QString &function, Place name)
 
 void Walk::closeParenthesis()
 {
-    const Place place = drop(1);
+    const Place place = rest.drop(1);
     if (wantsOperand &&
         refuse(Flaw::Kind::Syntax, place, QStringLiteral("an operand is missing before ')'")))
         return;
@@ -493,9 +367,7 @@ void Walk::checkEnd()
         refuse(Flaw::Kind::Syntax, lastPlace,
             QStringLiteral("an operand is missing behind '%1'").arg(lastSymbol));
     else if (wantsOperand)
-        refuse(Flaw::Kind::Syntax,
-            expression.isEmpty() ? nothing : trace.placeOf(expression.first(), expression.last()),
-            QStringLiteral("there is no expression"));
+        refuse(Flaw::Kind::Syntax, rest.placeOfWhole(), QStringLiteral("there is no expression"));
     else if (levels.size() > 1)
         refuse(Flaw::Kind::Syntax, levels.last().opening, QStringLiteral("'(' is never closed"));
     else
