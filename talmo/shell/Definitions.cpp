@@ -1,6 +1,7 @@
 #include "Definitions.h"
 
 #include "CommandLine.h"
+#include "Filter.h"
 #include "InputLines.h"
 #include "commandTable.h"
 #include "lineText.h"
@@ -63,6 +64,9 @@ bool isSilent(const QString &text)
 /// wrong was said.
 int defineByFile(const QString &name, const CommandLine &line, const QSet<QString> &kept)
 {
+    const QString problem = problemOfInputs({name});
+    if (!problem.isNull())
+        return line.refuse(problem);
     InputLines lines;
     if (!lines.open(name))
         return line.refuse(lines.failure());

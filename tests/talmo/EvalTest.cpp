@@ -33,7 +33,8 @@ TEST_F(EvalTest, RefusesWrongCalls)
     expectWrongCall({"eval", "-f", "%d", "1"}, "talmo: eval: '%d' is no format for a number\n");
     expectWrongCall({"eval", "-f", "", "1"}, "talmo: eval: '' is no format for a number\n");
     expectWrongCall({"eval", "-D", "x", "1"}, "talmo: eval: 'x' is no definition, 'NAME=TEXT'\n");
-    expectWrongCall({"eval", "--definitions", "none", "1"}, "talmo: eval: cannot read 'none'\n");
+    expectWrongCall({"eval", "--definitions", "none", "1"},
+        "talmo: eval: cannot read 'none': No such file or directory\n");
     expectWrongCall({"eval", "--definitions", "-"},
         "talmo: eval: standard input cannot be both definitions and expressions\n");
 }

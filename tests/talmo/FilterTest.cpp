@@ -470,8 +470,8 @@ TEST_F(FilterTest, RefusesStandardInputThatCannotBeRead)
         {"<.", "Is a directory"},
         {"0>out", "Bad file descriptor"},
     };
-    for (const char *const command :
-        {"convert", "convert -", "convert -o new", "expand", "eval", "check -"}) {
+    for (const char *const command : {"convert", "convert -", "convert -o new", "expand", "eval",
+             "check -", "eval --definitions - 1", "check --definitions - /dev/null"}) {
         for (const auto &row : rows) {
             SCOPED_TRACE(std::string(command) + ' ' + row.redirection);
             const Outcome outcome =
