@@ -159,7 +159,7 @@ size_t termBegin(std::string_view line, size_t begin)
         const size_t baseEnd = sign - size;
         const char last = baseEnd > 0 ? line[baseEnd - 1] : '\0';
         const bool isBase =
-            isDigit(last) || last == ')' || (size == 1 && isWordBefore(line, baseEnd));
+            isDigit(last) || last == ')' || last == '}' || (size == 1 && isWordBefore(line, baseEnd));
         return isBase ? tokenBegin(line, baseEnd) : begin;
     }
     const size_t numeratorEnd = begin - sizeBefore(line, begin, strokes);

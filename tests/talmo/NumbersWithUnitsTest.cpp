@@ -251,6 +251,7 @@ TEST(NumbersWithUnits, AreUnclearAsPartsOfFractionsPowersAndExponents)
     check({"3mm2^5mm",
         "2:unknown unit 'mm2' (did you mean mm?), 5:'^5mm' may be one number or several"});
     check({"1 1/2in", "3:'1/2in' may be one number or several"});
+    check({"${x}**2mm", "5:'**2mm' may be one number or several"});
     check({"(1+2)^2mm", "6:'^2mm' may be one number or several"});
     check({"1e-3/2in", "4:'3/2in' may be one number or several"});
 }
