@@ -282,17 +282,9 @@ TEST(NumbersWithUnits, AreClearAsOperands)
 TEST(NumbersWithUnits, AreUnclearWithDigitsInGroups)
 {
     const char *const lines[] = {"1,024m", "1,200mm", "12,345mm", "1,000,000mm", "1,024.5mm",
-        "1'000mm", "5'6in", "1'234'567mm",
-        "1\xE2\x80\x99"
-        "000mm",
-        "1 000mm", "12 050mm", "1 000 200mm", "1 200 050mm",
-        "1\xC2\xA0"
-        "200mm",
-        "1\xE2\x80\xAF"
-        "200mm",
-        "1\xE2\x80\x89"
-        "200mm",
-        "0,05m", "1,05m", "0,024m", "1,02.5m"};
+        "1'000mm", "5'6in", "1'234'567mm", "1\u2019000mm", "1 000mm", "12 050mm", "1 000 200mm",
+        "1 200 050mm", "1\u00A0200mm", "1\u202F200mm", "1\u2009200mm", "0,05m", "1,05m", "0,024m",
+        "1,02.5m"};
     for (const std::string line : lines) {
         SCOPED_TRACE(line);
         const std::string message = ":'" + line + "' may be one number or several";

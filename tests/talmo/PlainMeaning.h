@@ -268,7 +268,7 @@ private:
 
     Quantity power()
     {
-        const Quantity base = signedOperand();
+        Quantity base = signedOperand();
         if (!take("^"))
             return base;
         const Quantity exponent = pure(power());

@@ -8,11 +8,9 @@
 #include <cmath>
 #include <random>
 
-using Talmo::Error;
 using Talmo::Macro;
 using Talmo::Problem;
 using Talmo::Strict;
-using Talmo::Units;
 
 namespace
 {
