@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 namespace Talmo
@@ -21,8 +22,9 @@ public:
     /// Removes the folder. A process that was forked meanwhile leaves it.
     ~ProgramFolder();
 
-    /// Makes the folder in \a place, and removes those that killed processes of this user and this
-    /// machine have left there. False, with errno, if it cannot be made.
+    /// Makes the folder in \a place, and removes those that killed processes of this user have left
+    /// there since this machine was started, if nothing but links and executable files is in them.
+    /// False, with errno, if it cannot be made.
     bool make(const QByteArray &place);
 
     /// Its path; null until it was made.
@@ -31,6 +33,7 @@ public:
 private:
     QByteArray folder;
     Descriptor lock;
+    struct stat identity = {};
     pid_t owner = 0; ///< the process that made it
 };
 
