@@ -113,6 +113,22 @@ bool isPrinter(const ShellPart &part)
     return programs.contains(part.program());
 }
 
+/// Whether one of the words of \a part contains \a text.
+bool mentions(const ShellPart &part, const char *text)
+{
+    return std::any_of(part.words.begin(), part.words.end(),
+        [text](const ShellWord &word) { return word.text.contains(QLatin1String(text)); });
+}
+
+/// Whether \a part is awk with actions none of which prints, as one that only counts or exits.
+bool isAwkWithoutOutput(const ShellPart &part)
+{
+    static const QStringList programs =
+        QStringLiteral("awk gawk mawk nawk").split(QLatin1Char(' '));
+    return programs.contains(part.program()) && mentions(part, "{") && !mentions(part, "print") &&
+           !mentions(part, "system");
+}
+
 /// Commands that print nothing, but perhaps what is wrong with their arguments.
 bool isSilent(const ShellPart &part)
 {
@@ -127,23 +143,24 @@ bool isSilent(const ShellPart &part)
     };
     const bool isQuietSearch = program.endsWith(QLatin1String("grep")) &&
                                std::any_of(part.words.begin(), part.words.end(), isQuiet);
-    return isPreparation(part) || programs.contains(program) || isQuietSearch;
+    return isPreparation(part) || programs.contains(program) || isQuietSearch ||
+           isAwkWithoutOutput(part);
+}
+
+/// Whether \a part prints nothing, or into a pipe.
+bool leavesNothingToCapture(const ShellPart &part)
+{
+    return part.end == QLatin1String("|") || isSilent(part);
 }
 
 /// Commands that only bring text into a pipe, or pass on what others print there.
 bool isSource(const ShellPart &part)
 {
-    static const QStringList programs =
-        QStringLiteral("awk cat cut grep head ls sed sort tac tail tee tr uniq wc")
-            .split(QLatin1Char(' '));
+    static const QStringList programs = QStringLiteral(
+        "awk bzcat cat column comm cut egrep fgrep find fold gawk grep gunzip head "
+        "join ls mawk nawk nl od paste rev sed sort strings tac tail tee tr uniq wc xzcat zcat")
+                                            .split(QLatin1Char(' '));
     return isPreparation(part) || isPrinter(part) || programs.contains(part.program());
-}
-
-/// Whether one of the words of \a part contains \a text.
-bool mentions(const ShellPart &part, const char *text)
-{
-    return std::any_of(part.words.begin(), part.words.end(),
-        [text](const ShellWord &word) { return word.text.contains(QLatin1String(text)); });
 }
 
 /// Whether \a part is \a program with a word behind it.
@@ -197,15 +214,26 @@ int redirectingWord(const QStringList &words)
     return static_cast<int>(found - words.begin());
 }
 
+/// Whether a program in another language comes with \a word, or behind it.
+bool announcesProgram(const ShellWord &word)
+{
+    static const QStringList shells = {
+        QStringLiteral("eval"), QStringLiteral("ssh"), QStringLiteral("xargs")};
+    constexpr int longest = 5; // "-lane" of perl
+    const QString &text = word.text;
+    const bool isOption = text.startsWith(QLatin1Char('-')) && text.size() <= longest &&
+                          std::all_of(text.begin() + 1, text.end(),
+                              [](QChar character) { return character.isLetter(); });
+    const bool takesProgram = text.endsWith(QLatin1Char('c')) || text.endsWith(QLatin1Char('e'));
+    return (isOption && takesProgram) || shells.contains(text);
+}
+
 /// Whether a quoted ">" that stands behind \a before may be a redirection for another program: for
 /// a shell, or behind a "print" of awk.
 bool isForAnotherShell(const ShellLine &line, const QString &before)
 {
-    static const QStringList shells = {QStringLiteral("-c"), QStringLiteral("-e"),
-        QStringLiteral("eval"), QStringLiteral("ssh"), QStringLiteral("xargs")};
     for (const ShellPart &part : line.parts) {
-        if (std::any_of(part.words.begin(), part.words.end(),
-                [](const ShellWord &word) { return shells.contains(word.text); }))
+        if (std::any_of(part.words.begin(), part.words.end(), announcesProgram))
             return true;
     }
     const auto begin =
@@ -282,7 +310,7 @@ void findEmptiedReport(const Situation &situation, Mistakes &mistakes)
 void findLostCapture(const Situation &situation, Mistakes &mistakes)
 {
     const std::optional<ShellLine> line = shellLineIn(situation);
-    if (!line || std::all_of(line->parts.begin(), line->parts.end(), isSilent))
+    if (!line || std::all_of(line->parts.begin(), line->parts.end(), leavesNothingToCapture))
         return;
     const QString capture = captureOf(situation.line.words);
     if (capture.isNull()) {
@@ -313,7 +341,8 @@ void findLostStatus(const Situation &situation, Mistakes &mistakes)
         const ShellPart &part = line->parts[static_cast<size_t>(index)];
         const bool isPipe = part.end == QLatin1String("|");
         const bool isList = part.end == QLatin1String(";") || part.end == QLatin1String("&");
-        const bool printsElsewhere = isList && isCaptured && part.redirections.empty();
+        const bool printsElsewhere =
+            isList && isCaptured && part.redirections.empty() && !isSilent(part);
         const bool losesNothing = isPipe ? isSource(part)
                                   : isList
                                       ? isPreparation(part) || (isPrinter(part) && !printsElsewhere)

@@ -73,6 +73,33 @@ TEST_F(LintShellTest, TheStatusOfWhatPreparesOrOnlyPassesTextOnDoesNotMatter)
         {"grep x log; a >log", {"2:16 lost-status"}}, // which is a check
         {"diff x y | a", {"2:15 lost-status"}},
         {"cp x y; a", {"2:12 lost-status"}},
+        {"find . -name '*.log' | sort >list", {}},
+        {"zcat x.gz | head", {}},
+        {"paste x y | a", {}},
+        {"egrep x log | a", {}},
+        {"gawk '{ print }' x | a", {}},
+    };
+    expectFound(rows);
+    EXPECT_EQ(printedFor("test -f x; a"),
+        "test1:2:15: ';' loses the exit status of 'test' [lost-status]\n");
+}
+
+TEST_F(LintShellTest, ProgramsOfOtherLanguagesThatPrintNothingLoseNoCapture)
+{
+    const Row rows[] = {
+        {"awk '$1 > 2 {exit 1}' data", {}},
+        {"gawk '$1 > m { bad = 1 } END { exit bad }' data", {}},
+        {"paste x y | awk '{ if ($1 > m) m = $1 } END { exit (m > 1) }'", {}},
+        {"sort x | grep -q '2 > 1' # silent", {}},
+        {"perl -ane 'exit 1 if $F[1] > 3' data", {}},
+        {"awk '$1 > 2' data", {"2:14 lost-capture"}},
+        {"awk '{ if ($1 > m) m = $1 } END { print m }' data", {"2:20 lost-capture"}},
+        {"awk '{ if ($1 > m) system(\"date\") }' data", {"2:20 lost-capture"}},
+        {"awk '$1 > 2 {exit 1}' data; a '1 > 2'", {"2:14 lost-capture", "2:32 lost-status"}},
+        {"other '$1 > 2 {exit 1}' data", {"2:16 lost-capture"}},
+        {"b -force '1 > 2'", {"2:18 lost-capture"}},
+        {"b --ne '1 > 2'", {"2:16 lost-capture"}},
+        {"b -n '1 > 2'", {"2:14 lost-capture"}},
     };
     expectFound(rows);
 }
