@@ -14,18 +14,48 @@ namespace Talmo
 namespace
 {
 
+/// Whether what is read from the start of a line on is quoted, escaped or a comment.
+class LineState
+{
+public:
+    /// Takes the next \a character.
+    void read(char character)
+    {
+        const bool wasEscaped = isEscaped;
+        isEscaped = !wasEscaped && !isComment && character == '\\';
+        if (wasEscaped || isComment)
+            return;
+        if (character == '"')
+            isQuoted = !isQuoted;
+        isComment = !isQuoted && character == ';';
+    }
+
+    /// Whether an end of a line that comes now belongs to the line.
+    bool goesOn() const { return isQuoted || isEscaped; }
+
+private:
+    bool isQuoted = false;
+    bool isEscaped = false;
+    bool isComment = false;
+};
+
 /// The lines of \a text with their ends.
 std::vector<QByteArray> linesOf(const QByteArray &text)
 {
     std::vector<QByteArray> lines;
     int start = 0;
+    LineState state;
     for (int next = 1; next <= text.size(); ++next) {
-        const bool isInsideEnd = text[next - 1] == '\r' && next < text.size() && text[next] == '\n';
-        const bool isEnd = text[next - 1] == '\n' || text[next - 1] == '\r';
-        if ((!isEnd || isInsideEnd) && next < text.size())
+        const char last = text[next - 1];
+        const bool isInsideEnd = last == '\r' && next < text.size() && text[next] == '\n';
+        const bool isEnd = (last == '\n' || last == '\r') && !isInsideEnd && !state.goesOn();
+        if (!isInsideEnd)
+            state.read(last);
+        if (!isEnd && next < text.size())
             continue;
         lines.push_back(text.mid(start, next - start));
         start = next;
+        state = LineState();
     }
     return lines;
 }
@@ -43,7 +73,7 @@ struct Parts {
     QByteArray content; ///< with the blanks around it
     QByteArray comment; ///< from its semicolon on
     QByteArray end;
-    bool isWhole = true; ///< the next line does not belong to the content
+    bool isWhole = true; ///< the content ends in the line in which it begins
 };
 
 Parts partsOf(const QByteArray &line)
@@ -59,8 +89,9 @@ Parts partsOf(const QByteArray &line)
         else if (line[index] == '\\')
             ++index;
     }
-    parts.isWhole = !isQuoted && index <= length; // otherwise the end is quoted or escaped
     parts.content = line.left(qMin(index, length));
+    parts.isWhole = !isQuoted && index <= length && !parts.content.contains('\n') &&
+                    !parts.content.contains('\r');
     parts.comment = line.mid(index, qMax(length - index, 0));
     return parts;
 }
@@ -80,7 +111,8 @@ bool isAssignment(const QByteArray &content, const QByteArray &key)
 /// Where in a file a key is, or where it could be put; lines count from 0.
 struct Place {
     std::vector<size_t> assignments;
-    size_t end = 0;          ///< behind the last line of the section "General" that is not blank
+    size_t end = 0; ///< behind the last line of the section "General" that is not blank, or
+                    ///< before one that goes on, perhaps to the end of the file
     bool hasSection = false; ///< it has a heading, or a key before the first heading
     bool isReadable = true;  ///< no value of the key goes on in the next line
 };
@@ -99,6 +131,7 @@ Place placeOf(const std::vector<QByteArray> &lines, const QByteArray &key)
         }
         if (!isGeneral || (content.isEmpty() && parts.comment.isEmpty()))
             continue;
+        isOver = isOver || !parts.isWhole;
         if (!isOver)
             place.end = number + 1;
         place.hasSection = place.hasSection || content.startsWith('[') || content.contains('=');

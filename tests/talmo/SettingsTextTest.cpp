@@ -144,6 +144,30 @@ TEST_F(SettingsText, ACommentBehindTheValueStays)
         expectChange(row.before, row.change, row.after);
 }
 
+TEST_F(SettingsText, ALineWithAnOpenQuoteStaysWithAllThatItHides)
+{
+    const QByteArray open = "# don\"t\nIconSize=1\n[b]\nmine=1\n";
+    ASSERT_EQ(valueIn("[General]\n" + open, iconSize), QString()); // all that is quoted
+    const struct {
+        QByteArray before;
+        QByteArray after;
+    } rows[] = {
+        {"[General]\na=1\n; it's \"mine\n", "[General]\na=1\n; it's \"mine\nIconSize=5\n"},
+        {"[General]\na=1\n", "[General]\na=1\nIconSize=5\n"},
+        {"[General]\nIconSize=2\n", "[General]\nIconSize=5\n"},
+        {"[General]\nx=\"a\nb\"\nIconSize=2\n", "[General]\nx=\"a\nb\"\nIconSize=5\n"},
+        {"[General]\nx=\"\nIconSize=1\n\"\n", "[General]\nIconSize=5\nx=\"\nIconSize=1\n\"\n"},
+        {"[General]\nx=\"a\nIconSize=1\"\n", "[General]\nIconSize=5\nx=\"a\nIconSize=1\"\n"},
+        {"[General]\nx=a\\\nIconSize=1\n", "[General]\nIconSize=5\nx=a\\\nIconSize=1\n"},
+        {"[a]\nx=1\n", "[General]\nIconSize=5\n\n[a]\nx=1\n"},
+    };
+    for (const auto &row : rows) {
+        expectChange(row.before, toFive, row.after);
+        expectChange(row.before + open, toFive, row.after + open);
+    }
+    expectChange("[General]\na=1\n" + open, toNothing, "[General]\na=1\n" + open);
+}
+
 TEST_F(SettingsText, BlanksOfTheLineStay)
 {
     expectChange("[General]\n IconSize = 1 ; x\nIconSize=2\ny=1\n", toFive,
@@ -181,8 +205,6 @@ TEST_F(SettingsText, WhatIsNotWrittenPlainlyIsLeftToQt)
         {"[General]\nIconSize=1\\\r2\ry=1\r", toFive, "[General]\nIconSize=5\ny=1\n"},
         {"[General]\nIconSize=\"a\nb\"\ny=1\n", toNothing, "[General]\ny=1\n"},
         {"[General]\n%49conSize=1\ny=1\n", toNothing, "[General]\ny=1\n"},
-        {"[General]\nx=\"\nIconSize=1\n\"\n", toFive,
-            "[General]\nIconSize=5\nx=\"\\nIconSize=1\\n\"\n"},
     };
     for (const auto &row : rows)
         expectChange(row.before, row.change, row.after);
