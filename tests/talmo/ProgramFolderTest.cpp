@@ -38,8 +38,8 @@ protected:
             ProgramFolder folder;
             const bool isMade = folder.make(place);
             const bool isFilled = isMade && symlink("/bin/true", folder.path() + "/link") == 0;
-            Descriptor(open(folder.path() + "/starter", O_WRONLY | O_CREAT, S_IRWXU));
-            _exit(isFilled ? 0 : 1); // as if it were killed
+            const Descriptor starter(open(folder.path() + "/starter", O_WRONLY | O_CREAT, S_IRWXU));
+            _exit(isFilled && starter.isOpen() ? 0 : 1); // as if it were killed
             return true;
         });
         EXPECT_TRUE(succeeded(child));
