@@ -158,8 +158,8 @@ size_t termBegin(std::string_view line, size_t begin)
         // Text that is set off by asterisks has no digits before them.
         const size_t baseEnd = sign - size;
         const char last = baseEnd > 0 ? line[baseEnd - 1] : '\0';
-        const bool isBase =
-            isDigit(last) || last == ')' || last == '}' || (size == 1 && isWordBefore(line, baseEnd));
+        const bool isBase = isDigit(last) || last == ')' || last == '}' ||
+                            (size == 1 && isWordBefore(line, baseEnd));
         return isBase ? tokenBegin(line, baseEnd) : begin;
     }
     const size_t numeratorEnd = begin - sizeBefore(line, begin, strokes);
