@@ -289,7 +289,7 @@ TEST_F(ExpressionsManual, TheExamplesAreTrueAndShowEveryMessage)
         if (block.kind == "units")
             EXPECT_EQ(Units::inspect().replace(" \n", "\n").toStdString(), text.toStdString());
         else if (block.kind == "cpp")
-            EXPECT_TRUE(readFile(__FILE__).contains(text)) << text.toStdString();
+            EXPECT_TRUE(readFile(THIS_TEST).contains(text)) << text.toStdString();
         else if (QStringList({"expressions", "macros", "convert", "calls", "flaws"})
                      .contains(block.kind))
             runBlock(block);
