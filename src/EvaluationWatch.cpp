@@ -25,7 +25,7 @@ bool isTiny(double number)
 bool hasFactors(const Units::Operator &pending)
 {
     const auto count = Units::val.size();
-    const bool isPower = pending.precedence == Power || pending.name == "pow";
+    const bool isPower = pending.precedence == Power || pending.name == QLatin1String("pow");
     if ((!isPower && pending.precedence != Product) || count < 2)
         return false;
     return Units::val.at(count - 2).value != 0 && (isPower || Units::val.at(count - 1).value != 0);
@@ -96,7 +96,7 @@ void EvaluationWatch::apply(const Units::Operator &pending)
     Defect defect = takeDefect(result);
     if (defect == Defect::None && isNeverZero && isTiny(result))
         defect = Defect::TooSmall;
-    if (operandCount(pending) == 0 || (stains.isEmpty() && defect == Defect::None))
+    if ((stains.isEmpty() && defect == Defect::None) || operandCount(pending) == 0)
         return;
     if (ofOperands != 0 || defect == Defect::None)
         return stain(top, ofOperands);
