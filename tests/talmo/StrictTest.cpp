@@ -34,6 +34,15 @@ struct Row {
     const char *problem; ///< POSITION MESSAGE, or the result
 };
 
+/// What becomes of \a expression: "= RESULT", or "POSITION MESSAGE".
+QString outcomeOf(Strict &strict, const QString &expression)
+{
+    QString result;
+    const Problem problem = strict.evaluate("%.12g", expression, "-", result);
+    return problem.message.isEmpty() ? "= " + result
+                                     : QString::number(problem.position) + ' ' + problem.message;
+}
+
 } // namespace
 
 TEST_F(StrictTest, EvaluatesOnlyWhatSomebodyMeans)
@@ -64,15 +73,8 @@ TEST_F(StrictTest, EvaluatesOnlyWhatSomebodyMeans)
         {"1+5mm", "0 Units Conversion Error from mm to (none)"},
     };
     Strict strict;
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.text);
-        QString result;
-        const Problem problem = strict.evaluate("%.12g", row.text, "-", result);
-        EXPECT_EQ(problem.message.isEmpty()
-                      ? "= " + result
-                      : QString::number(problem.position) + ' ' + problem.message,
-            row.problem);
-    }
+    for (const Row &row : rows)
+        EXPECT_EQ(outcomeOf(strict, row.text), QString(row.problem)) << row.text;
     EXPECT_EQ(printed(), "");
 }
 
@@ -131,15 +133,8 @@ TEST_F(StrictTest, GivesNoNumberThatDependsOnOneThatIsNotFinite)
         {"max(1?1:1/0,3)", "= 3"},
     };
     Strict strict;
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.text);
-        QString result;
-        const Problem problem = strict.evaluate("%.12g", row.text, "-", result);
-        EXPECT_EQ(problem.message.isEmpty()
-                      ? "= " + result
-                      : QString::number(problem.position) + ' ' + problem.message,
-            row.problem);
-    }
+    for (const Row &row : rows)
+        EXPECT_EQ(outcomeOf(strict, row.text), QString(row.problem)) << row.text;
     QString result;
     EXPECT_EQ(strict.evaluate("%.12g", "1e200km", "um", result).message, "");
     EXPECT_EQ(strict.evaluate("%g", "1e308km", "um", result).message,
